@@ -1,0 +1,49 @@
+# What every target of this project is compiled with.
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+
+if(TERNWOODVEXIL_SANITIZE)
+  add_compile_options(-fsanitize=${TERNWOODVEXIL_SANITIZE} -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${TERNWOODVEXIL_SANITIZE})
+endif()
+
+# Warnings of our own targets. Not set globally: a project that includes this one with
+# add_subdirectory keeps its own.
+function(ternwoodvexil_warnings target)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_compile_options(
+    ${target}
+    PRIVATE -Wall
+            -Wextra
+            -Wpedantic
+            -Wconversion
+            -Wsign-conversion
+            -Wshadow
+            -Wnon-virtual-dtor
+            -Wold-style-cast
+            -Woverloaded-virtual
+            -Wnull-dereference
+            -Wdouble-promotion
+            -Wformat=2
+            -Wimplicit-fallthrough)
+  if(TERNWOODVEXIL_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+endfunction()
+
+# A library of ours: <name>, known to users as TernwoodVexil::<name>, whose headers are included as
+# <include/Header.h> from the folder above.
+function(ternwoodvexil_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;HEADERS")
+  add_library(${name} STATIC ${arg_SOURCES})
+  add_library(TernwoodVexil::${name} ALIAS ${name})
+  target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${CMAKE_CURRENT_SOURCE_DIR} FILES
+                                ${arg_HEADERS})
+  set_target_properties(${name} PROPERTIES OUTPUT_NAME ternwoodvexil_${name})
+  ternwoodvexil_warnings(${name})
+endfunction()
