@@ -1,0 +1,304 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <platform/Error.h>
+#include <platform/Value.h>
+#include <platform/ValueStorage.h>
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace platform {
+
+using detail::Bytes;
+using detail::Container;
+using detail::Shape;
+
+Value::Value(std::string_view text) {
+  if (text.size() <= maxInline) {
+    _tag = static_cast<std::uint8_t>(text.size());
+    if (!text.empty()) {
+      std::memcpy(_storage, text.data(), text.size());
+    }
+  } else {
+    store(Bytes::make(text.data(), text.size()));
+    _tag = tagString;
+  }
+}
+
+Value::Value(std::shared_ptr<Object> object) noexcept : _tag(tagAbsent) {
+  if (object) {
+    new (static_cast<void*>(_storage)) std::shared_ptr<Object>(std::move(object));
+    _tag = tagObject;
+  }
+}
+
+Value Value::data(std::span<const std::byte> bytes) {
+  return {tagData, Bytes::make(bytes.data(), bytes.size())};
+}
+
+Value Value::array(std::vector<Value> elements) {
+  Container* container = Container::make(elements.size(), nullptr);
+  std::ranges::move(elements, container->values().begin());
+  return {tagArray, container};
+}
+
+Value Value::array(std::initializer_list<Value> elements) {
+  Container* container = Container::make(elements.size(), nullptr);
+  std::ranges::copy(elements, container->values().begin());
+  return {tagArray, container};
+}
+
+namespace {
+
+/// Leaves one entry a key, with the last of its values, and none without a value.
+void settle(std::vector<std::pair<Key, Value>>& entries) {
+  std::unordered_map<Key, std::size_t> positions;
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    if (entries[i].second.isAbsent()) {
+      continue;
+    }
+    const auto [known, isNew] = positions.try_emplace(entries[i].first, kept);
+    if (!isNew) {
+      entries[known->second].second = std::move(entries[i].second);
+    } else {
+      if (kept != i) {
+        entries[kept] = std::move(entries[i]);
+      }
+      ++kept;
+    }
+  }
+  entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(kept), entries.end());
+}
+
+/// Whether `settle` would change anything; quadratic, for the few entries of a usual record.
+bool isSettled(const std::vector<std::pair<Key, Value>>& entries) {
+  constexpr std::size_t few = 16;
+  if (entries.size() > few) {
+    return false;
+  }
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    if (entries[i].second.isAbsent()) {
+      return false;
+    }
+    for (std::size_t j = 0; j < i; ++j) {
+      if (entries[j].first == entries[i].first) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+Value Value::dictionary(std::vector<std::pair<Key, Value>> entries) {
+  if (!isSettled(entries)) {
+    settle(entries);
+  }
+  std::vector<Key> keys;
+  keys.reserve(entries.size());
+  for (const auto& entry : entries) {
+    keys.push_back(entry.first);
+  }
+  Container* container = Container::make(entries.size(), Shape::intern(keys));
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    container->values()[i] = std::move(entries[i].second);
+  }
+  return {tagDictionary, container};
+}
+
+Value Value::dictionary(std::initializer_list<std::pair<Key, Value>> entries) {
+  return dictionary(std::vector<std::pair<Key, Value>>(entries));
+}
+
+void Value::share(const Value& other) noexcept {
+  if (_tag == tagObject) {
+    new (static_cast<void*>(_storage)) std::shared_ptr<Object>(other.objectSlot());
+    return;
+  }
+  std::memcpy(_storage, other._storage, sizeof _storage);
+  if (_tag == tagString || _tag == tagData) {
+    load<const Bytes*>()->references.retain();
+  } else {
+    load<Container*>()->references.retain();
+  }
+}
+
+void Value::drop() noexcept {
+  switch (_tag) {
+    case tagString:
+    case tagData:
+      if (load<const Bytes*>()->references.release()) {
+        Bytes::discard(load<const Bytes*>());
+      }
+      break;
+    case tagObject:
+      releaseWithoutRecursion(std::move(objectSlot()));
+      objectSlot().~shared_ptr();
+      break;
+    default:
+      Container::release(load<Container*>());
+  }
+}
+
+Value::Kind Value::kind() const noexcept {
+  switch (_tag) {
+    case tagAbsent:
+      return Kind::absent;
+    case tagNull:
+      return Kind::null;
+    case tagBoolean:
+      return Kind::boolean;
+    case tagInteger:
+    case tagLargeInteger:
+      return Kind::integer;
+    case tagReal:
+      return Kind::real;
+    case tagDate:
+      return Kind::date;
+    case tagData:
+      return Kind::data;
+    case tagArray:
+      return Kind::array;
+    case tagDictionary:
+      return Kind::dictionary;
+    case tagObject:
+      return Kind::object;
+    default:
+      return Kind::string;
+  }
+}
+
+bool Value::booleanReading() const noexcept {
+  return _tag == tagReal ? load<double>() != 0 : isNumber() && load<std::int64_t>() != 0;
+}
+
+std::optional<bool> Value::boolean() const noexcept {
+  return _tag == tagBoolean ? std::optional(load<std::int64_t>() != 0) : std::nullopt;
+}
+
+std::optional<std::int64_t> Value::integer() const noexcept {
+  return _tag == tagInteger ? std::optional(load<std::int64_t>()) : std::nullopt;
+}
+
+std::optional<std::uint64_t> Value::unsignedInteger() const noexcept {
+  return _tag == tagLargeInteger || (_tag == tagInteger && load<std::int64_t>() >= 0)
+             ? std::optional(load<std::uint64_t>())
+             : std::nullopt;
+}
+
+std::optional<double> Value::real() const noexcept {
+  return _tag == tagReal ? std::optional(load<double>()) : std::nullopt;
+}
+
+std::optional<Date> Value::date() const noexcept {
+  return _tag == tagDate ? std::optional(Date{load<double>()}) : std::nullopt;
+}
+
+std::string_view Value::string() const noexcept {
+  if (_tag <= maxInline) {
+    return {reinterpret_cast<const char*>(_storage), _tag};
+  }
+  return _tag == tagString ? load<const Bytes*>()->text() : std::string_view();
+}
+
+std::span<const std::byte> Value::bytes() const noexcept {
+  return _tag == tagData ? std::as_bytes(std::span(load<const Bytes*>()->text()))
+                         : std::span<const std::byte>();
+}
+
+std::span<const Value> Value::elements() const noexcept {
+  return _tag == tagArray ? std::as_const(*load<Container*>()).values() : std::span<const Value>();
+}
+
+std::span<const Key> Value::keys() const noexcept {
+  return _tag == tagDictionary ? load<Container*>()->shape->keys() : std::span<const Key>();
+}
+
+std::span<const Value> Value::values() const noexcept {
+  return _tag == tagDictionary ? std::as_const(*load<Container*>()).values()
+                               : std::span<const Value>();
+}
+
+const std::shared_ptr<Object>& Value::object() const noexcept {
+  static const std::shared_ptr<Object> none;
+  return _tag == tagObject ? objectSlot() : none;
+}
+
+namespace {
+
+const Value& absentValue() {
+  static const Value absent;
+  return absent;
+}
+
+}  // namespace
+
+const Value& Value::operator[](const Key& key) const noexcept {
+  if (_tag != tagDictionary) {
+    return absentValue();
+  }
+  const Container& container = *load<Container*>();
+  const std::uint32_t position = container.shape->find(key);
+  return position < container.count ? container.values()[position] : absentValue();
+}
+
+const Value& Value::operator[](std::string_view key) const noexcept {
+  if (_tag != tagDictionary) {
+    return absentValue();
+  }
+  const Container& container = *load<Container*>();
+  const std::uint32_t position = container.shape->find(key);
+  return position < container.count ? container.values()[position] : absentValue();
+}
+
+bool Value::sharesStorageWith(const Value& other) const noexcept {
+  if (_tag < tagString || _tag != other._tag) {
+    return false;
+  }
+  return _tag == tagObject ? objectSlot() == other.objectSlot()
+                           : load<const void*>() == other.load<const void*>();
+}
+
+RecordShape::RecordShape(std::initializer_list<Key> keys)
+    : RecordShape(std::span(keys.begin(), keys.size())) {}
+
+RecordShape::RecordShape(std::span<const Key> keys) {
+  std::unordered_map<Key, int> seen;
+  for (const Key& key : keys) {
+    if (!seen.try_emplace(key, 0).second) {
+      throw InvalidArgument("a record has the key \"" + std::string(key.text()) + "\" twice");
+    }
+  }
+  _shape = Shape::intern(keys);
+}
+
+RecordShape::RecordShape(const RecordShape& other) noexcept : _shape(other._shape) {
+  _shape->references.retain();
+}
+
+RecordShape::~RecordShape() { Shape::release(_shape); }
+
+Value RecordShape::record(std::span<Value> values) const {
+  if (values.size() != _shape->count) {
+    throw InvalidArgument("a record needs a value for each of its keys");
+  }
+  if (std::ranges::any_of(values, &Value::isAbsent)) {
+    std::vector<std::pair<Key, Value>> entries;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      entries.emplace_back(_shape->keys()[i], std::move(values[i]));
+    }
+    return Value::dictionary(std::move(entries));
+  }
+  Container* container = Container::make(values.size(), _shape);
+  _shape->references.retain();
+  std::ranges::move(values, container->values().begin());
+  return {Value::tagDictionary, container};
+}
+
+Value RecordShape::record(std::initializer_list<Value> values) const {
+  std::vector<Value> copies(values);
+  return record(std::span(copies));
+}
+
+}  // namespace platform

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <platform/Value.h>
+
+#include <array>
+#include <cstdio>
+
+namespace platform {
+
+namespace {
+
+void appendQuoted(std::string& text, std::string_view string) {
+  text += '"';
+  for (const char character : string) {
+    if (character == '"' || character == '\\') {
+      text += '\\';
+    }
+    text += character;
+  }
+  text += '"';
+}
+
+void appendScalar(std::string& text, const Value& value) {
+  std::array<char, 40> buffer{};
+  switch (value.kind()) {
+    case Value::Kind::absent:
+      text += "(null)";
+      break;
+    case Value::Kind::null:
+      text += "<null>";
+      break;
+    case Value::Kind::boolean:
+      text += *value.boolean() ? "true" : "false";
+      break;
+    case Value::Kind::integer:
+      text += value.integer() ? std::to_string(*value.integer())
+                              : std::to_string(*value.unsignedInteger());
+      break;
+    case Value::Kind::real:
+      std::snprintf(buffer.data(), buffer.size(), "%.17g", *value.real());
+      text += buffer.data();
+      break;
+    case Value::Kind::date:
+      std::snprintf(buffer.data(), buffer.size(), "@%.17g", value.date()->seconds);
+      text += buffer.data();
+      break;
+    case Value::Kind::string:
+      appendQuoted(text, value.string());
+      break;
+    case Value::Kind::data:
+      text += '<';
+      for (const std::byte byte : value.bytes()) {
+        std::snprintf(buffer.data(), buffer.size(), "%02x", std::to_integer<unsigned>(byte));
+        text += buffer.data();
+      }
+      text += '>';
+      break;
+    default:
+      text += value.object()->description();
+  }
+}
+
+}  // namespace
+
+std::string Value::description() const {
+  // One open container a level, because a value may be nested deeper than the stack is.
+  struct Open {
+    const Value* container;
+    std::size_t next;
+  };
+  std::string text;
+  std::vector<Open> open;
+  const auto begin = [&](const Value& value) {
+    if (value.isArray() || value.isDictionary()) {
+      text += value.isArray() ? '[' : '{';
+      open.push_back({&value, 0});
+    } else {
+      appendScalar(text, value);
+    }
+  };
+  begin(*this);
+  while (!open.empty()) {
+    const Value& container = *open.back().container;
+    const auto children = container.isArray() ? container.elements() : container.values();
+    const std::size_t at = open.back().next++;
+    if (at == children.size()) {
+      text += container.isArray() ? ']' : '}';
+      open.pop_back();
+      continue;
+    }
+    text += at > 0 ? ", " : "";
+    if (container.isDictionary()) {
+      appendQuoted(text, container.keys()[at].text());
+      text += ": ";
+    }
+    begin(children[at]);
+  }
+  return text;
+}
+
+}  // namespace platform

@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <platform/ValueStorage.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <limits>
+#include <mutex>
+#include <stdexcept>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace platform::detail {
+
+const Bytes* Bytes::make(const void* bytes, std::size_t length) {
+  auto* made = new (::operator new(sizeof(Bytes) + length)) Bytes{.references = {}, .length = length};
+  if (length > 0) {
+    std::memcpy(static_cast<void*>(made + 1), bytes, length);
+  }
+  return made;
+}
+
+void Bytes::discard(const Bytes* bytes) noexcept {
+  bytes->~Bytes();
+  ::operator delete(const_cast<Bytes*>(bytes));
+}
+
+Container* Container::make(std::size_t count, const Shape* shape) {
+  if (count > std::numeric_limits<std::uint32_t>::max()) {
+    throw std::length_error("a container holds at most 2^32-1 values");
+  }
+  void* memory = ::operator new(sizeof(Container) + count * sizeof(Value));
+  auto* made = new (memory)
+      Container{.references = {}, .count = static_cast<std::uint32_t>(count), .shape = shape};
+  std::uninitialized_default_construct_n(reinterpret_cast<Value*>(made + 1), count);
+  return made;
+}
+
+void Container::release(Container* container) noexcept {
+  // Containers that go because the one that held them goes are queued, so that a value nested
+  // without end is torn down in constant stack. Null when no outer call is at work on this thread.
+  thread_local Container* first = nullptr;
+  thread_local bool working = false;
+  if (!container->references.release()) {
+    return;
+  }
+  Shape::release(container->shape);
+  container->nextToGo = first;
+  first = container;
+  if (working) {
+    return;
+  }
+  working = true;
+  while (first != nullptr) {
+    Container* next = first;
+    first = next->nextToGo;
+    destroy(next);
+  }
+  working = false;
+}
+
+void Container::destroy(Container* container) noexcept {
+  std::destroy(container->values().begin(), container->values().end());
+  container->~Container();
+  ::operator delete(container);
+}
+
+/// All shapes in use, found by their hash.
+struct ShapeTable {
+  std::mutex mutex;
+  std::unordered_multimap<std::size_t, Shape*> shapes;
+
+  // Never destroyed: values in static storage outlive any order of destruction.
+  static ShapeTable& shared() {
+    static auto& table = *new ShapeTable;
+    return table;
+  }
+
+  const Shape* intern(std::span<const Key> keys, std::size_t hash) {
+    const std::lock_guard lock(mutex);
+    const auto [begin, end] = shapes.equal_range(hash);
+    for (auto found = begin; found != end; ++found) {
+      if (std::ranges::equal(found->second->keys(), keys) &&
+          found->second->references.retainUnlessGone()) {
+        return found->second;
+      }
+    }
+    void* memory = ::operator new(Shape::allocationSize(keys.size()));
+    auto* made = new (memory) Shape(keys, hash);
+    shapes.emplace(hash, made);
+    return made;
+  }
+
+  void discard(const Shape* shape) {
+    {
+      const std::lock_guard lock(mutex);
+      const auto [begin, end] = shapes.equal_range(shape->hash);
+      const auto found =
+          std::find_if(begin, end, [&](const auto& entry) { return entry.second == shape; });
+      shapes.erase(found);
+    }
+    auto keys = std::span(const_cast<Key*>(shape->keys().data()), shape->count);
+    std::destroy(keys.begin(), keys.end());
+    shape->~Shape();
+    ::operator delete(const_cast<Shape*>(shape));
+  }
+};
+
+std::uint32_t Shape::slotsFor(std::size_t count) {
+  return count <= linearLimit ? 0 : static_cast<std::uint32_t>(std::bit_ceil(count * 2));
+}
+
+std::size_t Shape::allocationSize(std::size_t count) {
+  return sizeof(Shape) + count * sizeof(Key) + slotsFor(count) * sizeof(std::uint32_t);
+}
+
+Shape::Shape(std::span<const Key> keys, std::size_t keysHash)
+    : count(static_cast<std::uint32_t>(keys.size())),
+      indexMask(slotsFor(keys.size()) == 0 ? 0 : slotsFor(keys.size()) - 1),
+      hash(keysHash) {
+  std::uninitialized_copy(keys.begin(), keys.end(), reinterpret_cast<Key*>(this + 1));
+  if (indexMask == 0) {
+    return;
+  }
+  auto* slots = const_cast<std::uint32_t*>(index());
+  std::fill_n(slots, indexMask + 1, count);
+  for (std::uint32_t position = 0; position < count; ++position) {
+    std::size_t slot = keys[position].hash() & indexMask;
+    while (slots[slot] != count) {
+      slot = (slot + 1) & indexMask;
+    }
+    slots[slot] = position;
+  }
+}
+
+const Shape* Shape::intern(std::span<const Key> keys) {
+  if (keys.size() > std::numeric_limits<std::uint32_t>::max() / 8) {
+    throw std::length_error("too many keys in one dictionary");
+  }
+  std::size_t hash = keys.size();
+  for (const Key& key : keys) {
+    hash = hash * 31 + key.hash();
+  }
+  return ShapeTable::shared().intern(keys, hash);
+}
+
+void Shape::release(const Shape* shape) noexcept {
+  if (shape != nullptr && shape->references.release()) {
+    ShapeTable::shared().discard(shape);
+  }
+}
+
+std::uint32_t Shape::find(const Key& key) const noexcept {
+  const std::span<const Key> all = keys();
+  if (indexMask == 0) {
+    return static_cast<std::uint32_t>(std::ranges::find(all, key) - all.begin());
+  }
+  for (std::size_t slot = key.hash() & indexMask;; slot = (slot + 1) & indexMask) {
+    const std::uint32_t position = index()[slot];
+    if (position == count || all[position] == key) {
+      return position;
+    }
+  }
+}
+
+std::uint32_t Shape::find(std::string_view key) const noexcept {
+  const std::span<const Key> all = keys();
+  if (indexMask == 0) {
+    return static_cast<std::uint32_t>(std::ranges::find(all, key, &Key::text) - all.begin());
+  }
+  for (std::size_t slot = hashOfText(key) & indexMask;; slot = (slot + 1) & indexMask) {
+    const std::uint32_t position = index()[slot];
+    if (position == count || all[position].text() == key) {
+      return position;
+    }
+  }
+}
+
+}  // namespace platform::detail
