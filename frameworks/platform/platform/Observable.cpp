@@ -1,0 +1,390 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <platform/Error.h>
+#include <platform/Observable.h>
+#include <platform/ObserverList.h>
+
+#include <algorithm>
+#include <numeric>
+#include <typeindex>
+#include <unordered_map>
+
+namespace platform {
+
+using detail::ChangeInProgress;
+using detail::ObserverList;
+using detail::Registration;
+
+namespace {
+
+/// What an observed key is to the key that changes.
+enum class Relation : std::uint8_t { none, same, dependent };
+
+using AffectingKeys = std::vector<Key>;
+
+/// All keys on which `key` of this class depends, directly or through others.
+AffectingKeys affectingKeys(const Observable& object, const Key& key) {
+  AffectingKeys result;
+  AffectingKeys unexplored{key};
+  while (!unexplored.empty()) {
+    const Key next = std::move(unexplored.back());
+    unexplored.pop_back();
+    for (const std::string& text : object.keyPathsForValuesAffectingValueForKey(next)) {
+      const Key affecting(text);
+      if (std::ranges::find(result, affecting) == result.end()) {
+        result.push_back(affecting);
+        unexplored.push_back(affecting);
+      }
+    }
+  }
+  return result;
+}
+
+const AffectingKeys& cachedAffectingKeys(const Observable& object, const Key& key) {
+  // A merge asks the same question of node after node, so the last answer is kept at hand.
+  thread_local std::unordered_map<std::type_index, std::unordered_map<Key, AffectingKeys>> classes;
+  thread_local const std::type_info* lastClass = nullptr;
+  thread_local const Key* lastKey = nullptr;
+  thread_local const AffectingKeys* lastAnswer = nullptr;
+  const std::type_info& type = typeid(object);
+  if (lastClass == &type && *lastKey == key) {
+    return *lastAnswer;
+  }
+  auto& keys = classes[type];
+  auto found = keys.find(key);
+  if (found == keys.end()) {
+    found = keys.emplace(key, affectingKeys(object, key)).first;
+  }
+  lastClass = &type;
+  lastKey = &found->first;
+  lastAnswer = &found->second;
+  return found->second;
+}
+
+Relation relation(const Observable& object, const Key& observed, const Key& changed) {
+  if (observed == changed) {
+    return Relation::same;
+  }
+  const AffectingKeys& affecting = cachedAffectingKeys(object, observed);
+  return std::ranges::find(affecting, changed) == affecting.end() ? Relation::none
+                                                                  : Relation::dependent;
+}
+
+}  // namespace
+
+namespace detail {
+
+/// A change between its will-change and the end of its delivery. Those of one thread know each
+/// other, so that a withdrawal is noted wherever the registration is still to be told.
+struct ChangeInProgress {
+  /// What the observers of one key are told.
+  struct Telling {
+    Key key;
+    bool wantsOld = false;
+    bool wantsNew = false;
+    ChangeRecord record;
+  };
+
+  explicit ChangeInProgress(std::shared_ptr<Observable> changing)
+      : object(std::move(changing)),
+        list(ObserverList::retain(object->_observers)),
+        registrations(list->registrations()),
+        tellingOf(registrations.size(), none),
+        withdrawn(registrations.size(), false) {
+    outer = std::exchange(innermost, this);
+    if (outer != nullptr) {
+      outer->inner = this;
+    }
+    object->_changesInProgress.fetch_add(1, std::memory_order_relaxed);
+  }
+  ChangeInProgress(const ChangeInProgress&) = delete;
+  ChangeInProgress& operator=(const ChangeInProgress&) = delete;
+  ~ChangeInProgress() {
+    (inner == nullptr ? innermost : inner->outer) = outer;
+    if (outer != nullptr) {
+      outer->inner = inner;
+    }
+    object->_changesInProgress.fetch_sub(1, std::memory_order_relaxed);
+    ObserverList::release(list);
+  }
+
+  Telling& tellingFor(std::size_t position, const Key& key, ChangeKind kind) {
+    auto found = std::ranges::find(tellings, key, &Telling::key);
+    if (found == tellings.end()) {
+      found = tellings.insert(found, Telling{key, false, false, {kind, {}, {}, {}}});
+    }
+    tellingOf[position] = static_cast<std::size_t>(found - tellings.begin());
+    return *found;
+  }
+
+  /// Calls `visit` for every change of `object` that is in progress on this thread.
+  template <class Visit>
+  static void forEachOf(const Observable& object, Visit&& visit) {
+    if (object._changesInProgress.load(std::memory_order_relaxed) == 0) {
+      return;
+    }
+    for (ChangeInProgress* change = innermost; change != nullptr; change = change->outer) {
+      if (change->object.get() == &object) {
+        visit(*change);
+      }
+    }
+  }
+
+  void noteAdded() {
+    followPositions();
+    positions.push_back(none);
+  }
+  void noteRemoved(std::size_t position) {
+    followPositions();
+    if (positions[position] != none) {
+      withdrawn[positions[position]] = true;
+    }
+    positions.erase(positions.begin() + static_cast<std::ptrdiff_t>(position));
+  }
+
+  thread_local static ChangeInProgress* innermost;
+  static constexpr std::size_t none = static_cast<std::size_t>(-1);
+
+  ChangeInProgress* outer = nullptr;
+  ChangeInProgress* inner = nullptr;
+  std::shared_ptr<Observable> object;
+  ObserverList* list;  // as it was at will-change; keeps what `registrations` points to
+  std::vector<const Registration*> registrations;
+  std::vector<std::size_t> tellingOf;  // for each registration; `none` when it is not concerned
+  std::vector<bool> withdrawn;         // for each registration, since will-change
+  std::vector<Telling> tellings;
+
+ private:
+  void followPositions() {
+    if (!following) {
+      following = true;
+      positions.resize(registrations.size());
+      std::iota(positions.begin(), positions.end(), std::size_t{0});
+    }
+  }
+  // For each registration that the object has now, its place in `registrations`, or `none` when it
+  // came later. Made when the first one comes or goes.
+  std::vector<std::size_t> positions;
+  bool following = false;
+};
+
+thread_local ChangeInProgress* ChangeInProgress::innermost = nullptr;
+
+}  // namespace detail
+
+PendingChange::PendingChange() noexcept = default;
+PendingChange::PendingChange(PendingChange&&) noexcept = default;
+PendingChange& PendingChange::operator=(PendingChange&&) noexcept = default;
+PendingChange::~PendingChange() = default;
+PendingChange::PendingChange(std::unique_ptr<detail::ChangeInProgress> change) noexcept
+    : _change(std::move(change)) {}
+
+Observable::~Observable() { ObserverList::release(_observers); }
+
+void Observable::addObserver(const std::shared_ptr<Observer>& observer, const Key& key,
+                             ObservingOptions options, const ContextToken* context) {
+  if (!observer) {
+    throw InvalidArgument("an absent observer cannot be registered");
+  }
+  ObserverList* before = _observers;
+  _observers = ObserverList::adding(before, {observer, observer.get(), key, options, context});
+  ObserverList::release(before);
+  ChangeInProgress::forEachOf(*this, [](ChangeInProgress& change) { change.noteAdded(); });
+}
+
+void Observable::removeObserver(const std::shared_ptr<Observer>& observer, const Key& key,
+                                const ContextToken* context) {
+  for (const ObserverList* list = _observers; list != nullptr; list = list->before()) {
+    if (list->last().isOf(observer, key, context)) {
+      forgetRegistration(list->count() - 1);
+      return;
+    }
+  }
+  throw InvalidArgument("no such observer is registered for \"" + std::string(key.text()) + "\"");
+}
+
+void Observable::forgetRegistration(std::size_t position) {
+  ObserverList* const old = _observers;
+  if (position + 1 == old->count()) {
+    _observers = ObserverList::retain(old->before());
+  } else {
+    const std::vector<const Registration*> registrations = old->registrations();
+    ObserverList* list = old;
+    while (list->count() > position) {
+      list = list->before();
+      if (list == nullptr) {
+        break;
+      }
+    }
+    list = ObserverList::retain(list);
+    for (std::size_t i = position + 1; i < registrations.size(); ++i) {
+      ObserverList* longer = ObserverList::adding(list, *registrations[i]);
+      ObserverList::release(list);
+      list = longer;
+    }
+    _observers = list;
+  }
+  ObserverList::release(old);
+  ChangeInProgress::forEachOf(
+      *this, [position](ChangeInProgress& change) { change.noteRemoved(position); });
+}
+
+void Observable::sweep() {
+  if (_observers == nullptr) {
+    return;
+  }
+  // From the end, so that the positions before stay what they are.
+  ObserverList* const swept = ObserverList::retain(_observers);
+  const std::vector<const Registration*> registrations = swept->registrations();
+  for (std::size_t i = registrations.size(); i > 0; --i) {
+    if (registrations[i - 1]->observer.expired()) {
+      forgetRegistration(i - 1);
+    }
+  }
+  ObserverList::release(swept);
+}
+
+bool Observable::isReadable(const Key& key) const {
+  const KeyAccess* access = keyTable().find(key);
+  return access != nullptr && access->get != nullptr;
+}
+
+Value Observable::valueForKey(const Key& key) const {
+  const KeyAccess* access = keyTable().find(key);
+  if (access == nullptr || access->get == nullptr) {
+    throw UndefinedKey(className() + " has no value for the key \"" + std::string(key.text()) +
+                       "\"");
+  }
+  return access->get(*this);
+}
+
+void Observable::setValueForKey(const Value& value, const Key& key) {
+  const KeyAccess* access = keyTable().find(key);
+  if (access == nullptr || access->set == nullptr) {
+    throw UndefinedKey(className() + " cannot set a value for the key \"" +
+                       std::string(key.text()) + "\"");
+  }
+  access->set(*this, value);
+}
+
+const KeyAccess* KeyTable::find(const Key& key) const noexcept {
+  for (const KeyTable* table = this; table != nullptr; table = table->_base) {
+    const auto found = std::ranges::find(table->_own, key, &KeyAccess::key);
+    if (found != table->_own.end()) {
+      return &*found;
+    }
+  }
+  return nullptr;
+}
+
+std::set<std::string> Observable::keyPathsForValuesAffectingValueForKey(const Key&) const {
+  return {};
+}
+
+Value Observable::valuesAtIndexesForKey(const IndexSet& indexes, const Key& key) const {
+  const Value all = valueForKey(key);
+  if (!indexes.empty() && *indexes.last() >= all.elements().size()) {
+    throw RangeError("there is no element " + std::to_string(*indexes.last()) + " of \"" +
+                     std::string(key.text()) + "\"");
+  }
+  std::vector<Value> values;
+  values.reserve(indexes.count());
+  indexes.forEach([&](std::size_t index) { values.push_back(all.elements()[index]); });
+  return Value::array(std::move(values));
+}
+
+PendingChange Observable::willChangeValueForKey(const Key& key) {
+  return begin(ChangeKind::setting, nullptr, key);
+}
+
+PendingChange Observable::willChangeValuesAtIndexesForKey(ChangeKind kind, const IndexSet& indexes,
+                                                          const Key& key) {
+  return begin(kind, &indexes, key);
+}
+
+PendingChange Observable::begin(ChangeKind kind, const IndexSet* indexes, const Key& key) {
+  const auto relationTo = [&](const Key& observed) {
+    const Relation related = relation(*this, observed, key);
+    return related == Relation::dependent && !isReadable(observed) ? Relation::none : related;
+  };
+  bool concerned = false;
+  for (const ObserverList* list = _observers; list != nullptr && !concerned;
+       list = list->before()) {
+    concerned = relationTo(list->last().key) != Relation::none;
+  }
+  // An object that is still being made, or is already going, is nobody's to observe.
+  const std::shared_ptr<Observable> self = concerned ? weak_from_this().lock() : nullptr;
+  if (!self) {
+    return {};
+  }
+  auto change = std::make_unique<ChangeInProgress>(self);
+  for (std::size_t i = 0; i < change->registrations.size(); ++i) {
+    const Registration& registration = *change->registrations[i];
+    const Relation related = relationTo(registration.key);
+    if (related == Relation::none) {
+      continue;
+    }
+    auto& telling = change->tellingFor(
+        i, registration.key, related == Relation::same ? kind : ChangeKind::setting);
+    if (telling.record.kind != ChangeKind::setting && !telling.record.indexes) {
+      telling.record.indexes = *indexes;
+    }
+    telling.wantsOld |= wants(registration.options, ObservingOptions::oldValue);
+    telling.wantsNew |= wants(registration.options, ObservingOptions::newValue);
+  }
+  for (auto& telling : change->tellings) {
+    if (telling.wantsOld && telling.record.kind != ChangeKind::insertion) {
+      telling.record.oldValue = valueTold(telling.key, telling.record);
+    }
+  }
+  return PendingChange(std::move(change));
+}
+
+Value Observable::valueTold(const Key& key, const ChangeRecord& record) const {
+  if (record.kind != ChangeKind::setting) {
+    return valuesAtIndexesForKey(*record.indexes, key);
+  }
+  const Value value = isReadable(key) ? valueForKey(key) : Value();
+  return value.isAbsent() ? Value::null() : value;
+}
+
+void Observable::finish(PendingChange pending) {
+  if (!pending._change) {
+    return;
+  }
+  ChangeInProgress& change = *pending._change;
+  for (auto& telling : change.tellings) {
+    if (telling.wantsNew && telling.record.kind != ChangeKind::removal) {
+      telling.record.newValue = valueTold(telling.key, telling.record);
+    }
+  }
+  bool someAreGone = false;
+  for (std::size_t i = 0; i < change.registrations.size(); ++i) {
+    if (change.tellingOf[i] == ChangeInProgress::none || change.withdrawn[i]) {
+      continue;
+    }
+    const Registration& registration = *change.registrations[i];
+    const std::shared_ptr<Observer> observer = registration.observer.lock();
+    if (!observer) {
+      someAreGone = true;
+      continue;
+    }
+    const auto& telling = change.tellings[change.tellingOf[i]];
+    const bool withOld = wants(registration.options, ObservingOptions::oldValue);
+    const bool withNew = wants(registration.options, ObservingOptions::newValue);
+    if (withOld == telling.wantsOld && withNew == telling.wantsNew) {
+      observer->observeValueForKeyPathOfObjectChangeContext(registration.key, change.object,
+                                                        telling.record, registration.context);
+    } else {
+      ChangeRecord record = telling.record;
+      record.oldValue = withOld ? record.oldValue : Value();
+      record.newValue = withNew ? record.newValue : Value();
+      observer->observeValueForKeyPathOfObjectChangeContext(registration.key, change.object, record,
+                                                        registration.context);
+    }
+  }
+  if (someAreGone) {
+    sweep();
+  }
+}
+
+}  // namespace platform

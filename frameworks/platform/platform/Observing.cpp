@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <platform/Error.h>
+#include <platform/Observable.h>
+#include <platform/Observing.h>
+
+#include <string>
+#include <utility>
+
+namespace platform {
+
+void Observer::observeValueForKeyPathOfObjectChangeContext(const Key& keyPath,
+                                                           const std::shared_ptr<Observable>& object,
+                                                           const ChangeRecord& /*change*/,
+                                                           const ContextToken* context) {
+  throw UnexpectedNotice("a change of \"" + std::string(keyPath.text()) + "\" of " +
+                         object->description() + " reached an observer that does not know the " +
+                         "context \"" + std::string(context == nullptr ? "" : context->text()) +
+                         "\"");
+}
+
+namespace {
+
+constexpr ContextToken closureContext("platform.observe");
+
+class ClosureObserver : public Observer {
+ public:
+  explicit ClosureObserver(std::function<void(const ChangeRecord&)> notify)
+      : _notify(std::move(notify)) {}
+
+  void observeValueForKeyPathOfObjectChangeContext(const Key&, const std::shared_ptr<Observable>&,
+                                                   const ChangeRecord& change,
+                                                   const ContextToken*) override {
+    _notify(change);
+  }
+
+ private:
+  std::function<void(const ChangeRecord&)> _notify;
+};
+
+}  // namespace
+
+Observation::Observation(std::weak_ptr<Observable> object, Key key,
+                         std::shared_ptr<Observer> observer)
+    : _object(std::move(object)), _key(std::move(key)), _observer(std::move(observer)) {}
+
+Observation& Observation::operator=(Observation&& other) noexcept {
+  if (this != &other) {
+    end();
+    _object = std::move(other._object);
+    _key = std::move(other._key);
+    _observer = std::move(other._observer);
+  }
+  return *this;
+}
+
+void Observation::end() noexcept {
+  const std::shared_ptr<Observer> observer = std::move(_observer);
+  const std::shared_ptr<Observable> object = _object.lock();
+  _object.reset();
+  if (observer && object) {
+    object->removeObserver(observer, *_key, &closureContext);
+  }
+}
+
+Observation observe(const std::shared_ptr<Observable>& object, const Key& key,
+                    ObservingOptions options, std::function<void(const ChangeRecord&)> notify) {
+  auto observer = std::make_shared<ClosureObserver>(std::move(notify));
+  object->addObserver(observer, key, options, &closureContext);
+  return {object, key, std::move(observer)};
+}
+
+}  // namespace platform

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <atomic>
+#include <thread>
+
+namespace platform::detail {
+
+/// A one-byte lock for the few instructions in which one property is copied or swapped. Nothing
+/// foreign ever runs while it is held.
+class SpinLock {
+ public:
+  void lock() noexcept {
+    for (int tries = 0; _held.exchange(true, std::memory_order_acquire); ++tries) {
+      if (tries > 64) {
+        std::this_thread::yield();
+      }
+    }
+  }
+  void unlock() noexcept { _held.store(false, std::memory_order_release); }
+
+ private:
+  std::atomic<bool> _held{false};
+};
+
+}  // namespace platform::detail
