@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string_view>
+
+/// The constants of the host engine library that the presentation library reads.
+///
+/// They are declared here and belong to the host. The library `ternwood` beside this header defines
+/// a stand-in for each, whose value is the constant's own name (so that a schedule file reads the
+/// same everywhere), as a weak symbol: a host that defines
+///
+///     const std::string_view kTWEventName = "com.example.event.name";
+///
+/// in an object file of its own replaces that one, and the presentation library uses the host's. All
+/// of them are constant-initialised and can be used by other static objects.
+
+// Keys of an event record.
+extern const std::string_view kTWEventUniqueID;  ///< string: tells events apart
+extern const std::string_view kTWEventName;      ///< string: shown, and sorted by
+extern const std::string_view kTWEventEnabled;   ///< boolean or number
+extern const std::string_view kTWEventDomain;    ///< string: the unique ID of the event's domain
+
+// Keys of a domain record.
+extern const std::string_view kTWDomainUniqueID;  ///< string
+extern const std::string_view kTWDomainName;      ///< string: shown, translated when known
+extern const std::string_view kTWDomainType;      ///< compared with kTWDomainType_Engine
+
+/// The type of the engine's own domain, which is not shown.
+extern const std::string_view kTWDomainType_Engine;
+
+// Keys of a queued trigger record, and of the trigger record in it.
+extern const std::string_view kTWQueuedTriggerTriggerID;  ///< string
+extern const std::string_view kTWQueuedTriggerEvent;      ///< the event record to be run
+extern const std::string_view kTWQueuedTriggerTrigger;    ///< a trigger record
+extern const std::string_view kTWTriggerDate;             ///< date: when it fires
+
+// Keys of an active event record.
+extern const std::string_view kTWActiveEventActiveID;  ///< string
+extern const std::string_view kTWActiveEventActivity;  ///< anything; handed on unchanged
+extern const std::string_view kTWActiveEventEvent;     ///< the event record that runs
+
+// The exchange of events: type identifiers of one event and of a schedule (an array of events), and
+// the extension of schedule files.
+extern const std::string_view kTWWorkspaceUTIEvent;
+extern const std::string_view kTWWorkspaceUTISchedule;
+extern const std::string_view kTWWorkspaceFileExtensionSchedule;
