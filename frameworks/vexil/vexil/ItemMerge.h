@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+// Internal to items: how a live tree takes over a fresh one.
+#pragma once
+
+#include <vexil/ItemComparison.h>
+#include <vexil/KRAVTWVItemVexil.h>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace detail {
+
+/// One `replaceChildren` with all the nested ones it leads to, without recursion: a level is what the
+/// nested call would have on the stack.
+class ItemMerge {
+ public:
+  void run(KRAVTWVItemVexil& receiver, std::shared_ptr<const KRAVTWVItemArray> fresh);
+
+ private:
+  using Item = KRAVTWVItemVexil;
+
+  /// A node whose children are being replaced, at its last step: the replacement in place.
+  struct Level {
+    std::shared_ptr<Item> receiver;
+    std::shared_ptr<const KRAVTWVItemArray> fresh;
+    std::vector<std::size_t> changed;
+    std::size_t next = 0;  // position in `changed`
+    platform::PendingChange replacement;
+  };
+
+  /// The steps up to the replacement; opens a level when there is something to replace.
+  void open(std::shared_ptr<Item> receiver, std::shared_ptr<const KRAVTWVItemArray> fresh);
+  void removeAndInsert(Item& receiver, const KRAVTWVItemArray& fresh);
+  [[nodiscard]] std::vector<std::size_t> changedIndexes(const Item& receiver,
+                                                        const KRAVTWVItemArray& fresh,
+                                                        const platform::IndexSet& inserted);
+  /// Takes over the content of the next item of the innermost level, and goes into its children.
+  void replaceNext();
+  void noteForeignCode(const Item& item);
+
+  ItemComparison _comparison{ItemComparison::Memory::remembers};
+  std::vector<Level> _levels;
+  platform::IndexSet _inserted;
+};
+
+}  // namespace detail

@@ -1,0 +1,450 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <platform/Files.h>
+#include <platform/IndexSet.h>
+#include <platform/NetService.h>
+#include <platform/Observable.h>
+#include <platform/Value.h>
+
+#include <atomic>
+#include <concepts>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+class KRAVTWVItemVexil;
+class KRAVTWVGroupVexil;
+class KRAVTWVEventVexil;
+class KRAVTWVDomainVexil;
+class KRAVTWVQueuedTriggerVexil;
+class KRAVTWVActiveEventVexil;
+class KRAVTWVNetDomainVexil;
+class KRAVTWVNetServiceVexil;
+
+namespace detail {
+class ItemComparison;
+class ItemMerge;
+}  // namespace detail
+
+/// Keys of an item that hosts observe.
+extern const std::string_view KRAVTWVItemVexilKeyPathChildren;  ///< "children"
+extern const std::string_view KRAVTWVItemVexilKeyPathLabel;     ///< "label"
+
+/// An ordered array of items; none of them is a null pointer.
+using KRAVTWVItemArray = std::vector<std::shared_ptr<KRAVTWVItemVexil>>;
+
+/// A node of every tree that outline views show: it wraps one represented object and has an
+/// identifier among its siblings, a label, an enabled flag, a weak link to its parent and an ordered
+/// array of children, which it owns.
+///
+/// Making one. Items are held by `std::shared_ptr` and made by the factories, each of which makes
+/// the class it is called on. A host's own kind gets them with one line:
+///
+///     class HostEvent : public KRAVTWVKind<HostEvent, KRAVTWVEventVexil> {
+///      public:
+///       using KRAVTWVKind::KRAVTWVKind;
+///       platform::Value representedEvent() const override { ... }
+///     };
+///     std::shared_ptr<HostEvent> item = HostEvent::itemWithEvent(record);
+///
+/// Identifiers and labels are strings by intention and values by type: a kind hands on whatever its
+/// record holds, unchecked, absent values included.
+///
+/// What is announced. Every setter announces its own key. `representedObject` also announces the keys
+/// that follow from it, "children" also "isGroup" and "isExpandable". `removeChildrenAtIndexes` and
+/// `replaceChildren` announce changes of "children" with their indexes. **`addChild` and
+/// `addChildren` announce nothing about "children"**: they fill items that nobody watches yet.
+///
+/// Who owns whom. An item owns its children and refers to its parent weakly; only `addChild` sets a
+/// child's parent, and nothing but `setParent` ever changes it again. In particular an item that
+/// `replaceChildren` inserts keeps the parent it had, and a removed one too.
+///
+/// Threads. Every property is atomic by itself. Operations on children, and any change of an observed
+/// tree, belong to one thread at a time.
+///
+/// No operation recurses with the depth of the tree. Only items that represent items recurse, with
+/// the length of that chain, when they are compared or hashed. A tree must not contain itself.
+class KRAVTWVItemVexil : public platform::Observable {
+ public:
+  /// `initWithRepresentedObject:`. The object may be absent. The item has no identifier, label or
+  /// parent, is not enabled, and its children are an empty array.
+  explicit KRAVTWVItemVexil(platform::Value representedObject);
+  ~KRAVTWVItemVexil() override;
+
+  /// Yields nothing, on purpose: an item is made with what it represents.
+  static std::shared_ptr<KRAVTWVItemVexil> init() { return nullptr; }
+
+  static std::shared_ptr<KRAVTWVItemVexil> itemWithRepresentedObject(platform::Value object);
+
+  /// The keys whose values follow from the represented object; a class operation. A kind adds its own
+  /// to its base class's. "representedEvent" is in everybody's set, which is harmless for kinds
+  /// without it.
+  [[nodiscard]] virtual std::set<std::string> keyPathsForValuesAffectedByRepresentedObject() const;
+
+  /// The dependencies of a key; "representedObject" for those in the set above.
+  [[nodiscard]] std::set<std::string> keyPathsForValuesAffectingValueForKey(
+      const platform::Key& key) const override;
+  [[nodiscard]] virtual std::set<std::string> keyPathsForValuesAffectingIsExpandable() const;
+  [[nodiscard]] virtual std::set<std::string> keyPathsForValuesAffectingIsGroup() const;
+
+  // --- properties
+
+  [[nodiscard]] virtual platform::Value uniqueID() const { return read(_uniqueID); }
+  void setUniqueID(platform::Value uniqueID);
+
+  [[nodiscard]] virtual platform::Value label() const { return read(_label); }
+  void setLabel(platform::Value label);
+
+  [[nodiscard]] platform::Value representedObject() const { return read(_representedObject); }
+  void setRepresentedObject(platform::Value object);
+
+  /// Absent once the parent is gone.
+  [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> parent() const { return read(_parent).lock(); }
+  void setParent(const std::shared_ptr<KRAVTWVItemVexil>& parent);
+
+  /// The children themselves, not a copy: the array changes as the item does. Whoever changes it
+  /// directly announces that. A null pointer when they are absent, which they are only after
+  /// `setChildren(nullptr)`; an absent array has no elements, and an item that is given children by
+  /// `addChild` or `replaceChildren` starts a new one.
+  [[nodiscard]] std::shared_ptr<KRAVTWVItemArray> children() const;
+  void setChildren(std::shared_ptr<KRAVTWVItemArray> children);
+
+  /// Whether views offer a switch for `enabled`.
+  [[nodiscard]] virtual bool supportsEnabled() const { return false; }
+  [[nodiscard]] virtual bool enabled() const { return _enabled; }
+
+  /// Both true when there is at least one child. Kinds override the first.
+  [[nodiscard]] virtual bool isGroup() const { return !isLeaf(); }
+  [[nodiscard]] virtual bool isExpandable() const { return !isLeaf(); }
+
+  // --- equality
+
+  /// By content: `other` is of the receiver's own class or a subclass of it, and `isEqualToItem`.
+  /// So a plain item can equal an event, but never the other way round. An item always equals itself.
+  /// Takes time in proportion to the subtree, less where it differs.
+  [[nodiscard]] bool isEqual(const platform::Object& other) const final;
+  [[nodiscard]] bool isEqual(const platform::Value& other) const;
+
+  /// Whether the represented objects are equal, as the receiver's says, and the children are, one by
+  /// one. False when the receiver represents nothing. Identifier, label, enabled and parent take no
+  /// part.
+  [[nodiscard]] bool isEqualToItem(const KRAVTWVItemVexil& item) const;
+
+  /// 31 * hash of the represented object (0 when absent) + hash of the children + 961; the hash of the
+  /// children follows from those of the whole subtree.
+  [[nodiscard]] std::size_t hash() const final;
+
+  /// `<Class: address> { uniqueID, label }`.
+  [[nodiscard]] std::string description() const override;
+
+  // --- children
+
+  /// Appends `child` and sets its parent to this item. Children that equal it, as they say
+  /// (`element.isEqual(child)`), are removed first, so that adding one again moves it to the end.
+  /// Raises `InvalidArgument` for a null pointer.
+  void addChild(const std::shared_ptr<KRAVTWVItemVexil>& child);
+
+  /// `addChild` for each item in order; in linear time unless many are equal.
+  void addChildren(const KRAVTWVItemArray& children);
+
+  /// Removes the children at these positions under one removal announcement; nothing happens when
+  /// there are none. Their `parent` is left alone. Raises `RangeError`, with nothing changed or
+  /// announced, when a position is past the end.
+  void removeChildrenAtIndexes(const platform::IndexSet& indexes);
+
+  /// Brings the children in line with a freshly built array, keeping the items that are still there.
+  ///
+  /// Three announcements at most, of "children", each only when it is not empty:
+  /// 1. removal of the children whose identifier is not in `fresh`, at their old positions;
+  /// 2. insertion of the items of `fresh` whose identifier is not among the children, those very
+  ///    objects, at their positions in `fresh`;
+  /// 3. replacement at the positions where a child that stayed does not equal the item that stands
+  ///    there in `fresh`. Each such child, while this is being announced, takes over that item's
+  ///    represented object (`setRepresentedObject`) and, by this same operation, its children; it
+  ///    keeps its class, identifier, label and parent. The announcements of what happens inside come
+  ///    before this one.
+  ///
+  /// Children that stay are paired with `fresh` by position, not by identifier: where their order
+  /// has changed, they take over each other's content. Nothing is announced when nothing differs.
+  /// A child that represents nothing never equals its counterpart and is refreshed every time.
+  ///
+  /// Raises `InvalidArgument` when an item on either side has no identifier, with nothing changed, and
+  /// `RangeError` when, because identifiers occur twice, a position is past the end of an array. What
+  /// was changed and announced before stays.
+  ///
+  /// Cost: linear in both arrays and in the subtrees compared, when nobody observes the subtree.
+  /// Observers may change what was compared, so below an observed item every level is compared anew.
+  ///
+  /// `fresh` may be a null pointer, which is an empty array.
+  void replaceChildren(const std::shared_ptr<const KRAVTWVItemArray>& fresh);
+
+  /// Raises `RangeError` when `index` is past the end.
+  [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> childAtIndex(std::size_t index) const;
+
+  /// All descendants in post-order: every item after its own descendants, siblings in their order,
+  /// this item not included.
+  [[nodiscard]] KRAVTWVItemArray recursiveChildren() const;
+
+  // --- the whole subtree
+
+  /// Registers for "children" on all `recursiveChildren`, as they are now, and then on this item;
+  /// and the inverse, in the same order. Raise what `addObserver` and `removeObserver` raise.
+  void addObserverForRecursiveChildrenWithOptionContext(
+      const std::shared_ptr<platform::Observer>& observer, platform::ObservingOptions options,
+      const platform::ContextToken* context);
+  void removeObserverForRecursiveChildrenWithContext(
+      const std::shared_ptr<platform::Observer>& observer, const platform::ContextToken* context);
+
+  // --- paths
+
+  /// "/" and the identifier, for each item from the topmost parent down to this one. Raises
+  /// `InvalidArgument` when one of them has no string for an identifier.
+  [[nodiscard]] std::string path() const;
+
+  /// The item at `path`, which begins with this item's own identifier; null when there is none. Of
+  /// siblings with one identifier the first that leads there is found. Raises `InvalidArgument` when
+  /// the search comes to an item that has no string for an identifier.
+  [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> itemWithPath(std::string_view path) const;
+
+  /// A new, empty directory of this user's below the temporary directory; absent when five attempts
+  /// to make one fail. Uses nothing of the item.
+  [[nodiscard]] std::optional<platform::FileURL> URLForUniqueTemporaryDirectory() const;
+
+ protected:
+  [[nodiscard]] const platform::KeyTable& keyTable() const override { return itemKeyTable(); }
+  static const platform::KeyTable& itemKeyTable();
+  [[nodiscard]] platform::Value valuesAtIndexesForKey(const platform::IndexSet& indexes,
+                                                      const platform::Key& key) const override;
+
+  /// Whether `other` is of the receiver's own class or of a subclass of it. `KRAVTWVKind` overrides
+  /// this for every kind.
+  [[nodiscard]] virtual bool isKindOfReceiversClass(const KRAVTWVItemVexil& other) const;
+
+  // The order of the fields is part of the design.
+  std::atomic<bool> _enabled{false};
+
+ private:
+  friend class detail::ItemComparison;
+  friend class detail::ItemMerge;
+
+  // An empty array is made when somebody first asks for it: most items never have children.
+  enum class Children : bool { absent, present };
+
+  [[nodiscard]] bool isLeaf() const;
+  /// For compound operations: the children, or null where there are none; and the array to add to.
+  [[nodiscard]] const KRAVTWVItemArray& currentChildren() const;
+  [[nodiscard]] KRAVTWVItemArray& childrenForAdding();
+  void insertChildren(const KRAVTWVItemArray& fresh, const platform::IndexSet& indexes);
+  void setChildrenValue(const platform::Value& children);
+  void setParentValue(const platform::Value& parent);
+  [[nodiscard]] platform::Value childrenValue() const;
+
+  Children _childrenState = Children::present;
+  platform::Value _representedObject;
+  platform::Value _uniqueID;
+  platform::Value _label;
+  std::weak_ptr<KRAVTWVItemVexil> _parent;
+  mutable std::shared_ptr<KRAVTWVItemArray> _children;
+};
+
+/// What every kind of item has from its class, for the kind `Self` derived from `Base`: the
+/// factories, and the class test of equality. A factory exists for the kinds that it can make.
+template <class Self, class Base>
+class KRAVTWVKind : public Base {
+ public:
+  using Base::Base;
+
+  static std::shared_ptr<Self> itemWithRepresentedObject(platform::Value object) {
+    return std::make_shared<Self>(std::move(object));
+  }
+  static std::shared_ptr<Self> itemWithLabelUniqueID(platform::Value label,
+                                                     platform::Value uniqueID)
+    requires std::derived_from<Self, KRAVTWVGroupVexil>
+  {
+    return std::make_shared<Self>(std::move(label), std::move(uniqueID));
+  }
+  static std::shared_ptr<Self> itemWithEvent(platform::Value event)
+    requires std::derived_from<Self, KRAVTWVEventVexil>
+  {
+    return itemWithRepresentedObject(std::move(event));
+  }
+  static std::shared_ptr<Self> itemWithDomain(platform::Value domain)
+    requires std::derived_from<Self, KRAVTWVDomainVexil>
+  {
+    return itemWithRepresentedObject(std::move(domain));
+  }
+  static std::shared_ptr<Self> itemWithQueuedTrigger(platform::Value trigger)
+    requires std::derived_from<Self, KRAVTWVQueuedTriggerVexil>
+  {
+    return itemWithRepresentedObject(std::move(trigger));
+  }
+  static std::shared_ptr<Self> itemWithActiveEvent(platform::Value event)
+    requires std::derived_from<Self, KRAVTWVActiveEventVexil>
+  {
+    return itemWithRepresentedObject(std::move(event));
+  }
+  /// The name is label, identifier and represented object alike.
+  static std::shared_ptr<Self> itemWithNetDomain(platform::Value name)
+    requires std::derived_from<Self, KRAVTWVNetDomainVexil>
+  {
+    return std::make_shared<Self>(name, name);
+  }
+  static std::shared_ptr<Self> itemWithNetService(std::shared_ptr<platform::NetService> service)
+    requires std::derived_from<Self, KRAVTWVNetServiceVexil>
+  {
+    return std::make_shared<Self>(std::move(service));
+  }
+
+ protected:
+  [[nodiscard]] bool isKindOfReceiversClass(const KRAVTWVItemVexil& other) const override {
+    return dynamic_cast<const Self*>(&other) != nullptr;
+  }
+};
+
+/// A kind that stands for an event. Only such items contribute to a schedule; ask with a cast.
+class KRAVTWVEventRepresenting {
+ public:
+  KRAVTWVEventRepresenting() = default;
+  KRAVTWVEventRepresenting(const KRAVTWVEventRepresenting&) = delete;
+  KRAVTWVEventRepresenting& operator=(const KRAVTWVEventRepresenting&) = delete;
+  virtual ~KRAVTWVEventRepresenting() = default;
+
+  /// The event record, whatever stands in its place; may be absent.
+  [[nodiscard]] virtual platform::Value representedEvent() const = 0;
+};
+
+// The kinds. A kind stores nothing that it can read from its represented object: what it derives is
+// read anew each time, and its observers are told when the represented object is replaced. Setting a
+// stored identifier or label has no effect on a kind that derives it. A key that is missing from a
+// record, and any key of something that is no record, reads as absent.
+
+/// A bare label, always a group, with or without children. It represents its identifier.
+class KRAVTWVGroupVexil : public KRAVTWVKind<KRAVTWVGroupVexil, KRAVTWVItemVexil> {
+ public:
+  using KRAVTWVKind::KRAVTWVKind;
+  /// `initWithLabel:uniqueID:`.
+  KRAVTWVGroupVexil(platform::Value label, platform::Value uniqueID);
+  ~KRAVTWVGroupVexil() override;
+
+  [[nodiscard]] bool isGroup() const override { return true; }
+};
+
+/// An event record. Identifier, label and enabled are read through `representedEvent`, so that a
+/// subclass that redefines it changes all three.
+class KRAVTWVEventVexil : public KRAVTWVKind<KRAVTWVEventVexil, KRAVTWVItemVexil>,
+                          public KRAVTWVEventRepresenting {
+ public:
+  using KRAVTWVKind::KRAVTWVKind;
+  ~KRAVTWVEventVexil() override;
+
+  [[nodiscard]] platform::Value uniqueID() const override;
+  [[nodiscard]] platform::Value label() const override;
+  [[nodiscard]] bool supportsEnabled() const override { return true; }
+  /// The boolean reading of the record's value: false when that is absent or no number.
+  [[nodiscard]] bool enabled() const override;
+  [[nodiscard]] platform::Value representedEvent() const override { return representedObject(); }
+  [[nodiscard]] std::set<std::string> keyPathsForValuesAffectedByRepresentedObject() const override;
+
+ protected:
+  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+};
+
+/// An event that may be run on demand: it shows its data like any event, but offers no switch.
+class KRAVTWVOnDemandVexil : public KRAVTWVKind<KRAVTWVOnDemandVexil, KRAVTWVEventVexil> {
+ public:
+  using KRAVTWVKind::KRAVTWVKind;
+  ~KRAVTWVOnDemandVexil() override;
+
+  [[nodiscard]] bool supportsEnabled() const override { return false; }
+};
+
+/// A domain record, always a group.
+class KRAVTWVDomainVexil : public KRAVTWVKind<KRAVTWVDomainVexil, KRAVTWVItemVexil> {
+ public:
+  using KRAVTWVKind::KRAVTWVKind;
+  ~KRAVTWVDomainVexil() override;
+
+  [[nodiscard]] platform::Value uniqueID() const override;
+  /// The domain's name, translated when the strings table of the receiver's class has it as a key.
+  [[nodiscard]] platform::Value label() const override;
+  [[nodiscard]] bool isGroup() const override { return true; }
+};
+
+/// A queued trigger record: an event and when it fires. The label is the event's name, read from the
+/// record itself and not through `representedEvent`.
+class KRAVTWVQueuedTriggerVexil : public KRAVTWVKind<KRAVTWVQueuedTriggerVexil, KRAVTWVItemVexil>,
+                                  public KRAVTWVEventRepresenting {
+ public:
+  using KRAVTWVKind::KRAVTWVKind;
+  ~KRAVTWVQueuedTriggerVexil() override;
+
+  [[nodiscard]] platform::Value uniqueID() const override;
+  [[nodiscard]] platform::Value label() const override;
+  [[nodiscard]] platform::Value representedEvent() const override;
+  /// The date in the record's trigger record.
+  [[nodiscard]] virtual platform::Value triggerDate() const;
+  [[nodiscard]] std::set<std::string> keyPathsForValuesAffectedByRepresentedObject() const override;
+
+ protected:
+  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+};
+
+/// A running event's record: the event and the host's own value for what it is doing. The label is
+/// read as a queued trigger's.
+class KRAVTWVActiveEventVexil : public KRAVTWVKind<KRAVTWVActiveEventVexil, KRAVTWVItemVexil>,
+                                public KRAVTWVEventRepresenting {
+ public:
+  using KRAVTWVKind::KRAVTWVKind;
+  ~KRAVTWVActiveEventVexil() override;
+
+  [[nodiscard]] platform::Value uniqueID() const override;
+  [[nodiscard]] platform::Value label() const override;
+  [[nodiscard]] bool supportsEnabled() const override { return false; }
+  [[nodiscard]] platform::Value representedEvent() const override;
+  /// What the host stored, handed on unchanged.
+  [[nodiscard]] virtual platform::Value activity() const;
+  [[nodiscard]] std::set<std::string> keyPathsForValuesAffectedByRepresentedObject() const override;
+
+ protected:
+  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+};
+
+/// A network domain: a group whose label and identifier are the domain's name.
+class KRAVTWVNetDomainVexil : public KRAVTWVKind<KRAVTWVNetDomainVexil, KRAVTWVGroupVexil> {
+ public:
+  using KRAVTWVKind::KRAVTWVKind;
+  ~KRAVTWVNetDomainVexil() override;
+};
+
+/// A network service. Identifier, label and domain are read from `netService`, which is set to the
+/// represented object when the item is made. An absent service reads as one without any values.
+class KRAVTWVNetServiceVexil : public KRAVTWVKind<KRAVTWVNetServiceVexil, KRAVTWVItemVexil> {
+ public:
+  using KRAVTWVKind::KRAVTWVKind;
+  /// `initWithNetService:`.
+  explicit KRAVTWVNetServiceVexil(std::shared_ptr<platform::NetService> service);
+  ~KRAVTWVNetServiceVexil() override;
+
+  /// Domain, type and name, separated by colons: "local.:_ipp._tcp.:Office".
+  [[nodiscard]] platform::Value uniqueID() const override;
+  [[nodiscard]] platform::Value label() const override;
+  [[nodiscard]] virtual platform::Value domain() const;
+
+  [[nodiscard]] std::shared_ptr<platform::NetService> netService() const {
+    return read(_netService);
+  }
+  void setNetService(std::shared_ptr<platform::NetService> service);
+
+ protected:
+  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+
+ private:
+  void setNetServiceValue(const platform::Value& service);
+  std::shared_ptr<platform::NetService> _netService;
+};

@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <platform/Error.h>
+#include <vexil/KRAVTWVItemsObserver.h>
+
+#include <utility>
+
+constinit const std::string_view KRAVTWVItemsObserverKeyPathRoot = "root";
+
+using platform::ChangeKind;
+using platform::ChangeRecord;
+using platform::ContextToken;
+using platform::Key;
+using platform::KeyAccess;
+using platform::ObservingOptions;
+using platform::Value;
+
+namespace {
+
+constexpr ContextToken rootContext("KRAVTWVItemsObserverKVOContextRoot");
+constexpr ContextToken childrenContext("KRAVTWVItemsObserverKVOContextChildren");
+
+const Key& rootKey() {
+  static const Key key(KRAVTWVItemsObserverKeyPathRoot);
+  return key;
+}
+
+std::shared_ptr<KRAVTWVItemVexil> itemIn(const Value& value) {
+  return std::dynamic_pointer_cast<KRAVTWVItemVexil>(value.object());
+}
+
+/// The items of a change record's array.
+KRAVTWVItemArray itemsIn(const Value& values) {
+  if (!values.isArray()) {
+    throw platform::InvalidArgument("a watched item's children were or became absent");
+  }
+  KRAVTWVItemArray items;
+  items.reserve(values.elements().size());
+  for (const Value& value : values.elements()) {
+    items.push_back(std::static_pointer_cast<KRAVTWVItemVexil>(value.object()));
+  }
+  return items;
+}
+
+}  // namespace
+
+std::shared_ptr<KRAVTWVItemsObserver> KRAVTWVItemsObserver::init() {
+  const std::shared_ptr<KRAVTWVItemsObserver> observer(new KRAVTWVItemsObserver);
+  observer->addObserver(observer, rootKey(), ObservingOptions::both, &rootContext);
+  return observer;
+}
+
+// The registration on itself needs no withdrawal: it goes with the observer that it stands in.
+KRAVTWVItemsObserver::~KRAVTWVItemsObserver() = default;
+
+void KRAVTWVItemsObserver::setRoot(const std::shared_ptr<KRAVTWVItemVexil>& root) {
+  assign(rootKey(), _root, std::weak_ptr(root));
+}
+
+void KRAVTWVItemsObserver::setRootValue(const Value& root) {
+  auto item = itemIn(root);
+  if (!item && !root.isAbsent()) {
+    throw platform::InvalidArgument("not an item: " + root.description());
+  }
+  setRoot(item);
+}
+
+void KRAVTWVItemsObserver::setDelegate(
+    const std::shared_ptr<KRAVTWVItemsObserverDelegate>& delegate) {
+  static const Key key("delegate");
+  assign(key, _delegate, std::weak_ptr(delegate));
+}
+
+void KRAVTWVItemsObserver::setDelegateValue(const Value& delegate) {
+  auto object = std::dynamic_pointer_cast<KRAVTWVItemsObserverDelegate>(delegate.object());
+  if (!object && !delegate.isAbsent()) {
+    throw platform::InvalidArgument("not a delegate: " + delegate.description());
+  }
+  setDelegate(object);
+}
+
+const platform::KeyTable& KRAVTWVItemsObserver::keyTable() const {
+  using ItemsObserver = KRAVTWVItemsObserver;
+  static const platform::KeyTable table(
+      nullptr,
+      {KeyAccess::readWrite<&ItemsObserver::root, &ItemsObserver::setRootValue>(rootKey()),
+       KeyAccess::readWrite<&ItemsObserver::delegate, &ItemsObserver::setDelegateValue>(
+           "delegate")});
+  return table;
+}
+
+std::shared_ptr<platform::Observer> KRAVTWVItemsObserver::self() {
+  return std::static_pointer_cast<KRAVTWVItemsObserver>(shared_from_this());
+}
+
+void KRAVTWVItemsObserver::observeValueForKeyPathOfObjectChangeContext(
+    const Key& keyPath, const std::shared_ptr<platform::Observable>& object,
+    const ChangeRecord& change, const ContextToken* context) {
+  if (context == &rootContext) {
+    rootDidChange(change);
+  } else if (context == &childrenContext) {
+    childrenDidChange(std::static_pointer_cast<KRAVTWVItemVexil>(object), change);
+  } else {
+    Observer::observeValueForKeyPathOfObjectChangeContext(keyPath, object, change, context);
+  }
+}
+
+void KRAVTWVItemsObserver::rootDidChange(const ChangeRecord& change) {
+  if (const auto oldRoot = itemIn(change.oldValue)) {
+    oldRoot->removeObserverForRecursiveChildrenWithContext(self(), &childrenContext);
+  }
+  if (const auto newRoot = itemIn(change.newValue)) {
+    newRoot->addObserverForRecursiveChildrenWithOptionContext(self(), ObservingOptions::both,
+                                                              &childrenContext);
+  }
+}
+
+void KRAVTWVItemsObserver::childrenDidChange(const std::shared_ptr<KRAVTWVItemVexil>& parent,
+                                             const ChangeRecord& change) {
+  const auto observer = std::static_pointer_cast<KRAVTWVItemsObserver>(shared_from_this());
+  const auto report = [&](ChangeKind kind, const KRAVTWVItemArray& items) {
+    if (const auto delegate = this->delegate()) {
+      delegate->itemsObserverDidObserveItemsIndexesParent(observer, kind, items, change.indexes,
+                                                          parent);
+    }
+  };
+  const bool isReplacement = change.kind == ChangeKind::replacement;
+  KRAVTWVItemArray oldItems;
+  if (!change.oldValue.isAbsent()) {
+    oldItems = itemsIn(change.oldValue);
+    for (const auto& item : oldItems) {
+      item->removeObserverForRecursiveChildrenWithContext(observer, &childrenContext);
+    }
+    if (!isReplacement) {
+      // Also of a setting: to a view, the old list is gone.
+      report(ChangeKind::removal, oldItems);
+    }
+  }
+  if (!change.newValue.isAbsent()) {
+    const KRAVTWVItemArray newItems = itemsIn(change.newValue);
+    for (const auto& item : newItems) {
+      item->addObserverForRecursiveChildrenWithOptionContext(observer, ObservingOptions::both,
+                                                             &childrenContext);
+    }
+    if (!isReplacement) {
+      report(change.kind, newItems);
+    }
+  }
+  if (isReplacement) {
+    report(ChangeKind::replacement, oldItems);
+  }
+}
