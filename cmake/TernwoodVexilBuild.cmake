@@ -31,6 +31,8 @@ function(ternwoodvexil_warnings target)
             -Wdouble-promotion
             -Wformat=2
             -Wimplicit-fallthrough)
+  # GCC 12 takes std::string's own operator+ for an overlapping copy when it optimises (PR 105651).
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
   if(TERNWOODVEXIL_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: Apache-2.0
+// What it costs to take in a list of events, and to take it in again.
+//
+// Records are built and old ones destroyed while the clock stands. One observer is attached, which
+// counts the items of every report; a benchmark whose counts are not what they must be reports an
+// error in place of a time.
+#include <benchmark/benchmark.h>
+#include <vexil/KRAVTWVItemsObserver.h>
+#include <vexil/KRAVTWVItemsVexil.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "Heap.h"
+#include "Records.h"
+#include "TableReporter.h"
+
+using platform::ChangeKind;
+using platform::Value;
+
+namespace {
+
+struct Counts {
+  std::size_t removed = 0;
+  std::size_t inserted = 0;
+  std::size_t replaced = 0;
+  bool operator==(const Counts&) const = default;
+};
+
+class CountingDelegate : public KRAVTWVItemsObserverDelegate {
+ public:
+  void itemsObserverDidObserveItemsIndexesParent(
+      const std::shared_ptr<KRAVTWVItemsObserver>&, ChangeKind kind, const KRAVTWVItemArray& items,
+      const std::optional<platform::IndexSet>&, const std::shared_ptr<KRAVTWVItemVexil>&) override {
+    (kind == ChangeKind::removal     ? counts.removed
+     : kind == ChangeKind::insertion ? counts.inserted
+                                     : counts.replaced) += items.size();
+  }
+  Counts counts;
+};
+
+/// An event list with an observer on its tree.
+struct WatchedList {
+  WatchedList() {
+    observer->setDelegate(delegate);
+    observer->setRoot(list->root());
+  }
+  WatchedList(const WatchedList&) = delete;
+  WatchedList& operator=(const WatchedList&) = delete;
+  ~WatchedList() { observer->setRoot(nullptr); }
+
+  std::shared_ptr<KRAVTWVEventsVexil> list = std::make_shared<KRAVTWVEventsVexil>();
+  std::shared_ptr<CountingDelegate> delegate = std::make_shared<CountingDelegate>();
+  std::shared_ptr<KRAVTWVItemsObserver> observer = KRAVTWVItemsObserver::init();
+};
+
+void timed(benchmark::State& state, const std::function<void()>& work) {
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  state.SetIterationTime(
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+}
+
+std::size_t sizeOf(const benchmark::State& state) {
+  return static_cast<std::size_t>(state.range(0));
+}
+
+void load(benchmark::State& state) {
+  EngineModel engine(sizeOf(state));
+  std::size_t recordBytes = 0;
+  std::size_t listBytes = 0;
+  for (auto _ : state) {
+    const std::size_t before = heapBytes();
+    const Value records = engine.freshRecords();
+    const std::size_t withRecords = heapBytes();
+    WatchedList watched;
+    timed(state, [&] { watched.list->setEvents(records); });
+    recordBytes = withRecords - before;
+    listBytes = heapBytes() - withRecords;
+    if (watched.delegate->counts != Counts{.inserted = engine.size()}) {
+      state.SkipWithError("wrong count");
+    }
+  }
+  state.counters["bytes per record"] = static_cast<double>(recordBytes);
+  state.counters["bytes per item"] = static_cast<double>(listBytes);
+}
+
+/// Refreshes a loaded list with what `next` gives, and checks what is reported each time.
+void refresh(benchmark::State& state, const Counts& expected,
+             const std::function<Value(EngineModel&, const Value& held)>& next) {
+  EngineModel engine(sizeOf(state));
+  WatchedList watched;
+  watched.list->setEvents(engine.freshRecords());
+  std::size_t allocations = 0;
+  for (auto _ : state) {
+    const Value records = next(engine, watched.list->sortedEvents());
+    // Held until the clock stands, so that it is not charged with destroying it.
+    const Value held = watched.list->sortedEvents();
+    watched.delegate->counts = {};
+    const std::size_t before = heapAllocations();
+    timed(state, [&] { watched.list->setEvents(records); });
+    allocations = heapAllocations() - before;
+    if (watched.delegate->counts != expected) {
+      state.SkipWithError("wrong count");
+    }
+  }
+  state.counters["allocations"] = static_cast<double>(allocations);
+}
+
+void refreshEqualFresh(benchmark::State& state) {
+  refresh(state, {}, [](EngineModel& engine, const Value&) { return engine.freshRecords(); });
+}
+
+void refreshEqualSame(benchmark::State& state) {
+  refresh(state, {},
+          [](EngineModel& engine, const Value& held) { return engine.shuffled(held); });
+}
+
+void refreshOneChanged(benchmark::State& state) {
+  refresh(state, {.replaced = 1}, [](EngineModel& engine, const Value&) {
+    engine.changeOne();
+    return engine.freshRecords();
+  });
+}
+
+void refreshSomeOfEach(benchmark::State& state) {
+  // How many are replaced depends on how the survivors stand, so only what came and went is checked.
+  EngineModel engine(sizeOf(state));
+  WatchedList watched;
+  watched.list->setEvents(engine.freshRecords());
+  const std::size_t share = engine.size() / 100;
+  for (auto _ : state) {
+    engine.removeInsertAndChange();
+    const Value records = engine.freshRecords();
+    const Value held = watched.list->sortedEvents();
+    watched.delegate->counts = {};
+    timed(state, [&] { watched.list->setEvents(records); });
+    const Counts counts = watched.delegate->counts;
+    if (counts.removed != share || counts.inserted != share || counts.replaced < share) {
+      state.SkipWithError("wrong count");
+    }
+  }
+}
+
+void refreshOneRenamedAcross(benchmark::State& state) {
+  refresh(state, {.replaced = sizeOf(state)}, [](EngineModel& engine, const Value&) {
+    engine.renameAcross();
+    return engine.freshRecords();
+  });
+}
+
+void registerObserver(benchmark::State& state) {
+  EngineModel engine(sizeOf(state));
+  WatchedList watched;
+  watched.list->setEvents(engine.freshRecords());
+  const auto observer = KRAVTWVItemsObserver::init();
+  for (auto _ : state) {
+    timed(state, [&] { observer->setRoot(watched.list->root()); });
+    observer->setRoot(nullptr);
+  }
+}
+
+void withdrawObserver(benchmark::State& state) {
+  EngineModel engine(sizeOf(state));
+  WatchedList watched;
+  watched.list->setEvents(engine.freshRecords());
+  const auto observer = KRAVTWVItemsObserver::init();
+  for (auto _ : state) {
+    observer->setRoot(watched.list->root());
+    timed(state, [&] { observer->setRoot(nullptr); });
+  }
+}
+
+/// Building one record, its nested one included.
+void buildRecords(benchmark::State& state) {
+  EngineModel engine(sizeOf(state));
+  for (auto _ : state) {
+    Value records;
+    timed(state, [&] { records = engine.freshRecords(); });
+  }
+}
+
+void addBenchmark(const char* name, void (*run)(benchmark::State&)) {
+  benchmark::RegisterBenchmark(name, run)
+      ->RangeMultiplier(10)
+      ->Range(1'000, 1'000'000)
+      ->UseManualTime()
+      ->MinTime(0.2);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  addBenchmark("building the records, shuffled", buildRecords);
+  addBenchmark("loading", load);
+  addBenchmark("refresh: equal, fresh objects in another order", refreshEqualFresh);
+  addBenchmark("refresh: equal, the same objects in another order", refreshEqualSame);
+  addBenchmark("refresh: one changed", refreshOneChanged);
+  addBenchmark("refresh: 1 % removed, inserted, changed each", refreshSomeOfEach);
+  addBenchmark("refresh: one renamed across the list", refreshOneRenamedAcross);
+  addBenchmark("registering an observer on the tree", registerObserver);
+  addBenchmark("withdrawing it", withdrawObserver);
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    return 1;
+  }
+  TableReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  benchmark::Shutdown();
+}
