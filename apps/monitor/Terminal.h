@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace monitor {
+
+/// How text looks on a terminal; plain when it does not go to one.
+class Style {
+ public:
+  explicit Style(bool coloured) : _coloured(coloured) {}
+
+  [[nodiscard]] std::string bold(std::string_view text) const { return in("1", text); }
+  [[nodiscard]] std::string faint(std::string_view text) const { return in("2", text); }
+  [[nodiscard]] std::string red(std::string_view text) const { return in("31", text); }
+  [[nodiscard]] std::string green(std::string_view text) const { return in("32", text); }
+  [[nodiscard]] std::string yellow(std::string_view text) const { return in("33", text); }
+
+ private:
+  [[nodiscard]] std::string in(std::string_view code, std::string_view text) const;
+  bool _coloured;
+};
+
+/// How many columns of a terminal a text fills: two for a wide character of East Asian scripts and
+/// most emoji, none for a combining mark. Malformed UTF-8 counts one column a byte.
+[[nodiscard]] std::size_t columns(std::string_view text);
+
+/// The text with spaces up to `width` columns; longer text is cut, its last column being "…".
+[[nodiscard]] std::string fitted(std::string_view text, std::size_t width);
+
+}  // namespace monitor

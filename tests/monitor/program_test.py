@@ -1,0 +1,227 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Runs ternwood-monitor as a user does: shows the sample, follows edits of a copy of it.
+
+    program_test.py MONITOR SAMPLE
+"""
+import os
+import pathlib
+import queue
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import threading
+import unittest
+
+MONITOR, SAMPLE = sys.argv[1:3]
+PATIENCE = 20.0  # seconds until a line that must come is missed
+QUIET = 0.8  # seconds without a line after which none is taken to come
+
+
+def show(*arguments):
+    return subprocess.run([MONITOR, *arguments], capture_output=True, text=True)
+
+
+class Follower:
+    """A monitor that follows a root, and the lines it prints."""
+
+    def __init__(self, root, *arguments):
+        self.process = subprocess.Popen(
+            [MONITOR, "--root", root, "--follow", *arguments],
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        self.lines = queue.Queue()
+        threading.Thread(target=self._read, daemon=True).start()
+        while not self.next(PATIENCE).startswith("Watching"):
+            pass
+
+    def _read(self):
+        for line in self.process.stdout:
+            self.lines.put(line.rstrip("\n"))
+
+    def next(self, seconds):
+        return self.lines.get(timeout=seconds)
+
+    def after(self, edit, count):
+        """The lines that follow an edit: waits for `count`, then makes sure no more come."""
+        edit()
+        lines = [self.next(PATIENCE) for _ in range(count)]
+        try:
+            while True:
+                lines.append(self.next(QUIET))
+        except queue.Empty:
+            return lines
+
+    def end(self):
+        self.process.send_signal(signal.SIGINT)
+        _, errors = self.process.communicate(timeout=PATIENCE)
+        return self.process.returncode, errors
+
+
+class Shows(unittest.TestCase):
+    def test_the_sample_without_a_warning(self):
+        result = show("--root", SAMPLE)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.assertRegex(result.stdout.splitlines()[0], r"^Events  \d+ jobs in \d+ tables, \d+ disabled$")
+        self.assertIn("● Nightly backup", result.stdout)
+
+    def test_columns_that_line_up(self):
+        rows = show("--root", SAMPLE).stdout.splitlines()[1:]
+        column = {row.index("Crontab of deploy") for row in rows if "Crontab of deploy" in row}
+        self.assertEqual(len(column), 1)
+
+    def test_colours_only_where_they_are_wanted(self):
+        self.assertNotIn("\x1b", show("--root", SAMPLE).stdout)
+        self.assertIn("\x1b[32m●\x1b[0m", show("--root", SAMPLE, "--colour", "always").stdout)
+
+    def test_a_clear_error_for_a_missing_directory(self):
+        result = show("--root", "/does/not/exist")
+        self.assertEqual((result.returncode, result.stdout), (1, ""))
+        self.assertIn("/does/not/exist", result.stderr)
+        self.assertEqual(len(result.stderr.splitlines()), 1)
+
+    def test_wrong_usage(self):
+        for arguments in (["--unknown"], ["--root"], ["--announcements"], ["--colour", "pink"]):
+            result = show(*arguments)
+            self.assertEqual((result.returncode, result.stdout), (2, ""), arguments)
+            self.assertIn("usage:", result.stderr)
+
+    def test_one_warning_for_a_line_that_cannot_be_understood(self):
+        with tempfile.TemporaryDirectory() as root:
+            table = pathlib.Path(root, "etc/cron.d/x")
+            table.parent.mkdir(parents=True)
+            table.write_text("61 * * * * root broken\n5 * * * * root fine\n")
+            result = show("--root", root)
+            self.assertEqual(result.returncode, 0)
+            self.assertEqual(result.stderr,
+                             "ternwood-monitor: etc/cron.d/x:1: minute 61 is out of range 0-59\n")
+            self.assertIn("fine", result.stdout)
+            self.assertIn("1 job in 1 table", result.stdout)
+
+
+class Follows(unittest.TestCase):
+    def setUp(self):
+        self.directory = tempfile.TemporaryDirectory()
+        self.root = os.path.join(self.directory.name, "root")
+        shutil.copytree(SAMPLE, self.root)
+        self.backup = pathlib.Path(self.root, "etc/cron.d/backup")
+        self.anna = pathlib.Path(self.root, "var/spool/cron/crontabs/anna")
+        self.follower = Follower(self.root)
+
+    def tearDown(self):
+        if self.follower:
+            self.follower.process.kill()
+            self.follower.process.communicate()
+        self.directory.cleanup()
+
+    def end(self):
+        status, errors = self.follower.end()
+        self.follower = None
+        self.assertEqual((status, errors), (0, ""))
+
+    def sed(self, script, path):
+        return lambda: subprocess.run(["sed", "-i", script, path], check=True)
+
+    def test_edits_exactly_a_line_each(self):
+        after = self.follower.after
+        with self.subTest("a schedule, by sed -i"):
+            self.assertEqual(
+                after(self.sed("s/^15 3 \\*/45 4 */", self.backup), 1),
+                ["~ Home directories (cron.d/backup): schedule changed from 15 3 * * * to 45 4 * * *"])
+        with self.subTest("a name, which moves the job across the list"):
+            self.assertEqual(
+                after(self.sed("s/^# Home directories/# Zuhause/", self.backup), 1),
+                ["~ Zuhause (cron.d/backup): renamed from Home directories to Zuhause"])
+        with self.subTest("switched off"):
+            self.assertEqual(
+                after(self.sed("s/^40 6/#40 6/", self.backup), 1),
+                ["~ Read back a random file of last night's backup (cron.d/backup): now disabled"])
+        with self.subTest("switched on again, at another time"):
+            self.assertEqual(
+                after(self.sed("s/^#40 6/41 6/", self.backup), 1),
+                ["~ Read back a random file of last night's backup (cron.d/backup): now enabled, "
+                 "schedule changed from 40 6 * * * to 41 6 * * *"])
+        with self.subTest("appended to"):
+            def append():
+                with open(self.anna, "a") as table:
+                    table.write("# Water the plants\n0 8 * * 5 water --all\n")
+            self.assertEqual(after(append, 1),
+                             ["+ Water the plants (Crontab of anna): appeared, 0 8 * * 5"])
+        with self.subTest("a line deleted"):
+            self.assertEqual(after(self.sed("/^0 8 \\* \\* 5 water/d", self.anna), 1),
+                             ["- Water the plants (Crontab of anna): vanished"])
+        with self.subTest("lines in another order"):
+            def reverse():
+                jobs = self.anna.read_text().split("# m h  dom mon dow   command\n")[1]
+                blocks, block = [], []
+                for line in jobs.splitlines(keepends=True):
+                    block.append(line)
+                    if not line.startswith("# "):
+                        blocks.append("".join(block))
+                        block = []
+                self.assertGreater(len(blocks), 3)
+                self.anna.write_text("".join(reversed(blocks)))
+            self.assertEqual(after(reverse, 0), [])
+        with self.subTest("saved by an editor that writes a new file and renames it"):
+            def save():
+                fresh = self.backup.with_name("backup.new")
+                fresh.write_text(self.backup.read_text().replace("@weekly ", "@monthly"))
+                os.rename(fresh, self.backup)
+            self.assertEqual(
+                after(save, 1),
+                ["~ Drop backups older than ninety days (cron.d/backup): "
+                 "schedule changed from @weekly to @monthly"])
+        with self.subTest("saved by an editor that moves the old file away first"):
+            def save_with_backup():
+                text = self.backup.read_text()
+                os.rename(self.backup, self.backup.with_name("backup~"))
+                self.backup.write_text(text.replace("45 4 * * *", "46 4 * * *"))
+            self.assertEqual(
+                after(save_with_backup, 1),
+                ["~ Zuhause (cron.d/backup): schedule changed from 45 4 * * * to 46 4 * * *"])
+        with self.subTest("a table comes and goes"):
+            table = pathlib.Path(self.root, "etc/cron.d/extra")
+            self.assertEqual(after(lambda: table.write_text("@daily root one\n@daily root two\n"), 2),
+                             ["+ one (cron.d/extra): appeared, @daily",
+                              "+ two (cron.d/extra): appeared, @daily"])
+            self.assertEqual(after(table.unlink, 2), ["- one (cron.d/extra): vanished",
+                                                      "- two (cron.d/extra): vanished"])
+        self.end()
+
+    def test_several_edits_in_one_save(self):
+        def edit():
+            text = self.anna.read_text()
+            text = text.replace("# Monatsabschluss", "# Abschluss").replace("0 7 * * mon", "0 6 * * mon")
+            self.anna.write_text(text)
+        self.assertEqual(
+            sorted(self.follower.after(edit, 2)),
+            ["~ Abschluss (Crontab of anna): renamed from Monatsabschluss to Abschluss",
+             "~ Wochenübersicht an die Geschäftsleitung (Crontab of anna): "
+             "schedule changed from 0 7 * * mon to 0 6 * * mon"])
+        self.end()
+
+    def test_nothing_when_a_file_is_only_touched(self):
+        self.assertEqual(self.follower.after(lambda: os.utime(self.backup), 0), [])
+        self.end()
+
+
+class Announces(unittest.TestCase):
+    def test_reports_as_they_come(self):
+        with tempfile.TemporaryDirectory() as root:
+            table = pathlib.Path(root, "etc/cron.d/x")
+            table.parent.mkdir(parents=True)
+            table.write_text("# A\n1 * * * * root a\n# B\n2 * * * * root b\n# C\n3 * * * * root c\n")
+            follower = Follower(root, "--announcements")
+            renamed = "# D\n1 * * * * root a\n# B\n2 * * * * root b\n# C\n3 * * * * root c\n"
+            # Survivors are paired by position, so all three take over another's content.
+            self.assertEqual(follower.after(lambda: table.write_text(renamed), 1),
+                             ["replacement in /root at {0-2}: B, C, D"])
+            fewer = "# D\n1 * * * * root a\n# C\n3 * * * * root c\n# E\n4 * * * * root e\n"
+            self.assertEqual(follower.after(lambda: table.write_text(fewer), 2),
+                             ["removal in /root at {0}: B", "insertion in /root at {2}: E"])
+            self.assertEqual(follower.end(), (0, ""))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=2)
