@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <platform/PropertyListBuilder.h>
+
+#include <algorithm>
+#include <iterator>
+#include <unordered_set>
+#include <utility>
+
+namespace platform::detail {
+
+Value DictionaryMaker::make(std::span<const Key> keys, std::span<Value> values) {
+  std::size_t hash = keys.size();
+  for (const Key& key : keys) {
+    hash = hash * 31 + key.hash();
+  }
+  Known& known = _known[hash % _known.size()];
+  if (std::ranges::equal(known.example.keys(), keys)) {
+    // The example is a dictionary, or there are no keys; an empty shape is as good for those.
+    if (!known.shape) {
+      known.shape.emplace(keys);
+    }
+    return known.shape->record(values);
+  }
+  std::vector<std::pair<Key, Value>> entries;
+  entries.reserve(keys.size());
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    entries.emplace_back(keys[i], std::move(values[i]));
+  }
+  known.shape.reset();
+  return known.example = Value::dictionary(std::move(entries));
+}
+
+std::optional<Key> repeatedKey(std::span<const Key> keys) {
+  constexpr std::size_t few = 16;
+  if (keys.size() <= few) {
+    for (auto key = keys.begin(); key != keys.end(); ++key) {
+      if (std::find(keys.begin(), key, *key) != key) {
+        return *key;
+      }
+    }
+    return std::nullopt;
+  }
+  std::unordered_set<Key> seen(keys.size());
+  for (const Key& key : keys) {
+    if (!seen.insert(key).second) {
+      return key;
+    }
+  }
+  return std::nullopt;
+}
+
+PropertyListBuilder::Place PropertyListBuilder::place() const {
+  if (_open.empty()) {
+    return _root ? Place::end : Place::root;
+  }
+  const Open& open = _open.back();
+  if (!open.isDictionary) {
+    return Place::element;
+  }
+  return _keys.size() - open.firstKey == _values.size() - open.firstValue ? Place::key
+                                                                          : Place::value;
+}
+
+void PropertyListBuilder::add(Value value) {
+  if (_open.empty()) {
+    _root = std::move(value);
+  } else {
+    _values.push_back(std::move(value));
+  }
+}
+
+std::span<const Key> PropertyListBuilder::keys() const {
+  return std::span(_keys).subspan(_open.back().firstKey);
+}
+
+void PropertyListBuilder::end() {
+  const Open open = _open.back();
+  const auto first = _values.begin() + static_cast<std::ptrdiff_t>(open.firstValue);
+  Value container;
+  if (open.isDictionary) {
+    container = _dictionaries.make(keys(), std::span(first, _values.end()));
+    _keys.erase(_keys.begin() + static_cast<std::ptrdiff_t>(open.firstKey), _keys.end());
+  } else {
+    container = Value::array(
+        std::vector<Value>(std::make_move_iterator(first), std::make_move_iterator(_values.end())));
+  }
+  _values.erase(first, _values.end());
+  _open.pop_back();
+  add(std::move(container));
+}
+
+}  // namespace platform::detail

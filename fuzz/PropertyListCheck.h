@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <platform/PropertyList.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+
+namespace fuzz {
+
+/// What holds of every input: a reader says the same twice, what it accepts can be walked, and what
+/// it refuses it gives a reason and a place for.
+inline void checkReader(decltype(&platform::readPropertyList) read, const std::uint8_t* data,
+                        std::size_t size) {
+  platform::PropertyListLimits limits;
+  limits.depth = 64;
+  limits.expandedObjects = 10'000;
+  const auto bytes = std::as_bytes(std::span(data, size));
+  const auto first = read(bytes, limits);
+  const auto second = read(bytes, limits);
+  const auto demand = [](bool holds) {
+    if (!holds) {
+      std::abort();
+    }
+  };
+  demand(static_cast<bool>(first) == static_cast<bool>(second));
+  if (first) {
+    demand(*first == *second);
+    demand(first->hash() == second->hash());
+    demand(first->description() == second->description());
+  } else {
+    demand(!first.error().message.empty());
+    demand(size == 0 || first.error().line || first.error().offset);
+    demand(first.error().offset.value_or(0) <= size);
+  }
+}
+
+}  // namespace fuzz

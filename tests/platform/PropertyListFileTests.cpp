@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: Apache-2.0
+// Which format bytes are taken for, and property lists in files.
+#include "../support/BinaryPropertyListBuilder.h"
+#include "../support/PropertyListTesting.h"
+
+#include <platform/PropertyList.h>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <type_traits>
+
+namespace {
+
+using platform::PropertyListFormat;
+using platform::PropertyListResult;
+using platform::Value;
+using test::Code;
+using test::reads;
+
+PropertyListFormat formatOf(std::string_view text) {
+  return platform::propertyListFormatOf(test::bytesOf(text));
+}
+
+static_assert(static_cast<int>(PropertyListFormat::text) == 1);
+static_assert(static_cast<int>(PropertyListFormat::xml) == 100);
+static_assert(static_cast<int>(PropertyListFormat::binary) == 200);
+static_assert(std::is_nothrow_move_constructible_v<PropertyListResult<Value>>);
+static_assert(!std::is_convertible_v<PropertyListResult<Value>, bool>);
+
+TEST(PropertyListFormat, BinaryBeginsWithItsMagic) {
+  EXPECT_EQ(formatOf("bplist00"), PropertyListFormat::binary);
+  EXPECT_EQ(formatOf("bplist15"), PropertyListFormat::binary);
+  EXPECT_EQ(formatOf("bplist"), PropertyListFormat::binary);
+  EXPECT_EQ(formatOf("bplis"), PropertyListFormat::text);
+  EXPECT_EQ(formatOf(" bplist00"), PropertyListFormat::text);
+}
+
+TEST(PropertyListFormat, XMLBeginsWithAnElementADeclarationOrAComment) {
+  for (const char* text :
+       {"<?xml", "<!DOCTYPE", "<!--", "<plist", "<dict/>", "<array>", "<data>", "<date>", "<string",
+        "\n\t <true/>", "\xEF\xBB\xBF<true/>", "\xEF\xBB\xBF \r\n<a:b", "<zz>"}) {
+    EXPECT_EQ(formatOf(text), PropertyListFormat::xml) << text;
+  }
+}
+
+TEST(PropertyListFormat, HexadecimalDataIsText) {
+  for (const char* text :
+       {"<>", "<dead beef>", "<0fbd>", "< 00>", " <ab", "<", "<abc>", "<dada\n>"}) {
+    EXPECT_EQ(formatOf(text), PropertyListFormat::text) << text;
+  }
+}
+
+TEST(PropertyListFormat, AnythingElseIsText) {
+  for (const char* text :
+       {"", " ", "{a=b;}", "()", "word", "// <plist>", "\xEF\xBB\xBF{}", "\xFF"}) {
+    EXPECT_EQ(formatOf(text), PropertyListFormat::text) << text;
+  }
+}
+
+TEST(PropertyListFormat, UTF16WithAndWithoutItsMark) {
+  const auto bytes = [](std::u16string_view text, bool isBigEndian) {
+    std::string result;
+    for (const char16_t unit : text) {
+      const char high = static_cast<char>(unit >> 8);
+      const char low = static_cast<char>(unit & 0xFF);
+      result += isBigEndian ? std::string{high, low} : std::string{low, high};
+    }
+    return result;
+  };
+  for (const bool isBigEndian : {false, true}) {
+    EXPECT_EQ(formatOf(bytes(u"\uFEFF <plist>", isBigEndian)), PropertyListFormat::xml);
+    EXPECT_EQ(formatOf(bytes(u"<plist>", isBigEndian)), PropertyListFormat::xml);
+    EXPECT_EQ(formatOf(bytes(u"\uFEFF<00>", isBigEndian)), PropertyListFormat::text);
+    EXPECT_EQ(formatOf(bytes(u"\uFEFF{}", isBigEndian)), PropertyListFormat::text);
+    EXPECT_EQ(formatOf(bytes(u"\uFEFF\u3c00", isBigEndian)), PropertyListFormat::text);
+  }
+}
+
+TEST(PropertyListFormat, EachIsReadByItsReader) {
+  test::BinaryPropertyListBuilder list;
+  list.objects = {test::hex("A1 01"), test::hex("51 61")};
+  for (const std::string& file : {list.file(), std::string("<array><string>a</string></array>"),
+                                  std::string("(a)"), std::string("\xEF\xBB\xBF( 'a', )")}) {
+    EXPECT_TRUE(reads(platform::readPropertyList(test::bytesOf(file)), Value::array({"a"})))
+        << file;
+  }
+  EXPECT_TRUE(
+      reads(platform::readPropertyList(test::bytesOf("<61>")), Value::data(test::bytesOf("a"))));
+  EXPECT_TRUE(test::refused(platform::readPropertyList({}), Code::noBytes));
+}
+
+TEST(PropertyListResult, HoldsAValueOrAnError) {
+  const PropertyListResult<Value> value = test::readText("(a)");
+  EXPECT_TRUE(value);
+  EXPECT_EQ(value->elements().size(), 1U);
+  EXPECT_TRUE(*value == value.value());
+  EXPECT_THROW((void)value.error(), std::bad_variant_access);
+  const PropertyListResult<Value> error = test::readText("(a");
+  EXPECT_FALSE(error);
+  EXPECT_EQ(error.error().description(), "line 1: the input ends within an array");
+  EXPECT_THROW((void)error.value(), std::bad_variant_access);
+  EXPECT_THROW((void)*error, std::bad_variant_access);
+}
+
+class PropertyListFile : public ::testing::Test {
+ protected:
+  PropertyListFile() {
+    std::string name = (std::filesystem::temp_directory_path() / "property-list-XXXXXX").string();
+    _directory = ::mkdtemp(name.data());
+  }
+  ~PropertyListFile() override { std::filesystem::remove_all(_directory); }
+
+  [[nodiscard]] std::filesystem::path path(const std::string& name) const {
+    return _directory / name;
+  }
+
+  [[nodiscard]] std::filesystem::path write(const std::string& name,
+                                            const std::string& contents) const {
+    std::ofstream(path(name), std::ios::binary) << contents;
+    return path(name);
+  }
+
+ private:
+  std::filesystem::path _directory;
+};
+
+TEST_F(PropertyListFile, IsReadInAnyFormat) {
+  test::BinaryPropertyListBuilder list;
+  list.objects = {test::hex("A1 01"), test::hex("51 61")};
+  const Value value = Value::array({"a"});
+  EXPECT_TRUE(reads(platform::readPropertyListFile(write("binary", list.file())), value));
+  EXPECT_TRUE(reads(platform::readPropertyListFile(write("text", "(a)")), value));
+  EXPECT_TRUE(reads(platform::readPropertyListFile(
+                        write("xml", "<plist><array><string>a</string></array></plist>")),
+                    value));
+}
+
+TEST_F(PropertyListFile, OfAnyLengthIsReadWhole) {
+  for (const std::size_t length : {1U, 4094U, 4095U, 4096U, 4097U, 100'000U}) {
+    const std::string text(length, 'x');
+    EXPECT_TRUE(reads(platform::readPropertyListFile(write("text", text)), text)) << length;
+  }
+}
+
+TEST_F(PropertyListFile, LongerThanTheLimitIsRefused) {
+  platform::PropertyListLimits limits;
+  limits.inputBytes = 10;
+  EXPECT_TRUE(
+      reads(platform::readPropertyListFile(write("text", "0123456789"), limits), "0123456789"));
+  EXPECT_TRUE(test::refused(platform::readPropertyListFile(write("text", "0123456789a"), limits),
+                            Code::tooLong));
+  limits.inputBytes = 0;
+  EXPECT_TRUE(test::refused(platform::readPropertyListFile(path("text"), limits), Code::tooLong));
+}
+
+TEST_F(PropertyListFile, ThatIsMissing) {
+  const auto read = platform::readPropertyListFile(path("missing"));
+  ASSERT_TRUE(test::refused(read, Code::fileMissing));
+  EXPECT_EQ(read.error().file, path("missing").string());
+  EXPECT_EQ(read.error().description(), path("missing").string() + ": No such file or directory");
+  EXPECT_TRUE(
+      test::refused(platform::readPropertyListFile(path("missing/further")), Code::fileMissing));
+  EXPECT_TRUE(test::refused(platform::readPropertyListFile(write("file", "a") / "further"),
+                            Code::fileMissing));
+  EXPECT_TRUE(test::refused(platform::readPropertyListFile(""), Code::fileMissing));
+}
+
+TEST_F(PropertyListFile, ThatIsADirectory) {
+  const auto read = platform::readPropertyListFile(path(""));
+  ASSERT_TRUE(test::refused(read, Code::notAFile));
+  EXPECT_EQ(read.error().message, "a directory");
+}
+
+TEST_F(PropertyListFile, ThatIsAPipeDoesNotMakeTheCallerWait) {
+  ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
+  EXPECT_TRUE(test::refused(platform::readPropertyListFile(path("pipe")), Code::notAFile));
+  EXPECT_TRUE(test::refused(platform::readPropertyListFile("/dev/zero"), Code::notAFile));
+}
+
+TEST_F(PropertyListFile, ThatMayNotBeRead) {
+  const auto file = write("secret", "a");
+  std::filesystem::permissions(file, std::filesystem::perms::none);
+  const auto read = platform::readPropertyListFile(file);
+  // Nothing is forbidden to the superuser.
+  if (::geteuid() == 0) {
+    EXPECT_TRUE(reads(read, "a"));
+  } else {
+    EXPECT_TRUE(test::refused(read, Code::fileUnreadable));
+  }
+  const std::string tooLongAName(5000, 'x');
+  EXPECT_TRUE(
+      test::refused(platform::readPropertyListFile(path(tooLongAName)), Code::fileUnreadable));
+}
+
+TEST_F(PropertyListFile, ThatIsEmpty) {
+  EXPECT_TRUE(test::refused(platform::readPropertyListFile(write("empty", "")), Code::noBytes));
+}
+
+TEST_F(PropertyListFile, FaultsNameTheFileAndTheLine) {
+  const auto file = write("bad", "{\n  a = b\n}");
+  const auto read = platform::readPropertyListFile(file);
+  ASSERT_TRUE(test::refused(read, Code::unexpectedCharacter, test::Line{2}));
+  EXPECT_EQ(read.error().description(), file.string() + ": line 2: a value is not followed by ;");
+}
+
+TEST_F(PropertyListFile, ThatTheKernelMakesUpHasNoSizeAndIsReadAllTheSame) {
+  // A sentence in prose is neither of the formats, which shows that it was read.
+  const auto read = platform::readPropertyListFile("/proc/self/status");
+  ASSERT_FALSE(read);
+  EXPECT_EQ(read.error().code, Code::unexpectedCharacter);
+}
+
+}  // namespace
