@@ -12,7 +12,13 @@
 namespace platform {
 
 FileURL::FileURL(const std::filesystem::path& path, bool isDirectory)
-    : _path(std::filesystem::absolute(path)), _isDirectory(isDirectory) {}
+    : _path(path.empty() ? std::filesystem::current_path() : std::filesystem::absolute(path)),
+      _isDirectory(isDirectory) {
+  // What a path with a slash at its end is named, and where it lies, would depend on the slash.
+  if (!_path.has_filename() && _path.has_relative_path()) {
+    _path = _path.parent_path();
+  }
+}
 
 std::string FileURL::absoluteString() const {
   constexpr std::string_view plain =

@@ -10,7 +10,8 @@ namespace platform {
 /// The place of a file or directory, as an absolute URL of the scheme `file` (RFC 8089).
 class FileURL {
  public:
-  /// `path` is made absolute against the current directory.
+  /// `path` is made absolute against the current directory (which an empty one is), and loses the
+  /// slashes at its end.
   static FileURL file(const std::filesystem::path& path) { return {path, false}; }
   static FileURL directory(const std::filesystem::path& path) { return {path, true}; }
 
@@ -21,14 +22,18 @@ class FileURL {
   /// percent-encoded (RFC 3986), and a directory ends in `/`.
   [[nodiscard]] std::string absoluteString() const;
 
-  /// The place of `name` in this directory.
-  [[nodiscard]] FileURL appendingFile(const std::string& name) const { return file(_path / name); }
+  /// The place of `name` in this directory, also when the name begins with a slash.
+  [[nodiscard]] FileURL appendingFile(const std::string& name) const { return file(below(name)); }
   [[nodiscard]] FileURL appendingDirectory(const std::string& name) const {
-    return directory(_path / name);
+    return directory(below(name));
   }
 
  private:
   FileURL(const std::filesystem::path& path, bool isDirectory);
+  [[nodiscard]] std::filesystem::path below(const std::filesystem::path& name) const {
+    return _path / name.relative_path();
+  }
+
   std::filesystem::path _path;
   bool _isDirectory;
 };
