@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <platform/Error.h>
 #include <platform/IndexSet.h>
 
 #include <algorithm>
+#include <cstdint>
 
 namespace platform {
 
@@ -21,6 +23,9 @@ IndexSet IndexSet::range(std::size_t first, std::size_t end) {
 }
 
 void IndexSet::insert(std::size_t index) {
+  if (index == SIZE_MAX) {
+    throw RangeError("no list has a position " + std::to_string(index));
+  }
   // The first run that ends at or behind `index` is the one to hold it, to grow, or to follow it.
   const auto at = _runs.empty() || _runs.back().end() < index
                       ? _runs.end()

@@ -13,7 +13,7 @@ namespace platform {
 /// so a change of a million rows in a row is one run.
 ///
 /// Adding in ascending order takes constant time; asking for a position is logarithmic in the
-/// number of runs.
+/// number of runs. No list has a position SIZE_MAX, and adding it raises `RangeError`.
 class IndexSet {
  public:
   /// `count` positions from `first` on; never empty.

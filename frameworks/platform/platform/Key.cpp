@@ -18,7 +18,9 @@ struct KeyText {
   std::size_t length;
 
   explicit KeyText(std::string_view text) : hash(hashOfText(text)), length(text.size()) {
-    std::memcpy(characters(), text.data(), text.size());
+    if (!text.empty()) {
+      std::memcpy(characters(), text.data(), text.size());
+    }
   }
   char* characters() { return reinterpret_cast<char*>(this + 1); }
   [[nodiscard]] std::string_view text() const {
@@ -75,7 +77,9 @@ void discard(const KeyText* text) {
 
 Key::Key(std::string_view text) : _text(detail::intern(text)) {}
 
-Key::Key(const Key& other) noexcept : _text(other._text) { _text->references.retain(); }
+Key::Key(const Key& other) noexcept : _text(other._text) {
+  _text->references.retain();
+}
 
 Key::~Key() {
   if (_text != nullptr && _text->references.release()) {
@@ -83,9 +87,13 @@ Key::~Key() {
   }
 }
 
-std::string_view Key::text() const noexcept { return _text->text(); }
+std::string_view Key::text() const noexcept {
+  return _text->text();
+}
 
-std::size_t Key::hash() const noexcept { return _text->hash; }
+std::size_t Key::hash() const noexcept {
+  return _text->hash;
+}
 
 std::size_t hashOfText(std::string_view text) noexcept {
   return std::hash<std::string_view>{}(text);

@@ -19,12 +19,14 @@ struct KeyText;
 ///
 /// Two keys are equal exactly when their characters are, and are compared by address. Making one
 /// from characters looks it up in a table shared by all threads, so code that uses a key often
-/// keeps it (`static const Key name("name")`). A key that nobody holds leaves the table.
+/// keeps it (`static const Key name("name")`). A key that nobody holds leaves the table. One that
+/// was moved from can only be assigned to or destroyed.
 class Key {
  public:
   Key(std::string_view text);  // NOLINT(google-explicit-constructor): keys are written as text
-  Key(const char* text) : Key(std::string_view(text)) {}       // NOLINT(google-explicit-constructor)
-  Key(const std::string& text) : Key(std::string_view(text)) {}  // NOLINT(google-explicit-constructor)
+  Key(const char* text) : Key(std::string_view(text)) {}  // NOLINT(google-explicit-constructor)
+  Key(const std::string& text)
+      : Key(std::string_view(text)) {}  // NOLINT(google-explicit-constructor)
   Key(const Key& other) noexcept;
   Key(Key&& other) noexcept : _text(std::exchange(other._text, nullptr)) {}
   Key& operator=(Key other) noexcept {

@@ -277,7 +277,9 @@ RecordShape::RecordShape(const RecordShape& other) noexcept : _shape(other._shap
   _shape->references.retain();
 }
 
-RecordShape::~RecordShape() { Shape::release(_shape); }
+RecordShape::~RecordShape() {
+  Shape::release(_shape);
+}
 
 Value RecordShape::record(std::span<Value> values) const {
   if (values.size() != _shape->count) {

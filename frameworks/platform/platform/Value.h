@@ -48,7 +48,9 @@ struct Shape;
 /// normalisation, containers element by element, objects as `Object::isEqual` of the left one says.
 /// Values that share their storage are equal without a look inside. `hash` agrees.
 ///
-/// None of the operations recurses deeper than a constant, however deep a value is nested.
+/// None of the operations recurses deeper than a constant, however deep a value is nested; where
+/// one asks an object, the object's own operation may. Equality and hash look but once at a part
+/// that a value holds in many places.
 ///
 ///     const Value event = Value::dictionary({{"name", "Backup"}, {"enabled", true}});
 ///     event["name"].string();   // "Backup"
@@ -190,7 +192,8 @@ class Value {
   }
 
   /// Whether both share their storage, so that they are equal without a look inside: true of
-  /// copies of one container, of references to one object, never of plain numbers and short strings.
+  /// copies of one container, of references to one object, never of plain numbers and short
+  /// strings.
   [[nodiscard]] bool sharesStorageWith(const Value& other) const noexcept;
 
   friend bool operator==(const Value& a, const Value& b) {
@@ -273,9 +276,9 @@ class Value {
   [[nodiscard]] std::weak_ordering compareNumber(const Value& other) const noexcept;
   [[nodiscard]] std::size_t hashOfNumber() const noexcept;
   [[nodiscard]] std::size_t hash(int depth) const;
+  struct Comparison;
   static bool equal(const Value& a, const Value& b);
-  static bool equalButFor(const Value& a, const Value& b, int depth,
-                          std::vector<std::pair<const Value*, const Value*>>& pending);
+  static bool equalButFor(const Value& a, const Value& b, int depth, Comparison& comparison);
 
   alignas(8) std::byte _storage[maxInline];
   std::uint8_t _tag;

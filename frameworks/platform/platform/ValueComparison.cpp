@@ -6,7 +6,8 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <limits>
+#include <memory>
+#include <unordered_set>
 
 namespace platform {
 
@@ -73,7 +74,9 @@ std::weak_ordering order(std::uint64_t largeInteger, double real) {
   return largeInteger <=> static_cast<std::uint64_t>(real);  // such a real is a whole number
 }
 
-std::weak_ordering reversed(std::weak_ordering order) { return 0 <=> order; }
+std::weak_ordering reversed(std::weak_ordering order) {
+  return 0 <=> order;
+}
 
 /// The place of a type among the others; booleans, integers and reals share one.
 int rank(Value::Kind kind) {
@@ -102,12 +105,47 @@ int rank(Value::Kind kind) {
   return 9;
 }
 
-/// How deep equality looks by recursion before it notes the rest down, and how deep a hash looks
-/// at all.
+/// How deep equality looks by recursion before it notes the rest down.
 constexpr int equalityDepth = 16;
-constexpr int hashDepth = 4;
+/// How many containers equality looks into before it remembers them, and from which depth on. A
+/// list of records is held by its host too, so all of it is shared; to remember each record would
+/// cost more than to compare it, and only parts of parts can multiply.
+constexpr std::size_t equalityMemoryless = 64;
+constexpr int equalityMemoryDepth = 2;
+/// How deep a hash looks, and into how large containers below the outermost one. Both bound what
+/// a value can cost that holds the same parts over and over.
+constexpr int hashDepth = 3;
+constexpr std::uint32_t hashWidth = 64;
 
 }  // namespace
+
+/// What one question for equality has come across.
+struct Value::Comparison {
+  using Pair = std::pair<const void*, const void*>;
+  struct HashOfPair {
+    std::size_t operator()(const Pair& pair) const {
+      return std::hash<const void*>{}(pair.first) * 31 + std::hash<const void*>{}(pair.second);
+    }
+  };
+
+  /// What lies deeper than the recursion goes; all of it must be equal, so the order is free.
+  std::vector<std::pair<const Value*, const Value*>> pending;
+  std::size_t entered = 0;
+  std::unique_ptr<std::unordered_set<Pair, HashOfPair>> known;
+
+  /// Whether these two containers have been taken up before. Whatever came of it, there is nothing
+  /// to gain from doing it again: had they been different, all would be over.
+  bool knows(const detail::Container& left, const detail::Container& right, int depth) {
+    if (++entered <= equalityMemoryless || depth < equalityMemoryDepth ||
+        !left.references.isShared() || !right.references.isShared()) {
+      return false;
+    }
+    if (!known) {
+      known = std::make_unique<std::unordered_set<Pair, HashOfPair>>();
+    }
+    return !known->insert({&left, &right}).second;
+  }
+};
 
 std::weak_ordering Value::compareNumber(const Value& other) const noexcept {
   if (_tag == tagReal) {
@@ -146,24 +184,22 @@ std::weak_ordering Value::compare(const Value& other) const noexcept {
 }
 
 bool Value::equal(const Value& a, const Value& b) {
-  // What lies deeper than the recursion goes; all of it must be equal, so the order is free.
-  std::vector<std::pair<const Value*, const Value*>> pending;
-  if (!equalButFor(a, b, 0, pending)) {
+  Comparison comparison;
+  if (!equalButFor(a, b, 0, comparison)) {
     return false;
   }
-  while (!pending.empty()) {
-    const auto [left, right] = pending.back();
-    pending.pop_back();
-    if (!equalButFor(*left, *right, 0, pending)) {
+  while (!comparison.pending.empty()) {
+    const auto [left, right] = comparison.pending.back();
+    comparison.pending.pop_back();
+    if (!equalButFor(*left, *right, equalityMemoryDepth, comparison)) {
       return false;
     }
   }
   return true;
 }
 
-/// Equality, except that pairs too deep to recurse into are added to `pending`.
-bool Value::equalButFor(const Value& a, const Value& b, int depth,
-                        std::vector<std::pair<const Value*, const Value*>>& pending) {
+/// Equality, except that pairs too deep to recurse into are left pending.
+bool Value::equalButFor(const Value& a, const Value& b, int depth, Comparison& comparison) {
   if (a.isNumber() && b.isNumber()) {
     return a.compareNumber(b) == 0;
   }
@@ -189,14 +225,17 @@ bool Value::equalButFor(const Value& a, const Value& b, int depth,
     default:
       return true;  // absent and null
   }
-  if (depth == equalityDepth) {
-    pending.emplace_back(&a, &b);
-    return true;
-  }
   const detail::Container& left = *a.load<const detail::Container*>();
   const detail::Container& right = *b.load<const detail::Container*>();
   if (left.count != right.count) {
     return false;
+  }
+  if (depth == equalityDepth) {
+    comparison.pending.emplace_back(&a, &b);
+    return true;
+  }
+  if (comparison.knows(left, right, depth)) {
+    return true;
   }
   const bool sameOrder = left.shape == right.shape;
   for (std::uint32_t i = 0; i < left.count; ++i) {
@@ -207,7 +246,7 @@ bool Value::equalButFor(const Value& a, const Value& b, int depth,
         return false;
       }
     }
-    if (!equalButFor(left.values()[i], right.values()[j], depth + 1, pending)) {
+    if (!equalButFor(left.values()[i], right.values()[j], depth + 1, comparison)) {
       return false;
     }
   }
@@ -218,9 +257,11 @@ std::size_t Value::hashOfNumber() const noexcept {
   return _tag == tagReal ? hashOfReal(load<double>()) : hashOfInteger(load<std::uint64_t>());
 }
 
-std::size_t Value::hash() const { return hash(0); }
+std::size_t Value::hash() const {
+  return hash(0);
+}
 
-/// Containers nested deeper than `hashDepth` count by their size alone.
+/// Containers that lie too deep or are too large count by their size alone.
 std::size_t Value::hash(int depth) const {
   if (isString()) {
     return hashOfText(string());
@@ -243,7 +284,7 @@ std::size_t Value::hash(int depth) const {
   }
   const detail::Container& container = *load<const detail::Container*>();
   std::size_t result = container.count;
-  if (depth == hashDepth) {
+  if (depth == hashDepth || (depth > 0 && container.count > hashWidth)) {
     return result;
   }
   for (std::uint32_t i = 0; i < container.count; ++i) {

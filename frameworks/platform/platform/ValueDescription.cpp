@@ -2,7 +2,7 @@
 #include <platform/Value.h>
 
 #include <array>
-#include <cstdio>
+#include <charconv>
 
 namespace platform {
 
@@ -19,8 +19,15 @@ void appendQuoted(std::string& text, std::string_view string) {
   text += '"';
 }
 
+/// In the fewest digits that read back the same, whatever the locale.
+void appendReal(std::string& text, double real) {
+  std::array<char, 32> buffer{};
+  const auto written = std::to_chars(buffer.data(), buffer.data() + buffer.size(), real);
+  text.append(buffer.data(), written.ptr);
+}
+
 void appendScalar(std::string& text, const Value& value) {
-  std::array<char, 40> buffer{};
+  constexpr std::string_view digits = "0123456789abcdef";
   switch (value.kind()) {
     case Value::Kind::absent:
       text += "(null)";
@@ -36,12 +43,11 @@ void appendScalar(std::string& text, const Value& value) {
                               : std::to_string(*value.unsignedInteger());
       break;
     case Value::Kind::real:
-      std::snprintf(buffer.data(), buffer.size(), "%.17g", *value.real());
-      text += buffer.data();
+      appendReal(text, *value.real());
       break;
     case Value::Kind::date:
-      std::snprintf(buffer.data(), buffer.size(), "@%.17g", value.date()->seconds);
-      text += buffer.data();
+      text += '@';
+      appendReal(text, value.date()->seconds);
       break;
     case Value::Kind::string:
       appendQuoted(text, value.string());
@@ -49,8 +55,8 @@ void appendScalar(std::string& text, const Value& value) {
     case Value::Kind::data:
       text += '<';
       for (const std::byte byte : value.bytes()) {
-        std::snprintf(buffer.data(), buffer.size(), "%02x", std::to_integer<unsigned>(byte));
-        text += buffer.data();
+        text += digits[std::to_integer<unsigned>(byte) >> 4U];
+        text += digits[std::to_integer<unsigned>(byte) & 15U];
       }
       text += '>';
       break;

@@ -13,7 +13,8 @@
 namespace platform::detail {
 
 const Bytes* Bytes::make(const void* bytes, std::size_t length) {
-  auto* made = new (::operator new(sizeof(Bytes) + length)) Bytes{.references = {}, .length = length};
+  auto* made =
+      new (::operator new(sizeof(Bytes) + length)) Bytes{.references = {}, .length = length};
   if (length > 0) {
     std::memcpy(static_cast<void*>(made + 1), bytes, length);
   }

@@ -59,7 +59,7 @@ struct Container {
   RefCount references;
   std::uint32_t count;
   union {
-    const Shape* shape;    // of a dictionary, whose keys it holds; null of an array
+    const Shape* shape;   // of a dictionary, whose keys it holds; null of an array
     Container* nextToGo;  // once nobody refers to it
   };
 
@@ -67,9 +67,7 @@ struct Container {
   static Container* make(std::size_t count, const Shape* shape);
   static void release(Container* container) noexcept;
 
-  [[nodiscard]] std::span<Value> values() {
-    return {reinterpret_cast<Value*>(this + 1), count};
-  }
+  [[nodiscard]] std::span<Value> values() { return {reinterpret_cast<Value*>(this + 1), count}; }
   [[nodiscard]] std::span<const Value> values() const {
     return {reinterpret_cast<const Value*>(this + 1), count};
   }

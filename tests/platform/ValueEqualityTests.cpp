@@ -1,0 +1,280 @@
+// SPDX-License-Identifier: Apache-2.0
+// Equality and hash.
+#include <gtest/gtest.h>
+#include <platform/Value.h>
+#include <rapidcheck/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "../support/AllocationCounter.h"
+#include "../support/ValueGenerators.h"
+
+namespace {
+
+using platform::Date;
+using platform::Key;
+using platform::Object;
+using platform::Value;
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double twoTo53 = 9007199254740992.0;
+constexpr double twoTo63 = 9223372036854775808.0;
+constexpr double twoTo64 = 18446744073709551616.0;
+constexpr std::int64_t exact53 = std::int64_t{1} << 53;
+constexpr std::uint64_t exact63 = std::uint64_t{1} << 63;
+
+/// Both directions, and the hash with them.
+void expectEqual(const Value& a, const Value& b) {
+  SCOPED_TRACE(a.description() + " and " + b.description());
+  EXPECT_TRUE(a == b);
+  EXPECT_TRUE(b == a);
+  EXPECT_FALSE(a != b);
+  EXPECT_EQ(a.hash(), b.hash());
+  EXPECT_EQ(std::hash<Value>{}(a), b.hash());
+}
+
+void expectDifferent(const Value& a, const Value& b) {
+  SCOPED_TRACE(a.description() + " and " + b.description());
+  EXPECT_FALSE(a == b);
+  EXPECT_FALSE(b == a);
+  EXPECT_TRUE(a != b);
+}
+
+TEST(ValueEquality, OfNumbersAndBooleansIsOfTheirNumericValues) {
+  expectEqual(true, 1);
+  expectEqual(1, 1.0);
+  expectEqual(true, 1.0);
+  expectEqual(false, 0);
+  expectEqual(false, -0.0);
+  expectEqual(-0.0, 0);
+  expectEqual(-0.0, 0.0);
+  expectEqual(std::uint8_t{7}, std::int64_t{7});
+  expectEqual(7U, 7.0);
+  expectDifferent(true, 2);
+  expectDifferent(1, 1.5);
+  expectDifferent(0, std::numeric_limits<double>::denorm_min());
+  expectDifferent(-1, UINT64_MAX);
+}
+
+TEST(ValueEquality, OfAnIntegerAndARealIsExact) {
+  expectEqual(exact53, twoTo53);
+  expectDifferent(exact53 + 1, twoTo53);
+  expectDifferent(-exact53 - 1, -twoTo53);
+  expectEqual(exact63, twoTo63);
+  expectDifferent(exact63 + 1, twoTo63);
+  expectDifferent(INT64_MAX, twoTo63);
+  expectEqual(INT64_MIN, -twoTo63);
+  expectDifferent(INT64_MIN + 1, -twoTo63);
+  expectDifferent(UINT64_MAX, twoTo64);
+  expectEqual(std::uint64_t{0xFFFFFFFFFFFFF800}, std::nextafter(twoTo64, 0.0));
+  expectDifferent(UINT64_MAX, infinity);
+  expectDifferent(INT64_MIN, -infinity);
+}
+
+TEST(ValueEquality, OfNotANumberIsToEveryOther) {
+  expectEqual(nan, nan);
+  expectEqual(nan, -nan);
+  expectEqual(nan, std::nan("7"));
+  expectDifferent(nan, 0);
+  expectDifferent(nan, infinity);
+  expectEqual(Date{nan}, Date{-nan});
+  expectDifferent(Date{nan}, nan);
+}
+
+TEST(ValueEquality, OfDatesIsOfInstants) {
+  expectEqual(Date{0.0}, Date{-0.0});
+  expectEqual(Date{1.5}, Date{1.5});
+  expectDifferent(Date{1}, Date{std::nextafter(1.0, 2.0)});
+  expectDifferent(Date{1}, 1);
+}
+
+TEST(ValueEquality, LooksAtTypesWhereTheyAreNoNumbers) {
+  const std::vector<Value> different{
+      Value(),          Value::null(),        0, "", Value::data({}), Date{0},
+      Value::array({}), Value::dictionary({})};
+  for (std::size_t i = 0; i < different.size(); ++i) {
+    for (std::size_t j = 0; j < different.size(); ++j) {
+      if (i == j) {
+        expectEqual(different[i], different[j]);
+      } else {
+        expectDifferent(different[i], different[j]);
+      }
+    }
+  }
+  expectDifferent("1", 1);
+  expectDifferent("true", true);
+}
+
+TEST(ValueEquality, OfStringsIsOfTheirBytesWithoutNormalisation) {
+  expectEqual("caf\u00e9", std::string("caf\u00e9"));
+  expectDifferent("caf\u00e9", "cafe\u0301");
+  expectDifferent("Name", "name");
+  for (const std::size_t length : {22U, 23U, 24U, 25U}) {
+    const std::string text(length, 'x');
+    expectEqual(text, std::string(text));
+    expectDifferent(text, text + 'x');
+    expectDifferent(text, std::string(length - 1, 'x') + 'y');
+    expectDifferent(text, 'y' + std::string(length - 1, 'x'));
+  }
+}
+
+TEST(ValueEquality, OfArraysIsElementByElement) {
+  expectEqual(Value::array({1, "a", Value()}), Value::array({true, "a", Value()}));
+  expectDifferent(Value::array({1, 2}), Value::array({2, 1}));
+  expectDifferent(Value::array({1}), Value::array({1, 1}));
+  expectDifferent(Value::array({Value()}), Value::array({}));
+  expectDifferent(Value::array({Value()}), Value::array({Value::null()}));
+}
+
+TEST(ValueEquality, OfDictionariesIsInAnyOrderOfKeys) {
+  expectEqual(Value::dictionary({{"a", 1}, {"b", Value::array({2})}}),
+              Value::dictionary({{"b", Value::array({2.0})}, {"a", true}}));
+  expectDifferent(Value::dictionary({{"a", 1}}), Value::dictionary({{"b", 1}}));
+  expectDifferent(Value::dictionary({{"a", 1}}), Value::dictionary({{"a", 1}, {"b", 2}}));
+  expectDifferent(Value::dictionary({{"a", 1}, {"b", 2}}), Value::dictionary({{"a", 2}, {"b", 1}}));
+}
+
+/// Considers everything of its mind its equal, whatever that thinks of it.
+class Lenient : public Object {
+ public:
+  explicit Lenient(bool mind) : _mind(mind) {}
+  [[nodiscard]] bool isEqual(const Object&) const override { return _mind; }
+  [[nodiscard]] std::size_t hash() const override { return 5; }
+
+ private:
+  bool _mind;
+};
+
+TEST(ValueEquality, OfObjectsIsWhatTheLeftOneSays) {
+  const Value lenient(std::make_shared<Lenient>(true));
+  const Value strict(std::make_shared<Lenient>(false));
+  EXPECT_TRUE(lenient == strict);
+  EXPECT_FALSE(strict == lenient);
+  EXPECT_TRUE(Value::array({lenient}) == Value::array({strict}));
+  EXPECT_FALSE(Value::array({strict}) == Value::array({lenient}));
+  EXPECT_EQ(lenient.hash(), 5U);
+}
+
+TEST(ValueEquality, DoesNotAskWhatSharesItsStorage) {
+  const Value strict(std::make_shared<Lenient>(false));
+  EXPECT_TRUE(strict == Value(strict));
+  const Value array = Value::array({strict});
+  EXPECT_TRUE(array == Value(array));
+  const Value around = Value::array({array});
+  EXPECT_TRUE(around == Value::array({array}));
+}
+
+TEST(ValueEquality, PassesOnWhatAnObjectThrows) {
+  struct Touchy : Object {
+    [[nodiscard]] bool isEqual(const Object&) const override { throw std::runtime_error("no"); }
+  };
+  const Value one = Value::array({std::make_shared<Touchy>()});
+  const Value two = Value::array({std::make_shared<Touchy>()});
+  EXPECT_THROW((void)(one == two), std::runtime_error);
+}
+
+TEST(ValueEquality, OfUsualRecordsTakesNoMemory) {
+  const Value one = Value::dictionary({{"id", 1}, {"list", Value::array({1, 2, 3})}});
+  const Value two = Value::dictionary({{"list", Value::array({1, 2, 3})}, {"id", 1}});
+  bool equal = false;
+  EXPECT_EQ(test::allocationsOf([&] { equal = one == two; }), 0U);
+  EXPECT_TRUE(equal);
+}
+
+/// An array that holds the same array twice, which holds ..., `levels` deep: 2^levels paths to
+/// `leaf` in as many containers as levels.
+Value doubling(int levels, const Value& leaf) {
+  Value value = leaf;
+  for (int level = 0; level < levels; ++level) {
+    value = Value::array({value, value});
+  }
+  return value;
+}
+
+TEST(ValueEquality, LooksOnceAtPartsThatAValueSharesWithItself) {
+  EXPECT_TRUE(doubling(200, "leaf") == doubling(200, "leaf"));
+  EXPECT_FALSE(doubling(200, "leaf") == doubling(200, "other"));
+  EXPECT_EQ(doubling(200, "leaf").hash(), doubling(200, "leaf").hash());
+}
+
+TEST(ValueEquality, LooksOnceAtWidePartsThatAValueSharesWithItself) {
+  const auto wide = [] {
+    Value value = "leaf";
+    for (int level = 0; level < 6; ++level) {
+      value = Value::array(std::vector<Value>(1000, value));
+    }
+    return value;
+  };
+  EXPECT_TRUE(wide() == wide());
+  EXPECT_EQ(wide().hash(), wide().hash());
+}
+
+RC_GTEST_PROP(ValueProperty, IsEqualToItselfAndItsCopies, (const Value& value)) {
+  const Value copy = value;  // NOLINT(performance-unnecessary-copy-initialization): the point
+  RC_ASSERT(value == value);
+  RC_ASSERT(copy == value);
+  RC_ASSERT(copy.hash() == value.hash());
+}
+
+RC_GTEST_PROP(ValueProperty, IsEqualToTheSameContentMadeOtherwise, (const Value& value)) {
+  const Value other = test::equalButMadeOtherwise(value);
+  RC_ASSERT(value == other);
+  RC_ASSERT(other == value);
+  RC_ASSERT(value.hash() == other.hash());
+}
+
+RC_GTEST_PROP(ValueProperty, EqualityIsSymmetricAndAgreesWithTheHash,
+              (const Value& a, const Value& b)) {
+  RC_ASSERT((a == b) == (b == a));
+  RC_ASSERT(a != b || a.hash() == b.hash());
+}
+
+RC_GTEST_PROP(ValueProperty, NumbersThatAreEqualHashTheSame, ()) {
+  const Value a = *test::anyNumber();
+  const Value b = *test::anyNumber();
+  RC_CLASSIFY(a == b);
+  RC_ASSERT((a == b) == (b == a));
+  RC_ASSERT(a != b || a.hash() == b.hash());
+}
+
+RC_GTEST_PROP(ValueProperty, IsAKeyOfAnUnorderedSet, ()) {
+  const auto values = *test::small(rc::gen::arbitrary<std::vector<Value>>());
+  std::unordered_set<Value> set(values.begin(), values.end());
+  std::vector<Value> unique;
+  for (const Value& value : values) {
+    if (std::ranges::find(unique, value) == unique.end()) {
+      unique.push_back(value);
+    }
+  }
+  RC_ASSERT(set.size() == unique.size());
+  for (const Value& value : values) {
+    RC_ASSERT(set.contains(test::equalButMadeOtherwise(value)));
+  }
+}
+
+RC_GTEST_PROP(ValueProperty, DiffersFromItselfWithOneElementMore, ()) {
+  const auto elements = *test::small(rc::gen::container<std::vector<Value>>(test::anyValue(2)));
+  std::vector<Value> longer = elements;
+  longer.push_back(*test::anyValue(1));
+  RC_ASSERT(Value::array(elements) != Value::array(longer));
+}
+
+RC_GTEST_PROP(ValueProperty, CopiesAndMovesKeepTheContent, (const Value& a, const Value& b)) {
+  const std::string description = a.description();
+  Value copy(a);
+  Value moved(std::move(copy));
+  RC_ASSERT(moved.description() == description);
+  Value assigned(b);
+  assigned = moved;
+  RC_ASSERT(assigned.description() == description);
+  assigned = std::move(moved);
+  RC_ASSERT(assigned.description() == description);
+  RC_ASSERT(a.description() == description);
+}
+
+}  // namespace
