@@ -10,8 +10,8 @@
 
 namespace platform {
 
-/// The strings table of one language, as it is embedded in a module: a tag such as "de" or "zh-Hans"
-/// (BCP 47), and the bytes of the table. Both live as long as the program.
+/// The strings table of one language, as it is embedded in a module: a tag such as "de" or
+/// "zh-Hans" (BCP 47), and the bytes of the table. Both live as long as the program.
 struct EmbeddedStrings {
   std::string_view language;
   std::string_view contents;
@@ -25,8 +25,8 @@ struct EmbeddedStrings {
 ///
 /// Texts are looked up for a class, in the tables of the module that holds the class. So a host's
 /// subclass in a module of the host's own speaks with the host's words. Several libraries that are
-/// linked into one module share its bundle; a key is looked up in their tables in the order in which
-/// they were registered.
+/// linked into one module share its bundle; a key is looked up in their tables in the order in
+/// which they were registered.
 class Bundle {
  public:
   /// The bundle of the module that holds the object's own class; an empty one when nothing was
@@ -46,15 +46,15 @@ class Bundle {
   std::shared_ptr<Tables> _tables;
 };
 
-/// Adds strings tables to the bundle of the module that holds `addressInModule`. A table that cannot
-/// be read is logged and left out.
+/// Adds strings tables to the bundle of the module that holds `addressInModule`. A table that
+/// cannot be read is logged and left out.
 class BundleRegistration {
  public:
   BundleRegistration(const void* addressInModule, std::span<const EmbeddedStrings> tables);
 };
 
-/// Has all texts looked up in this language from now on, whatever the user's is; in the user's again
-/// when it is empty.
+/// Has all texts looked up in this language from now on, whatever the user's is; in the user's
+/// again when it is empty.
 void setPreferredLanguage(std::string language);
 
 }  // namespace platform

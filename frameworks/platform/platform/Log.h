@@ -9,8 +9,8 @@ namespace platform {
 /// Takes one line of the log, without its end of line.
 using LogSink = std::function<void(std::string_view line)>;
 
-/// Writes one line to the log: to the sink that was set, otherwise to the system log and to standard
-/// error. There are no levels.
+/// Writes one line to the log: to the sink that was set, otherwise to the system log and to
+/// standard error. There are no levels.
 void log(std::string_view line);
 
 /// Sends the log to `sink` from now on, or to the default places when it is empty, and returns the

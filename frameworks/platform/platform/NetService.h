@@ -6,9 +6,9 @@
 
 namespace platform {
 
-/// A service that was found on the network: its name, type and domain, each a string or absent, with
-/// the final dots that DNS names have ("_ipp._tcp.", "local."). It never changes. Two services are
-/// equal when all three values are.
+/// A service that was found on the network: its name, type and domain, each a string or absent,
+/// with the final dots that DNS names have ("_ipp._tcp.", "local."). It never changes. Two services
+/// are equal when all three values are.
 class NetService : public Object {
  public:
   NetService(Value name, Value type, Value domain);

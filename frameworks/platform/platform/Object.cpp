@@ -11,7 +11,9 @@
 
 namespace platform {
 
-std::size_t Object::hash() const { return std::hash<const void*>{}(this); }
+std::size_t Object::hash() const {
+  return std::hash<const void*>{}(this);
+}
 
 std::string Object::className() const {
   int status = 0;

@@ -4,6 +4,7 @@
 #include <platform/ObserverList.h>
 
 #include <algorithm>
+#include <array>
 #include <numeric>
 #include <typeindex>
 #include <unordered_map>
@@ -39,34 +40,53 @@ AffectingKeys affectingKeys(const Observable& object, const Key& key) {
   return result;
 }
 
-const AffectingKeys& cachedAffectingKeys(const Observable& object, const Key& key) {
-  // A merge asks the same question of node after node, so the last answer is kept at hand.
-  thread_local std::unordered_map<std::type_index, std::unordered_map<Key, AffectingKeys>> classes;
-  thread_local const std::type_info* lastClass = nullptr;
-  thread_local const Key* lastKey = nullptr;
-  thread_local const AffectingKeys* lastAnswer = nullptr;
-  const std::type_info& type = typeid(object);
-  if (lastClass == &type && *lastKey == key) {
-    return *lastAnswer;
-  }
-  auto& keys = classes[type];
-  auto found = keys.find(key);
-  if (found == keys.end()) {
-    found = keys.emplace(key, affectingKeys(object, key)).first;
-  }
-  lastClass = &type;
-  lastKey = &found->first;
-  lastAnswer = &found->second;
-  return found->second;
+bool contains(const AffectingKeys& keys, const Key& key) {
+  return std::ranges::find(keys, key) != keys.end();
 }
+
+/// What the classes have answered on this thread.
+struct AnswersOfClasses {
+  ~AnswersOfClasses() { areGone = true; }
+
+  const AffectingKeys& affectingKeysOf(const Observable& object, const Key& key) {
+    // A merge asks the same question of node after node, so the last answer is kept at hand.
+    const std::type_info& type = typeid(object);
+    if (lastClass == &type && *lastKey == key) {
+      return *lastAnswer;
+    }
+    auto& keys = classes[type];
+    auto found = keys.find(key);
+    if (found == keys.end()) {
+      found = keys.emplace(key, affectingKeys(object, key)).first;
+    }
+    lastClass = &type;
+    lastKey = &found->first;
+    lastAnswer = &found->second;
+    return found->second;
+  }
+
+  std::unordered_map<std::type_index, std::unordered_map<Key, AffectingKeys>> classes;
+  const std::type_info* lastClass = nullptr;
+  const Key* lastKey = nullptr;
+  const AffectingKeys* lastAnswer = nullptr;
+
+  static thread_local bool areGone;
+};
+
+thread_local bool AnswersOfClasses::areGone = false;
 
 Relation relation(const Observable& object, const Key& observed, const Key& changed) {
   if (observed == changed) {
     return Relation::same;
   }
-  const AffectingKeys& affecting = cachedAffectingKeys(object, observed);
-  return std::ranges::find(affecting, changed) == affecting.end() ? Relation::none
-                                                                  : Relation::dependent;
+  // Objects in thread-local and static storage may change after what the thread kept has gone.
+  if (AnswersOfClasses::areGone) {
+    return contains(affectingKeys(object, observed), changed) ? Relation::dependent
+                                                              : Relation::none;
+  }
+  thread_local AnswersOfClasses answers;
+  return contains(answers.affectingKeysOf(object, observed), changed) ? Relation::dependent
+                                                                      : Relation::none;
 }
 
 }  // namespace
@@ -178,12 +198,18 @@ PendingChange::~PendingChange() = default;
 PendingChange::PendingChange(std::unique_ptr<detail::ChangeInProgress> change) noexcept
     : _change(std::move(change)) {}
 
-Observable::~Observable() { ObserverList::release(_observers); }
+Observable::~Observable() {
+  ObserverList::release(_observers);
+}
 
 void Observable::addObserver(const std::shared_ptr<Observer>& observer, const Key& key,
                              ObservingOptions options, const ContextToken* context) {
   if (!observer) {
     throw InvalidArgument("an absent observer cannot be registered");
+  }
+  // Those who come and go under a key that never changes would otherwise pile up.
+  while (_observers != nullptr && _observers->last().observer.expired()) {
+    forgetRegistrations(std::array{_observers->count() - 1});
   }
   ObserverList* before = _observers;
   _observers = ObserverList::adding(before, {observer, observer.get(), key, options, context});
@@ -195,52 +221,53 @@ void Observable::removeObserver(const std::shared_ptr<Observer>& observer, const
                                 const ContextToken* context) {
   for (const ObserverList* list = _observers; list != nullptr; list = list->before()) {
     if (list->last().isOf(observer, key, context)) {
-      forgetRegistration(list->count() - 1);
+      forgetRegistrations(std::array{list->count() - 1});
       return;
     }
   }
   throw InvalidArgument("no such observer is registered for \"" + std::string(key.text()) + "\"");
 }
 
-void Observable::forgetRegistration(std::size_t position) {
+void Observable::forgetRegistrations(std::span<const std::size_t> positions) {
   ObserverList* const old = _observers;
-  if (position + 1 == old->count()) {
-    _observers = ObserverList::retain(old->before());
-  } else {
+  ObserverList* list = old;
+  while (list != nullptr && list->count() > positions.front()) {
+    list = list->before();
+  }
+  list = ObserverList::retain(list);
+  if (positions.front() + positions.size() < old->count()) {
     const std::vector<const Registration*> registrations = old->registrations();
-    ObserverList* list = old;
-    while (list->count() > position) {
-      list = list->before();
-      if (list == nullptr) {
-        break;
+    for (std::size_t i = positions.front(); i < registrations.size(); ++i) {
+      if (!std::ranges::binary_search(positions, i)) {
+        ObserverList* longer = ObserverList::adding(list, *registrations[i]);
+        ObserverList::release(list);
+        list = longer;
       }
     }
-    list = ObserverList::retain(list);
-    for (std::size_t i = position + 1; i < registrations.size(); ++i) {
-      ObserverList* longer = ObserverList::adding(list, *registrations[i]);
-      ObserverList::release(list);
-      list = longer;
-    }
-    _observers = list;
   }
+  _observers = list;
   ObserverList::release(old);
-  ChangeInProgress::forEachOf(
-      *this, [position](ChangeInProgress& change) { change.noteRemoved(position); });
+  // From the end, so that the positions before stay what they are.
+  ChangeInProgress::forEachOf(*this, [positions](ChangeInProgress& change) {
+    std::for_each(positions.rbegin(), positions.rend(),
+                  [&](std::size_t position) { change.noteRemoved(position); });
+  });
 }
 
 void Observable::sweep() {
   if (_observers == nullptr) {
     return;
   }
-  // From the end, so that the positions before stay what they are.
-  ObserverList* const swept = ObserverList::retain(_observers);
-  const std::vector<const Registration*> registrations = swept->registrations();
-  for (std::size_t i = registrations.size(); i > 0; --i) {
-    if (registrations[i - 1]->observer.expired()) {
-      forgetRegistration(i - 1);
+  const std::vector<const Registration*> registrations = _observers->registrations();
+  std::vector<std::size_t> gone;
+  for (std::size_t i = 0; i < registrations.size(); ++i) {
+    if (registrations[i]->observer.expired()) {
+      gone.push_back(i);
     }
   }
-  ObserverList::release(swept);
+  if (!gone.empty()) {
+    forgetRegistrations(gone);
+  }
 }
 
 bool Observable::isReadable(const Key& key) const {
@@ -323,8 +350,8 @@ PendingChange Observable::begin(ChangeKind kind, const IndexSet* indexes, const 
     if (related == Relation::none) {
       continue;
     }
-    auto& telling = change->tellingFor(
-        i, registration.key, related == Relation::same ? kind : ChangeKind::setting);
+    auto& telling = change->tellingFor(i, registration.key,
+                                       related == Relation::same ? kind : ChangeKind::setting);
     if (telling.record.kind != ChangeKind::setting && !telling.record.indexes) {
       telling.record.indexes = *indexes;
     }
@@ -352,6 +379,9 @@ void Observable::finish(PendingChange pending) {
     return;
   }
   ChangeInProgress& change = *pending._change;
+  if (change.object.get() != this) {
+    throw InvalidArgument("a change was announced by another object than it is ended by");
+  }
   for (auto& telling : change.tellings) {
     if (telling.wantsNew && telling.record.kind != ChangeKind::removal) {
       telling.record.newValue = valueTold(telling.key, telling.record);
@@ -373,13 +403,13 @@ void Observable::finish(PendingChange pending) {
     const bool withNew = wants(registration.options, ObservingOptions::newValue);
     if (withOld == telling.wantsOld && withNew == telling.wantsNew) {
       observer->observeValueForKeyPathOfObjectChangeContext(registration.key, change.object,
-                                                        telling.record, registration.context);
+                                                            telling.record, registration.context);
     } else {
       ChangeRecord record = telling.record;
       record.oldValue = withOld ? record.oldValue : Value();
       record.newValue = withNew ? record.newValue : Value();
       observer->observeValueForKeyPathOfObjectChangeContext(registration.key, change.object, record,
-                                                        registration.context);
+                                                            registration.context);
     }
   }
   if (someAreGone) {

@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -48,14 +49,16 @@ class [[nodiscard]] PendingChange {
 /// - an exception out of an observer passes through to whoever made the change. Observers behind it
 ///   are not told of this change; the registrations stay as they are.
 /// Neither side keeps the other alive. A registration of an observer that is gone is skipped, and
-/// swept at the next delivery; an object that goes takes its registrations with it.
+/// swept at the next delivery, or before the next registration when it is the latest; an object
+/// that goes takes its registrations with it.
 ///
 /// A key can depend on others (`keyPathsForValuesAffectingValueForKey`). When one of those changes
 /// in whatever way, the observers of the dependent key are told of a setting, with its old and new
 /// value.
 ///
-/// Old values are taken at will-change and new ones at did-change, before the first notice, and only
-/// when some registration asks for them. An object that nobody observes pays one test of a pointer.
+/// Old values are taken at will-change and new ones at did-change, before the first notice, and
+/// only when some registration asks for them. An object that nobody observes pays one test of a
+/// pointer.
 ///
 /// Threads: single properties are atomic. Registering, withdrawing and every change of an observed
 /// object belong to one thread at a time.
@@ -96,8 +99,9 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
       const Key& key) const;
 
   /// Announces that the value under `key` is about to be set; hand the result to
-  /// `didChangeValueForKey` afterwards. Setters of this library do this by themselves, also when the
-  /// new value equals the old one.
+  /// `didChangeValueForKey` of the same object afterwards, which raises `InvalidArgument` in any
+  /// other. Setters of this library do this by themselves, also when the new value equals the old
+  /// one.
   PendingChange willChangeValueForKey(const Key& key);
   void didChangeValueForKey(PendingChange change) { finish(std::move(change)); }
 
@@ -147,7 +151,7 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
   void finish(PendingChange change);
   [[nodiscard]] bool isReadable(const Key& key) const;
   [[nodiscard]] Value valueTold(const Key& key, const ChangeRecord& record) const;
-  void forgetRegistration(std::size_t position);
+  void forgetRegistrations(std::span<const std::size_t> positions);
   void sweep();
 
   detail::ObserverList* _observers = nullptr;

@@ -8,10 +8,9 @@
 
 namespace platform {
 
-void Observer::observeValueForKeyPathOfObjectChangeContext(const Key& keyPath,
-                                                           const std::shared_ptr<Observable>& object,
-                                                           const ChangeRecord& /*change*/,
-                                                           const ContextToken* context) {
+void Observer::observeValueForKeyPathOfObjectChangeContext(
+    const Key& keyPath, const std::shared_ptr<Observable>& object, const ChangeRecord& /*change*/,
+    const ContextToken* context) {
   throw UnexpectedNotice("a change of \"" + std::string(keyPath.text()) + "\" of " +
                          object->description() + " reached an observer that does not know the " +
                          "context \"" + std::string(context == nullptr ? "" : context->text()) +
@@ -64,6 +63,9 @@ void Observation::end() noexcept {
 
 Observation observe(const std::shared_ptr<Observable>& object, const Key& key,
                     ObservingOptions options, std::function<void(const ChangeRecord&)> notify) {
+  if (!object || !notify) {
+    throw InvalidArgument("an observation needs an object and something to call");
+  }
   auto observer = std::make_shared<ClosureObserver>(std::move(notify));
   object->addObserver(observer, key, options, &closureContext);
   return {object, key, std::move(observer)};

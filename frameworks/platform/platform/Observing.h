@@ -71,9 +71,10 @@ class Observer {
 
   /// Called on the changing thread, after the change and before the operation that made it returns.
   ///
-  /// `object` is the object that changed, kept alive for the call; `keyPath` and `context` are those
-  /// of the registration. The observer may register, withdraw, change the same object or let go of
-  /// itself meanwhile; see `Observable`. An exception passes through to whoever made the change.
+  /// `object` is the object that changed, kept alive for the call; `keyPath` and `context` are
+  /// those of the registration. The observer may register, withdraw, change the same object or let
+  /// go of itself meanwhile; see `Observable`. An exception passes through to whoever made the
+  /// change.
   ///
   /// A class that overrides this hands on, to its base class, what arrives under a context it does
   /// not know. The last base class, this one, raises `UnexpectedNotice`.
@@ -108,7 +109,8 @@ class [[nodiscard]] Observation {
 };
 
 /// Calls `notify` for every change of `key` of `object` until the handle ends. Order, re-entrancy
-/// and exceptions are those of `Observable::addObserver`, on which it is built.
+/// and exceptions are those of `Observable::addObserver`, on which it is built. Raises
+/// `InvalidArgument` when the object or the closure is absent.
 Observation observe(const std::shared_ptr<Observable>& object, const Key& key,
                     ObservingOptions options, std::function<void(const ChangeRecord&)> notify);
 

@@ -9,8 +9,8 @@
 namespace platform {
 
 /// What an outline view may ask of the object that feeds it. Every operation is optional: one that
-/// is not overridden answers nothing, and the view turns to its other means. An absent `item` stands
-/// for the invisible root.
+/// is not overridden answers nothing, and the view turns to its other means. An absent `item`
+/// stands for the invisible root.
 class OutlineViewDataSource {
  public:
   OutlineViewDataSource() = default;

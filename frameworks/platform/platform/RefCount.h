@@ -16,6 +16,11 @@ class RefCount {
     return _count.fetch_sub(1, std::memory_order_acq_rel) == 1;
   }
 
+  /// Whether anybody else may refer to it as well.
+  [[nodiscard]] bool isShared() const noexcept {
+    return _count.load(std::memory_order_relaxed) > 1;
+  }
+
   /// Takes a reference unless the last one is already gone: for tables that find objects they do
   /// not own.
   [[nodiscard]] bool retainUnlessGone() const noexcept {

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+#include <platform/NetService.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using platform::NetService;
+using platform::Object;
+using platform::Value;
+
+std::shared_ptr<NetService> service(Value name, Value type = "_ipp._tcp.",
+                                    Value domain = "local.") {
+  return std::make_shared<NetService>(std::move(name), std::move(type), std::move(domain));
+}
+
+TEST(NetService, GivesWhatItWasMadeOf) {
+  const auto made = service("Printer");
+  EXPECT_EQ(made->name(), "Printer");
+  EXPECT_EQ(made->type(), "_ipp._tcp.");
+  EXPECT_EQ(made->domain(), "local.");
+}
+
+TEST(NetService, MayLackEachOfItsParts) {
+  const auto bare = service(Value(), Value(), Value());
+  EXPECT_TRUE(bare->name().isAbsent());
+  EXPECT_TRUE(bare->type().isAbsent());
+  EXPECT_TRUE(bare->domain().isAbsent());
+  EXPECT_TRUE(bare->isEqual(*service(Value(), Value(), Value())));
+  EXPECT_FALSE(bare->isEqual(*service("", Value(), Value())));
+}
+
+TEST(NetService, IsEqualWhenAllThreePartsAre) {
+  const std::string lengthy(100, 'n');
+  EXPECT_TRUE(service(lengthy)->isEqual(*service(lengthy)));
+  EXPECT_EQ(service(lengthy)->hash(), service(lengthy)->hash());
+  EXPECT_FALSE(service("a")->isEqual(*service("b")));
+  EXPECT_FALSE(service("a")->isEqual(*service("a", "_http._tcp.")));
+  EXPECT_FALSE(service("a")->isEqual(*service("a", "_ipp._tcp.", "example.com.")));
+  EXPECT_FALSE(service("a")->isEqual(*service("A"))) << "case matters";
+  EXPECT_FALSE(service("a", "b", "c")->isEqual(*service("c", "b", "a")));
+}
+
+TEST(NetService, IsEqualToItselfAndToNothingElse) {
+  struct Other : Object {};
+  const auto made = service("a");
+  EXPECT_TRUE(made->isEqual(*made));
+  EXPECT_FALSE(made->isEqual(Other()));
+}
+
+TEST(NetService, IsComparedByContentInsideValues) {
+  const Value one = Value::array({service("a"), service("b")});
+  const Value two = Value::array({service("a"), service("b")});
+  EXPECT_EQ(one, two);
+  EXPECT_EQ(one.hash(), two.hash());
+  EXPECT_NE(one, Value::array({service("b"), service("a")}));
+}
+
+}  // namespace
