@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+// A host whose constants have values of their own: scenarios and transcripts read the same.
+#include <gtest/gtest.h>
+#include <replay/Constants.h>
+#include <ternwood/Ternwood.h>
+
+#include <string>
+#include <vector>
+
+#include "ScenarioSupport.h"
+
+constinit const std::string_view kTWEventUniqueID = "org.example.id";
+constinit const std::string_view kTWEventName = "Title";
+constinit const std::string_view kTWDomainType_Engine = "org.example.engine";
+
+namespace {
+
+using platform::Value;
+using test::send;
+using test::sendToClass;
+
+TEST(HostConstants, StandInScenariosByTheirNames) {
+  const Value event = Value::dictionary(
+      {{"kTWEventUniqueID", "e1"}, {"kTWEventName", "One"}, {"kind", "kTWDomainType_Engine"}});
+  EXPECT_EQ(
+      test::replayed(Value::array({sendToClass("itemWithEvent:", "KRAVTWVEventVexil", {event}, "e"),
+                                   send("tree", "e"), send("valueForKey:", "e", {"label"})})),
+      (test::Replayed{"== 1 KRAVTWVEventVexil itemWithEvent:\n"
+                      "-> #1(KRAVTWVEventVexil \"e1\")\n"
+                      "== 2 e tree\n"
+                      "#1 KRAVTWVEventVexil uniqueID=\"e1\" label=\"One\" flags=supportsEnabled "
+                      "parent=absent represents={\"kTWEventName\": \"One\", \"kTWEventUniqueID\": "
+                      "\"e1\", \"kind\": \"kTWDomainType_Engine\"}\n"
+                      "== 3 e valueForKey:\n"
+                      "-> \"One\"\n",
+                      ""}));
+}
+
+TEST(HostConstants, AreSortedAsTheyArePrinted) {
+  // "Title" would come before "count", "kTWEventName" comes behind it.
+  EXPECT_EQ(
+      test::replayed(
+          Value::array({sendToClass("itemWithRepresentedObject:", "KRAVTWVItemVexil",
+                                    {Value::dictionary({{"count", 1}, {"kTWEventName", 2}})}, "i"),
+                        send("representedObject", "i")}))
+          .transcript,
+      "== 1 KRAVTWVItemVexil itemWithRepresentedObject:\n"
+      "-> #1(KRAVTWVItemVexil absent)\n"
+      "== 2 i representedObject\n"
+      "-> {\"count\": 1, \"kTWEventName\": 2}\n");
+}
+
+TEST(HostConstants, ComeBackByTheirNamesWhereTheyWereWrittenAsTheyAre) {
+  EXPECT_EQ(
+      test::replayed(
+          Value::array({sendToClass("itemWithRepresentedObject:", "KRAVTWVItemVexil",
+                                    {Value::dictionary({{"Title", "org.example.engine"}})}, "i"),
+                        send("representedObject", "i")}))
+          .transcript,
+      "== 1 KRAVTWVItemVexil itemWithRepresentedObject:\n"
+      "-> #1(KRAVTWVItemVexil absent)\n"
+      "== 2 i representedObject\n"
+      "-> {\"kTWEventName\": \"kTWDomainType_Engine\"}\n");
+}
+
+TEST(HostConstants, KeysAreNamedAsKeysAndOtherConstantsAsStrings) {
+  EXPECT_EQ(replay::recordKeyNamed("kTWEventName"), "Title");
+  EXPECT_EQ(replay::recordKeyNamed("kTWDomainType_Engine"), "kTWDomainType_Engine");
+  EXPECT_EQ(replay::stringNamed("kTWDomainType_Engine"), "org.example.engine");
+  EXPECT_EQ(replay::stringNamed("kTWEventName"), "kTWEventName");
+  EXPECT_EQ(replay::nameOfRecordKey("Title"), "kTWEventName");
+  EXPECT_EQ(replay::nameOfString("Title"), "Title");
+  EXPECT_EQ(replay::nameOfString(replay::pasteboardTypeFileURL), "kUTTypeFileURL");
+  EXPECT_EQ(replay::nameOfString(replay::pasteboardTypeString), "NSPasteboardTypeString");
+}
+
+}  // namespace

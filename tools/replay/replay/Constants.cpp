@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <replay/Constants.h>
+#include <ternwood/Ternwood.h>
+
+#include <span>
+
+namespace replay {
+
+constinit const std::string_view pasteboardTypeFileURL = "public.file-url";
+constinit const std::string_view pasteboardTypeString = "public.utf8-plain-text";
+
+namespace {
+
+struct Constant {
+  std::string_view name;
+  const std::string_view* value;  // looked at when it is needed: a host may define its own
+};
+
+constexpr Constant recordKeys[] = {
+    {"kTWEventUniqueID", &kTWEventUniqueID},
+    {"kTWEventName", &kTWEventName},
+    {"kTWEventEnabled", &kTWEventEnabled},
+    {"kTWEventDomain", &kTWEventDomain},
+    {"kTWDomainUniqueID", &kTWDomainUniqueID},
+    {"kTWDomainName", &kTWDomainName},
+    {"kTWDomainType", &kTWDomainType},
+    {"kTWQueuedTriggerTriggerID", &kTWQueuedTriggerTriggerID},
+    {"kTWQueuedTriggerEvent", &kTWQueuedTriggerEvent},
+    {"kTWQueuedTriggerTrigger", &kTWQueuedTriggerTrigger},
+    {"kTWTriggerDate", &kTWTriggerDate},
+    {"kTWActiveEventActiveID", &kTWActiveEventActiveID},
+    {"kTWActiveEventActivity", &kTWActiveEventActivity},
+    {"kTWActiveEventEvent", &kTWActiveEventEvent},
+};
+
+constexpr Constant strings[] = {
+    {"kTWDomainType_Engine", &kTWDomainType_Engine},
+    {"kTWWorkspaceUTIEvent", &kTWWorkspaceUTIEvent},
+    {"kTWWorkspaceUTISchedule", &kTWWorkspaceUTISchedule},
+    {"kTWWorkspaceFileExtensionSchedule", &kTWWorkspaceFileExtensionSchedule},
+    {"kUTTypeFileURL", &pasteboardTypeFileURL},
+    {"NSPasteboardTypeString", &pasteboardTypeString},
+};
+
+std::string_view valueIn(std::span<const Constant> constants, std::string_view name) noexcept {
+  for (const Constant& constant : constants) {
+    if (constant.name == name) {
+      return *constant.value;
+    }
+  }
+  return name;
+}
+
+std::string_view nameIn(std::span<const Constant> constants, std::string_view value) noexcept {
+  for (const Constant& constant : constants) {
+    if (*constant.value == value) {
+      return constant.name;
+    }
+  }
+  return value;
+}
+
+}  // namespace
+
+std::string_view recordKeyNamed(std::string_view name) noexcept {
+  return valueIn(recordKeys, name);
+}
+
+std::string_view nameOfRecordKey(std::string_view key) noexcept {
+  return nameIn(recordKeys, key);
+}
+
+std::string_view stringNamed(std::string_view name) noexcept {
+  return valueIn(strings, name);
+}
+
+std::string_view nameOfString(std::string_view string) noexcept {
+  return nameIn(strings, string);
+}
+
+}  // namespace replay

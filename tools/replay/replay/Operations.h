@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <replay/Operation.h>
+
+#include <string_view>
+#include <vector>
+
+namespace replay {
+
+// The table of everything that a step can do. It is put together from the lists below; an operation
+// is one entry of a list, and so is a class.
+
+/// The operation that an object answers under a name, that a class answers, or that needs no
+/// receiver. Raise `Malformed` where there is none.
+[[nodiscard]] const Operation& operationOfObject(std::string_view name,
+                                                 const platform::Value& receiver);
+[[nodiscard]] const Operation& operationOfClass(std::string_view name, std::string_view className);
+[[nodiscard]] const Operation& operationWithoutReceiver(std::string_view name);
+
+/// A class and what it answers itself: factories, initialisers, its own facts, `new`.
+struct ClassOperations {
+  std::string_view name;
+  std::vector<Operation> operations;
+};
+
+[[nodiscard]] std::vector<Operation> itemOperations();
+[[nodiscard]] std::vector<Operation> observationOperations();
+[[nodiscard]] std::vector<Operation> collectionOperations();
+[[nodiscard]] std::vector<Operation> verbsOfObjects();
+[[nodiscard]] std::vector<Operation> verbsWithoutReceiver();
+[[nodiscard]] std::vector<ClassOperations> classOperations();
+
+}  // namespace replay

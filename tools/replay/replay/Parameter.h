@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <platform/IndexSet.h>
+#include <platform/Key.h>
+#include <platform/NetService.h>
+#include <platform/Observing.h>
+#include <platform/Value.h>
+#include <replay/Objects.h>
+#include <vexil/KRAVTWVItemVexil.h>
+#include <vexil/KRAVTWVItemsObserver.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <limits>
+#include <memory>
+#include <string_view>
+
+namespace replay {
+
+/// How an argument becomes a parameter of type `T`: whether it is of the kind that the parameter
+/// takes, and what it is then. An absent argument is of any kind that an object can be; an
+/// operation that needs one there raises.
+///
+/// A new type of parameter is a specialisation here.
+template <class T>
+struct Parameter;
+
+/// Anything.
+template <>
+struct Parameter<platform::Value> {
+  static constexpr std::string_view what = "a value";
+  static bool takes(const platform::Value&) { return true; }
+  static platform::Value from(const platform::Value& argument) { return argument; }
+};
+
+template <>
+struct Parameter<std::string_view> {
+  static constexpr std::string_view what = "a string";
+  static bool takes(const platform::Value& argument) {
+    return argument.isAbsent() || argument.isString();
+  }
+  static std::string_view from(const platform::Value& argument) { return argument.string(); }
+};
+
+template <>
+struct Parameter<platform::Key> {
+  static constexpr std::string_view what = "a key";
+  static bool takes(const platform::Value& argument) { return argument.isString(); }
+  static platform::Key from(const platform::Value& argument) { return argument.string(); }
+};
+
+template <>
+struct Parameter<std::size_t> {
+  static constexpr std::string_view what = "an integer from 0 on";
+  static bool takes(const platform::Value& argument) {
+    return argument.unsignedInteger().has_value();
+  }
+  static std::size_t from(const platform::Value& argument) { return *argument.unsignedInteger(); }
+};
+
+/// A reference to an object of a class, be it of the library or of this tool.
+template <class Class>
+struct Parameter<std::shared_ptr<Class>> {
+  static constexpr std::string_view what = "an object of the right class";
+  static bool takes(const platform::Value& argument) {
+    return argument.isAbsent() || dynamic_cast<Class*>(argument.object().get()) != nullptr;
+  }
+  static std::shared_ptr<Class> from(const platform::Value& argument) {
+    return std::dynamic_pointer_cast<Class>(argument.object());
+  }
+};
+
+template <>
+struct Parameter<platform::IndexSet> {
+  static constexpr std::string_view what = "an index set";
+  static bool takes(const platform::Value& argument) {
+    return Parameter<std::shared_ptr<Indexes>>::takes(argument);
+  }
+  static platform::IndexSet from(const platform::Value& argument) {
+    const auto indexes = Parameter<std::shared_ptr<Indexes>>::from(argument);
+    return indexes ? indexes->indexes() : platform::IndexSet();
+  }
+};
+
+/// An array of items; a fresh one each time.
+template <>
+struct Parameter<std::shared_ptr<KRAVTWVItemArray>> {
+  static constexpr std::string_view what = "an array of items";
+  static bool takes(const platform::Value& argument) {
+    const auto isItem = [](const platform::Value& element) {
+      return dynamic_cast<KRAVTWVItemVexil*>(element.object().get()) != nullptr;
+    };
+    return argument.isAbsent() ||
+           (argument.isArray() && std::ranges::all_of(argument.elements(), isItem));
+  }
+  static std::shared_ptr<KRAVTWVItemArray> from(const platform::Value& argument) {
+    if (argument.isAbsent()) {
+      return nullptr;
+    }
+    auto items = std::make_shared<KRAVTWVItemArray>();
+    for (const platform::Value& element : argument.elements()) {
+      items->push_back(std::dynamic_pointer_cast<KRAVTWVItemVexil>(element.object()));
+    }
+    return items;
+  }
+};
+template <>
+struct Parameter<std::shared_ptr<const KRAVTWVItemArray>>
+    : Parameter<std::shared_ptr<KRAVTWVItemArray>> {};
+
+template <>
+struct Parameter<KRAVTWVItemArray> {
+  using Items = Parameter<std::shared_ptr<KRAVTWVItemArray>>;
+  static constexpr std::string_view what = Items::what;
+  static bool takes(const platform::Value& argument) { return Items::takes(argument); }
+  static KRAVTWVItemArray from(const platform::Value& argument) {
+    return argument.isAbsent() ? KRAVTWVItemArray() : std::move(*Items::from(argument));
+  }
+};
+
+/// A list of records, which may be of any kind themselves.
+struct Records {
+  platform::Value array;
+};
+template <>
+struct Parameter<Records> {
+  static constexpr std::string_view what = "an array";
+  static bool takes(const platform::Value& argument) {
+    return argument.isAbsent() || argument.isArray();
+  }
+  static Records from(const platform::Value& argument) { return {argument}; }
+};
+
+/// An item that must be there.
+struct PresentItem {
+  std::shared_ptr<KRAVTWVItemVexil> item;
+};
+template <>
+struct Parameter<PresentItem> {
+  static constexpr std::string_view what = "an item";
+  static bool takes(const platform::Value& argument) {
+    return dynamic_cast<KRAVTWVItemVexil*>(argument.object().get()) != nullptr;
+  }
+  static PresentItem from(const platform::Value& argument) {
+    return {std::dynamic_pointer_cast<KRAVTWVItemVexil>(argument.object())};
+  }
+};
+
+template <>
+struct Parameter<platform::ObservingOptions> {
+  static constexpr std::string_view what = "observing options, 0 to 3";
+  static bool takes(const platform::Value& argument) {
+    return argument.unsignedInteger().value_or(std::numeric_limits<std::uint64_t>::max()) <= 3;
+  }
+  static platform::ObservingOptions from(const platform::Value& argument) {
+    return static_cast<platform::ObservingOptions>(*argument.unsignedInteger());
+  }
+};
+
+/// The text of a context, or none.
+struct ContextText {
+  platform::Value text;
+};
+template <>
+struct Parameter<ContextText> {
+  static constexpr std::string_view what = "a context";
+  static bool takes(const platform::Value& argument) {
+    return Parameter<std::string_view>::takes(argument);
+  }
+  static ContextText from(const platform::Value& argument) { return {argument}; }
+};
+
+}  // namespace replay

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <replay/Transcript.h>
+
+#include <utility>
+
+namespace replay {
+
+void Transcript::line(std::string_view text) {
+  if (_output != nullptr) {
+    *_output << text << '\n' << std::flush;
+  }
+}
+
+const platform::ContextToken* Transcript::contextNamed(const platform::Value& text) {
+  if (text.isAbsent()) {
+    return nullptr;
+  }
+  const auto [entry, isNew] = _contexts.try_emplace(std::string(text.string()));
+  if (isNew) {
+    entry->second = std::make_unique<platform::ContextToken>(entry->first);
+  }
+  return entry->second.get();
+}
+
+}  // namespace replay
