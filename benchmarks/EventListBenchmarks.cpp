@@ -114,8 +114,7 @@ void refreshEqualFresh(benchmark::State& state) {
 }
 
 void refreshEqualSame(benchmark::State& state) {
-  refresh(state, {},
-          [](EngineModel& engine, const Value& held) { return engine.shuffled(held); });
+  refresh(state, {}, [](EngineModel& engine, const Value& held) { return engine.shuffled(held); });
 }
 
 void refreshOneChanged(benchmark::State& state) {
@@ -126,7 +125,8 @@ void refreshOneChanged(benchmark::State& state) {
 }
 
 void refreshSomeOfEach(benchmark::State& state) {
-  // How many are replaced depends on how the survivors stand, so only what came and went is checked.
+  // How many are replaced depends on how the survivors stand, so only what came and went is
+  // checked.
   EngineModel engine(sizeOf(state));
   WatchedList watched;
   watched.list->setEvents(engine.freshRecords());

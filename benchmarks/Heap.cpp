@@ -15,8 +15,12 @@ constexpr std::size_t blockHeader = sizeof(std::size_t);
 
 }  // namespace
 
-std::size_t heapBytes() { return bytes; }
-std::size_t heapAllocations() { return allocations; }
+std::size_t heapBytes() {
+  return bytes;
+}
+std::size_t heapAllocations() {
+  return allocations;
+}
 
 void* operator new(std::size_t size) {
   void* block = std::malloc(size == 0 ? 1 : size);
@@ -35,4 +39,6 @@ void operator delete(void* block) noexcept {
   }
 }
 
-void operator delete(void* block, std::size_t /*size*/) noexcept { operator delete(block); }
+void operator delete(void* block, std::size_t /*size*/) noexcept {
+  operator delete(block);
+}

@@ -60,7 +60,9 @@ Value EngineModel::shuffled(const Value& records) {
   return Value::array(std::move(elements));
 }
 
-void EngineModel::changeOne() { ++_events[_random() % _events.size()].interval; }
+void EngineModel::changeOne() {
+  ++_events[_random() % _events.size()].interval;
+}
 
 void EngineModel::removeInsertAndChange() {
   std::vector<std::size_t> positions(_events.size());

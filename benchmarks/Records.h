@@ -22,8 +22,8 @@ struct EventModel {
   [[nodiscard]] platform::Value record() const;
 };
 
-/// The events of an engine, always the same for one size: names of about twenty characters, of which
-/// one in a hundred occurs twice.
+/// The events of an engine, always the same for one size: names of about twenty characters, of
+/// which one in a hundred occurs twice.
 class EngineModel {
  public:
   explicit EngineModel(std::size_t count);

@@ -17,7 +17,9 @@ std::string number(double value, const char* unit) {
 
 }  // namespace
 
-bool TableReporter::ReportContext(const Context& /*context*/) { return true; }
+bool TableReporter::ReportContext(const Context& /*context*/) {
+  return true;
+}
 
 void TableReporter::ReportRuns(const std::vector<Run>& runs) {
   for (const Run& run : runs) {
