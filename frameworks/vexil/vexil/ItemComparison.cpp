@@ -1,9 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/ItemComparison.h>
 
+#include <algorithm>
 #include <typeinfo>
 
 namespace detail {
+
+namespace {
+
+/// Whether a value can refer to an object. One with too many parts to look at is taken to.
+bool canReferToObject(const platform::Value& value, int& partsToLookAt) {
+  if (value.isObject() || --partsToLookAt < 0) {
+    return true;
+  }
+  const auto canRefer = [&](const platform::Value& part) {
+    return canReferToObject(part, partsToLookAt);
+  };
+  return std::ranges::any_of(value.elements(), canRefer) ||
+         std::ranges::any_of(value.values(), canRefer);
+}
+
+}  // namespace
 
 ItemComparison::Verdict ItemComparison::judge(const Item& left, const Item& right) {
   if (&left == &right) {
@@ -36,20 +53,6 @@ bool ItemComparison::equal(const Item& left, const Item& right) {
   return compareOpen();
 }
 
-bool ItemComparison::equal(const ItemPointer& left, const ItemPointer& right) {
-  if (const auto known = _answers.find(left.get());
-      known != _answers.end() && known->second.right == right.get()) {
-    return known->second.equal;
-  }
-  const Verdict verdict = judge(*left, *right);
-  if (verdict != Verdict::childrenDecide) {
-    return verdict == Verdict::equal;
-  }
-  const bool isPrivateToParents = isPrivate(left, right);
-  _open.push_back({left.get(), right.get(), 0, isPrivateToParents, isPrivateToParents});
-  return compareOpen();
-}
-
 bool ItemComparison::equalContent(const Item& left, const Item& right) {
   const Verdict verdict = judgeContent(left, right);
   if (verdict != Verdict::childrenDecide) {
@@ -59,10 +62,52 @@ bool ItemComparison::equalContent(const Item& left, const Item& right) {
   return compareOpen();
 }
 
-bool ItemComparison::isPrivate(const ItemPointer& left, const ItemPointer& right) const {
-  // A represented object can be another item, which may be changed from elsewhere.
-  return _memory == Memory::remembers && left.use_count() == 1 && right.use_count() == 1 &&
-         !left->_representedObject.isObject() && !right->_representedObject.isObject();
+bool ItemComparison::equal(const ItemPointer& left, const ItemPointer& right,
+                           bool parentsArePrivate) {
+  if (const auto known = remembered(left, right)) {
+    return *known;
+  }
+  const Verdict verdict = judge(*left, *right);
+  if (verdict != Verdict::childrenDecide) {
+    return verdict == Verdict::equal;
+  }
+  _open.push_back({left.get(), right.get(), 0, parentsArePrivate && isPrivate(left, right), false});
+  const bool areEqual = compareOpen();
+  if (!areEqual) {
+    // Of equal items, nobody will ask what lies below.
+    for (const auto& [item, answer] : _found) {
+      _answers.insert_or_assign(item, answer);
+    }
+  }
+  _found.clear();
+  return areEqual;
+}
+
+bool ItemComparison::isPrivate(const ItemPointer& left, const ItemPointer& right) {
+  const auto isHeldOnce = [](const ItemPointer& item) {
+    int partsToLookAt = 250;
+    return item.use_count() == 1 && item->_children.use_count() <= 1 &&
+           !canReferToObject(item->_representedObject, partsToLookAt);
+  };
+  return isHeldOnce(left) && isHeldOnce(right);
+}
+
+void ItemComparison::forget() {
+  // Not cleared: that takes time for the largest number of answers there ever was.
+  if (!_answers.empty()) {
+    _answers = {};
+  }
+}
+
+std::optional<bool> ItemComparison::remembered(const ItemPointer& left,
+                                               const ItemPointer& right) const {
+  if (_answers.empty()) {
+    return std::nullopt;
+  }
+  const auto known = _answers.find(left.get());
+  return known != _answers.end() && known->second.right == right.get()
+             ? std::optional(known->second.equal)
+             : std::nullopt;
 }
 
 bool ItemComparison::compareOpen() {
@@ -72,52 +117,47 @@ bool ItemComparison::compareOpen() {
     if (pair.next == children.size()) {
       const Pair done = pair;
       _open.pop_back();
-      remember(done, true);
-      if (!_open.empty()) {
-        _open.back().allArePrivate &= done.allArePrivate;
+      if (done.allArePrivate) {
+        _found.push_back({done.left, {done.right, true}});
+      } else if (!_open.empty()) {
+        _open.back().allArePrivate = false;
       }
       continue;
     }
     const ItemPointer& left = children[pair.next];
     const ItemPointer& right = pair.right->currentChildren()[pair.next];
     ++pair.next;
-    if (const auto known = _answers.find(left.get());
-        known != _answers.end() && known->second.right == right.get()) {
-      if (!known->second.equal) {
-        return closeUnequal(true);
+    if (const auto known = remembered(left, right)) {
+      if (!*known) {
+        return closeUnequal(pair.isPrivate);
       }
       continue;
     }
-    const bool isPrivateToParents = isPrivate(left, right);
     switch (judge(*left, *right)) {
       case Verdict::equal:
-        pair.allArePrivate &= isPrivateToParents;
+        pair.allArePrivate = pair.allArePrivate && isPrivate(left, right);
         break;
       case Verdict::unequal:
-        return closeUnequal(isPrivateToParents);
-      case Verdict::childrenDecide:
-        _open.push_back({left.get(), right.get(), 0, isPrivateToParents, isPrivateToParents});
+        return closeUnequal(pair.isPrivate && isPrivate(left, right));
+      case Verdict::childrenDecide: {
+        const bool areAllPrivate = pair.isPrivate && isPrivate(left, right);
+        _open.push_back({left.get(), right.get(), 0, areAllPrivate, areAllPrivate});
+      }
     }
   }
   return true;
 }
 
 /// Two items differ, so all the pairs that are open do.
-bool ItemComparison::closeUnequal(bool isPrivateToParents) {
-  for (; !_open.empty(); _open.pop_back()) {
-    isPrivateToParents = isPrivateToParents && _open.back().isPrivate;
-    if (isPrivateToParents) {
-      _open.back().allArePrivate = true;
-      remember(_open.back(), false);
+bool ItemComparison::closeUnequal(bool remember) {
+  // The first of them is asked for just once.
+  for (; _open.size() > 1; _open.pop_back()) {
+    if (remember) {
+      _found.push_back({_open.back().left, {_open.back().right, false}});
     }
   }
+  _open.clear();
   return false;
-}
-
-void ItemComparison::remember(const Pair& pair, bool equal) {
-  if (_memory == Memory::remembers && pair.allArePrivate) {
-    _answers.insert_or_assign(pair.left, Answer{pair.right, equal});
-  }
 }
 
 }  // namespace detail

@@ -4,35 +4,42 @@
 
 #include <vexil/KRAVTWVItemVexil.h>
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
 namespace detail {
 
-/// Compares subtrees without recursion and, when asked to, remembers what it found.
+/// Compares subtrees without recursion and, for a merge, remembers what it found.
 ///
-/// A merge compares the children of a node, subtree by subtree, and then again level by level on its
-/// way down to what differs. Remembering the answers makes that linear in the subtree. An answer is
-/// remembered only for subtrees that nobody but their own parents holds, so that nothing the merge
-/// does to another item can make it wrong; and whoever lets foreign code run, which may do anything,
-/// calls `forget`.
+/// A merge compares the children of a node, subtree by subtree, and then again level by level on
+/// its way down to what differs. Remembering the answers makes that linear in the subtree.
+///
+/// But the merge changes items while it goes on. So an answer is remembered only of items that are
+/// private: from the top of the merge down to them and to all that they were compared by, every
+/// item and every array is held by its parent alone, and no represented object refers to an object,
+/// which could be an item. Nothing that the merge does elsewhere changes such items. Foreign code
+/// can do anything, and whoever lets it run calls `forget`.
 class ItemComparison {
  public:
-  enum class Memory : bool { none, remembers };
-  explicit ItemComparison(Memory memory) : _memory(memory) {}
-
   using Item = KRAVTWVItemVexil;
   using ItemPointer = std::shared_ptr<KRAVTWVItemVexil>;
 
-  /// `left.isEqual(right)`.
+  /// `left.isEqual(right)` and `left.isEqualToItem(right)`; nothing is remembered.
   [[nodiscard]] bool equal(const Item& left, const Item& right);
-  /// The same for elements of two arrays of children.
-  [[nodiscard]] bool equal(const ItemPointer& left, const ItemPointer& right);
-  /// `left.isEqualToItem(right)`.
   [[nodiscard]] bool equalContent(const Item& left, const Item& right);
 
-  void forget() { _answers.clear(); }
+  /// `left->isEqual(*right)` for elements of two arrays of children, whose owners are private or
+  /// not.
+  [[nodiscard]] bool equal(const ItemPointer& left, const ItemPointer& right,
+                           bool parentsArePrivate);
+
+  /// Whether two elements of arrays are private when their parents are.
+  [[nodiscard]] static bool isPrivate(const ItemPointer& left, const ItemPointer& right);
+
+  void forget();
 
  private:
   enum class Verdict : std::uint8_t { equal, unequal, childrenDecide };
@@ -40,7 +47,7 @@ class ItemComparison {
     const Item* left;
     const Item* right;
     std::size_t next = 0;  // the children to be compared next
-    bool isPrivate;        // held by their own parents alone
+    bool isPrivate;        // the two and all above
     bool allArePrivate;    // and all below, as far as they were compared
   };
   struct Answer {
@@ -50,14 +57,14 @@ class ItemComparison {
 
   static Verdict judge(const Item& left, const Item& right);
   static Verdict judgeContent(const Item& left, const Item& right);
-  [[nodiscard]] bool isPrivate(const ItemPointer& left, const ItemPointer& right) const;
+  [[nodiscard]] std::optional<bool> remembered(const ItemPointer& left,
+                                               const ItemPointer& right) const;
   /// Compares the children of the one pair that is open.
   [[nodiscard]] bool compareOpen();
-  [[nodiscard]] bool closeUnequal(bool isPrivate);
-  void remember(const Pair& pair, bool equal);
+  [[nodiscard]] bool closeUnequal(bool remember);
 
-  Memory _memory;
   std::vector<Pair> _open;
+  std::vector<std::pair<const Item*, Answer>> _found;  // in this comparison, and to be remembered
   std::unordered_map<const Item*, Answer> _answers;
 };
 

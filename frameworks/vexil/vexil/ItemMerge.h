@@ -11,8 +11,8 @@
 
 namespace detail {
 
-/// One `replaceChildren` with all the nested ones it leads to, without recursion: a level is what the
-/// nested call would have on the stack.
+/// One `replaceChildren` with all the nested ones it leads to, without recursion: a level is what
+/// the nested call would have on the stack.
 class ItemMerge {
  public:
   void run(KRAVTWVItemVexil& receiver, std::shared_ptr<const KRAVTWVItemArray> fresh);
@@ -26,22 +26,27 @@ class ItemMerge {
     std::shared_ptr<const KRAVTWVItemArray> fresh;
     std::vector<std::size_t> changed;
     std::size_t next = 0;  // position in `changed`
+    bool isPrivate;        // the receiver and the fresh items' owner, as ItemComparison has it
     platform::PendingChange replacement;
   };
 
   /// The steps up to the replacement; opens a level when there is something to replace.
-  void open(std::shared_ptr<Item> receiver, std::shared_ptr<const KRAVTWVItemArray> fresh);
-  void removeAndInsert(Item& receiver, const KRAVTWVItemArray& fresh);
+  void open(std::shared_ptr<Item> receiver, std::shared_ptr<const KRAVTWVItemArray> fresh,
+            bool isPrivate);
+  /// Yields the positions of what was inserted.
+  platform::IndexSet removeAndInsert(Item& receiver, const KRAVTWVItemArray& fresh);
   [[nodiscard]] std::vector<std::size_t> changedIndexes(const Item& receiver,
                                                         const KRAVTWVItemArray& fresh,
-                                                        const platform::IndexSet& inserted);
+                                                        const platform::IndexSet& inserted,
+                                                        bool isPrivate);
   /// Takes over the content of the next item of the innermost level, and goes into its children.
   void replaceNext();
-  void noteForeignCode(const Item& item);
+  /// Makes a change of `item` that is announced; whether an observer can have had its hands in.
+  template <class Change>
+  bool announce(const Item& item, Change&& change);
 
-  ItemComparison _comparison{ItemComparison::Memory::remembers};
+  ItemComparison _comparison;
   std::vector<Level> _levels;
-  platform::IndexSet _inserted;
 };
 
 }  // namespace detail
