@@ -44,7 +44,7 @@ KRAVTWVItemArray itemsIn(const Value& values) {
 }  // namespace
 
 std::shared_ptr<KRAVTWVItemsObserver> KRAVTWVItemsObserver::init() {
-  const std::shared_ptr<KRAVTWVItemsObserver> observer(new KRAVTWVItemsObserver);
+  std::shared_ptr<KRAVTWVItemsObserver> observer(new KRAVTWVItemsObserver);
   observer->addObserver(observer, rootKey(), ObservingOptions::both, &rootContext);
   return observer;
 }
@@ -81,10 +81,9 @@ void KRAVTWVItemsObserver::setDelegateValue(const Value& delegate) {
 const platform::KeyTable& KRAVTWVItemsObserver::keyTable() const {
   using ItemsObserver = KRAVTWVItemsObserver;
   static const platform::KeyTable table(
-      nullptr,
-      {KeyAccess::readWrite<&ItemsObserver::root, &ItemsObserver::setRootValue>(rootKey()),
-       KeyAccess::readWrite<&ItemsObserver::delegate, &ItemsObserver::setDelegateValue>(
-           "delegate")});
+      nullptr, {KeyAccess::readWrite<&ItemsObserver::root, &ItemsObserver::setRootValue>(rootKey()),
+                KeyAccess::readWrite<&ItemsObserver::delegate, &ItemsObserver::setDelegateValue>(
+                    "delegate")});
   return table;
 }
 

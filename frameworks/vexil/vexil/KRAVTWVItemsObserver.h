@@ -18,11 +18,11 @@ class KRAVTWVItemsObserverDelegate : public platform::Object {
  public:
   /// Called on the changing thread, after the change and inside the operation that makes it.
   ///
-  /// Of an insertion, `items` are the inserted ones and `indexes` theirs afterwards; of a removal, the
-  /// removed ones and theirs before; of a replacement, the items that stood at `indexes` before, which
-  /// after a merge are the same objects with new content. A setting of the whole list is two calls: a
-  /// removal of the old items, then a setting with the new ones, both without indexes. `parent` is the
-  /// item whose children changed.
+  /// Of an insertion, `items` are the inserted ones and `indexes` theirs afterwards; of a removal,
+  /// the removed ones and theirs before; of a replacement, the items that stood at `indexes`
+  /// before, which after a merge are the same objects with new content. A setting of the whole list
+  /// is two calls: a removal of the old items, then a setting with the new ones, both without
+  /// indexes. `parent` is the item whose children changed.
   virtual void itemsObserverDidObserveItemsIndexesParent(
       const std::shared_ptr<KRAVTWVItemsObserver>& observer, platform::ChangeKind kind,
       const KRAVTWVItemArray& items, const std::optional<platform::IndexSet>& indexes,
@@ -38,19 +38,19 @@ class KRAVTWVItemsObserverDelegate : public platform::Object {
 ///     observer->setRoot(nullptr);   // before the tree or the observer goes
 ///
 /// It is registered for "children" on every item of the tree, and keeps that in step: subtrees that
-/// are inserted are registered on, subtrees that are removed withdrawn from, each before the delegate
-/// hears of it. What `addChild` adds is not announced and so not followed; let the root be watched
-/// when the tree has been built.
+/// are inserted are registered on, subtrees that are removed withdrawn from, each before the
+/// delegate hears of it. What `addChild` adds is not announced and so not followed; let the root be
+/// watched when the tree has been built.
 ///
-/// Order of reports: a child's own removals and insertions during a merge come before the replacement
-/// that they are part of. Setting the root reports nothing.
+/// Order of reports: a child's own removals and insertions during a merge come before the
+/// replacement that they are part of. Setting the root reports nothing.
 ///
 /// Root and delegate are held weakly. A tree that goes clears `root` without an announcement;
-/// registrations that are left over, because root was not cleared in time, are never called and do no
-/// harm.
+/// registrations that are left over, because root was not cleared in time, are never called and do
+/// no harm.
 ///
-/// Raises `InvalidArgument` out of a change when the tree holds items that it was never registered on
-/// and now has to withdraw from, or when a list of children is set from or to an absent one.
+/// Raises `InvalidArgument` out of a change when the tree holds items that it was never registered
+/// on and now has to withdraw from, or when a list of children is set from or to an absent one.
 class KRAVTWVItemsObserver : public platform::Observable, public platform::Observer {
  public:
   /// An observer without root and delegate. It is made here and not by its constructor because it
@@ -58,8 +58,8 @@ class KRAVTWVItemsObserver : public platform::Observable, public platform::Obser
   static std::shared_ptr<KRAVTWVItemsObserver> init();
   ~KRAVTWVItemsObserver() override;
 
-  /// Setting it withdraws from the old tree and registers on the new one; setting the same root again
-  /// does both. Announced under "root".
+  /// Setting it withdraws from the old tree and registers on the new one; setting the same root
+  /// again does both. Announced under "root".
   [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> root() const { return read(_root).lock(); }
   void setRoot(const std::shared_ptr<KRAVTWVItemVexil>& root);
 

@@ -4,6 +4,7 @@
 #include <vexil/KRAVTWVItemsVexil.h>
 
 #include <algorithm>
+#include <compare>
 #include <utility>
 #include <vector>
 
@@ -17,7 +18,8 @@ using platform::Value;
 
 namespace {
 
-/// The records of `events` by name, then by identifier; `events` itself when they are in that order.
+/// The records of `events` by name, then by identifier; `events` itself when they are in that
+/// order.
 Value inEventOrder(const Value& events) {
   static const Key nameKey(kTWEventName);
   static const Key identifierKey(kTWEventUniqueID);
@@ -28,7 +30,8 @@ Value inEventOrder(const Value& events) {
   };
   const auto before = [](const Entry& a, const Entry& b) {
     const auto names = a.name->compare(*b.name);
-    return names != 0 ? names < 0 : a.identifier->compare(*b.identifier) < 0;
+    return std::is_neq(names) ? std::is_lt(names)
+                              : std::is_lt(a.identifier->compare(*b.identifier));
   };
   std::vector<Entry> entries;
   entries.reserve(events.elements().size());
@@ -67,8 +70,7 @@ void KRAVTWVItemsVexil::setRootValue(const Value& root) {
   setRoot(std::move(item));
 }
 
-void KRAVTWVItemsVexil::replaceRootChildren(
-    const std::shared_ptr<const KRAVTWVItemArray>& items) {
+void KRAVTWVItemsVexil::replaceRootChildren(const std::shared_ptr<const KRAVTWVItemArray>& items) {
   if (const auto item = root()) {
     item->replaceChildren(items);
   }

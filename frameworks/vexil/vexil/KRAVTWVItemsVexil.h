@@ -16,9 +16,9 @@ extern const std::string_view KRAVTWVEventsVexilKeyPathEvents;  ///< "events"
 /// A collection: the object that a host keeps for one outline. It owns the root of a tree of items,
 /// turns the records it is handed into items, and has the root merge them into the live tree.
 ///
-/// Collections are held by `std::shared_ptr` (`std::make_shared<KRAVTWVEventsVexil>()`). The root is
-/// made once, a group without a label whose identifier is "root"; no collection ever replaces it, so
-/// a view or observer that is bound to it stays bound. Only `setRoot` does.
+/// Collections are held by `std::shared_ptr` (`std::make_shared<KRAVTWVEventsVexil>()`). The root
+/// is made once, a group without a label whose identifier is "root"; no collection ever replaces
+/// it, so a view or observer that is bound to it stays bound. Only `setRoot` does.
 ///
 /// A collection keeps its input, skips a change that equals what it holds, and otherwise builds all
 /// its items anew; the merge keeps those that are shown. All of a collection, its tree and its
@@ -66,17 +66,19 @@ class KRAVTWVEventsVexil : public KRAVTWVItemsVexil {
   /// Accepts a new list, an array of event records in any order; also reached by setting the key
   /// "events", which can only be set.
   ///
-  /// The records are sorted by `kTWEventName` and, where those compare equal, by `kTWEventUniqueID`,
-  /// by natural comparison (`Value::compare`; absent first), stably. When the sorted list equals the
-  /// one held, nothing else happens. Otherwise "sortedEvents" is set and announced first, while the
-  /// tree is still the old one; then an item is built for each record and all are merged into the
-  /// root's children, with the announcements of `KRAVTWVItemVexil::replaceChildren`.
+  /// The records are sorted by `kTWEventName` and, where those compare equal, by
+  /// `kTWEventUniqueID`, by natural comparison (`Value::compare`; absent first), stably. When the
+  /// sorted list equals the one held, nothing else happens. Otherwise "sortedEvents" is set and
+  /// announced first, while the tree is still the old one; then an item is built for each record
+  /// and all are merged into the root's children, with the announcements of
+  /// `KRAVTWVItemVexil::replaceChildren`.
   ///
-  /// An absent list never equals the one held: it is stored as absent, and all items go. Identifiers
-  /// must be there and differ from one another; otherwise the merge raises, with the list stored.
-  /// Raises `InvalidArgument` for anything but an array, with nothing changed.
+  /// An absent list never equals the one held: it is stored as absent, and all items go.
+  /// Identifiers must be there and differ from one another; otherwise the merge raises, with the
+  /// list stored. Raises `InvalidArgument` for anything but an array, with nothing changed.
   ///
-  /// Cost: an unchanged list costs one sort and one comparison; a changed one also one item a record.
+  /// Cost: an unchanged list costs one sort and one comparison; a changed one also one item a
+  /// record.
   void setEvents(const platform::Value& events);
 
  protected:
