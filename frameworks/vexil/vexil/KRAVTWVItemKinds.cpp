@@ -38,7 +38,8 @@ const RecordKeys& keys() {
 
 // Here, where classes need it, because a registration of its own would not be linked into a program
 // that uses the library as an archive.
-const platform::BundleRegistration ownStrings(&KRAVTWVItemVexilKeyPathChildren, detail::embeddedStrings());
+const platform::BundleRegistration ownStrings(&KRAVTWVItemVexilKeyPathChildren,
+                                              detail::embeddedStrings());
 
 std::set<std::string> with(std::set<std::string> keys, const char* added) {
   keys.insert({added, "representedEvent"});
@@ -60,9 +61,13 @@ KRAVTWVGroupVexil::~KRAVTWVGroupVexil() = default;
 
 KRAVTWVEventVexil::~KRAVTWVEventVexil() = default;
 
-Value KRAVTWVEventVexil::uniqueID() const { return representedEvent()[keys().eventUniqueID]; }
+Value KRAVTWVEventVexil::uniqueID() const {
+  return representedEvent()[keys().eventUniqueID];
+}
 
-Value KRAVTWVEventVexil::label() const { return representedEvent()[keys().eventName]; }
+Value KRAVTWVEventVexil::label() const {
+  return representedEvent()[keys().eventName];
+}
 
 bool KRAVTWVEventVexil::enabled() const {
   return representedEvent()[keys().eventEnabled].booleanReading();
@@ -87,7 +92,9 @@ KRAVTWVOnDemandVexil::~KRAVTWVOnDemandVexil() = default;
 
 KRAVTWVDomainVexil::~KRAVTWVDomainVexil() = default;
 
-Value KRAVTWVDomainVexil::uniqueID() const { return representedObject()[keys().domainUniqueID]; }
+Value KRAVTWVDomainVexil::uniqueID() const {
+  return representedObject()[keys().domainUniqueID];
+}
 
 Value KRAVTWVDomainVexil::label() const {
   Value name = representedObject()[keys().domainName];
@@ -177,9 +184,13 @@ KRAVTWVNetServiceVexil::KRAVTWVNetServiceVexil(std::shared_ptr<platform::NetServ
 KRAVTWVNetServiceVexil::~KRAVTWVNetServiceVexil() = default;
 
 Value KRAVTWVNetServiceVexil::uniqueID() const {
-  const auto service = netService();
-  return domain().displayText() + ":" + (service ? service->type() : Value()).displayText() + ":" +
-         label().displayText();
+  // Read once, so that the parts are those of one service, and not through `label` and `domain`, so
+  // that a subclass that shows something else keeps its identity.
+  static const platform::NetService none({}, {}, {});
+  const auto held = netService();
+  const platform::NetService& service = held ? *held : none;
+  return service.domain().displayText() + ":" + service.type().displayText() + ":" +
+         service.name().displayText();
 }
 
 Value KRAVTWVNetServiceVexil::label() const {

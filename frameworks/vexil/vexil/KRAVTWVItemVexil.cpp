@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <iterator>
+#include <typeinfo>
 #include <unordered_set>
 #include <utility>
 
@@ -136,7 +138,13 @@ void KRAVTWVItemVexil::setParentValue(const Value& parent) {
 }
 
 std::shared_ptr<KRAVTWVItemArray> KRAVTWVItemVexil::children() const {
-  auto made = std::make_shared<KRAVTWVItemArray>();
+  {
+    const std::lock_guard lock(propertyLock());
+    if (_children || _childrenState == Children::absent) {
+      return _children;
+    }
+  }
+  auto made = std::make_shared<KRAVTWVItemArray>();  // outside the lock, as it may take its time
   const std::lock_guard lock(propertyLock());
   if (!_children && _childrenState == Children::present) {
     _children = std::move(made);
@@ -171,7 +179,15 @@ void KRAVTWVItemVexil::setChildrenValue(const Value& children) {
 }
 
 Value KRAVTWVItemVexil::childrenValue() const {
-  return _childrenState == Children::absent ? Value() : Value::arrayOfObjects(currentChildren());
+  std::shared_ptr<KRAVTWVItemArray> children;
+  {
+    const std::lock_guard lock(propertyLock());
+    if (_childrenState == Children::absent) {
+      return {};
+    }
+    children = _children;
+  }
+  return children ? Value::arrayOfObjects(*children) : Value::array({});
 }
 
 bool KRAVTWVItemVexil::isLeaf() const {
@@ -197,13 +213,12 @@ KRAVTWVItemArray& KRAVTWVItemVexil::childrenForAdding() {
 // --- equality
 
 bool KRAVTWVItemVexil::isKindOfReceiversClass(const KRAVTWVItemVexil& /*other*/) const {
-  return true;
+  return typeid(*this) == typeid(KRAVTWVItemVexil);
 }
 
 bool KRAVTWVItemVexil::isEqual(const platform::Object& other) const {
   const auto* item = dynamic_cast<const KRAVTWVItemVexil*>(&other);
-  return item != nullptr &&
-         detail::ItemComparison(detail::ItemComparison::Memory::none).equal(*this, *item);
+  return item != nullptr && detail::ItemComparison().equal(*this, *item);
 }
 
 bool KRAVTWVItemVexil::isEqual(const Value& other) const {
@@ -211,7 +226,7 @@ bool KRAVTWVItemVexil::isEqual(const Value& other) const {
 }
 
 bool KRAVTWVItemVexil::isEqualToItem(const KRAVTWVItemVexil& item) const {
-  return detail::ItemComparison(detail::ItemComparison::Memory::none).equalContent(*this, item);
+  return detail::ItemComparison().equalContent(*this, item);
 }
 
 std::size_t KRAVTWVItemVexil::hash() const {
@@ -241,14 +256,14 @@ std::string KRAVTWVItemVexil::description() const {
 
 // --- children
 
-void KRAVTWVItemVexil::addChild(const std::shared_ptr<KRAVTWVItemVexil>& child) {
+void KRAVTWVItemVexil::addChild(std::shared_ptr<KRAVTWVItemVexil> child) {
   if (!child) {
     throw platform::InvalidArgument("a null pointer cannot be added as a child");
   }
   std::erase_if(childrenForAdding(),
                 [&](const auto& element) { return element == child || element->isEqual(*child); });
   child->setParent(std::static_pointer_cast<KRAVTWVItemVexil>(shared_from_this()));
-  childrenForAdding().push_back(child);
+  childrenForAdding().push_back(std::move(child));
 }
 
 void KRAVTWVItemVexil::addChildren(const KRAVTWVItemArray& children) {
@@ -261,7 +276,8 @@ void KRAVTWVItemVexil::addChildren(const KRAVTWVItemArray& children) {
   for (const auto& child : currentChildren()) {
     hashes.insert(hashOf(*child));
   }
-  const KRAVTWVItemArray added = children;  // which may be this item's own array
+  // A copy, because what is added may be this item's own array.
+  const KRAVTWVItemArray added(children.begin(), children.end());
   for (const auto& child : added) {
     if (!child || !hashes.insert(hashOf(*child)).second) {
       addChild(child);
@@ -302,6 +318,10 @@ void KRAVTWVItemVexil::removeChildrenAtIndexes(const IndexSet& indexes) {
 /// Inserts the items of `fresh` at `indexes`, so that each stands there afterwards.
 void KRAVTWVItemVexil::insertChildren(const KRAVTWVItemArray& fresh, const IndexSet& indexes) {
   const std::size_t count = currentChildren().size() + indexes.count();
+  // An observer of the removal may have taken items out of either array.
+  if (*indexes.last() >= fresh.size()) {
+    throw platform::RangeError("the fresh items became fewer while they were merged");
+  }
   if (*indexes.last() >= count) {
     throw platform::RangeError("an identifier occurs twice: a child cannot be inserted at " +
                                std::to_string(*indexes.last()));
@@ -416,18 +436,23 @@ std::shared_ptr<KRAVTWVItemVexil> KRAVTWVItemVexil::itemWithPath(std::string_vie
   return nullptr;
 }
 
-std::optional<platform::FileURL> KRAVTWVItemVexil::URLForUniqueTemporaryDirectory() const {
+std::optional<platform::FileURL> KRAVTWVItemVexil::URLForUniqueTemporaryDirectory() const try {
   constexpr int attempts = 5;
+  const platform::FileURL temporaryDirectory = platform::temporaryDirectory();
   for (int attempt = 0; attempt < attempts; ++attempt) {
     std::optional<std::string> name = platform::randomUUID();
     if (!name) {
-      name = std::to_string(::random()) + "-" + std::to_string(::random()) + "-" +
-             std::to_string(::random());
+      name = std::to_string(::random());
+      *name += "-" + std::to_string(::random());
+      *name += "-" + std::to_string(::random());
     }
-    platform::FileURL directory = platform::temporaryDirectory().appendingDirectory(*name);
+    platform::FileURL directory = temporaryDirectory.appendingDirectory(*name);
     if (platform::createDirectory(directory)) {
       return directory;
     }
   }
+  return std::nullopt;
+} catch (const std::filesystem::filesystem_error&) {
+  // A relative temporary directory has no place when the current directory is gone.
   return std::nullopt;
 }

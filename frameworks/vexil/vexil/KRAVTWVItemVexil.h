@@ -15,6 +15,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -40,8 +41,8 @@ extern const std::string_view KRAVTWVItemVexilKeyPathLabel;     ///< "label"
 using KRAVTWVItemArray = std::vector<std::shared_ptr<KRAVTWVItemVexil>>;
 
 /// A node of every tree that outline views show: it wraps one represented object and has an
-/// identifier among its siblings, a label, an enabled flag, a weak link to its parent and an ordered
-/// array of children, which it owns.
+/// identifier among its siblings, a label, an enabled flag, a weak link to its parent and an
+/// ordered array of children, which it owns.
 ///
 /// Making one. Items are held by `std::shared_ptr` and made by the factories, each of which makes
 /// the class it is called on. A host's own kind gets them with one line:
@@ -56,17 +57,18 @@ using KRAVTWVItemArray = std::vector<std::shared_ptr<KRAVTWVItemVexil>>;
 /// Identifiers and labels are strings by intention and values by type: a kind hands on whatever its
 /// record holds, unchecked, absent values included.
 ///
-/// What is announced. Every setter announces its own key. `representedObject` also announces the keys
-/// that follow from it, "children" also "isGroup" and "isExpandable". `removeChildrenAtIndexes` and
-/// `replaceChildren` announce changes of "children" with their indexes. **`addChild` and
-/// `addChildren` announce nothing about "children"**: they fill items that nobody watches yet.
+/// What is announced. Every setter announces its own key. `representedObject` also announces the
+/// keys that follow from it, "children" also "isGroup" and "isExpandable".
+/// `removeChildrenAtIndexes` and `replaceChildren` announce changes of "children" with their
+/// indexes. **`addChild` and `addChildren` announce nothing about "children"**: they fill items
+/// that nobody watches yet.
 ///
 /// Who owns whom. An item owns its children and refers to its parent weakly; only `addChild` sets a
 /// child's parent, and nothing but `setParent` ever changes it again. In particular an item that
 /// `replaceChildren` inserts keeps the parent it had, and a removed one too.
 ///
-/// Threads. Every property is atomic by itself. Operations on children, and any change of an observed
-/// tree, belong to one thread at a time.
+/// Threads. Every property is atomic by itself. Operations on children, and any change of an
+/// observed tree, belong to one thread at a time.
 ///
 /// No operation recurses with the depth of the tree. Only items that represent items recurse, with
 /// the length of that chain, when they are compared or hashed. A tree must not contain itself.
@@ -82,8 +84,8 @@ class KRAVTWVItemVexil : public platform::Observable {
 
   static std::shared_ptr<KRAVTWVItemVexil> itemWithRepresentedObject(platform::Value object);
 
-  /// The keys whose values follow from the represented object; a class operation. A kind adds its own
-  /// to its base class's. "representedEvent" is in everybody's set, which is harmless for kinds
+  /// The keys whose values follow from the represented object; a class operation. A kind adds its
+  /// own to its base class's. "representedEvent" is in everybody's set, which is harmless for kinds
   /// without it.
   [[nodiscard]] virtual std::set<std::string> keyPathsForValuesAffectedByRepresentedObject() const;
 
@@ -126,18 +128,18 @@ class KRAVTWVItemVexil : public platform::Observable {
   // --- equality
 
   /// By content: `other` is of the receiver's own class or a subclass of it, and `isEqualToItem`.
-  /// So a plain item can equal an event, but never the other way round. An item always equals itself.
-  /// Takes time in proportion to the subtree, less where it differs.
+  /// So a plain item can equal an event, but never the other way round. An item always equals
+  /// itself. Takes time in proportion to the subtree, less where it differs.
   [[nodiscard]] bool isEqual(const platform::Object& other) const final;
   [[nodiscard]] bool isEqual(const platform::Value& other) const;
 
-  /// Whether the represented objects are equal, as the receiver's says, and the children are, one by
-  /// one. False when the receiver represents nothing. Identifier, label, enabled and parent take no
-  /// part.
+  /// Whether the represented objects are equal, as the receiver's says, and the children are, one
+  /// by one. False when the receiver represents nothing. Identifier, label, enabled and parent take
+  /// no part.
   [[nodiscard]] bool isEqualToItem(const KRAVTWVItemVexil& item) const;
 
-  /// 31 * hash of the represented object (0 when absent) + hash of the children + 961; the hash of the
-  /// children follows from those of the whole subtree.
+  /// 31 * hash of the represented object (0 when absent) + hash of the children + 961; the hash of
+  /// the children follows from those of the whole subtree.
   [[nodiscard]] std::size_t hash() const final;
 
   /// `<Class: address> { uniqueID, label }`.
@@ -148,7 +150,7 @@ class KRAVTWVItemVexil : public platform::Observable {
   /// Appends `child` and sets its parent to this item. Children that equal it, as they say
   /// (`element.isEqual(child)`), are removed first, so that adding one again moves it to the end.
   /// Raises `InvalidArgument` for a null pointer.
-  void addChild(const std::shared_ptr<KRAVTWVItemVexil>& child);
+  void addChild(std::shared_ptr<KRAVTWVItemVexil> child);
 
   /// `addChild` for each item in order; in linear time unless many are equal.
   void addChildren(const KRAVTWVItemArray& children);
@@ -158,7 +160,8 @@ class KRAVTWVItemVexil : public platform::Observable {
   /// announced, when a position is past the end.
   void removeChildrenAtIndexes(const platform::IndexSet& indexes);
 
-  /// Brings the children in line with a freshly built array, keeping the items that are still there.
+  /// Brings the children in line with a freshly built array, keeping the items that are still
+  /// there.
   ///
   /// Three announcements at most, of "children", each only when it is not empty:
   /// 1. removal of the children whose identifier is not in `fresh`, at their old positions;
@@ -167,19 +170,21 @@ class KRAVTWVItemVexil : public platform::Observable {
   /// 3. replacement at the positions where a child that stayed does not equal the item that stands
   ///    there in `fresh`. Each such child, while this is being announced, takes over that item's
   ///    represented object (`setRepresentedObject`) and, by this same operation, its children; it
-  ///    keeps its class, identifier, label and parent. The announcements of what happens inside come
-  ///    before this one.
+  ///    keeps its class, identifier, label and parent. The announcements of what happens inside
+  ///    come before this one.
   ///
   /// Children that stay are paired with `fresh` by position, not by identifier: where their order
   /// has changed, they take over each other's content. Nothing is announced when nothing differs.
   /// A child that represents nothing never equals its counterpart and is refreshed every time.
   ///
-  /// Raises `InvalidArgument` when an item on either side has no identifier, with nothing changed, and
-  /// `RangeError` when, because identifiers occur twice, a position is past the end of an array. What
-  /// was changed and announced before stays.
+  /// Raises `InvalidArgument` when an item on either side has no identifier, with nothing changed,
+  /// and `RangeError` when, because identifiers occur twice, a position is past the end of an
+  /// array. What was changed and announced before stays.
   ///
-  /// Cost: linear in both arrays and in the subtrees compared, when nobody observes the subtree.
-  /// Observers may change what was compared, so below an observed item every level is compared anew.
+  /// Cost: linear in both arrays and in the subtrees compared, when nobody observes the subtrees or
+  /// holds anything in them but its parent (hand the array over with `std::move`). Observers may
+  /// change what was compared, and so may a change of an item that is held elsewhere too; below
+  /// such items every level is compared anew.
   ///
   /// `fresh` may be a null pointer, which is an empty array.
   void replaceChildren(const std::shared_ptr<const KRAVTWVItemArray>& fresh);
@@ -208,8 +213,8 @@ class KRAVTWVItemVexil : public platform::Observable {
   [[nodiscard]] std::string path() const;
 
   /// The item at `path`, which begins with this item's own identifier; null when there is none. Of
-  /// siblings with one identifier the first that leads there is found. Raises `InvalidArgument` when
-  /// the search comes to an item that has no string for an identifier.
+  /// siblings with one identifier the first that leads there is found. Raises `InvalidArgument`
+  /// when the search comes to an item that has no string for an identifier.
   [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> itemWithPath(std::string_view path) const;
 
   /// A new, empty directory of this user's below the temporary directory; absent when five attempts
@@ -222,8 +227,8 @@ class KRAVTWVItemVexil : public platform::Observable {
   [[nodiscard]] platform::Value valuesAtIndexesForKey(const platform::IndexSet& indexes,
                                                       const platform::Key& key) const override;
 
-  /// Whether `other` is of the receiver's own class or of a subclass of it. `KRAVTWVKind` overrides
-  /// this for every kind.
+  /// Whether `other`, which is of another class than the receiver, is of a subclass of it.
+  /// `KRAVTWVKind` overrides this for every kind.
   [[nodiscard]] virtual bool isKindOfReceiversClass(const KRAVTWVItemVexil& other) const;
 
   // The order of the fields is part of the design.
@@ -254,7 +259,8 @@ class KRAVTWVItemVexil : public platform::Observable {
 };
 
 /// What every kind of item has from its class, for the kind `Self` derived from `Base`: the
-/// factories, and the class test of equality. A factory exists for the kinds that it can make.
+/// factories, and the class test of equality. A factory exists for the kinds that it can make. A
+/// kind that is derived without it equals no item of another class, not even of its own subclasses.
 template <class Self, class Base>
 class KRAVTWVKind : public Base {
  public:
@@ -303,7 +309,7 @@ class KRAVTWVKind : public Base {
 
  protected:
   [[nodiscard]] bool isKindOfReceiversClass(const KRAVTWVItemVexil& other) const override {
-    return dynamic_cast<const Self*>(&other) != nullptr;
+    return typeid(*this) == typeid(Self) && dynamic_cast<const Self*>(&other) != nullptr;
   }
 };
 
@@ -320,9 +326,9 @@ class KRAVTWVEventRepresenting {
 };
 
 // The kinds. A kind stores nothing that it can read from its represented object: what it derives is
-// read anew each time, and its observers are told when the represented object is replaced. Setting a
-// stored identifier or label has no effect on a kind that derives it. A key that is missing from a
-// record, and any key of something that is no record, reads as absent.
+// read anew each time, and its observers are told when the represented object is replaced. Setting
+// a stored identifier or label has no effect on a kind that derives it. A key that is missing from
+// a record, and any key of something that is no record, reads as absent.
 
 /// A bare label, always a group, with or without children. It represents its identifier.
 class KRAVTWVGroupVexil : public KRAVTWVKind<KRAVTWVGroupVexil, KRAVTWVItemVexil> {
@@ -376,8 +382,8 @@ class KRAVTWVDomainVexil : public KRAVTWVKind<KRAVTWVDomainVexil, KRAVTWVItemVex
   [[nodiscard]] bool isGroup() const override { return true; }
 };
 
-/// A queued trigger record: an event and when it fires. The label is the event's name, read from the
-/// record itself and not through `representedEvent`.
+/// A queued trigger record: an event and when it fires. The label is the event's name, read from
+/// the record itself and not through `representedEvent`.
 class KRAVTWVQueuedTriggerVexil : public KRAVTWVKind<KRAVTWVQueuedTriggerVexil, KRAVTWVItemVexil>,
                                   public KRAVTWVEventRepresenting {
  public:
