@@ -69,9 +69,9 @@ Bundle& Bundle::forModuleAt(const void* address) {
   return bundle;
 }
 
-const Bundle& Bundle::forClassOf(const Object& object) {
+const Bundle& Bundle::forClass(const std::type_info& ownClass) {
   // A class's description for the runtime lies in the module that holds its virtual functions.
-  return forModuleAt(&typeid(object));
+  return forModuleAt(&ownClass);
 }
 
 std::string Bundle::localizedString(std::string_view key, std::string_view fallback) const {

@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <typeinfo>
 
 namespace platform {
 
@@ -29,9 +30,10 @@ struct EmbeddedStrings {
 /// which they were registered.
 class Bundle {
  public:
-  /// The bundle of the module that holds the object's own class; an empty one when nothing was
-  /// registered for it. It lives as long as the program.
-  static const Bundle& forClassOf(const Object& object);
+  /// The bundle of the module that holds a class, or the object's own class; an empty one when
+  /// nothing was registered for it. It lives as long as the program.
+  static const Bundle& forClassOf(const Object& object) { return forClass(typeid(object)); }
+  static const Bundle& forClass(const std::type_info& ownClass);
 
   /// The text under `key` in the user's language, else in English, else `fallback`.
   ///
