@@ -151,6 +151,8 @@ class Value {
   [[nodiscard]] bool isAbsent() const noexcept { return _tag == tagAbsent; }
   [[nodiscard]] bool isNull() const noexcept { return _tag == tagNull; }
   [[nodiscard]] bool isString() const noexcept { return _tag <= maxInline || _tag == tagString; }
+  /// A boolean, an integer or a real.
+  [[nodiscard]] bool isNumber() const noexcept { return _tag >= tagBoolean && _tag <= tagReal; }
   [[nodiscard]] bool isArray() const noexcept { return _tag == tagArray; }
   [[nodiscard]] bool isDictionary() const noexcept { return _tag == tagDictionary; }
   [[nodiscard]] bool isObject() const noexcept { return _tag == tagObject; }
@@ -272,7 +274,6 @@ class Value {
   }
   void share(const Value& other) noexcept;
   void drop() noexcept;
-  [[nodiscard]] bool isNumber() const noexcept { return _tag >= tagBoolean && _tag <= tagReal; }
   [[nodiscard]] std::weak_ordering compareNumber(const Value& other) const noexcept;
   [[nodiscard]] std::size_t hashOfNumber() const noexcept;
   [[nodiscard]] std::size_t hash(int depth) const;

@@ -1,15 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <platform/CaseFolding.h>
 #include <platform/Error.h>
 #include <ternwood/Ternwood.h>
 #include <vexil/KRAVTWVItemsVexil.h>
 
 #include <algorithm>
 #include <compare>
+#include <iterator>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
 constinit const std::string_view KRAVTWVItemsVexilKeyPathRoot = "root";
 constinit const std::string_view KRAVTWVEventsVexilKeyPathEvents = "events";
+constinit const std::string_view KRAVTWVEventStoreVexilKeyPathDomains = "domains";
+constinit const std::string_view KRAVTWVEngineVexilKeyPathActive = "active";
+constinit const std::string_view KRAVTWVEngineVexilKeyPathPending = "pending";
+constinit const std::string_view KRAVTWVEngineVexilKeyPathAvailable = "available";
 
 using platform::Key;
 using platform::KeyAccess;
@@ -18,9 +25,26 @@ using platform::Value;
 
 namespace {
 
+const Key& sortedEventsKey() {
+  static const Key key("sortedEvents");
+  return key;
+}
+
+void requireArray(const Value& list) {
+  if (!list.isAbsent() && !list.isArray()) {
+    throw platform::InvalidArgument("not an array: " + list.description());
+  }
+}
+
+/// Whether nothing has to be done for a new list. An absent list equals none.
+bool areEqualLists(const Value& held, const Value& fresh) {
+  return !held.isAbsent() && held == fresh;
+}
+
 /// The records of `events` by name, then by identifier; `events` itself when they are in that
-/// order.
+/// order, or absent.
 Value inEventOrder(const Value& events) {
+  requireArray(events);
   static const Key nameKey(kTWEventName);
   static const Key identifierKey(kTWEventUniqueID);
   struct Entry {
@@ -48,6 +72,15 @@ Value inEventOrder(const Value& events) {
     sorted.push_back(*entry.record);
   }
   return Value::array(std::move(sorted));
+}
+
+/// An item for each record, in their order.
+template <class MakeItem>
+std::shared_ptr<KRAVTWVItemArray> itemsOf(const Value& records, const MakeItem& makeItem) {
+  auto items = std::make_shared<KRAVTWVItemArray>();
+  items->reserve(records.elements().size());
+  std::ranges::transform(records.elements(), std::back_inserter(*items), makeItem);
+  return items;
 }
 
 }  // namespace
@@ -88,32 +121,334 @@ KRAVTWVEventsVexil::KRAVTWVEventsVexil() = default;
 KRAVTWVEventsVexil::~KRAVTWVEventsVexil() = default;
 
 void KRAVTWVEventsVexil::setSortedEvents(Value sortedEvents) {
-  static const Key key("sortedEvents");
-  assign(key, _sortedEvents, std::move(sortedEvents));
+  assign(sortedEventsKey(), _sortedEvents, std::move(sortedEvents));
 }
 
 void KRAVTWVEventsVexil::setEvents(const Value& events) {
-  if (!events.isAbsent() && !events.isArray()) {
-    throw platform::InvalidArgument("events are an array of records");
-  }
-  const Value sorted = events.isAbsent() ? events : inEventOrder(events);
-  if (!sorted.isAbsent() && sorted == sortedEvents()) {
+  const Value sorted = inEventOrder(events);
+  if (areEqualLists(sortedEvents(), sorted)) {
     return;
   }
   setSortedEvents(sorted);
-  auto items = std::make_shared<KRAVTWVItemArray>();
-  items->reserve(sorted.elements().size());
-  for (const Value& event : sorted.elements()) {
-    items->push_back(KRAVTWVEventVexil::itemWithEvent(event));
-  }
-  replaceRootChildren(std::move(items));
+  replaceRootChildren(
+      itemsOf(sorted, [](const Value& event) { return KRAVTWVEventVexil::itemWithEvent(event); }));
 }
 
 const KeyTable& KRAVTWVEventsVexil::keyTable() const {
   using Events = KRAVTWVEventsVexil;
   static const KeyTable table(
       &itemsKeyTable(),
-      {KeyAccess::readWrite<&Events::sortedEvents, &Events::setSortedEvents>("sortedEvents"),
+      {KeyAccess::readWrite<&Events::sortedEvents, &Events::setSortedEvents>(sortedEventsKey()),
        KeyAccess::writeOnly<&Events::setEvents>(KRAVTWVEventsVexilKeyPathEvents)});
+  return table;
+}
+
+// --- event store
+
+KRAVTWVEventStoreVexil::KRAVTWVEventStoreVexil() = default;
+
+KRAVTWVEventStoreVexil::~KRAVTWVEventStoreVexil() = default;
+
+void KRAVTWVEventStoreVexil::setOrderedDomains(Value orderedDomains) {
+  static const Key key("orderedDomains");
+  assign(key, _orderedDomains, std::move(orderedDomains));
+}
+
+void KRAVTWVEventStoreVexil::setSortedEvents(Value sortedEvents) {
+  assign(sortedEventsKey(), _sortedEvents, std::move(sortedEvents));
+}
+
+void KRAVTWVEventStoreVexil::setDomains(const Value& domains) {
+  requireArray(domains);
+  if (areEqualLists(orderedDomains(), domains)) {
+    return;
+  }
+  setOrderedDomains(domains);
+  replaceRootChildren(itemsWithEventsAndDomains(sortedEvents(), orderedDomains()));
+}
+
+void KRAVTWVEventStoreVexil::setEvents(const Value& events) {
+  const Value sorted = inEventOrder(events);
+  if (areEqualLists(sortedEvents(), sorted)) {
+    return;
+  }
+  setSortedEvents(sorted);
+  replaceRootChildren(itemsWithEventsAndDomains(sortedEvents(), orderedDomains()));
+}
+
+std::shared_ptr<KRAVTWVItemArray> KRAVTWVEventStoreVexil::itemsWithEventsAndDomains(
+    const Value& events, const Value& domains) {
+  static const Key eventDomainKey(kTWEventDomain);
+  static const Key domainTypeKey(kTWDomainType);
+  static const Key domainIdentifierKey(kTWDomainUniqueID);
+
+  // The records outlive the table, so it can refer to their strings.
+  std::unordered_map<std::string_view, KRAVTWVItemArray> eventsOfDomain;
+  for (const Value& event : events.elements()) {
+    eventsOfDomain[event[eventDomainKey].string()].push_back(
+        KRAVTWVEventVexil::itemWithEvent(event));
+  }
+
+  auto items = std::make_shared<KRAVTWVItemArray>();
+  for (const Value& domain : domains.elements()) {
+    const Value& type = domain[domainTypeKey];
+    if (type.isString() && type.string() == kTWDomainType_Engine) {
+      continue;
+    }
+    items->push_back(KRAVTWVDomainVexil::itemWithDomain(domain));
+    const auto found = eventsOfDomain.find(domain[domainIdentifierKey].string());
+    if (found != eventsOfDomain.end()) {
+      items->back()->addChildren(found->second);
+    }
+  }
+  while (items && items->size() == 1 &&
+         std::dynamic_pointer_cast<KRAVTWVDomainVexil>(items->front())) {
+    items = items->front()->children();
+  }
+  return items;
+}
+
+const KeyTable& KRAVTWVEventStoreVexil::keyTable() const {
+  using Store = KRAVTWVEventStoreVexil;
+  static const KeyTable table(
+      &itemsKeyTable(),
+      {KeyAccess::readWrite<&Store::orderedDomains, &Store::setOrderedDomains>("orderedDomains"),
+       KeyAccess::readWrite<&Store::sortedEvents, &Store::setSortedEvents>(sortedEventsKey()),
+       KeyAccess::writeOnly<&Store::setDomains>(KRAVTWVEventStoreVexilKeyPathDomains),
+       KeyAccess::writeOnly<&Store::setEvents>(KRAVTWVEventsVexilKeyPathEvents)});
+  return table;
+}
+
+// --- engine
+
+KRAVTWVEngineVexil::KRAVTWVEngineVexil() : KRAVTWVEngineVexil(typeid(KRAVTWVEngineVexil)) {}
+
+KRAVTWVEngineVexil::KRAVTWVEngineVexil(const std::type_info& ownClass) {
+  updateItems(platform::Bundle::forClass(ownClass));
+}
+
+KRAVTWVEngineVexil::~KRAVTWVEngineVexil() = default;
+
+void KRAVTWVEngineVexil::setActiveEvents(Value events) {
+  static const Key key("activeEvents");
+  assign(key, _activeEvents, std::move(events));
+}
+
+void KRAVTWVEngineVexil::setPendingTriggers(Value triggers) {
+  static const Key key("pendingTriggers");
+  assign(key, _pendingTriggers, std::move(triggers));
+}
+
+void KRAVTWVEngineVexil::setOnDemandAvailable(Value events) {
+  static const Key key("onDemandAvailable");
+  assign(key, _onDemandAvailable, std::move(events));
+}
+
+void KRAVTWVEngineVexil::setActive(const Value& events) {
+  accept(events, &KRAVTWVEngineVexil::activeEvents, &KRAVTWVEngineVexil::setActiveEvents);
+}
+
+void KRAVTWVEngineVexil::setPending(const Value& triggers) {
+  accept(triggers, &KRAVTWVEngineVexil::pendingTriggers, &KRAVTWVEngineVexil::setPendingTriggers);
+}
+
+void KRAVTWVEngineVexil::setAvailable(const Value& events) {
+  accept(events, &KRAVTWVEngineVexil::onDemandAvailable, &KRAVTWVEngineVexil::setOnDemandAvailable);
+}
+
+void KRAVTWVEngineVexil::accept(const Value& list, Value (KRAVTWVEngineVexil::*held)() const,
+                                void (KRAVTWVEngineVexil::*hold)(Value)) {
+  requireArray(list);
+  if (!areEqualLists((this->*held)(), list)) {
+    (this->*hold)(list);
+    updateItemsForEngine();
+  }
+}
+
+void KRAVTWVEngineVexil::updateItemsForEngine() {
+  updateItems(platform::Bundle::forClassOf(*this));
+}
+
+void KRAVTWVEngineVexil::updateItems(const platform::Bundle& strings) {
+  const auto group = [&strings](std::string_view uniqueID, std::string_view textKey,
+                                const Value& records, const auto& makeItem) {
+    auto item = KRAVTWVGroupVexil::itemWithLabelUniqueID(strings.localizedString(textKey, textKey),
+                                                         uniqueID);
+    item->addChildren(*itemsOf(records, makeItem));
+    return item;
+  };
+  auto groups = std::make_shared<KRAVTWVItemArray>();
+  groups->push_back(group(
+      "scheduler.active", "engine.scheduler.active", activeEvents(),
+      [](const Value& event) { return KRAVTWVActiveEventVexil::itemWithActiveEvent(event); }));
+  groups->push_back(
+      group("ondemand.available", "engine.ondemand.available", onDemandAvailable(),
+            [](const Value& event) { return KRAVTWVOnDemandVexil::itemWithEvent(event); }));
+  groups->push_back(group("scheduler.pending", "engine.scheduler.pending", pendingTriggers(),
+                          [](const Value& trigger) {
+                            return KRAVTWVQueuedTriggerVexil::itemWithQueuedTrigger(trigger);
+                          }));
+  replaceRootChildren(std::move(groups));
+}
+
+const KeyTable& KRAVTWVEngineVexil::keyTable() const {
+  using Engine = KRAVTWVEngineVexil;
+  static const KeyTable table(
+      &itemsKeyTable(),
+      {KeyAccess::readWrite<&Engine::activeEvents, &Engine::setActiveEvents>("activeEvents"),
+       KeyAccess::readWrite<&Engine::pendingTriggers, &Engine::setPendingTriggers>(
+           "pendingTriggers"),
+       KeyAccess::readWrite<&Engine::onDemandAvailable, &Engine::setOnDemandAvailable>(
+           "onDemandAvailable"),
+       KeyAccess::writeOnly<&Engine::setActive>(KRAVTWVEngineVexilKeyPathActive),
+       KeyAccess::writeOnly<&Engine::setPending>(KRAVTWVEngineVexilKeyPathPending),
+       KeyAccess::writeOnly<&Engine::setAvailable>(KRAVTWVEngineVexilKeyPathAvailable)});
+  return table;
+}
+
+// --- network services
+
+namespace {
+
+bool standsBefore(const std::shared_ptr<platform::NetService>& a,
+                  const std::shared_ptr<platform::NetService>& b) {
+  const auto domains = a->domain().compare(b->domain());
+  return std::is_neq(domains) ? std::is_lt(domains) : std::is_lt(a->name().compare(b->name()));
+}
+
+auto equals(const platform::NetService& service) {
+  return [&service](const auto& held) { return held->isEqual(service); };
+}
+
+/// A domain and the items of its services.
+struct ServicesOfDomain {
+  Value domain;
+  KRAVTWVItemArray services;
+};
+
+/// The services by domain, domains in the order in which the first of each stands.
+std::vector<ServicesOfDomain> byDomain(const KRAVTWVNetServiceArray& services) {
+  std::vector<ServicesOfDomain> domains;
+  std::unordered_map<std::string_view, std::size_t> positions;
+  for (const auto& service : services) {
+    auto item = KRAVTWVNetServiceVexil::itemWithNetService(service);
+    const Value& domain = service->domain();
+    if (!domain.isString()) {
+      throw platform::InvalidArgument("a network service needs a domain: " +
+                                      service->description());
+    }
+    const auto [position, isNew] = positions.emplace(domain.string(), domains.size());
+    if (isNew) {
+      domains.push_back({domain, {}});
+    }
+    domains[position->second].services.push_back(std::move(item));
+  }
+  return domains;
+}
+
+}  // namespace
+
+KRAVTWVServicesVexil::KRAVTWVServicesVexil() = default;
+
+KRAVTWVServicesVexil::~KRAVTWVServicesVexil() = default;
+
+void KRAVTWVServicesVexil::setGroupByDomain(bool groupByDomain) {
+  static const Key key("groupByDomain");
+  assign(key, _groupByDomain, groupByDomain);
+}
+
+void KRAVTWVServicesVexil::setGroupByDomainValue(const Value& groupByDomain) {
+  if (!groupByDomain.isNumber()) {
+    throw platform::InvalidArgument("not a boolean: " + groupByDomain.description());
+  }
+  setGroupByDomain(groupByDomain.booleanReading());
+}
+
+void KRAVTWVServicesVexil::setSortedServices(
+    std::shared_ptr<KRAVTWVNetServiceArray> sortedServices) {
+  static const Key key("sortedServices");
+  assign(key, _sortedServices, std::move(sortedServices));
+}
+
+Value KRAVTWVServicesVexil::sortedServicesValue() const {
+  const auto services = sortedServices();
+  return services ? Value::arrayOfObjects(*services) : Value();
+}
+
+void KRAVTWVServicesVexil::setSortedServicesValue(const Value& sortedServices) {
+  if (sortedServices.isAbsent()) {
+    setSortedServices(nullptr);
+    return;
+  }
+  requireArray(sortedServices);
+  auto services = std::make_shared<KRAVTWVNetServiceArray>();
+  for (const Value& element : sortedServices.elements()) {
+    auto service = std::dynamic_pointer_cast<platform::NetService>(element.object());
+    if (!service) {
+      throw platform::InvalidArgument("not a network service: " + element.description());
+    }
+    services->push_back(std::move(service));
+  }
+  setSortedServices(std::move(services));
+}
+
+void KRAVTWVServicesVexil::addService(const std::shared_ptr<platform::NetService>& service) {
+  if (!service) {
+    throw platform::InvalidArgument("an absent service cannot be added");
+  }
+  if (!read(_sortedServices)) {
+    auto started = std::make_shared<KRAVTWVNetServiceArray>();
+    exchange(_sortedServices, started);
+  }
+  const auto services = sortedServices();
+  if (std::ranges::any_of(*services, equals(*service))) {
+    return;
+  }
+  services->push_back(service);
+  std::ranges::stable_sort(*services, standsBefore);
+  updateItemsForServices();
+}
+
+void KRAVTWVServicesVexil::removeService(const std::shared_ptr<platform::NetService>& service) {
+  const auto services = sortedServices();
+  const auto sought = service;  // may be a reference into the array
+  if (sought && services && std::erase_if(*services, equals(*sought)) > 0) {
+    updateItemsForServices();
+  }
+}
+
+void KRAVTWVServicesVexil::updateItemsForServices() {
+  const auto services = sortedServices();
+  std::vector<ServicesOfDomain> domains =
+      services ? byDomain(*services) : std::vector<ServicesOfDomain>();
+  auto items = std::make_shared<KRAVTWVItemArray>();
+  if (groupByDomain()) {
+    for (const ServicesOfDomain& entry : domains) {
+      items->push_back(KRAVTWVNetDomainVexil::itemWithNetDomain(entry.domain));
+      items->back()->addChildren(entry.services);
+    }
+    std::ranges::stable_sort(*items, [](const auto& a, const auto& b) {
+      return std::is_lt(a->label().compare(b->label()));
+    });
+  } else {
+    std::ranges::stable_sort(domains, {}, [](const ServicesOfDomain& entry) {
+      return platform::caseFolded(entry.domain.string());
+    });
+    for (const ServicesOfDomain& entry : domains) {
+      items->push_back(KRAVTWVNetDomainVexil::itemWithNetDomain(entry.domain));
+      items->insert(items->end(), entry.services.begin(), entry.services.end());
+    }
+  }
+  replaceRootChildren(std::move(items));
+}
+
+const KeyTable& KRAVTWVServicesVexil::keyTable() const {
+  using Services = KRAVTWVServicesVexil;
+  static const KeyTable table(
+      &itemsKeyTable(),
+      {KeyAccess::readWrite<&Services::groupByDomain, &Services::setGroupByDomainValue>(
+           "groupByDomain"),
+       KeyAccess::readWrite<&Services::sortedServicesValue, &Services::setSortedServicesValue>(
+           "sortedServices")});
   return table;
 }

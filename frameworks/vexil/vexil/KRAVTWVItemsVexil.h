@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <platform/Bundle.h>
+#include <platform/NetService.h>
 #include <platform/Observable.h>
 #include <platform/OutlineViewDataSource.h>
 #include <platform/Value.h>
@@ -8,10 +10,16 @@
 
 #include <memory>
 #include <string_view>
+#include <typeinfo>
+#include <vector>
 
 /// Keys of collections, for hosts that observe one or set it by key.
-extern const std::string_view KRAVTWVItemsVexilKeyPathRoot;     ///< "root"
-extern const std::string_view KRAVTWVEventsVexilKeyPathEvents;  ///< "events"
+extern const std::string_view KRAVTWVItemsVexilKeyPathRoot;          ///< "root"
+extern const std::string_view KRAVTWVEventsVexilKeyPathEvents;       ///< "events"
+extern const std::string_view KRAVTWVEventStoreVexilKeyPathDomains;  ///< "domains"
+extern const std::string_view KRAVTWVEngineVexilKeyPathActive;       ///< "active"
+extern const std::string_view KRAVTWVEngineVexilKeyPathPending;      ///< "pending"
+extern const std::string_view KRAVTWVEngineVexilKeyPathAvailable;    ///< "available"
 
 /// A collection: the object that a host keeps for one outline. It owns the root of a tree of items,
 /// turns the records it is handed into items, and has the root merge them into the live tree.
@@ -86,4 +94,166 @@ class KRAVTWVEventsVexil : public KRAVTWVItemsVexil {
 
  private:
   platform::Value _sortedEvents = platform::Value::array({});
+};
+
+/// All events under the domains that they belong to: a row a domain, with its events below it.
+///
+/// The engine's own domain is not shown, and its events are not; nor are events of a domain that is
+/// not among the domain records. A domain that is the only one shown is left out as a level: its
+/// events stand right under the root (and there is nothing when it has none).
+class KRAVTWVEventStoreVexil : public KRAVTWVItemsVexil {
+ public:
+  KRAVTWVEventStoreVexil();
+  ~KRAVTWVEventStoreVexil() override;
+
+  /// The domain records accepted last, in the host's order; an empty array at first. Setting it is
+  /// announced and does nothing else.
+  [[nodiscard]] platform::Value orderedDomains() const { return read(_orderedDomains); }
+  void setOrderedDomains(platform::Value orderedDomains);
+
+  /// The event records accepted last, by name and then by identifier; an empty array at first.
+  /// Setting it is announced and does nothing else.
+  [[nodiscard]] platform::Value sortedEvents() const { return read(_sortedEvents); }
+  void setSortedEvents(platform::Value sortedEvents);
+
+  /// Accepts domain records, an array in the order in which they shall be shown; also reached by
+  /// setting the key "domains", which can only be set.
+  ///
+  /// Nothing happens when they equal, in this order, those held. Otherwise "orderedDomains" is set
+  /// and announced first, while the tree is still the old one; then all items are built from the
+  /// records held and merged into the root's children. An absent list never equals the one held; it
+  /// is stored as absent, and all rows go. Raises `InvalidArgument` for anything but an array, with
+  /// nothing changed.
+  void setDomains(const platform::Value& domains);
+
+  /// The same for event records, in any order, under the key "events". They are sorted as
+  /// `KRAVTWVEventsVexil::setEvents` says, and it is the sorted list that is compared. Without a
+  /// list, the domains stay as rows without events.
+  void setEvents(const platform::Value& events);
+
+  /// The items of the top level for these records; the store itself has no part in it.
+  ///
+  /// Domains and, in each, events keep their order. An event belongs to the domain whose
+  /// `kTWDomainUniqueID` is its `kTWEventDomain`; a record in which that is missing, or is no
+  /// string, counts as having the empty string there. Two domain records of one identifier share
+  /// the event items, whose parent is then the later row; of event records that are equal, a domain
+  /// shows the last one. With a single domain left to show, the result is that row's own array of
+  /// children.
+  [[nodiscard]] static std::shared_ptr<KRAVTWVItemArray> itemsWithEventsAndDomains(
+      const platform::Value& events, const platform::Value& domains);
+
+ protected:
+  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+
+ private:
+  platform::Value _orderedDomains = platform::Value::array({});
+  platform::Value _sortedEvents = platform::Value::array({});
+};
+
+/// What the engine is doing: three groups that are always there, each with an item a record, in the
+/// order of the records.
+///
+///     scheduler.active      events that run now            KRAVTWVActiveEventVexil
+///     ondemand.available    events to be run on demand     KRAVTWVOnDemandVexil
+///     scheduler.pending     triggers that wait to fire     KRAVTWVQueuedTriggerVexil
+///
+/// The groups are labelled with the texts under "engine.scheduler.active" and so on, or these keys
+/// themselves, from the strings tables of the module that holds the collection's own class.
+///
+/// The three inputs can also be set by key. Each is an array of records; anything else raises
+/// `InvalidArgument`, with nothing changed. An input that equals the list held does nothing.
+/// Otherwise the list is set and announced first, and then the items of all three groups are built
+/// and merged. An absent list is stored and shows nothing; as a list that is held it equals
+/// nothing, so whatever comes after it is accepted.
+class KRAVTWVEngineVexil : public KRAVTWVItemsVexil {
+ public:
+  KRAVTWVEngineVexil();
+  ~KRAVTWVEngineVexil() override;
+
+  void setActive(const platform::Value& events);     ///< key "active", held as `activeEvents`
+  void setPending(const platform::Value& triggers);  ///< key "pending", held as `pendingTriggers`
+  void setAvailable(const platform::Value& events);  ///< key "available", as `onDemandAvailable`
+
+  /// The lists that are held; empty arrays at first. Setting one directly is announced, and shows
+  /// with the next rebuild.
+  [[nodiscard]] platform::Value activeEvents() const { return read(_activeEvents); }
+  void setActiveEvents(platform::Value events);
+  [[nodiscard]] platform::Value pendingTriggers() const { return read(_pendingTriggers); }
+  void setPendingTriggers(platform::Value triggers);
+  [[nodiscard]] platform::Value onDemandAvailable() const { return read(_onDemandAvailable); }
+  void setOnDemandAvailable(platform::Value events);
+
+  /// Builds all items from the lists that are held and merges them into the root's children.
+  void updateItemsForEngine();
+
+ protected:
+  /// For a subclass in a module with strings tables of its own. While a base class is made, the
+  /// object is not yet of the subclass, so the subclass says which one it is:
+  ///
+  ///     HostEngine::HostEngine() : KRAVTWVEngineVexil(typeid(HostEngine)) {}
+  explicit KRAVTWVEngineVexil(const std::type_info& ownClass);
+
+  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+
+ private:
+  void accept(const platform::Value& list, platform::Value (KRAVTWVEngineVexil::*held)() const,
+              void (KRAVTWVEngineVexil::*hold)(platform::Value));
+  void updateItems(const platform::Bundle& strings);
+
+  platform::Value _activeEvents = platform::Value::array({});
+  platform::Value _pendingTriggers = platform::Value::array({});
+  platform::Value _onDemandAvailable = platform::Value::array({});
+};
+
+using KRAVTWVNetServiceArray = std::vector<std::shared_ptr<platform::NetService>>;
+
+/// Network services by their domain, in one of two shapes: a group a domain with its services in
+/// it, or a flat list in which each domain's header stands before its services.
+///
+/// The shapes order domains differently: groups by plain comparison of their labels, headers
+/// without regard to case. In both, the services of a domain stand by name.
+class KRAVTWVServicesVexil : public KRAVTWVItemsVexil {
+ public:
+  /// A collection without services; nothing is built before the first change.
+  KRAVTWVServicesVexil();
+  ~KRAVTWVServicesVexil() override;
+
+  /// The shape: groups when true, flat when false, as it is at first. A new shape shows with the
+  /// next rebuild.
+  [[nodiscard]] bool groupByDomain() const { return read(_groupByDomain); }
+  void setGroupByDomain(bool groupByDomain);
+
+  /// The services held, by domain and then by name: the array itself, which `addService` and
+  /// `removeService` change without an announcement under this key. Setting it is announced and
+  /// does nothing else. Without one there is nothing to show, and adding starts a new one.
+  [[nodiscard]] std::shared_ptr<KRAVTWVNetServiceArray> sortedServices() const {
+    return read(_sortedServices);
+  }
+  void setSortedServices(std::shared_ptr<KRAVTWVNetServiceArray> sortedServices);
+
+  /// Adds a service, sorts all (`Value::compare` of domain, then name; stably) and rebuilds the
+  /// items. Nothing happens when an equal one is held. Raises `InvalidArgument` when the service is
+  /// absent.
+  void addService(const std::shared_ptr<platform::NetService>& service);
+
+  /// Removes a service and rebuilds the items. Nothing happens when no equal one is held.
+  void removeService(const std::shared_ptr<platform::NetService>& service);
+
+  /// Builds all items and merges them into the root's children. Raises `InvalidArgument` when a
+  /// service has no domain.
+  ///
+  /// Cost: one item a service and domain, whatever has changed.
+  void updateItemsForServices();
+
+ protected:
+  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+
+ private:
+  void setGroupByDomainValue(const platform::Value& groupByDomain);
+  [[nodiscard]] platform::Value sortedServicesValue() const;
+  void setSortedServicesValue(const platform::Value& sortedServices);
+
+  bool _groupByDomain = false;
+  std::shared_ptr<KRAVTWVNetServiceArray> _sortedServices =
+      std::make_shared<KRAVTWVNetServiceArray>();
 };

@@ -135,6 +135,9 @@ std::vector<ClassOperations> classOperations() {
       itemClass<KRAVTWVNetServiceVexil>("KRAVTWVNetServiceVexil"),
       collectionClass<KRAVTWVItemsVexil>("KRAVTWVItemsVexil"),
       collectionClass<KRAVTWVEventsVexil>("KRAVTWVEventsVexil"),
+      collectionClass<KRAVTWVEventStoreVexil>("KRAVTWVEventStoreVexil"),
+      collectionClass<KRAVTWVEngineVexil>("KRAVTWVEngineVexil"),
+      collectionClass<KRAVTWVServicesVexil>("KRAVTWVServicesVexil"),
       plainClass("KRAVTWVItemsObserver", &KRAVTWVItemsObserver::init),
       delegateClass(),
   };

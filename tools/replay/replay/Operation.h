@@ -78,11 +78,13 @@ template <class T>
 platform::Value resultOf(T&& result) {
   return platform::Value(std::forward<T>(result));
 }
-inline platform::Value resultOf(const KRAVTWVItemArray& items) {
-  return platform::Value::arrayOfObjects(items);
+template <class Class>
+platform::Value resultOf(const std::vector<std::shared_ptr<Class>>& objects) {
+  return platform::Value::arrayOfObjects(objects);
 }
-inline platform::Value resultOf(const std::shared_ptr<KRAVTWVItemArray>& items) {
-  return items ? resultOf(*items) : platform::Value();
+template <class Class>
+platform::Value resultOf(const std::shared_ptr<std::vector<std::shared_ptr<Class>>>& objects) {
+  return objects ? resultOf(*objects) : platform::Value();
 }
 inline platform::Value resultOf(std::set<std::string> strings) {
   return std::make_shared<StringSet>(std::move(strings));

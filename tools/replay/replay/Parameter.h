@@ -15,6 +15,7 @@
 #include <limits>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace replay {
 
@@ -83,26 +84,27 @@ struct Parameter<platform::IndexSet> {
   }
 };
 
-/// An array of items; a fresh one each time.
-template <>
-struct Parameter<std::shared_ptr<KRAVTWVItemArray>> {
-  static constexpr std::string_view what = "an array of items";
+/// An array of objects of a class; a fresh one each time.
+template <class Class>
+struct Parameter<std::shared_ptr<std::vector<std::shared_ptr<Class>>>> {
+  static constexpr std::string_view what = "an array of objects of the right class";
   static bool takes(const platform::Value& argument) {
-    const auto isItem = [](const platform::Value& element) {
-      return dynamic_cast<KRAVTWVItemVexil*>(element.object().get()) != nullptr;
+    const auto isElement = [](const platform::Value& element) {
+      return dynamic_cast<Class*>(element.object().get()) != nullptr;
     };
     return argument.isAbsent() ||
-           (argument.isArray() && std::ranges::all_of(argument.elements(), isItem));
+           (argument.isArray() && std::ranges::all_of(argument.elements(), isElement));
   }
-  static std::shared_ptr<KRAVTWVItemArray> from(const platform::Value& argument) {
+  static std::shared_ptr<std::vector<std::shared_ptr<Class>>> from(
+      const platform::Value& argument) {
     if (argument.isAbsent()) {
       return nullptr;
     }
-    auto items = std::make_shared<KRAVTWVItemArray>();
+    auto objects = std::make_shared<std::vector<std::shared_ptr<Class>>>();
     for (const platform::Value& element : argument.elements()) {
-      items->push_back(std::dynamic_pointer_cast<KRAVTWVItemVexil>(element.object()));
+      objects->push_back(std::dynamic_pointer_cast<Class>(element.object()));
     }
-    return items;
+    return objects;
   }
 };
 template <>
@@ -117,6 +119,13 @@ struct Parameter<KRAVTWVItemArray> {
   static KRAVTWVItemArray from(const platform::Value& argument) {
     return argument.isAbsent() ? KRAVTWVItemArray() : std::move(*Items::from(argument));
   }
+};
+
+template <>
+struct Parameter<bool> {
+  static constexpr std::string_view what = "a boolean";
+  static bool takes(const platform::Value& argument) { return argument.isNumber(); }
+  static bool from(const platform::Value& argument) { return argument.booleanReading(); }
 };
 
 /// A list of records, which may be of any kind themselves.
