@@ -11,8 +11,8 @@
 ///
 ///     const std::string_view kTWEventName = "com.example.event.name";
 ///
-/// in an object file of its own replaces that one, and the presentation library uses the host's. All
-/// of them are constant-initialised and can be used by other static objects.
+/// in an object file of its own replaces that one, and the presentation library uses the host's.
+/// All of them are constant-initialised and can be used by other static objects.
 
 // Keys of an event record.
 extern const std::string_view kTWEventUniqueID;  ///< string: tells events apart
