@@ -33,6 +33,10 @@ function(ternwoodvexil_warnings target)
             -Wimplicit-fallthrough)
   # GCC 12 takes std::string's own operator+ for an overlapping copy when it optimises (PR 105651).
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+  if(TERNWOODVEXIL_SANITIZE)
+    # It also takes what the sanitizers add for uses of what is not initialised, as its manual warns.
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+  endif()
   if(TERNWOODVEXIL_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
