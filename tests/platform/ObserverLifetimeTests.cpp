@@ -76,6 +76,27 @@ TEST_F(ObserverLifetime, AnObserverThatIsGoneIsSweptAtTheNextDelivery) {
   EXPECT_EQ(notices.size(), 2U);
 }
 
+TEST_F(ObserverLifetime, NothingIsReadForAnObserverThatIsGone) {
+  // Reading may cost, or raise; and who is left has not asked for it.
+  shelf->addObserver(one, "label", ObservingOptions::both, nullptr);
+  shelf->addObserver(two, "label", ObservingOptions::none, nullptr);
+  one.reset();
+  shelf->setLabel("a");
+  EXPECT_EQ(shelf->readsOf("label"), 0);
+  EXPECT_EQ(notices, Notices{"two: label set"});
+}
+
+TEST_F(ObserverLifetime, NothingNewIsReadForAnObserverThatWentDuringTheChange) {
+  shelf->addObserver(one, "label", ObservingOptions::newValue, nullptr);
+  shelf->addObserver(two, "label", ObservingOptions::newValue, nullptr);
+  auto change = shelf->willChangeValueForKey("label");
+  one.reset();
+  shelf->removeObserver(two, "label", nullptr);
+  shelf->didChangeValueForKey(std::move(change));
+  EXPECT_EQ(shelf->readsOf("label"), 0);
+  EXPECT_EQ(notices, Notices());
+}
+
 TEST_F(ObserverLifetime, SweepingLeavesTheOthersInTheirOrder) {
   std::vector<std::shared_ptr<RecordingObserver>> crowd;
   for (int i = 0; i < 10; ++i) {

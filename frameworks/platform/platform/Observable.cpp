@@ -355,8 +355,8 @@ PendingChange Observable::begin(ChangeKind kind, const IndexSet* indexes, const 
     if (telling.record.kind != ChangeKind::setting && !telling.record.indexes) {
       telling.record.indexes = *indexes;
     }
-    telling.wantsOld |= wants(registration.options, ObservingOptions::oldValue);
-    telling.wantsNew |= wants(registration.options, ObservingOptions::newValue);
+    telling.wantsOld |=
+        wants(registration.options, ObservingOptions::oldValue) && !registration.observer.expired();
   }
   for (auto& telling : change->tellings) {
     if (telling.wantsOld && telling.record.kind != ChangeKind::insertion) {
@@ -382,6 +382,15 @@ void Observable::finish(PendingChange pending) {
   if (change.object.get() != this) {
     throw InvalidArgument("a change was announced by another object than it is ended by");
   }
+  const auto isToBeTold = [&change](std::size_t i) {
+    return change.tellingOf[i] != ChangeInProgress::none && !change.withdrawn[i];
+  };
+  for (std::size_t i = 0; i < change.registrations.size(); ++i) {
+    if (isToBeTold(i) && !change.registrations[i]->observer.expired()) {
+      change.tellings[change.tellingOf[i]].wantsNew |=
+          wants(change.registrations[i]->options, ObservingOptions::newValue);
+    }
+  }
   for (auto& telling : change.tellings) {
     if (telling.wantsNew && telling.record.kind != ChangeKind::removal) {
       telling.record.newValue = valueTold(telling.key, telling.record);
@@ -389,7 +398,7 @@ void Observable::finish(PendingChange pending) {
   }
   bool someAreGone = false;
   for (std::size_t i = 0; i < change.registrations.size(); ++i) {
-    if (change.tellingOf[i] == ChangeInProgress::none || change.withdrawn[i]) {
+    if (!isToBeTold(i)) {
       continue;
     }
     const Registration& registration = *change.registrations[i];
