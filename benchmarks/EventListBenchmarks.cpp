@@ -4,68 +4,16 @@
 // Records are built and old ones destroyed while the clock stands. One observer is attached, which
 // counts the items of every report; a benchmark whose counts are not what they must be reports an
 // error in place of a time.
-#include <benchmark/benchmark.h>
-#include <vexil/KRAVTWVItemsObserver.h>
-#include <vexil/KRAVTWVItemsVexil.h>
-
-#include <chrono>
 #include <functional>
-#include <memory>
-#include <string>
 
+#include "Benchmarks.h"
 #include "Heap.h"
 #include "Records.h"
-#include "TableReporter.h"
+#include "Watched.h"
 
-using platform::ChangeKind;
 using platform::Value;
 
 namespace {
-
-struct Counts {
-  std::size_t removed = 0;
-  std::size_t inserted = 0;
-  std::size_t replaced = 0;
-  bool operator==(const Counts&) const = default;
-};
-
-class CountingDelegate : public KRAVTWVItemsObserverDelegate {
- public:
-  void itemsObserverDidObserveItemsIndexesParent(
-      const std::shared_ptr<KRAVTWVItemsObserver>&, ChangeKind kind, const KRAVTWVItemArray& items,
-      const std::optional<platform::IndexSet>&, const std::shared_ptr<KRAVTWVItemVexil>&) override {
-    (kind == ChangeKind::removal     ? counts.removed
-     : kind == ChangeKind::insertion ? counts.inserted
-                                     : counts.replaced) += items.size();
-  }
-  Counts counts;
-};
-
-/// An event list with an observer on its tree.
-struct WatchedList {
-  WatchedList() {
-    observer->setDelegate(delegate);
-    observer->setRoot(list->root());
-  }
-  WatchedList(const WatchedList&) = delete;
-  WatchedList& operator=(const WatchedList&) = delete;
-  ~WatchedList() { observer->setRoot(nullptr); }
-
-  std::shared_ptr<KRAVTWVEventsVexil> list = std::make_shared<KRAVTWVEventsVexil>();
-  std::shared_ptr<CountingDelegate> delegate = std::make_shared<CountingDelegate>();
-  std::shared_ptr<KRAVTWVItemsObserver> observer = KRAVTWVItemsObserver::init();
-};
-
-void timed(benchmark::State& state, const std::function<void()>& work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  state.SetIterationTime(
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
-}
-
-std::size_t sizeOf(const benchmark::State& state) {
-  return static_cast<std::size_t>(state.range(0));
-}
 
 void load(benchmark::State& state) {
   EngineModel engine(sizeOf(state));
@@ -75,7 +23,7 @@ void load(benchmark::State& state) {
     const std::size_t before = heapBytes();
     const Value records = engine.freshRecords();
     const std::size_t withRecords = heapBytes();
-    WatchedList watched;
+    Watched<KRAVTWVEventsVexil> watched;
     timed(state, [&] { watched.list->setEvents(records); });
     recordBytes = withRecords - before;
     listBytes = heapBytes() - withRecords;
@@ -91,7 +39,7 @@ void load(benchmark::State& state) {
 void refresh(benchmark::State& state, const Counts& expected,
              const std::function<Value(EngineModel&, const Value& held)>& next) {
   EngineModel engine(sizeOf(state));
-  WatchedList watched;
+  Watched<KRAVTWVEventsVexil> watched;
   watched.list->setEvents(engine.freshRecords());
   std::size_t allocations = 0;
   for (auto _ : state) {
@@ -128,7 +76,7 @@ void refreshSomeOfEach(benchmark::State& state) {
   // How many are replaced depends on how the survivors stand, so only what came and went is
   // checked.
   EngineModel engine(sizeOf(state));
-  WatchedList watched;
+  Watched<KRAVTWVEventsVexil> watched;
   watched.list->setEvents(engine.freshRecords());
   const std::size_t share = engine.size() / 100;
   for (auto _ : state) {
@@ -153,7 +101,7 @@ void refreshOneRenamedAcross(benchmark::State& state) {
 
 void registerObserver(benchmark::State& state) {
   EngineModel engine(sizeOf(state));
-  WatchedList watched;
+  Watched<KRAVTWVEventsVexil> watched;
   watched.list->setEvents(engine.freshRecords());
   const auto observer = KRAVTWVItemsObserver::init();
   for (auto _ : state) {
@@ -164,7 +112,7 @@ void registerObserver(benchmark::State& state) {
 
 void withdrawObserver(benchmark::State& state) {
   EngineModel engine(sizeOf(state));
-  WatchedList watched;
+  Watched<KRAVTWVEventsVexil> watched;
   watched.list->setEvents(engine.freshRecords());
   const auto observer = KRAVTWVItemsObserver::init();
   for (auto _ : state) {
@@ -192,7 +140,7 @@ void addBenchmark(const char* name, void (*run)(benchmark::State&)) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+void addEventListBenchmarks() {
   addBenchmark("building the records, shuffled", buildRecords);
   addBenchmark("loading", load);
   addBenchmark("refresh: equal, fresh objects in another order", refreshEqualFresh);
@@ -202,11 +150,4 @@ int main(int argc, char** argv) {
   addBenchmark("refresh: one renamed across the list", refreshOneRenamedAcross);
   addBenchmark("registering an observer on the tree", registerObserver);
   addBenchmark("withdrawing it", withdrawObserver);
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-    return 1;
-  }
-  TableReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  benchmark::Shutdown();
 }

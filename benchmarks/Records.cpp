@@ -20,7 +20,7 @@ Value EventModel::record() const {
                             scheduleShape.record({"daily", platform::Date{start}, interval})});
 }
 
-EngineModel::EngineModel(std::size_t count) {
+EngineModel::EngineModel(std::size_t count, std::size_t domains) : _domains(domains) {
   std::generate_n(std::back_inserter(_events), count, [this] { return newEvent(); });
   for (std::size_t i = 0; i < count / 100; ++i) {
     _events[i].name = _events[count - 1 - i].name;
@@ -39,7 +39,7 @@ EventModel EngineModel::newEvent() {
   return {.uniqueID = "evt-" + number,
           .name = std::move(name),
           .enabled = _random() % 2 == 0,
-          .domain = "domain-" + std::to_string(10 + _random() % 50),
+          .domain = "domain-" + std::to_string(_random() % _domains),
           .priority = static_cast<std::int64_t>(_random() % 10),
           .interval = static_cast<std::int64_t>(_random() % 65536),
           .start = 700'000'000.0 + static_cast<double>(_random() % 16'777'216)};

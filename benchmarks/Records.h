@@ -23,10 +23,10 @@ struct EventModel {
 };
 
 /// The events of an engine, always the same for one size: names of about twenty characters, of
-/// which one in a hundred occurs twice.
+/// which one in a hundred occurs twice, spread over domains ("domain-0" and on).
 class EngineModel {
  public:
-  explicit EngineModel(std::size_t count);
+  explicit EngineModel(std::size_t count, std::size_t domains = 50);
 
   /// New records of all events in a new random order.
   [[nodiscard]] platform::Value freshRecords();
@@ -46,6 +46,7 @@ class EngineModel {
   EventModel newEvent();
 
   std::mt19937_64 _random{12345};
+  std::size_t _domains;
   std::size_t _made = 0;
   std::size_t _renamed = 0;
   std::vector<EventModel> _events;
