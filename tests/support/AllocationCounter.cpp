@@ -36,6 +36,16 @@ void* operator new[](std::size_t size) {
   return ::operator new(size);
 }
 
+// std::stable_sort takes its buffer in this way.
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  void* memory = std::malloc(size == 0 ? 1 : size);  // NOLINT(cppcoreguidelines-no-malloc)
+  taken += memory == nullptr ? 0 : 1;
+  return memory;
+}
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
+  return ::operator new(size, tag);
+}
+
 void operator delete(void* memory) noexcept {
   giveBack(memory);
 }
