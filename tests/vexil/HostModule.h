@@ -3,9 +3,14 @@
 
 #include <platform/Value.h>
 #include <vexil/KRAVTWVItemVexil.h>
+#include <vexil/KRAVTWVItemsVexil.h>
 
 #include <memory>
 
 /// Makes an item of the module's own kind of domain.
 extern "C" void makeModuleDomain(const platform::Value& record,
                                  std::shared_ptr<KRAVTWVItemVexil>& item);
+
+/// Makes one of the module's own engines: one that says from the start which class it is, or one
+/// that does not.
+extern "C" void makeModuleEngine(bool saysItsClass, std::shared_ptr<KRAVTWVEngineVexil>& engine);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A label is translated by the tables of the module that holds the item's own class.
+// A label is translated by the tables of the module that holds the own class of the item, or of the
+// collection that makes it.
 #include "HostModule.h"
 
 #include <dlfcn.h>
@@ -8,6 +9,7 @@
 #include <ternwood/Ternwood.h>
 
 #include <array>
+#include <string>
 
 namespace {
 
@@ -35,6 +37,8 @@ struct HostModule : testing::Test {
     ASSERT_NE(module, nullptr) << ::dlerror();
     make = reinterpret_cast<decltype(make)>(::dlsym(module, "makeModuleDomain"));
     ASSERT_NE(make, nullptr);
+    makeEngine = reinterpret_cast<decltype(makeEngine)>(::dlsym(module, "makeModuleEngine"));
+    ASSERT_NE(makeEngine, nullptr);
   }
   [[nodiscard]] Value moduleLabel(const char* name) const {
     std::shared_ptr<KRAVTWVItemVexil> item;
@@ -43,7 +47,17 @@ struct HostModule : testing::Test {
   }
   void* module = nullptr;  // stays loaded: its tables are known to the program from now on
   decltype(&makeModuleDomain) make = nullptr;
+  decltype(&makeModuleEngine) makeEngine = nullptr;
 };
+
+/// The labels of an engine's groups, one after the other.
+std::string labelsOf(const KRAVTWVEngineVexil& engine) {
+  std::string text;
+  for (const auto& group : *engine.root()->children()) {
+    text += (text.empty() ? "" : ", ") + group->label().displayText();
+  }
+  return text;
+}
 
 TEST_F(HostModule, TranslatesTheLabelsOfItsOwnKinds) {
   EXPECT_EQ(moduleLabel("domain.both"), Value("The module's"));
@@ -63,6 +77,31 @@ TEST_F(HostModule, LeavesThoseOfTheProgramAlone) {
 TEST_F(HostModule, LeavesThoseOfTheLibraryAlone) {
   EXPECT_EQ(KRAVTWVDomainVexil::itemWithDomain(domain("domain.both"))->label(),
             Value("The program's"));
+}
+
+TEST_F(HostModule, LabelsTheGroupsOfItsOwnEngine) {
+  std::shared_ptr<KRAVTWVEngineVexil> engine;
+  makeEngine(true, engine);
+  ASSERT_NE(engine, nullptr);
+  // It has no text for events that run: the key stands for it, and not the library's text.
+  EXPECT_EQ(labelsOf(*engine), "engine.scheduler.active, The module's, Queue");
+  engine->root()->setChildren(nullptr);
+  engine->updateItemsForEngine();
+  EXPECT_EQ(labelsOf(*engine), "engine.scheduler.active, The module's, Queue");
+}
+
+TEST_F(HostModule, LabelsTheGroupsOfAnEngineThatDoesNotSayItsClassOnceItIsMade) {
+  std::shared_ptr<KRAVTWVEngineVexil> engine;
+  makeEngine(false, engine);
+  ASSERT_NE(engine, nullptr);
+  EXPECT_EQ(labelsOf(*engine), "Running, On Demand, Pending");
+  engine->root()->setChildren(nullptr);
+  engine->updateItemsForEngine();
+  EXPECT_EQ(labelsOf(*engine), "engine.scheduler.active, The module's, Queue");
+}
+
+TEST_F(HostModule, LeavesTheGroupsOfTheLibrarysEngineAlone) {
+  EXPECT_EQ(labelsOf(KRAVTWVEngineVexil()), "Running, On Demand, Pending");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "ItemTesting.h"
 
 #include <gtest/gtest.h>
+#include <vexil/KRAVTWVItemsVexil.h>
 
 #include <atomic>
 #include <functional>
@@ -46,8 +47,9 @@ bool isOneOfBoth(const Value& value) {
 }
 
 /// A property of this type under this key, on several threads.
-void valueProperty(const std::shared_ptr<KRAVTWVItemVexil>& item, const char* name,
-                   Value (KRAVTWVItemVexil::*get)() const, void (KRAVTWVItemVexil::*set)(Value)) {
+template <class Class>
+void valueProperty(const std::shared_ptr<Class>& item, const char* name,
+                   Value (Class::*get)() const, void (Class::*set)(Value)) {
   const platform::Key key(name);
   ((*item).*set)(left);
   std::atomic<int> wrong{0};
@@ -196,6 +198,77 @@ TEST(ItemAtomicity, OfTheNetService) {
       [&](int) { (void)item->domain(); },
   });
   EXPECT_EQ(wrong, 0);
+}
+
+// --- collections
+
+TEST(CollectionAtomicity, OfTheRoot) {
+  const auto collection = std::make_shared<KRAVTWVItemsVexil>();
+  const auto first = plainItem("first");
+  std::atomic<int> wrong{0};
+  const auto check = [&](const std::shared_ptr<platform::Object>& root) {
+    const auto item = std::static_pointer_cast<KRAVTWVItemVexil>(root);
+    wrong += !item || item == first || item->uniqueID() == Value("passing") ? 0 : 1;
+  };
+  collection->setRoot(first);
+  atOnce({
+      [&](int) { collection->setRoot(first); },
+      [&](int) { collection->setRoot(nullptr); },
+      [&](int) { collection->setRoot(plainItem("passing")); },
+      [&](int) { check(collection->root()); },
+      [&](int) { check(collection->valueForKey("root").object()); },
+  });
+  EXPECT_EQ(wrong, 0);
+}
+
+TEST(CollectionAtomicity, OfTheEvents) {
+  using Events = KRAVTWVEventsVexil;
+  valueProperty(std::make_shared<Events>(), "sortedEvents", &Events::sortedEvents,
+                &Events::setSortedEvents);
+}
+
+TEST(CollectionAtomicity, OfTheEventStore) {
+  using Store = KRAVTWVEventStoreVexil;
+  const auto store = std::make_shared<Store>();
+  valueProperty(store, "orderedDomains", &Store::orderedDomains, &Store::setOrderedDomains);
+  valueProperty(store, "sortedEvents", &Store::sortedEvents, &Store::setSortedEvents);
+}
+
+TEST(CollectionAtomicity, OfTheEngineState) {
+  using Engine = KRAVTWVEngineVexil;
+  const auto engine = std::make_shared<Engine>();
+  valueProperty(engine, "activeEvents", &Engine::activeEvents, &Engine::setActiveEvents);
+  valueProperty(engine, "pendingTriggers", &Engine::pendingTriggers, &Engine::setPendingTriggers);
+  valueProperty(engine, "onDemandAvailable", &Engine::onDemandAvailable,
+                &Engine::setOnDemandAvailable);
+}
+
+TEST(CollectionAtomicity, OfTheServicesAndTheirShape) {
+  const auto collection = std::make_shared<KRAVTWVServicesVexil>();
+  const auto service = std::make_shared<platform::NetService>("a", "a", "a");
+  const auto two =
+      std::make_shared<KRAVTWVNetServiceArray>(KRAVTWVNetServiceArray{service, service});
+  std::atomic<int> wrong{0};
+  atOnce({
+      [&](int) { collection->setSortedServices(two); },
+      [&](int) { collection->setSortedServices(nullptr); },
+      [&](int) {  // an array that is gone at once
+        collection->setSortedServices(std::make_shared<KRAVTWVNetServiceArray>(*two));
+      },
+      [&](int) {
+        const auto services = collection->sortedServices();
+        wrong += !services || services->size() % 2 == 0 ? 0 : 1;
+      },
+      [&](int) {
+        const Value services = collection->valueForKey("sortedServices");
+        wrong += services.elements().size() % 2 == 0 ? 0 : 1;
+      },
+      [&](int round) { collection->setGroupByDomain(round % 2 == 0); },
+      [&](int) { (void)collection->groupByDomain(); },
+      [&](int) { wrong += collection->valueForKey("groupByDomain").boolean() ? 0 : 1; },
+  });
+  EXPECT_EQ(wrong, 0);
+  EXPECT_FALSE(collection->groupByDomain()) << "the last round made it so";
 }
 
 }  // namespace

@@ -57,14 +57,16 @@ Value inEventOrder(const Value& events) {
     return std::is_neq(names) ? std::is_lt(names)
                               : std::is_lt(a.identifier->compare(*b.identifier));
   };
-  std::vector<Entry> entries;
-  entries.reserve(events.elements().size());
-  for (const Value& record : events.elements()) {
-    entries.push_back({&record, &record[nameKey], &record[identifierKey]});
-  }
-  if (std::ranges::is_sorted(entries, before)) {
+  const auto entryOf = [](const Value& record) {
+    return Entry{&record, &record[nameKey], &record[identifierKey]};
+  };
+  // Hosts mostly send what they sent before, and that shall take no memory.
+  if (std::ranges::is_sorted(events.elements(), before, entryOf)) {
     return events;
   }
+  std::vector<Entry> entries;
+  entries.reserve(events.elements().size());
+  std::ranges::transform(events.elements(), std::back_inserter(entries), entryOf);
   std::ranges::stable_sort(entries, before);
   std::vector<Value> sorted;
   sorted.reserve(entries.size());

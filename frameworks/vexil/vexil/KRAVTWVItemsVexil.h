@@ -205,6 +205,7 @@ class KRAVTWVEngineVexil : public KRAVTWVItemsVexil {
   platform::Value _onDemandAvailable = platform::Value::array({});
 };
 
+/// An ordered array of network services; none of them is a null pointer.
 using KRAVTWVNetServiceArray = std::vector<std::shared_ptr<platform::NetService>>;
 
 /// Network services by their domain, in one of two shapes: a group a domain with its services in
@@ -219,7 +220,8 @@ class KRAVTWVServicesVexil : public KRAVTWVItemsVexil {
   ~KRAVTWVServicesVexil() override;
 
   /// The shape: groups when true, flat when false, as it is at first. A new shape shows with the
-  /// next rebuild.
+  /// next rebuild. Where it turns domains round, the rows that stay take over each other's content
+  /// and keep their labels, as in every merge: empty the root's children first to have them anew.
   [[nodiscard]] bool groupByDomain() const { return read(_groupByDomain); }
   void setGroupByDomain(bool groupByDomain);
 
@@ -233,7 +235,8 @@ class KRAVTWVServicesVexil : public KRAVTWVItemsVexil {
 
   /// Adds a service, sorts all (`Value::compare` of domain, then name; stably) and rebuilds the
   /// items. Nothing happens when an equal one is held. Raises `InvalidArgument` when the service is
-  /// absent.
+  /// absent; also when it has no domain, but then it is held, and every rebuild raises until it is
+  /// removed.
   void addService(const std::shared_ptr<platform::NetService>& service);
 
   /// Removes a service and rebuilds the items. Nothing happens when no equal one is held.

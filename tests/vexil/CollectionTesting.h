@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+// What tests of collections share.
+#pragma once
+
+#include "../support/Recorder.h"
+
+#include <platform/Value.h>
+#include <ternwood/Ternwood.h>
+#include <vexil/KRAVTWVItemsVexil.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace test {
+
+inline platform::Value records(std::vector<platform::Value> all) {
+  return platform::Value::array(std::move(all));
+}
+
+/// A domain record; absent values make no entry.
+inline platform::Value domainRecord(const platform::Value& uniqueID, const platform::Value& name,
+                                    const platform::Value& type = {}) {
+  return platform::Value::dictionary(
+      {{kTWDomainUniqueID, uniqueID}, {kTWDomainName, name}, {kTWDomainType, type}});
+}
+
+/// An event record that says which domain it belongs to.
+inline platform::Value eventOf(const platform::Value& domain, const platform::Value& uniqueID,
+                               const platform::Value& name) {
+  return platform::Value::dictionary(
+      {{kTWEventUniqueID, uniqueID}, {kTWEventName, name}, {kTWEventDomain, domain}});
+}
+
+/// A recorder's lines, those about a collection's own properties cut down to the key: their values
+/// are long.
+inline std::string briefly(const std::string& lines) {
+  std::string brief;
+  std::istringstream stream(lines);
+  for (std::string line; std::getline(stream, line);) {
+    if (line.starts_with("KRAVTWV")) {
+      const auto key = line.find(' ') + 1;
+      line = line.substr(key, line.find(' ', key) - key);
+    }
+    brief += line + "\n";
+  }
+  return brief;
+}
+
+/// Whether two trees show the same: identifiers, labels and what is represented, at every level.
+inline bool showTheSame(const ItemPointer& a, const ItemPointer& b) {
+  return outline(a) == outline(b) && a->isEqual(*b);
+}
+
+}  // namespace test
