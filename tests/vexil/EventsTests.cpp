@@ -165,7 +165,8 @@ TEST_F(Events, AreSortedAndShownAsEventItemsInThatOrder) {
   EXPECT_EQ(outline(root), "root=[1=A 2=B 3=C]");
   EXPECT_EQ(treeNotices(), "root children insertion {0-2} new=[1, 2, 3]\n");
   for (const auto& item : *root->children()) {
-    EXPECT_EQ(typeid(*item), typeid(KRAVTWVEventVexil));
+    const KRAVTWVItemVexil& shown = *item;
+    EXPECT_EQ(typeid(shown), typeid(KRAVTWVEventVexil));
   }
 }
 

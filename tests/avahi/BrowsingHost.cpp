@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+// A host of the service browser: shows what it finds in the tree of a collection, a line a change.
+//
+//     browsing_host TYPE
+//
+// Ends with its standard input. With a line on it, the next service found lets the handler raise.
+#include <avahi/PollLoop.h>
+#include <avahi/ServiceBrowser.h>
+#include <platform/Log.h>
+#include <unistd.h>
+#include <vexil/KRAVTWVItemsVexil.h>
+
+#include <array>
+#include <chrono>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+using avahi::ServiceBrowser;
+
+const char* text(ServiceBrowser::State state) {
+  switch (state) {
+    case ServiceBrowser::State::waiting:
+      return "waiting";
+    case ServiceBrowser::State::browsing:
+      return "browsing";
+    case ServiceBrowser::State::settled:
+      return "settled";
+  }
+  return "unknown";
+}
+
+class Host {
+ public:
+  explicit Host(std::string_view type)
+      : _browser(
+            _loop.poll(), type,
+            {[this](const auto& service) { found(service); },
+             [this](const auto& service) { lost(service); }, [this](auto state) { tell(state); }}) {
+    _services->setGroupByDomain(true);
+    tell(_browser.state());
+  }
+
+  void run() {
+    std::array others = {pollfd{STDIN_FILENO, POLLIN, 0}};
+    std::array<char, 64> line;
+    while (!_loop.wait(std::chrono::seconds(60), others) ||
+           ::read(STDIN_FILENO, line.data(), line.size()) > 0) {
+      _raisesNext = _raisesNext || others[0].revents != 0;
+    }
+  }
+
+ private:
+  void found(const ServiceBrowser::Service& service) {
+    _services->addService(service);
+    show();
+    if (_raisesNext) {
+      _raisesNext = false;
+      throw std::runtime_error("a handler in trouble");
+    }
+  }
+
+  void lost(const ServiceBrowser::Service& service) {
+    _services->removeService(service);
+    show();
+  }
+
+  void tell(ServiceBrowser::State state) {
+    std::cout << text(state);
+    if (!_browser.problem().empty()) {
+      std::cout << ": " << _browser.problem();
+    }
+    std::cout << std::endl;
+  }
+
+  void show() {
+    std::cout << "tree:";
+    for (const auto& domain : *_services->root()->children()) {
+      std::cout << ' ' << domain->label().string();
+      for (const auto& item : *domain->children()) {
+        const auto& service = dynamic_cast<const KRAVTWVNetServiceVexil&>(*item);
+        std::cout << " [" << service.label().string() << ' ' << service.uniqueID().string() << ']';
+      }
+    }
+    std::cout << std::endl;
+  }
+
+  avahi::PollLoop _loop;
+  const std::shared_ptr<KRAVTWVServicesVexil> _services = std::make_shared<KRAVTWVServicesVexil>();
+  bool _raisesNext = false;
+  ServiceBrowser _browser;
+};
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  if (count != 2) {
+    std::cerr << "usage: browsing_host TYPE\n";
+    return 2;
+  }
+  platform::setLogSink([](std::string_view line) { std::cout << "log: " << line << std::endl; });
+  try {
+    Host(arguments[1]).run();
+  } catch (const avahi::BrowsingFailed& failure) {
+    std::cerr << failure.what() << '\n';
+    return 1;
+  }
+}
