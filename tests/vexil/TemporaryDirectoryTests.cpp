@@ -35,7 +35,7 @@ Randomness& randomness() {
 }  // namespace
 
 // Defined by the program, it stands in the system library's place.
-extern "C" int getentropy(void* buffer, std::size_t length) noexcept {
+extern "C" int getentropy(void* buffer, std::size_t length) {
   Randomness& random = randomness();
   ++random.questions;
   switch (random.source) {
