@@ -3,10 +3,11 @@
 
 #include <ternwood/Ternwood.h>
 
+#include <algorithm>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "monitor/EventRecords.h"
-#include "monitor/Outline.h"
 
 namespace monitor {
 
@@ -47,6 +48,23 @@ std::string differences(const Value& before, const Value& after) {
   return text;
 }
 
+std::unordered_set<Value> identifiersOf(const Value& active) {
+  std::unordered_set<Value> identifiers;
+  for (const Value& record : active.elements()) {
+    identifiers.insert(record[kTWActiveEventActiveID]);
+  }
+  return identifiers;
+}
+
+std::string serviceOf(const platform::NetService& service, const Style& style) {
+  return style.bold(service.name().displayText()) + " (" + service.type().displayText() + ", " +
+         service.domain().displayText() + "): ";
+}
+
+bool contains(const KRAVTWVNetServiceArray& services, const platform::NetService& service) {
+  return std::ranges::any_of(services, [&](const auto& each) { return each->isEqual(service); });
+}
+
 }  // namespace
 
 std::vector<std::string> changes(const Value& before, const Value& after, const Style& style) {
@@ -70,6 +88,49 @@ std::vector<std::string> changes(const Value& before, const Value& after, const 
       lines.push_back(style.yellow("~") + " " + jobOf(record, style) + text);
     }
   }
+  return lines;
+}
+
+std::vector<std::string> runChanges(const Value& before, const Value& after, const Style& style) {
+  std::vector<std::string> lines;
+  const auto add = [&](const Value& list, const std::unordered_set<Value>& others, bool started) {
+    for (const Value& record : list.elements()) {
+      if (!others.contains(record[kTWActiveEventActiveID])) {
+        lines.push_back((started ? style.green("▶") : style.faint("■")) + " " +
+                        jobOf(record[kTWActiveEventEvent], style) +
+                        (started ? "started, " + textOf(record, kTWActiveEventActivity) : "ended"));
+      }
+    }
+  };
+  add(before, identifiersOf(after), false);
+  add(after, identifiersOf(before), true);
+  return lines;
+}
+
+std::vector<std::string> serviceChanges(const KRAVTWVNetServiceArray& before,
+                                        const KRAVTWVNetServiceArray& after, const Style& style) {
+  std::vector<std::string> lines;
+  for (const auto& service : before) {
+    if (!contains(after, *service)) {
+      lines.push_back(style.red("-") + " " + serviceOf(*service, style) + "gone");
+    }
+  }
+  for (const auto& service : after) {
+    if (!contains(before, *service)) {
+      lines.push_back(style.green("+") + " " + serviceOf(*service, style) + "found");
+    }
+  }
+  return lines;
+}
+
+std::vector<std::string> changes(const Snapshot& before, const Snapshot& after,
+                                 const Style& style) {
+  std::vector<std::string> lines = changes(before.events, after.events, style);
+  const auto append = [&](const std::vector<std::string>& more) {
+    lines.insert(lines.end(), more.begin(), more.end());
+  };
+  append(runChanges(before.active, after.active, style));
+  append(serviceChanges(before.services, after.services, style));
   return lines;
 }
 

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <platform/Value.h>
+#include <vexil/KRAVTWVItemsVexil.h>
 
 #include <string>
 #include <vector>
 
+#include "monitor/Collections.h"
 #include "monitor/Terminal.h"
 
 namespace monitor {
@@ -20,5 +22,24 @@ namespace monitor {
 ///     ~ Scan (cron.d/disk-health): schedule changed from @daily to @weekly
 [[nodiscard]] std::vector<std::string> changes(const platform::Value& before,
                                                const platform::Value& after, const Style& style);
+
+/// The same of two lists of active event records: what has ended, then what has started.
+///
+///     ■ Nightly backup (cron.d/backup): ended
+///     ▶ Report (Crontab of anna): started, PID 812, since 14:05
+[[nodiscard]] std::vector<std::string> runChanges(const platform::Value& before,
+                                                  const platform::Value& after, const Style& style);
+
+/// The same of network services: those that went, then those that came.
+///
+///     - Office (_ipp._tcp., local.): gone
+///     + Lobby (_ipp._tcp., local.): found
+[[nodiscard]] std::vector<std::string> serviceChanges(const KRAVTWVNetServiceArray& before,
+                                                      const KRAVTWVNetServiceArray& after,
+                                                      const Style& style);
+
+/// All of these, in this order.
+[[nodiscard]] std::vector<std::string> changes(const Snapshot& before, const Snapshot& after,
+                                               const Style& style);
 
 }  // namespace monitor

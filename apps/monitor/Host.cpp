@@ -2,69 +2,45 @@
 #include "monitor/Host.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
+#include "monitor/EngineRecords.h"
 #include "monitor/EventRecords.h"
+#include "monitor/Processes.h"
+#include "monitor/Runs.h"
+#include "monitor/Scripts.h"
 
 namespace monitor {
 
-/// Writes down what the items observer reports.
-class Host::Listener : public KRAVTWVItemsObserverDelegate {
- public:
-  void itemsObserverDidObserveItemsIndexesParent(
-      const std::shared_ptr<KRAVTWVItemsObserver>& /*observer*/, platform::ChangeKind kind,
-      const KRAVTWVItemArray& items, const std::optional<platform::IndexSet>& indexes,
-      const std::shared_ptr<KRAVTWVItemVexil>& parent) override {
-    std::string line = nameOf(kind) + " in " + parent->path();
-    line += indexes ? " at " + indexes->description() : "";
-    for (std::size_t i = 0; i < items.size(); ++i) {
-      line += (i == 0 ? ": " : ", ") + items[i]->label().displayText();
-    }
-    _lines.push_back(std::move(line));
-  }
+Host::Host(std::filesystem::path root, Zone zone)
+    : _root(std::move(root)), _zone(std::move(zone)) {}
 
-  std::vector<std::string> takeLines() { return std::exchange(_lines, {}); }
-
- private:
-  static std::string nameOf(platform::ChangeKind kind) {
-    switch (kind) {
-      case platform::ChangeKind::setting:
-        return "setting";
-      case platform::ChangeKind::insertion:
-        return "insertion";
-      case platform::ChangeKind::removal:
-        return "removal";
-      case platform::ChangeKind::replacement:
-        return "replacement";
-    }
-    return {};
-  }
-  std::vector<std::string> _lines;
-};
-
-Host::Host(std::filesystem::path root)
-    : _directory(std::move(root)), _listener(std::make_shared<Listener>()) {
-  _observer->setDelegate(_listener);
-  _observer->setRoot(_root);
+std::vector<Warning> Host::refresh(Instant now) {
+  _tables = readTables(_root);
+  // Events first, so that a table that is new has its rows at once.
+  _collections.events->setEvents(eventRecords(_tables));
+  _collections.events->setDomains(domainRecords(_tables));
+  return refreshEngine(now);
 }
 
-Host::~Host() {
-  _observer->setRoot(nullptr);
-}
+std::vector<Warning> Host::refreshEngine(Instant now) {
+  const Scripts scripts = readScripts(_root);
+  const platform::Value events = eventRecords(_tables);
+  const auto runs = runsOf(_tables, readCronProcesses(_root / "proc", _root / "etc/passwd"));
+  KRAVTWVEngineVexil& engine = *_collections.engine;
+  engine.setActive(activeRecords(runs, events, now, _zone));
+  engine.setAvailable(eventRecords(scripts));
+  engine.setPending(pendingRecords(_tables, events, now, _zone));
 
-Host::Report Host::refresh() {
-  Tables tables = readTables(_directory);
-  Report report;
-  std::ranges::copy_if(tables.warnings, std::back_inserter(report.newWarnings),
-                       [this](const Warning& warning) {
-                         return std::ranges::find(_warnings, warning) == _warnings.end();
-                       });
-  _warnings = std::move(tables.warnings);
-  report.before = _events->sortedEvents();
-  _events->setEvents(eventRecords(tables));
-  report.after = _events->sortedEvents();
-  report.announcements = _listener->takeLines();
-  return report;
+  std::vector<Warning> warnings = _tables.warnings;
+  warnings.insert(warnings.end(), scripts.warnings.begin(), scripts.warnings.end());
+  std::vector<Warning> fresh;
+  std::ranges::copy_if(warnings, std::back_inserter(fresh), [this](const Warning& warning) {
+    return std::ranges::find(_warnings, warning) == _warnings.end();
+  });
+  _warnings = std::move(warnings);
+  return fresh;
 }
 
 }  // namespace monitor

@@ -1,50 +1,37 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <vexil/KRAVTWVItemsObserver.h>
-#include <vexil/KRAVTWVItemsVexil.h>
-
 #include <filesystem>
-#include <memory>
-#include <string>
 #include <vector>
 
+#include "monitor/Collections.h"
 #include "monitor/Tables.h"
-#include "monitor/Terminal.h"
+#include "monitor/Zone.h"
 
 namespace monitor {
 
-/// Keeps an event list of the jobs below a root, and hears through an items observer what each
-/// refresh does to it.
+/// Feeds the collections from what is below a root: its cron tables, its scripts to be run on
+/// demand, and its processes. Services come from elsewhere.
 class Host {
  public:
-  explicit Host(std::filesystem::path root);
-  Host(const Host&) = delete;
-  Host& operator=(const Host&) = delete;
-  ~Host();
+  Host(std::filesystem::path root, Zone zone);
 
-  /// What a refresh brought.
-  struct Report {
-    std::vector<Warning> newWarnings;        ///< those that the last refresh did not give
-    std::vector<std::string> announcements;  ///< what the observer was told, as it came
-    platform::Value before;                  ///< the event records, in the order of the list
-    platform::Value after;
-  };
+  /// Reads everything and hands it to the collections. Returns the warnings that the last refresh
+  /// did not give. Raises `TablesNotFound`, with nothing changed.
+  std::vector<Warning> refresh(Instant now);
 
-  /// Reads the tables and hands them to the list. Raises `TablesNotFound`, with nothing changed.
-  Report refresh();
+  /// The same without the tables, for when only time has gone by.
+  std::vector<Warning> refreshEngine(Instant now);
 
-  [[nodiscard]] const KRAVTWVItemVexil& eventRoot() const { return *_root; }
+  [[nodiscard]] Collections& collections() { return _collections; }
+  [[nodiscard]] const Zone& zone() const { return _zone; }
 
  private:
-  class Listener;
-
-  std::filesystem::path _directory;
+  std::filesystem::path _root;
+  Zone _zone;
+  Tables _tables;
   std::vector<Warning> _warnings;
-  std::shared_ptr<KRAVTWVEventsVexil> _events = std::make_shared<KRAVTWVEventsVexil>();
-  std::shared_ptr<KRAVTWVItemVexil> _root = _events->root();
-  std::shared_ptr<Listener> _listener;
-  std::shared_ptr<KRAVTWVItemsObserver> _observer = KRAVTWVItemsObserver::init();
+  Collections _collections;
 };
 
 }  // namespace monitor

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -10,11 +12,21 @@ namespace monitor {
 
 /// What the command line asks for.
 struct Options {
+  enum class Outline { all, events, engine, services };
+  enum class Colour { automatic, always, never };
+
   std::filesystem::path root = "/";
+  Outline outline = Outline::all;
+  std::optional<std::string> services;          ///< the type to browse for
+  std::optional<std::chrono::hours> simulated;  ///< how long, where a simulation is asked for
   bool follow = false;
   bool announcements = false;
   bool help = false;
-  enum class Colour { automatic, always, never } colour = Colour::automatic;
+  Colour colour = Colour::automatic;
+
+  [[nodiscard]] bool shows(Outline which) const {
+    return outline == which || outline == Outline::all;
+  }
 };
 
 /// A command line that asks for nothing that can be done; `what()` says why.

@@ -1,80 +1,123 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "monitor/Outline.h"
 
-#include <ternwood/Ternwood.h>
+#include <chrono>
 
-#include <algorithm>
-#include <array>
-#include <set>
-#include <vector>
-
+#include "monitor/EngineRecords.h"
 #include "monitor/EventRecords.h"
+#include "monitor/Grid.h"
 
 namespace monitor {
 
+using platform::Value;
+
 namespace {
 
-constexpr std::size_t widestColumn = 44;
-constexpr std::size_t widestCommand = 72;
-
-/// What a row shows between its switch and its command.
-constexpr std::size_t cellCount = 4;
-
-struct Row {
-  bool enabled;
-  std::array<std::string, cellCount> cells;
-  std::string command;
-};
-
-Row rowOf(const KRAVTWVItemVexil& item) {
-  const auto* event = dynamic_cast<const KRAVTWVEventRepresenting*>(&item);
-  const platform::Value record = event == nullptr ? platform::Value() : event->representedEvent();
-  return {item.enabled(),
-          {item.label().displayText(), textOf(record, kMonitorSchedule),
-           textOf(record, kMonitorUser), textOf(record, kMonitorTableName)},
-          textOf(record, kMonitorCommand)};
+void addEvent(Grid& grid, const KRAVTWVItemVexil& item, const Style& style) {
+  const Value record = item.representedObject();
+  Grid::Row row;
+  row.faint = !item.enabled();
+  row.mark = item.enabled() ? style.green("●") : style.red("○");
+  row.cells = {item.label().displayText(), textOf(record, kMonitorSchedule),
+               textOf(record, kMonitorUser)};
+  row.tail = textOf(record, kMonitorCommand);
+  grid.addRow(std::move(row));
 }
+
+std::string dueText(Instant due, Instant now, const Zone& zone) {
+  using std::chrono::days;
+  const auto today = std::chrono::floor<days>(zone.localTime(now));
+  const auto day = std::chrono::floor<days>(zone.localTime(due));
+  if (day == today || day == today + days(1)) {
+    return localized(day == today ? "today.%@" : "tomorrow.%@",
+                     zone.userText(due, Zone::Form::time));
+  }
+  return zone.userText(due, Zone::Form::dayAndTime);
+}
+
+/// What an item of the engine is doing, or when it will.
+std::string stateOf(const KRAVTWVItemVexil& item, Instant now, const Zone& zone) {
+  if (const auto* trigger = dynamic_cast<const KRAVTWVQueuedTriggerVexil*>(&item)) {
+    const auto date = trigger->triggerDate().date();
+    return date ? dueText(instantOf(*date), now, zone) : std::string();
+  }
+  const auto* active = dynamic_cast<const KRAVTWVActiveEventVexil*>(&item);
+  return active == nullptr ? std::string() : active->activity().displayText();
+}
+
+std::string markOf(const KRAVTWVItemVexil& item, const Style& style) {
+  return dynamic_cast<const KRAVTWVActiveEventVexil*>(&item) != nullptr ? style.green("▶") : " ";
+}
+
+}  // namespace
 
 std::string counted(std::size_t count, std::string_view one) {
   return std::to_string(count) + " " + std::string(one) + (count == 1 ? "" : "s");
 }
 
-}  // namespace
-
-std::string textOf(const platform::Value& record, std::string_view key) {
-  const platform::Value& value = record[key];
-  return value.isAbsent() ? std::string() : value.displayText();
+std::string eventsOutline(const KRAVTWVEventStoreVexil& events, const Style& style) {
+  Grid grid;
+  std::size_t jobs = 0;
+  std::size_t disabled = 0;
+  for (const auto& item : events.root()->recursiveChildren()) {
+    const bool isEvent = dynamic_cast<const KRAVTWVEventVexil*>(item.get()) != nullptr;
+    jobs += isEvent ? 1U : 0U;
+    disabled += isEvent && !item->enabled() ? 1U : 0U;
+  }
+  for (const auto& item : *events.root()->children()) {
+    if (!item->isGroup()) {
+      addEvent(grid, *item, style);
+      continue;
+    }
+    grid.addHeading(style.bold(item->label().displayText()));
+    for (const auto& event : *item->children()) {
+      addEvent(grid, *event, style);
+    }
+  }
+  return style.bold("Events") + "  " + counted(jobs, "job") + " in " +
+         counted(events.orderedDomains().elements().size(), "table") +
+         (disabled > 0 ? ", " + std::to_string(disabled) + " disabled\n" : "\n") + grid.text(style);
 }
 
-std::string outline(const KRAVTWVItemVexil& root, const Style& style) {
-  std::vector<Row> rows;
-  std::set<std::string> tables;
-  std::size_t disabled = 0;
-  for (const auto& item : *root.children()) {
-    rows.push_back(rowOf(*item));
-    disabled += rows.back().enabled ? 0U : 1U;
-    tables.insert(rows.back().cells.back());
-  }
-  std::array<std::size_t, cellCount> widths{};
-  for (const Row& row : rows) {
-    for (std::size_t i = 0; i < cellCount; ++i) {
-      widths[i] = std::max(widths[i], std::min(widestColumn, columns(row.cells[i])));
+std::string engineOutline(const KRAVTWVEngineVexil& engine, Instant now, const Zone& zone,
+                          const Style& style) {
+  Grid grid;
+  for (const auto& group : *engine.root()->children()) {
+    grid.addHeading(style.bold(group->label().displayText()));
+    for (const auto& item : *group->children()) {
+      const auto* event = dynamic_cast<const KRAVTWVEventRepresenting*>(item.get());
+      const Value record = event == nullptr ? Value() : event->representedEvent();
+      Grid::Row row;
+      row.mark = markOf(*item, style);
+      row.cells = {item->label().displayText(), stateOf(*item, now, zone),
+                   textOf(record, kMonitorTableName)};
+      row.tail = textOf(record, kMonitorCommand);
+      grid.addRow(std::move(row));
     }
   }
-  std::string text = style.bold("Events") + "  " + counted(rows.size(), "job") + " in " +
-                     counted(tables.size(), "table");
-  text += disabled > 0 ? ", " + std::to_string(disabled) + " disabled\n" : "\n";
-  for (const Row& row : rows) {
-    text += row.enabled ? "  " + style.green("●") + " " : "  " + style.red("○") + " ";
-    for (std::size_t i = 0; i < cellCount; ++i) {
-      const std::string cell = fitted(row.cells[i], widths[i]);
-      text += i == 0 && row.enabled ? style.bold(cell) : (row.enabled ? cell : style.faint(cell));
-      text += "  ";
+  return style.bold("Engine") + "  " + std::to_string(engine.activeEvents().elements().size()) +
+         " running, " + std::to_string(engine.onDemandAvailable().elements().size()) +
+         " on demand, " + std::to_string(engine.pendingTriggers().elements().size()) +
+         " pending\n" + grid.text(style);
+}
+
+std::string servicesOutline(const KRAVTWVServicesVexil& services, const Style& style) {
+  Grid grid;
+  for (const auto& item : *services.root()->children()) {
+    const auto* service = dynamic_cast<const KRAVTWVNetServiceVexil*>(item.get());
+    if (service == nullptr) {
+      grid.addHeading(style.bold(item->label().displayText()));
+      continue;
     }
-    const bool isLong = columns(row.command) > widestCommand;
-    text += style.faint(isLong ? fitted(row.command, widestCommand) : row.command) + "\n";
+    Grid::Row row;
+    row.mark = " ";
+    row.cells[0] = item->label().displayText();
+    row.tail = service->netService()->type().displayText();
+    grid.addRow(std::move(row));
   }
-  return text;
+  const std::size_t count = services.sortedServices()->size();
+  return style.bold("Services") + "  " + (count == 0 ? "no services" : counted(count, "service")) +
+         "\n" + grid.text(style);
 }
 
 }  // namespace monitor

@@ -1,19 +1,31 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <vexil/KRAVTWVItemVexil.h>
+#include <vexil/KRAVTWVItemsVexil.h>
 
 #include <string>
 
 #include "monitor/Terminal.h"
+#include "monitor/Zone.h"
 
 namespace monitor {
 
-/// The event items below `root` as lines of text: a heading that counts them, then a row an item
-/// with its switch, name, schedule, user, table and command, in columns as wide as they need to be.
-[[nodiscard]] std::string outline(const KRAVTWVItemVexil& root, const Style& style);
+// Trees of items as lines of text: a heading that counts, then a row an item, in columns as wide as
+// they need to be.
 
-/// A record's text under a key, empty when there is none.
-[[nodiscard]] std::string textOf(const platform::Value& record, std::string_view key);
+/// A row a table, and below it a row a job with its switch, name, schedule, user and command. The
+/// only table there is has no row of its own.
+[[nodiscard]] std::string eventsOutline(const KRAVTWVEventStoreVexil& events, const Style& style);
+
+/// The three groups, and below them a row an event with its name, what it is doing or when it is
+/// due, its table and command. Times are told as they are at `now` by the clocks of the zone.
+[[nodiscard]] std::string engineOutline(const KRAVTWVEngineVexil& engine, Instant now,
+                                        const Zone& zone, const Style& style);
+
+/// A row a domain, and below it a row a service with its name and type.
+[[nodiscard]] std::string servicesOutline(const KRAVTWVServicesVexil& services, const Style& style);
+
+/// "1 job", "2 jobs".
+[[nodiscard]] std::string counted(std::size_t count, std::string_view one);
 
 }  // namespace monitor

@@ -68,15 +68,18 @@ class ScheduleReader {
 
   std::variant<Schedule, Problem> read() {
     Schedule schedule;
-    bool starred = false;
-    const bool good = readField(kMinute, schedule._minutes, starred) &&
-                      readField(kHour, schedule._hours, starred) &&
+    bool minuteStarred = false;
+    bool hourStarred = false;
+    bool monthStarred = false;
+    const bool good = readField(kMinute, schedule._minutes, minuteStarred) &&
+                      readField(kHour, schedule._hours, hourStarred) &&
                       readField(kDayOfMonth, schedule._daysOfMonth, schedule._daysOfMonthStarred) &&
-                      readField(kMonth, schedule._months, starred) &&
+                      readField(kMonth, schedule._months, monthStarred) &&
                       readField(kDayOfWeek, schedule._daysOfWeek, schedule._daysOfWeekStarred) &&
                       readEnd("day of week");
     if (!good)
       return Problem{std::move(_reason)};
+    schedule._timeStarred = minuteStarred || hourStarred;
     return schedule;
   }
 

@@ -20,11 +20,11 @@ struct Problem {
 /// The minutes at which a job is due, or that it is due once when the machine has started.
 ///
 /// A value: copied freely, compared by content. Two schedules are equal when they are due at the
-/// same times by the same rule, so "0 0 * * *" equals "@daily", and "0-59" in the minute field
-/// equals "*"; the star flags of the two day fields count, because they decide the rule.
+/// same times by the same rule, so "0 0 * * *" equals "@daily", and "1-12" in the month field
+/// equals "*"; the star flags of the other fields count, because they decide the rule.
 ///
-/// To find the next time a job is due, step through the days that `matchesDay` accepts and take the
-/// first hour and minute set. There may be none at all ("0 0 30 2 *" is a valid line).
+/// `nextDue` finds the next time a job is due. There may be none at all ("0 0 30 2 *" is a valid
+/// line).
 class Schedule {
  public:
   /// Due once after the machine has started, never by the clock: no bit is set.
@@ -48,6 +48,11 @@ class Schedule {
   bool daysOfMonthStarred() const { return _daysOfMonthStarred; }
   bool daysOfWeekStarred() const { return _daysOfWeekStarred; }
 
+  /// Whether the minute or the hour was written with a star in front. cron(8) runs such a job by
+  /// the clock as it stands; any other is made up for when the clock skips its time, and not run
+  /// again when the clock repeats it.
+  bool timeStarred() const { return _timeStarred; }
+
   /// Whether the job is due on such a day. `day` is 1 to 31, `month` 1 to 12, `weekday` 0 (Sunday)
   /// to 6; anything else is never due.
   ///
@@ -70,6 +75,7 @@ class Schedule {
   std::bitset<7> _daysOfWeek;
   bool _daysOfMonthStarred = false;
   bool _daysOfWeekStarred = false;
+  bool _timeStarred = false;
   bool _reboot = false;
 };
 

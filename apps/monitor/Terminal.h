@@ -2,15 +2,22 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <string>
 #include <string_view>
 
 namespace monitor {
 
-/// How text looks on a terminal; plain when it does not go to one.
+/// How text looks on a terminal; plain and of any width when it does not go to one.
 class Style {
  public:
-  explicit Style(bool coloured) : _coloured(coloured) {}
+  explicit Style(bool coloured, std::size_t width = anyWidth)
+      : _coloured(coloured), _width(width) {}
+
+  static constexpr std::size_t anyWidth = std::numeric_limits<std::size_t>::max();
+
+  /// How many columns a line may fill.
+  [[nodiscard]] std::size_t width() const { return _width; }
 
   [[nodiscard]] std::string bold(std::string_view text) const { return in("1", text); }
   [[nodiscard]] std::string faint(std::string_view text) const { return in("2", text); }
@@ -21,6 +28,7 @@ class Style {
  private:
   [[nodiscard]] std::string in(std::string_view code, std::string_view text) const;
   bool _coloured;
+  std::size_t _width;
 };
 
 /// How many columns of a terminal a text fills: two for a wide character of East Asian scripts and

@@ -1,19 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <atomic>
+#include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <memory>
+#include <optional>
 
 #include "monitor/Changes.h"
 #include "monitor/Host.h"
 #include "monitor/Options.h"
 #include "monitor/Outline.h"
+#include "monitor/ServicesSource.h"
+#include "monitor/Simulation.h"
 #include "monitor/Watch.h"
 
 namespace {
+
+using monitor::Options;
+using monitor::Snapshot;
+using monitor::Style;
 
 volatile std::sig_atomic_t interrupted = 0;
 
@@ -33,73 +43,183 @@ void complain(const std::string& what) {
   std::cerr << "ternwood-monitor: " + what + "\n";
 }
 
-void warn(const monitor::Host::Report& report) {
-  for (const monitor::Warning& warning : report.newWarnings) {
+void warn(const std::vector<monitor::Warning>& warnings) {
+  for (const monitor::Warning& warning : warnings) {
     complain(warning.text());
   }
 }
 
-void tell(const monitor::Host::Report& report, bool announcements, const monitor::Style& style) {
-  // What the observer heard nothing of did not happen to the outline.
-  if (report.announcements.empty()) {
-    return;
-  }
-  const auto lines =
-      announcements ? report.announcements : monitor::changes(report.before, report.after, style);
-  for (const std::string& line : lines) {
-    std::cout << line + "\n";
-  }
-  std::cout.flush();
+monitor::Instant currentInstant() {
+  return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
 }
 
-void follow(monitor::Host& host, monitor::Watcher& watcher, const monitor::Options& options,
-            const monitor::Style& style) {
-  constexpr std::chrono::hours once(1);
-  while (interrupted == 0) {
-    if (!watcher.wait(once)) {
-      continue;
+Style styleFor(const Options& options) {
+  const bool onTerminal = isatty(STDOUT_FILENO) != 0;
+  winsize size = {};
+  const bool sized = onTerminal && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return Style(options.colour == Options::Colour::always ||
+                   (options.colour == Options::Colour::automatic && onTerminal),
+               sized ? size.ws_col : Style::anyWidth);
+}
+
+/// Shows the outlines of a root, and follows what happens to them.
+class Program {
+ public:
+  explicit Program(const Options& options)
+      : _options(options),
+        _style(styleFor(options)),
+        _host(options.root, monitor::Zone::ofMachine()) {
+    if (options.services) {
+      _services = std::make_unique<monitor::ServicesSource>(*options.services,
+                                                            _host.collections().services);
     }
+  }
+
+  void show() {
+    warn(_host.refresh(currentInstant()));
+    findServices();
+    const monitor::Collections& collections = _host.collections();
+    std::string text;
+    const auto add = [&](Options::Outline which, const std::string& outline) {
+      if (_options.shows(which)) {
+        text += (text.empty() ? "" : "\n") + outline;
+      }
+    };
+    add(Options::Outline::events, eventsOutline(*collections.events, _style));
+    add(Options::Outline::engine,
+        engineOutline(*collections.engine, currentInstant(), _host.zone(), _style));
+    add(Options::Outline::services, servicesOutline(*collections.services, _style));
+    std::cout << text;
+    takeAnnouncements();
+  }
+
+  void follow(monitor::Watcher& watcher) {
+    auto tick = nextMinute();
+    while (interrupted == 0) {
+      const Snapshot before(_host.collections());
+      if (wait(watcher, tick)) {
+        refreshTables();
+      }
+      if (std::chrono::system_clock::now() >= tick) {
+        warn(_host.refreshEngine(currentInstant()));
+        tick = nextMinute();
+      }
+      tell(before);
+    }
+  }
+
+ private:
+  using Clock = std::chrono::system_clock;
+
+  /// A second after the minute begins, when cron has started what is due.
+  static Clock::time_point nextMinute() {
+    using std::chrono::seconds;
+    return std::chrono::floor<std::chrono::minutes>(Clock::now() - seconds(1)) +
+           std::chrono::minutes(1) + seconds(1);
+  }
+
+  /// Until the tables have changed (true), there is news of services, or it is time.
+  bool wait(monitor::Watcher& watcher, Clock::time_point end) {
+    using std::chrono::milliseconds;
+    // The clock may be set while this waits.
+    const auto left = std::clamp(std::chrono::ceil<milliseconds>(end - Clock::now()),
+                                 milliseconds(0), milliseconds(std::chrono::minutes(1)));
+    if (!_services) {
+      return watcher.wait(left);
+    }
+    _services->wait(left, watcher.descriptor());
+    return watcher.drain();
+  }
+
+  void findServices() {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (_services && !_services->settled() && interrupted == 0 &&
+           std::chrono::steady_clock::now() < end) {
+      _services->wait(std::chrono::milliseconds(200));
+    }
+  }
+
+  void refreshTables() {
     try {
-      const auto report = host.refresh();
-      warn(report);
-      tell(report, options.announcements, style);
+      warn(_host.refresh(currentInstant()));
     } catch (const monitor::TablesNotFound& error) {
       // They may come back, while a package is being replaced for instance.
       complain(error.what());
     }
   }
-}
 
-int show(const monitor::Options& options) {
-  const monitor::Style style(
-      options.colour == monitor::Options::Colour::always ||
-      (options.colour == monitor::Options::Colour::automatic && isatty(STDOUT_FILENO) != 0));
-  monitor::Host host(options.root);
+  std::vector<std::string> takeAnnouncements() {
+    monitor::Collections& collections = _host.collections();
+    auto events = collections.ofEvents.takeLines();
+    auto engine = collections.ofEngine.takeLines();
+    auto services = collections.ofServices.takeLines();
+    return _options.outline == Options::Outline::engine     ? engine
+           : _options.outline == Options::Outline::services ? services
+                                                            : events;
+  }
+
+  [[nodiscard]] std::vector<std::string> changesSince(const Snapshot& before) {
+    const Snapshot after(_host.collections());
+    switch (_options.outline) {
+      case Options::Outline::events:
+        return monitor::changes(before.events, after.events, _style);
+      case Options::Outline::engine:
+        return monitor::runChanges(before.active, after.active, _style);
+      case Options::Outline::services:
+        return monitor::serviceChanges(before.services, after.services, _style);
+      case Options::Outline::all:
+        break;
+    }
+    return monitor::changes(before, after, _style);
+  }
+
+  void tell(const Snapshot& before) {
+    const auto announcements = takeAnnouncements();
+    for (const std::string& line : _options.announcements ? announcements : changesSince(before)) {
+      std::cout << line + "\n";
+    }
+    std::cout.flush();
+  }
+
+  const Options& _options;
+  Style _style;
+  monitor::Host _host;
+  std::unique_ptr<monitor::ServicesSource> _services;
+};
+
+void show(const Options& options) {
   if (!options.follow) {
-    warn(host.refresh());
-    std::cout << monitor::outline(host.eventRoot(), style);
-    return EXIT_SUCCESS;
+    Program(options).show();
+    return;
   }
   endOnSignals();
   // Before the tables are read, so that no change in between is missed.
   monitor::Watcher watcher(options.root);
-  warn(host.refresh());
-  std::cout << monitor::outline(host.eventRoot(), style)
-            << "Watching for changes; interrupt to end.\n"
-            << std::flush;
-  follow(host, watcher, options, style);
-  return EXIT_SUCCESS;
+  Program program(options);
+  program.show();
+  std::cout << "Watching for changes; interrupt to end.\n" << std::flush;
+  program.follow(watcher);
+}
+
+void simulate(const Options& options) {
+  monitor::Simulation simulation(options.root, styleFor(options),
+                                 [](const std::string& line) { std::cout << line << '\n'; });
+  warn(simulation.warnings());
+  simulation.run(*options.simulated);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) try {
-  const monitor::Options options = monitor::parseOptions({argv + 1, argv + argc});
+  const Options options = monitor::parseOptions({argv + 1, argv + argc});
   if (options.help) {
     std::cout << monitor::usage;
-    return EXIT_SUCCESS;
+  } else if (options.simulated) {
+    simulate(options);
+  } else {
+    show(options);
   }
-  return show(options);
+  return EXIT_SUCCESS;
 } catch (const monitor::WrongUsage& error) {
   complain(error.what());
   std::cerr << monitor::usage;

@@ -2,11 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <set>
 #include <string>
 
 #include "TableSupport.h"
+#include "monitor/Runs.h"
+#include "monitor/Scripts.h"
 #include "monitor/Tables.h"
 
 namespace monitor {
@@ -87,6 +90,26 @@ TEST_F(Sample, HasNamesInSeveralScripts) {
     EXPECT_TRUE(std::any_of(_jobs.begin(), _jobs.end(), [&](const Job& job) {
       return job.name == name;
     })) << name;
+}
+
+TEST_F(Sample, HasScriptsToBeRunOnDemand) {
+  Lines identifiers;
+  for (const Script& script : readScripts(MONITOR_SAMPLE).scripts)
+    identifiers.push_back(script.identifier());
+  EXPECT_EQ(identifiers, (Lines{"etc/cron.hourly/clock-drift", "etc/cron.daily/man-index",
+                                "etc/cron.daily/package-lists", "etc/cron.daily/passwords",
+                                "etc/cron.weekly/file-index", "etc/cron.weekly/trim-disks",
+                                "etc/cron.monthly/disk-report"}));
+}
+
+TEST_F(Sample, HasJobsThatRun) {
+  const std::filesystem::path sample(MONITOR_SAMPLE);
+  Lines runs;
+  for (const JobRun& run :
+       runsOf(_tables, readCronProcesses(sample / "proc", sample / "etc/passwd")))
+    runs.push_back(std::to_string(run.process.id) + " " + run.process.user + " " + run.job->name);
+  EXPECT_EQ(runs, (Lines{"18091 backup Home directories", "18121 deploy Refresh the mirrors",
+                         "18141 www-data Thumbnails"}));
 }
 
 }  // namespace

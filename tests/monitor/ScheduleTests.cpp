@@ -119,8 +119,11 @@ TEST(Schedule, BlanksMayBeTabsAndStandAround) {
   EXPECT_EQ(scheduleOf("\t5  4\t*\t* \tmon "), scheduleOf("5 4 * * 1"));
 }
 
-TEST(Schedule, SpelledOutRangesEqualStarsExceptForTheDaysRule) {
-  EXPECT_EQ(scheduleOf("0-59 0-23 * 1-12 *"), scheduleOf("* * * * *"));
+TEST(Schedule, SpelledOutRangesEqualStarsExceptWhereTheStarDecidesARule) {
+  EXPECT_EQ(scheduleOf("* * * 1-12 *"), scheduleOf("* * * * *"));
+  EXPECT_EQ(scheduleOf("* 0-23 * * *"), scheduleOf("* * * * *"));
+  EXPECT_EQ(scheduleOf("0-59 * * * *"), scheduleOf("* * * * *"));
+  EXPECT_NE(scheduleOf("0-59 0-23 * * *"), scheduleOf("* * * * *"));
   EXPECT_NE(scheduleOf("0 0 1-31 * *"), scheduleOf("0 0 * * *"));
   EXPECT_NE(scheduleOf("0 0 * * 0-6"), scheduleOf("0 0 * * *"));
 }
@@ -133,6 +136,14 @@ TEST(Schedule, AStarInFrontIsRememberedOfTheDayFields) {
   EXPECT_TRUE(both.daysOfMonthStarred());
   EXPECT_TRUE(both.daysOfWeekStarred());
   EXPECT_FALSE(scheduleOf("* * 5,* * *").daysOfMonthStarred());
+}
+
+TEST(Schedule, AStarInFrontIsRememberedOfTheTimeFieldsTogether) {
+  EXPECT_FALSE(scheduleOf("0-59 1 * * *").timeStarred());
+  EXPECT_TRUE(scheduleOf("*/5 1 * * *").timeStarred());
+  EXPECT_TRUE(scheduleOf("0 */2 * * *").timeStarred());
+  EXPECT_TRUE(scheduleOf("@hourly").timeStarred());
+  EXPECT_FALSE(scheduleOf("@daily").timeStarred());
 }
 
 TEST(Schedule, TwoRestrictedDayFieldsAreAlternatives) {

@@ -7,12 +7,14 @@
 import os
 import pathlib
 import queue
+import re
 import shutil
 import signal
 import subprocess
 import sys
 import tempfile
 import threading
+import unicodedata
 import unittest
 
 MONITOR, SAMPLE = sys.argv[1:3]
@@ -20,8 +22,16 @@ PATIENCE = 20.0  # seconds until a line that must come is missed
 QUIET = 0.8  # seconds without a line after which none is taken to come
 
 
-def show(*arguments):
-    return subprocess.run([MONITOR, *arguments], capture_output=True, text=True)
+ENGLISH = {"LANG": "C", "TZ": "UTC"}
+
+
+def show(*arguments, environment=None):
+    return subprocess.run([MONITOR, *arguments], capture_output=True, text=True,
+                          env=environment or ENGLISH)
+
+
+def outline(which, environment=None):
+    return show("--root", SAMPLE, "--outline", which, environment=environment).stdout.splitlines()
 
 
 class Follower:
@@ -30,7 +40,7 @@ class Follower:
     def __init__(self, root, *arguments):
         self.process = subprocess.Popen(
             [MONITOR, "--root", root, "--follow", *arguments],
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env=ENGLISH)
         self.lines = queue.Queue()
         threading.Thread(target=self._read, daemon=True).start()
         while not self.next(PATIENCE).startswith("Watching"):
@@ -67,9 +77,71 @@ class Shows(unittest.TestCase):
         self.assertIn("● Nightly backup", result.stdout)
 
     def test_columns_that_line_up(self):
-        rows = show("--root", SAMPLE).stdout.splitlines()[1:]
-        column = {row.index("Crontab of deploy") for row in rows if "Crontab of deploy" in row}
-        self.assertEqual(len(column), 1)
+        rows = [row for row in outline("events") if " tomas " in row]
+        self.assertEqual(len(rows), 4)
+        # A wide character is one character and two columns.
+        wide = [sum(1 for c in row[:row.index(" tomas ")] if unicodedata.east_asian_width(c) == "W")
+                for row in rows]
+        self.assertGreater(max(wide), 0)
+        columns = {row.index(" tomas ") + w for row, w in zip(rows, wide)}
+        self.assertEqual(len(columns), 1)
+
+    def test_a_row_a_table_with_its_jobs_below(self):
+        rows = outline("events")
+        tables = [row.strip() for row in rows[1:] if not row.startswith("    ")]
+        self.assertEqual(tables[:2] + tables[-2:], ["System crontab", "cron.d/backup",
+                                                    "Crontab of tomas", "Crontab of www-data"])
+        below = rows[rows.index("  Crontab of deploy") + 1:rows.index("  Crontab of tomas")]
+        self.assertEqual([row[6:28].strip() for row in below],
+                         ["Rebuild the documentat", "Refresh the mirrors", "Remove old builds",
+                          "Restart the staging si"])
+
+    def test_what_runs_what_can_be_run_and_what_is_due(self):
+        rows = outline("engine")
+        self.assertEqual(rows[0], "Engine  3 running, 7 on demand, 52 pending")
+        running, demand, pending = (rows.index("  " + group)
+                                    for group in ("Running", "On Demand", "Pending"))
+        self.assertLess(running, demand)
+        self.assertLess(demand, pending)
+        self.assertRegex(rows[running + 1], r"▶ Home directories +PID 18091, since 2026-03-29 03:15 ")
+        self.assertEqual(demand - running, 4)
+        self.assertEqual(sum(1 for row in rows[demand:pending] if "cron.daily" in row), 3)
+        self.assertRegex(rows[pending + 1], r"(Today|Tomorrow), \d+:\d\d")
+        for name, times in (("Year-end closing", 1), ("Reachability", 1), ("Greylist", 0),
+                            ("beacon", 0)):
+            self.assertEqual(sum(1 for row in rows[pending:] if name in row), times, name)
+
+    def test_one_outline_or_all(self):
+        headings = {"events": "Events", "engine": "Engine", "services": "Services"}
+        for which, heading in headings.items():
+            rows = outline(which)
+            self.assertEqual([row.split("  ")[0] for row in rows if not row.startswith(" ")],
+                             [heading])
+        rows = show("--root", SAMPLE).stdout.splitlines()
+        self.assertEqual([row.split("  ")[0] for row in rows if row and not row.startswith(" ")],
+                         list(headings.values()))
+        self.assertEqual(outline("services"), ["Services  no services"])
+
+    def test_due_times_by_the_clock_of_the_user(self):
+        at_nine = r"Still alive .* 9:00\sAM +cron.d/monitoring"
+        for zone in ("UTC", "Asia/Tokyo", "America/New_York"):
+            rows = outline("engine", {"LANG": "en_US.UTF-8", "TZ": zone})
+            self.assertEqual(sum(1 for row in rows if re.search(at_nine, row)), 1, zone)
+
+    def test_the_language_of_the_user_without_its_locale_installed(self):
+        def groups(language):
+            rows = outline("engine", {"LANG": language})
+            return [row.strip() for row in rows[1:] if not row.startswith("    ")]
+        self.assertEqual(groups("de_DE.UTF-8"), ["Läuft", "Auf Abruf", "Anstehend"])
+        self.assertEqual(groups("xx"), ["Running", "On Demand", "Pending"])
+        german = outline("events", {"LANG": "de_DE.UTF-8"})
+        self.assertIn("  Systemweite Crontab", german)
+        self.assertIn("  Crontab von anna", german)
+
+    def test_a_process_that_descends_from_cron_and_no_other(self):
+        rows = outline("engine")
+        self.assertEqual(sum(1 for row in rows if "PID" in row), 3)
+        self.assertFalse([row for row in rows if "17410" in row or "18123" in row])
 
     def test_colours_only_where_they_are_wanted(self):
         self.assertNotIn("\x1b", show("--root", SAMPLE).stdout)
@@ -81,8 +153,19 @@ class Shows(unittest.TestCase):
         self.assertIn("/does/not/exist", result.stderr)
         self.assertEqual(len(result.stderr.splitlines()), 1)
 
+    def test_a_clear_error_where_services_cannot_be_browsed(self):
+        nobody = ENGLISH | {"DBUS_SYSTEM_BUS_ADDRESS": "unix:path=/does/not/exist"}
+        result = show("--root", SAMPLE, "--services", "_ipp._tcp", environment=nobody)
+        self.assertEqual((result.returncode, result.stdout), (1, ""))
+        self.assertRegex(result.stderr, "service browsing|services cannot be browsed")
+        self.assertEqual(len(result.stderr.splitlines()), 1)
+
     def test_wrong_usage(self):
-        for arguments in (["--unknown"], ["--root"], ["--announcements"], ["--colour", "pink"]):
+        for arguments in (["--unknown"], ["--root"], ["--announcements"], ["--colour", "pink"],
+                          ["--outline"], ["--outline", "pink"], ["--services"],
+                          ["--simulate", "0"], ["--simulate", "1h"], ["--simulate", "99999"],
+                          ["--simulate", "1", "--follow"],
+                          ["--simulate", "1", "--outline", "events"]):
             result = show(*arguments)
             self.assertEqual((result.returncode, result.stdout), (2, ""), arguments)
             self.assertIn("usage:", result.stderr)
@@ -204,6 +287,96 @@ class Follows(unittest.TestCase):
     def test_nothing_when_a_file_is_only_touched(self):
         self.assertEqual(self.follower.after(lambda: os.utime(self.backup), 0), [])
         self.end()
+
+
+class FollowsProcesses(unittest.TestCase):
+    def test_a_line_when_a_job_ends_and_starts(self):
+        with tempfile.TemporaryDirectory() as directory:
+            root = os.path.join(directory, "root")
+            shutil.copytree(SAMPLE, root)
+            follower = Follower(root)
+            table = pathlib.Path(root, "etc/cron.d/backup")
+
+            def edit():
+                process = pathlib.Path(root, "proc/18141")
+                process.rename(process.with_name("18200"))
+                (process.with_name("18200") / "stat").write_text(
+                    (process.with_name("18200") / "stat").read_text().replace("18141", "18200"))
+                shutil.rmtree(pathlib.Path(root, "proc/18091"))
+                table.write_text(table.read_text().replace("40 6 * * *", "41 6 * * *"))
+
+            try:
+                # Processes are looked at when tables have changed, and each minute.
+                self.assertEqual(
+                    sorted(follower.after(edit, 4)),
+                    sorted(["~ Read back a random file of last night's backup (cron.d/backup): "
+                            "schedule changed from 40 6 * * * to 41 6 * * *",
+                            "■ Home directories (cron.d/backup): ended",
+                            "■ Thumbnails (Crontab of www-data): ended",
+                            "▶ Thumbnails (Crontab of www-data): started, PID 18200, "
+                            "since 2026-03-29 03:20"]))
+                self.assertEqual(follower.end(), (0, ""))
+            finally:
+                follower.process.kill()
+                follower.process.communicate()
+
+
+    def test_looks_at_processes_and_the_clock_once_a_minute(self):
+        with tempfile.TemporaryDirectory() as directory:
+            root = os.path.join(directory, "root")
+            shutil.copytree(SAMPLE, root)
+            follower = Follower(root, "--outline", "engine", "--announcements")
+            shutil.rmtree(pathlib.Path(root, "proc/18091"))
+            try:
+                lines = [follower.next(60 + PATIENCE)]
+                while not lines[-1].startswith("insertion in /scheduler.pending"):
+                    lines.append(follower.next(PATIENCE))
+                self.assertIn("removal in /scheduler.active at {0}: Home directories", lines)
+                self.assertRegex(lines[-1], r"\bReachability\b")  # due every minute
+                self.assertEqual(follower.end(), (0, ""))
+            finally:
+                follower.process.kill()
+                follower.process.communicate()
+
+
+class Simulates(unittest.TestCase):
+    def test_an_hour_twice_is_the_same(self):
+        first = show("--root", SAMPLE, "--simulate", "1", environment={"TZ": "UTC", "LANG": "C"})
+        second = show("--root", SAMPLE, "--simulate", "1",
+                      environment={"TZ": "Asia/Tokyo", "LANG": "xx"})
+        self.assertEqual((first.returncode, first.stderr), (0, ""))
+        self.assertEqual(first.stdout, second.stdout)
+
+    def test_what_happens_in_an_hour(self):
+        lines = show("--root", SAMPLE, "--simulate", "1").stdout.splitlines()
+        for line in ("01:30:00  ▶ Nightly backup (cron.d/backup): started, PID 2008, since 01:30",
+                     "01:37:00  + Office printer (_ipp._tcp., local.): found",
+                     "03:06:00  - Office printer (_ipp._tcp., local.): gone"):
+            self.assertIn(line, lines)
+        # The clocks skip the hour from two to three, and what was due in it comes right after.
+        self.assertFalse([line for line in lines if line.startswith("02:")])
+        self.assertTrue([line for line in lines if line.startswith("03:00:00  ▶ Long self-test")])
+        started = sum(1 for line in lines if "  ▶ " in line)
+        ended = sum(1 for line in lines if "  ■ " in line)
+        self.assertTrue(any(line.startswith("Summary  1 hour, in which %d jobs started and %d ended"
+                                            % (started, ended)) for line in lines))
+
+    def test_a_table_that_is_edited(self):
+        lines = show("--root", SAMPLE, "--simulate", "1").stdout.splitlines()
+        edits = [line for line in lines if "  ~ " in line]
+        self.assertEqual([line[:8] for line in edits], ["01:43:00", "03:12:00"])
+        self.assertIn("*/10 * * * *", edits[0])
+
+    def test_no_file_is_changed(self):
+        with tempfile.TemporaryDirectory() as directory:
+            root = os.path.join(directory, "root")
+            shutil.copytree(SAMPLE, root)
+            before = {path: path.read_bytes() for path in pathlib.Path(root).rglob("*")
+                      if path.is_file()}
+            show("--root", root, "--simulate", "1")
+            after = {path: path.read_bytes() for path in pathlib.Path(root).rglob("*")
+                     if path.is_file()}
+            self.assertEqual(before, after)
 
 
 class Announces(unittest.TestCase):

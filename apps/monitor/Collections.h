@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <vexil/KRAVTWVItemsVexil.h>
+
+#include <memory>
+
+#include "monitor/Announcements.h"
+
+namespace monitor {
+
+/// The three collections, with a listener on each tree.
+struct Collections {
+  std::shared_ptr<KRAVTWVEventStoreVexil> events = std::make_shared<KRAVTWVEventStoreVexil>();
+  std::shared_ptr<KRAVTWVEngineVexil> engine = std::make_shared<KRAVTWVEngineVexil>();
+  std::shared_ptr<KRAVTWVServicesVexil> services = std::make_shared<KRAVTWVServicesVexil>();
+  Announcements ofEvents{events->root()};
+  Announcements ofEngine{engine->root()};
+  Announcements ofServices{services->root()};
+};
+
+/// What the collections hold at one moment, to be compared with another.
+struct Snapshot {
+  explicit Snapshot(const Collections& collections)
+      : events(collections.events->sortedEvents()),
+        active(collections.engine->activeEvents()),
+        services(*collections.services->sortedServices()) {}
+
+  platform::Value events;
+  platform::Value active;
+  KRAVTWVNetServiceArray services;
+};
+
+}  // namespace monitor

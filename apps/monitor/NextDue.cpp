@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "monitor/NextDue.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace monitor {
+
+namespace {
+
+namespace chrono = std::chrono;
+using LocalMinute = chrono::local_time<chrono::minutes>;
+
+constexpr chrono::years kPatience(41);
+/// From here on a change of the clock is a correction.
+constexpr chrono::hours kCorrection(3);
+/// No two zones, and so no two periods of one, are further apart.
+constexpr chrono::days kMargin(2);
+
+std::optional<chrono::minutes> firstTime(const Schedule& schedule, chrono::minutes from) {
+  const auto firstHour = static_cast<std::size_t>(from / chrono::hours(1));
+  std::size_t minute = static_cast<std::size_t>((from % chrono::hours(1)).count());
+  for (std::size_t hour = firstHour; hour < schedule.hours().size(); ++hour, minute = 0) {
+    if (!schedule.hours()[hour])
+      continue;
+    for (; minute < schedule.minutes().size(); ++minute) {
+      if (schedule.minutes()[minute])
+        return chrono::hours(hour) + chrono::minutes(minute);
+    }
+  }
+  return std::nullopt;
+}
+
+/// The first local minute from `from` on that the schedule names, up to the day `last`.
+std::optional<LocalMinute> firstMatch(const Schedule& schedule, LocalMinute from,
+                                      chrono::local_days last) {
+  auto day = chrono::floor<chrono::days>(from);
+  chrono::minutes time = from - day;
+  while (day <= last) {
+    const chrono::year_month_day date(day);
+    if (!schedule.months()[static_cast<unsigned>(date.month())]) {
+      day = chrono::local_days((date.year() / date.month() + chrono::months(1)) / 1);
+    } else {
+      const bool matches =
+          schedule.matchesDay(static_cast<int>(static_cast<unsigned>(date.month())),
+                              static_cast<int>(static_cast<unsigned>(date.day())),
+                              static_cast<int>(chrono::weekday(day).c_encoding()));
+      if (const auto found = matches ? firstTime(schedule, time) : std::nullopt)
+        return day + *found;
+      day += chrono::days(1);
+    }
+    time = chrono::minutes(0);
+  }
+  return std::nullopt;
+}
+
+LocalMinute localMinute(Instant instant, chrono::seconds offset) {
+  return chrono::ceil<chrono::minutes>(LocalTime(instant.time_since_epoch() + offset));
+}
+
+}  // namespace
+
+std::optional<Instant> nextDue(const Schedule& schedule, Instant after, const Zone& zone) {
+  if (schedule.isReboot())
+    return std::nullopt;
+  const chrono::local_days last(chrono::year_month_day(chrono::local_days(
+                                    chrono::floor<chrono::days>(after).time_since_epoch())) +
+                                kPatience);
+  Instant from = after + chrono::seconds(1);
+  while (true) {
+    const Zone::Period period = zone.periodAt(from);
+    const chrono::seconds change = period.offset - period.offsetBefore;
+    const bool madeUpFor = !schedule.timeStarred() && chrono::abs(change) < kCorrection;
+    LocalMinute begin = localMinute(from, period.offset);
+    if (madeUpFor && change.count() != 0) {
+      const LocalMinute resumed = localMinute(period.begin, period.offsetBefore);
+      if (change.count() > 0 && from == period.begin) {
+        const auto skipped = firstMatch(schedule, resumed, last);
+        if (skipped && *skipped < localMinute(period.begin, period.offset))
+          return period.begin;
+      }
+      begin = std::max(begin, resumed);
+    }
+    const auto match = firstMatch(schedule, begin, last);
+    if (!match)
+      return std::nullopt;
+    const Instant due(match->time_since_epoch() - period.offset);
+    if (due < period.end)
+      return due;
+    // No local time up to the match is of interest, so neither are changes well before it.
+    from = std::max(period.end, due - kMargin);
+  }
+}
+
+}  // namespace monitor

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "monitor/ServicesSource.h"
+
+#include <avahi/PollLoop.h>
+#include <avahi/ServiceBrowser.h>
+#include <platform/Error.h>
+
+#include <span>
+#include <utility>
+
+namespace monitor {
+
+struct ServicesSource::Browsing {
+  avahi::PollLoop loop;
+  avahi::ServiceBrowser browser;
+
+  Browsing(const std::string& type, std::shared_ptr<KRAVTWVServicesVexil> services)
+      : browser(loop.poll(), type, std::move(services)) {}
+};
+
+ServicesSource::ServicesSource(const std::string& type,
+                               std::shared_ptr<KRAVTWVServicesVexil> services) try
+    : _browsing(std::make_unique<Browsing>(type, std::move(services))) {
+} catch (const avahi::BrowsingFailed& error) {
+  throw NoServices(std::string("services cannot be browsed: ") + error.what());
+} catch (const platform::InvalidArgument&) {
+  throw NoServices(type + " is not a type of services, such as _ipp._tcp");
+}
+
+ServicesSource::~ServicesSource() = default;
+
+void ServicesSource::wait(std::chrono::milliseconds timeout, int descriptor) {
+  pollfd other = {descriptor, POLLIN, 0};
+  _browsing->loop.wait(timeout, std::span(&other, descriptor < 0 ? 0U : 1U));
+}
+
+bool ServicesSource::settled() const {
+  return _browsing->browser.state() == avahi::ServiceBrowser::State::settled;
+}
+
+}  // namespace monitor

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "monitor/Zone.h"
+
+#include <unicode/basictz.h>
+#include <unicode/datefmt.h>
+#include <unicode/timezone.h>
+#include <unicode/tzrule.h>
+#include <unicode/tztrans.h>
+#include <unicode/unistr.h>
+
+#include <array>
+#include <cstdio>
+#include <utility>
+
+namespace monitor {
+
+namespace {
+
+using std::chrono::seconds;
+
+UDate dateOf(Instant instant) {
+  return static_cast<UDate>(instant.time_since_epoch().count()) * U_MILLIS_PER_SECOND;
+}
+
+Instant instantOf(UDate date) {
+  return Instant(seconds(static_cast<std::int64_t>(date / U_MILLIS_PER_SECOND)));
+}
+
+seconds offsetOf(const icu::TimeZoneRule& rule) {
+  return seconds((rule.getRawOffset() + rule.getDSTSavings()) / U_MILLIS_PER_SECOND);
+}
+
+}  // namespace
+
+struct Zone::Rules {
+  std::unique_ptr<icu::BasicTimeZone> zone;
+};
+
+Zone::Zone(std::shared_ptr<const Rules> rules) : _rules(std::move(rules)) {}
+
+Zone Zone::ofMachine() {
+  // All of ICU's own zones are basic ones.
+  std::unique_ptr<icu::BasicTimeZone> zone(
+      dynamic_cast<icu::BasicTimeZone*>(icu::TimeZone::createDefault()));
+  return Zone(std::make_shared<const Rules>(std::move(zone)));
+}
+
+Zone Zone::named(const std::string& name) {
+  std::unique_ptr<icu::BasicTimeZone> zone(dynamic_cast<icu::BasicTimeZone*>(
+      icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name))));
+  if (!zone || *zone == icu::TimeZone::getUnknown())
+    throw UnknownZone("there is no time zone " + name);
+  return Zone(std::make_shared<const Rules>(std::move(zone)));
+}
+
+Zone::Period Zone::periodAt(Instant instant) const {
+  const icu::BasicTimeZone& zone = *_rules->zone;
+  std::int32_t raw = 0;
+  std::int32_t savings = 0;
+  UErrorCode error = U_ZERO_ERROR;
+  zone.getOffset(dateOf(instant), 0, raw, savings, error);
+  const seconds offset((raw + savings) / U_MILLIS_PER_SECOND);
+  Period period{Instant::min(), Instant::max(), offset, offset};
+  icu::TimeZoneTransition change;
+  if (zone.getPreviousTransition(dateOf(instant), 1, change)) {
+    period.begin = instantOf(change.getTime());
+    period.offsetBefore = offsetOf(*change.getFrom());
+  }
+  if (zone.getNextTransition(dateOf(instant), 0, change))
+    period.end = instantOf(change.getTime());
+  return period;
+}
+
+LocalTime Zone::localTime(Instant instant) const {
+  return LocalTime(instant.time_since_epoch() + periodAt(instant).offset);
+}
+
+std::string Zone::text(Instant instant, bool withSeconds) const {
+  using namespace std::chrono;
+  const LocalTime local = localTime(instant);
+  const auto day = floor<days>(local);
+  const year_month_day date(day);
+  const hh_mm_ss time(local - day);
+  std::array<char, 40> text;
+  const int length = std::snprintf(
+      text.data(), text.size(), "%04d-%02u-%02u %02d:%02d:%02d", static_cast<int>(date.year()),
+      static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+      static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+      static_cast<int>(time.seconds().count()));
+  constexpr int secondsLength = 3;
+  return {text.data(), static_cast<std::size_t>(withSeconds ? length : length - secondsLength)};
+}
+
+std::string Zone::userText(Instant instant, Form form) const {
+  using icu::DateFormat;
+  const auto day = form == Form::time ? DateFormat::kNone : DateFormat::kShort;
+  const std::unique_ptr<DateFormat> format(
+      DateFormat::createDateTimeInstance(day, DateFormat::kShort));
+  if (!format)
+    return text(instant);
+  format->setTimeZone(*_rules->zone);
+  icu::UnicodeString formatted;
+  std::string result;
+  return format->format(dateOf(instant), formatted).toUTF8String(result);
+}
+
+std::string Zone::name() const {
+  icu::UnicodeString identifier;
+  std::string name;
+  _rules->zone->getID(identifier).toUTF8String(name);
+  return name;
+}
+
+}  // namespace monitor
