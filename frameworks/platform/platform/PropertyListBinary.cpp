@@ -136,9 +136,6 @@ class BinaryReader {
 };
 
 bool BinaryReader::readHeader() {
-  if (_bytes.empty()) {
-    return fail(Code::noBytes, 0, "there are no bytes");
-  }
   const std::string_view text = detail::textOf(_bytes);
   if (!text.starts_with("bplist00")) {
     return fail(Code::badHeader, 0,
@@ -473,9 +470,9 @@ bool BinaryReader::readBytes(std::size_t offset, Object& object) {
 
 PropertyListResult<Value> readBinaryPropertyList(std::span<const std::byte> bytes,
                                                  const PropertyListLimits& limits) {
-  if (bytes.size() > limits.inputBytes) {
-    return PropertyListError{
-        Code::tooLong, "the input is longer than " + std::to_string(limits.inputBytes) + " bytes"};
+  if (auto error = detail::errorOfLength(bytes, limits)) {
+    error->offset = 0;
+    return *std::move(error);
   }
   return BinaryReader(bytes, limits).read();
 }

@@ -3,10 +3,24 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string>
 #include <unordered_set>
 #include <utility>
 
 namespace platform::detail {
+
+std::optional<PropertyListError> errorOfLength(std::span<const std::byte> bytes,
+                                               const PropertyListLimits& limits) {
+  using Code = PropertyListError::Code;
+  if (bytes.empty()) {
+    return PropertyListError{Code::noBytes, "there are no bytes"};
+  }
+  if (bytes.size() > limits.inputBytes) {
+    return PropertyListError{
+        Code::tooLong, "the input is longer than " + std::to_string(limits.inputBytes) + " bytes"};
+  }
+  return std::nullopt;
+}
 
 Value DictionaryMaker::make(std::span<const Key> keys, std::span<Value> values) {
   std::size_t hash = keys.size();

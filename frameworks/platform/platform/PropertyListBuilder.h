@@ -2,6 +2,7 @@
 // How the readers put containers together: internal to them.
 #pragma once
 
+#include <platform/PropertyList.h>
 #include <platform/Value.h>
 
 #include <array>
@@ -11,6 +12,10 @@
 #include <vector>
 
 namespace platform::detail {
+
+/// Why an input cannot be read at all, going by its length.
+[[nodiscard]] std::optional<PropertyListError> errorOfLength(std::span<const std::byte> bytes,
+                                                             const PropertyListLimits& limits);
 
 /// Makes dictionaries. Records with the same keys come by the thousand, so it remembers the shapes
 /// of those it made last.

@@ -416,12 +416,8 @@ bool TextReader::readData() {
 
 PropertyListResult<Value> readTextPropertyList(std::span<const std::byte> bytes,
                                                const PropertyListLimits& limits) {
-  if (bytes.empty()) {
-    return PropertyListError{Code::noBytes, "there are no bytes"};
-  }
-  if (bytes.size() > limits.inputBytes) {
-    return PropertyListError{
-        Code::tooLong, "the input is longer than " + std::to_string(limits.inputBytes) + " bytes"};
+  if (auto error = detail::errorOfLength(bytes, limits)) {
+    return *std::move(error);
   }
   return TextReader(bytes, limits).read();
 }

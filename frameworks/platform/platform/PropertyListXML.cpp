@@ -367,12 +367,8 @@ void XMLReader::instruction(const XML_Char* /*target*/, const XML_Char* /*data*/
 
 PropertyListResult<Value> readXMLPropertyList(std::span<const std::byte> bytes,
                                               const PropertyListLimits& limits) {
-  if (bytes.empty()) {
-    return PropertyListError{Code::noBytes, "there are no bytes"};
-  }
-  if (bytes.size() > limits.inputBytes) {
-    return PropertyListError{
-        Code::tooLong, "the input is longer than " + std::to_string(limits.inputBytes) + " bytes"};
+  if (auto error = detail::errorOfLength(bytes, limits)) {
+    return *std::move(error);
   }
   return XMLReader(bytes, limits).read();
 }
