@@ -52,4 +52,8 @@ function(ternwoodvexil_library name)
                                 ${arg_HEADERS})
   set_target_properties(${name} PROPERTIES OUTPUT_NAME ternwoodvexil_${name})
   ternwoodvexil_warnings(${name})
+  if(TERNWOODVEXIL_SANITIZE)
+    # Tests spend their time in here, and what is compiled once may take a little longer.
+    target_compile_options(${name} PRIVATE -O1)
+  endif()
 endfunction()

@@ -41,14 +41,16 @@ bool isBoxDrawing(std::string_view text) {
 std::string_view withoutPunctuation(std::string_view word) {
   constexpr std::string_view kAround = "()[]<>{}.,:;!?|'\"";
   const std::size_t begin = word.find_first_not_of(kAround);
-  if (begin == std::string_view::npos)
+  if (begin == std::string_view::npos) {
     return {};
+  }
   return word.substr(begin, word.find_last_not_of(kAround) - begin + 1);
 }
 
 bool isShell(std::string_view word) {
-  if (word.find_first_of("/|<>&;$\"`=\\~") != std::string_view::npos || word.front() == '\'')
+  if (word.find_first_of("/|<>&;$\"`=\\~") != std::string_view::npos || word.front() == '\'') {
     return true;
+  }
   return word.size() > 1 && word[0] == '-' &&
          (isLetter(word[1]) || isDigit(word[1]) || word[1] == '-');
 }
@@ -61,25 +63,30 @@ bool endsLikeSentence(std::string_view word) {
 }  // namespace
 
 std::string_view commentText(std::string_view line) {
-  while (!line.empty() && (isBlank(line.front()) || line.front() == '#'))
+  while (!line.empty() && (isBlank(line.front()) || line.front() == '#')) {
     line.remove_prefix(1);
+  }
   line = trimmed(line);
   const std::size_t last = line.find_last_not_of('#');
-  if (last != std::string_view::npos && isBlank(line[last]))
+  if (last != std::string_view::npos && isBlank(line[last])) {
     line = trimmed(line.substr(0, last));
+  }
   return line;
 }
 
 bool saysNothing(std::string_view text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (isLetter(text[i]) || isDigit(text[i]))
+    if (isLetter(text[i]) || isDigit(text[i])) {
       return false;
-    if (static_cast<unsigned char>(text[i]) < 0x80)
+    }
+    if (static_cast<unsigned char>(text[i]) < 0x80) {
       continue;
+    }
     // Dashes and bullets (U+2010 to U+203F) are drawn with as well.
     const std::string_view rest = text.substr(i);
-    if (!isBoxDrawing(rest) && !rest.starts_with("\xE2\x80"))
+    if (!isBoxDrawing(rest) && !rest.starts_with("\xE2\x80")) {
       return false;
+    }
     i += 2;
   }
   return true;
@@ -94,8 +101,9 @@ bool isHeading(std::string_view text) {
   std::size_t count = 0;
   for (std::string_view word = takeWord(text); !word.empty(); word = takeWord(text)) {
     const std::string name = lowercased(withoutPunctuation(word));
-    if (!name.empty() && !contains(kColumns, name) && !isPlaceholder(word))
+    if (!name.empty() && !contains(kColumns, name) && !isPlaceholder(word)) {
       return false;
+    }
     ++count;
   }
   return count >= 5;
@@ -104,8 +112,9 @@ bool isHeading(std::string_view text) {
 bool announcesExample(std::string_view text) {
   for (std::string_view word = takeWord(text); !word.empty(); word = takeWord(text)) {
     const std::string name = lowercased(withoutPunctuation(word));
-    if (name == "example" || name == "examples" || name == "e.g")
+    if (name == "example" || name == "examples" || name == "e.g") {
       return true;
+    }
   }
   return false;
 }
@@ -114,35 +123,43 @@ bool isPlaceholder(std::string_view text) {
   const std::string_view word = takeWord(text);
   // "command(s)" is a plural, too.
   const std::string name = lowercased(withoutPunctuation(word.substr(0, word.find("(s)"))));
-  if (name == "user-name" || name == "username" || name == "user_name" || word.starts_with('<'))
+  if (name == "user-name" || name == "username" || name == "user_name" || word.starts_with('<')) {
     return true;
-  if (name == "commands" || name.starts_with("command-") || name.starts_with("command_"))
+  }
+  if (name == "commands" || name.starts_with("command-") || name.starts_with("command_")) {
     return true;
+  }
   return name == "command" && !takeWord(text).starts_with('-');
 }
 
 bool readsLikeCommand(std::string_view text) {
   std::string_view rest = text;
   const std::string_view first = takeWord(rest);
-  if (first.empty())
+  if (first.empty()) {
     return false;
+  }
   const char begin = first.front();
   if (!isLetter(begin) && !isDigit(begin) &&
-      std::string_view("/.~$[({\\:_'\"`").find(begin) == std::string_view::npos)
+      std::string_view("/.~$[({\\:_'\"`").find(begin) == std::string_view::npos) {
     return false;
+  }
   const bool alone = trimmed(rest).empty();
-  if (contains(kFreeText, first))
+  if (contains(kFreeText, first)) {
     return true;
-  if (contains(kShellWords, first))
+  }
+  if (contains(kShellWords, first)) {
     return text.find(';') != std::string_view::npos;
+  }
 
   std::string_view last;
   for (rest = text; !trimmed(rest).empty();) {
     last = takeWord(rest);
-    if (isShell(last))
+    if (isShell(last)) {
       return true;
-    if (!alone && contains(kLittleWords, lowercased(withoutPunctuation(last))))
+    }
+    if (!alone && contains(kLittleWords, lowercased(withoutPunctuation(last)))) {
       return false;
+    }
   }
   const bool bracket = begin == '(' || begin == '[' || begin == '{';
   return !bracket && !endsLikeSentence(last);

@@ -30,8 +30,9 @@ std::string_view takeSchedule(std::string_view& rest) {
   rest = trimmed(rest);
   const std::string_view from = rest;
   const int words = from.starts_with('@') ? 1 : 5;
-  for (int i = 0; i < words; ++i)
+  for (int i = 0; i < words; ++i) {
     takeWord(rest);
+  }
   return from.substr(0, from.size() - rest.size());
 }
 
@@ -39,22 +40,26 @@ std::variant<JobLine, Problem> parseJobLine(std::string_view line,
                                             const std::optional<std::string>& owner) {
   const std::string_view written = takeSchedule(line);
   auto schedule = parseSchedule(written);
-  if (auto* const problem = std::get_if<Problem>(&schedule))
+  if (auto* const problem = std::get_if<Problem>(&schedule)) {
     return std::move(*problem);
+  }
   JobLine job{singleSpaced(written), std::get<Schedule>(schedule), {}, {}};
   if (owner) {
     job.user = *owner;
   } else {
     const std::string_view user = takeWord(line);
-    if (user.empty())
+    if (user.empty()) {
       return Problem{"user is missing"};
-    if (!isUserName(user))
+    }
+    if (!isUserName(user)) {
       return Problem{quoted(user) + " is not a user's name"};
+    }
     job.user = user;
   }
   job.command = trimmed(line);
-  if (job.command.empty())
+  if (job.command.empty()) {
     return Problem{"command is missing"};
+  }
   return job;
 }
 
@@ -68,8 +73,9 @@ std::optional<std::string_view> takeSettingName(std::string_view& line) {
   std::string_view name;
   if (isQuote(rest.front())) {
     const std::size_t close = rest.find(rest.front(), 1);
-    if (close == std::string_view::npos)
+    if (close == std::string_view::npos) {
       return std::nullopt;
+    }
     name = rest.substr(1, close - 1);
     rest.remove_prefix(close + 1);
   } else {
@@ -77,22 +83,27 @@ std::optional<std::string_view> takeSettingName(std::string_view& line) {
     rest.remove_prefix(name.size());
   }
   rest = trimmed(rest);
-  if (!rest.starts_with('='))
+  if (!rest.starts_with('=')) {
     return std::nullopt;
+  }
   line = trimmed(rest.substr(1));
   return name;
 }
 
 std::optional<Problem> problemOfSetting(std::string_view name, std::string_view value) {
-  if (name.empty())
+  if (name.empty()) {
     return Problem{"a setting has no name"};
-  if (value.empty() || !isQuote(value.front()))
+  }
+  if (value.empty() || !isQuote(value.front())) {
     return std::nullopt;
+  }
   const std::size_t close = value.find(value.front(), 1);
-  if (close == std::string_view::npos)
+  if (close == std::string_view::npos) {
     return Problem{"the value of " + quoted(name) + " has no closing quote"};
-  if (close + 1 < value.size())
+  }
+  if (close + 1 < value.size()) {
     return Problem{"the value of " + quoted(name) + " goes on behind its closing quote"};
+  }
   return std::nullopt;
 }
 
@@ -110,8 +121,9 @@ class TableParser {
       const std::size_t end = std::min(bytes.find('\n'), bytes.size());
       std::string_view line = bytes.substr(0, end);
       bytes.remove_prefix(std::min(end + 1, bytes.size()));
-      if (line.ends_with('\r'))
+      if (line.ends_with('\r')) {
         line.remove_suffix(1);
+      }
       parseLine(printable(line));
     }
     return std::move(_result);
@@ -120,28 +132,32 @@ class TableParser {
  private:
   void parseLine(std::string_view line) {
     line = trimmed(line);
-    if (line.starts_with('#'))
+    if (line.starts_with('#')) {
       parseComment(commentText(line));
-    else
+    } else {
       parseContent(line);
+    }
   }
 
   void parseContent(std::string_view line) {
     const std::string name = std::exchange(_name, {});
     _belowDrawing = false;
     _inExample = false;
-    if (line.empty())
+    if (line.empty()) {
       return;
+    }
     if (const auto setting = takeSettingName(line)) {
-      if (auto problem = problemOfSetting(*setting, line))
+      if (auto problem = problemOfSetting(*setting, line)) {
         warn(std::move(problem->reason));
+      }
       return;
     }
     auto job = parseJobLine(line, _table.user);
-    if (auto* const problem = std::get_if<Problem>(&job))
+    if (auto* const problem = std::get_if<Problem>(&job)) {
       warn(std::move(problem->reason));
-    else
+    } else {
       add(std::get<JobLine>(std::move(job)), name, true);
+    }
   }
 
   void parseComment(std::string_view text) {
@@ -151,8 +167,9 @@ class TableParser {
       return;
     }
     if (saysNothing(text)) {
-      if (std::exchange(_inExample, false))
+      if (std::exchange(_inExample, false)) {
         _name.clear();
+      }
       return;
     }
     if (isHeading(text)) {
@@ -177,8 +194,9 @@ class TableParser {
 
   void add(JobLine line, std::string name, bool enabled) {
     const std::size_t number = ++_twins[{line.user, line.command}];
-    if (name.empty())
+    if (name.empty()) {
       name = shortNameOf(line.command);
+    }
     _result.jobs.push_back({.identifier = _table.identifier + "|" + line.user + "|" +
                                           std::to_string(number) + "|" + line.command,
                             .table = _table.identifier,
@@ -216,10 +234,12 @@ ParsedTable parseTable(const TableInfo& table, std::string_view bytes) {
 }
 
 bool isUserName(std::string_view text) {
-  if (text.ends_with('$'))
+  if (text.ends_with('$')) {
     text.remove_suffix(1);
-  if (text.empty() || text.size() > 32 || std::all_of(text.begin(), text.end(), isDigit))
+  }
+  if (text.empty() || text.size() > 32 || std::all_of(text.begin(), text.end(), isDigit)) {
     return false;
+  }
   const char first = text.front();
   return (isLetter(first) || isDigit(first) || first == '_') &&
          std::all_of(text.begin(), text.end(), [](char c) {

@@ -48,7 +48,7 @@ struct Warning {
   std::string reason;
 
   /// "etc/cron.d/x:7: minute 61 is out of range 0-59", "etc/cron.d/x: is a directory".
-  std::string text() const;
+  [[nodiscard]] std::string text() const;
 
   bool operator==(const Warning&) const = default;
 };

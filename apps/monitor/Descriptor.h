@@ -17,11 +17,12 @@ class Descriptor {
     return *this;
   }
   ~Descriptor() {
-    if (_number >= 0)
+    if (_number >= 0) {
       ::close(_number);
+    }
   }
 
-  int number() const { return _number; }
+  [[nodiscard]] int number() const { return _number; }
   explicit operator bool() const { return _number >= 0; }
 
  private:

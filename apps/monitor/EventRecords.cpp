@@ -54,6 +54,7 @@ Value eventRecords(const Tables& tables) {
 
 Value eventRecords(const Scripts& scripts) {
   std::vector<Value> records;
+  records.reserve(scripts.scripts.size());
   for (const Script& script : scripts.scripts) {
     records.push_back(
         Value::dictionary({{kTWEventUniqueID, script.identifier()},

@@ -33,44 +33,54 @@ std::variant<std::string, Problem> contentsOf(const fs::path& path, std::size_t 
   // Without O_NONBLOCK, opening a pipe would wait for somebody to write to it.
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   struct stat status = {};
-  if (!file || ::fstat(file.number(), &status) != 0)
+  if (!file || ::fstat(file.number(), &status) != 0) {
     return unreadable(errno);
-  if (S_ISDIR(status.st_mode))
+  }
+  if (S_ISDIR(status.st_mode)) {
     return Problem{"is a directory"};
-  if (!S_ISREG(status.st_mode))
+  }
+  if (!S_ISREG(status.st_mode)) {
     return Problem{"is not a regular file"};
+  }
 
   std::string contents;
   std::array<char, 65536> buffer;
   while (contents.size() <= largest) {
     const ssize_t count = ::read(file.number(), buffer.data(), buffer.size());
-    if (count < 0 && errno == EINTR)
+    if (count < 0 && errno == EINTR) {
       continue;
-    if (count < 0)
+    }
+    if (count < 0) {
       return unreadable(errno);
-    if (count == 0)
+    }
+    if (count == 0) {
       break;
+    }
     contents.append(buffer.data(), static_cast<std::size_t>(count));
   }
-  if (contents.size() > largest)
+  if (contents.size() > largest) {
     return Problem{"is larger than " + std::to_string(largest >> 20U) + " MiB"};
+  }
   return contents;
 }
 
 std::variant<std::vector<std::string>, Problem> namesIn(const fs::path& directory,
                                                         bool (*accepts)(std::string_view)) {
   std::vector<std::string> names;
-  if (isGone(directory))
+  if (isGone(directory)) {
     return names;
+  }
   std::error_code error;
   for (fs::directory_iterator each(directory, error), end; !error && each != end;
        each.increment(error)) {
     std::string name = each->path().filename().string();
-    if (accepts(name))
+    if (accepts(name)) {
       names.push_back(std::move(name));
+    }
   }
-  if (error)
+  if (error) {
     return unreadable(error.value());
+  }
   std::sort(names.begin(), names.end());
   return names;
 }

@@ -21,11 +21,13 @@ std::optional<chrono::minutes> firstTime(const Schedule& schedule, chrono::minut
   const auto firstHour = static_cast<std::size_t>(from / chrono::hours(1));
   std::size_t minute = static_cast<std::size_t>((from % chrono::hours(1)).count());
   for (std::size_t hour = firstHour; hour < schedule.hours().size(); ++hour, minute = 0) {
-    if (!schedule.hours()[hour])
+    if (!schedule.hours()[hour]) {
       continue;
+    }
     for (; minute < schedule.minutes().size(); ++minute) {
-      if (schedule.minutes()[minute])
+      if (schedule.minutes()[minute]) {
         return chrono::hours(hour) + chrono::minutes(minute);
+      }
     }
   }
   return std::nullopt;
@@ -45,8 +47,9 @@ std::optional<LocalMinute> firstMatch(const Schedule& schedule, LocalMinute from
           schedule.matchesDay(static_cast<int>(static_cast<unsigned>(date.month())),
                               static_cast<int>(static_cast<unsigned>(date.day())),
                               static_cast<int>(chrono::weekday(day).c_encoding()));
-      if (const auto found = matches ? firstTime(schedule, time) : std::nullopt)
+      if (const auto found = matches ? firstTime(schedule, time) : std::nullopt) {
         return day + *found;
+      }
       day += chrono::days(1);
     }
     time = chrono::minutes(0);
@@ -61,8 +64,9 @@ LocalMinute localMinute(Instant instant, chrono::seconds offset) {
 }  // namespace
 
 std::optional<Instant> nextDue(const Schedule& schedule, Instant after, const Zone& zone) {
-  if (schedule.isReboot())
+  if (schedule.isReboot()) {
     return std::nullopt;
+  }
   const chrono::local_days last(chrono::year_month_day(chrono::local_days(
                                     chrono::floor<chrono::days>(after).time_since_epoch())) +
                                 kPatience);
@@ -76,17 +80,20 @@ std::optional<Instant> nextDue(const Schedule& schedule, Instant after, const Zo
       const LocalMinute resumed = localMinute(period.begin, period.offsetBefore);
       if (change.count() > 0 && from == period.begin) {
         const auto skipped = firstMatch(schedule, resumed, last);
-        if (skipped && *skipped < localMinute(period.begin, period.offset))
+        if (skipped && *skipped < localMinute(period.begin, period.offset)) {
           return period.begin;
+        }
       }
       begin = std::max(begin, resumed);
     }
     const auto match = firstMatch(schedule, begin, last);
-    if (!match)
+    if (!match) {
       return std::nullopt;
+    }
     const Instant due(match->time_since_epoch() - period.offset);
-    if (due < period.end)
+    if (due < period.end) {
       return due;
+    }
     // No local time up to the match is of interest, so neither are changes well before it.
     from = std::max(period.end, due - kMargin);
   }

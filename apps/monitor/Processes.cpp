@@ -51,8 +51,9 @@ std::optional<std::string_view> valueIn(std::string_view text, std::string_view 
   while (!text.empty()) {
     const std::string_view line = text.substr(0, text.find('\n'));
     text.remove_prefix(std::min(text.size(), line.size() + 1));
-    if (line.starts_with(label))
+    if (line.starts_with(label)) {
       return trimmed(line.substr(label.size()));
+    }
   }
   return std::nullopt;
 }
@@ -66,21 +67,26 @@ struct Entry {
 std::optional<Entry> entryFrom(std::string_view stat) {
   const std::size_t open = stat.find('(');
   const std::size_t close = stat.rfind(')');
-  if (open == std::string_view::npos || close == std::string_view::npos || close < open)
+  if (open == std::string_view::npos || close == std::string_view::npos || close < open) {
     return std::nullopt;
+  }
   const auto id = numberFrom<int>(trimmed(stat.substr(0, open)));
   std::vector<std::string_view> fields;
   std::string_view rest = stat.substr(close + 1);
-  while (rest.ends_with('\n'))
+  while (rest.ends_with('\n')) {
     rest.remove_suffix(1);
-  while (!trimmed(rest).empty())
+  }
+  while (!trimmed(rest).empty()) {
     fields.push_back(takeWord(rest));
-  if (!id || fields.size() <= kStartField)
+  }
+  if (!id || fields.size() <= kStartField) {
     return std::nullopt;
+  }
   const auto parent = numberFrom<int>(fields[kParentField]);
   const auto ticks = numberFrom<std::int64_t>(fields[kStartField]);
-  if (!parent || !ticks)
+  if (!parent || !ticks) {
     return std::nullopt;
+  }
   Entry entry;
   entry.process.id = *id;
   entry.process.parent = *parent;
@@ -94,12 +100,15 @@ using Entries = std::map<int, Entry>;
 Entries readEntries(const fs::path& proc) {
   Entries entries;
   const auto names = namesIn(proc, isProcessDirectory);
-  if (std::holds_alternative<Problem>(names))
+  if (std::holds_alternative<Problem>(names)) {
     return entries;
+  }
   for (const std::string& name : std::get<std::vector<std::string>>(names)) {
     const auto stat = textOf(proc / name / "stat");
-    if (auto entry = stat ? entryFrom(*stat) : std::nullopt)
-      entries.emplace(entry->process.id, *std::move(entry));
+    if (auto entry = stat ? entryFrom(*stat) : std::nullopt) {
+      const int id = entry->process.id;
+      entries.emplace(id, *std::move(entry));
+    }
   }
   return entries;
 }
@@ -114,8 +123,9 @@ bool isBelowDaemon(const Entries& entries, const Process& process) {
   for (auto parent = entries.find(process.parent);
        parent != entries.end() && steps <= entries.size();
        parent = entries.find(parent->second.process.parent), ++steps) {
-    if (isDaemon(parent->second.process))
+    if (isDaemon(parent->second.process)) {
       return true;
+    }
   }
   return false;
 }
@@ -128,8 +138,9 @@ std::map<std::string, std::string, std::less<>> readUsers(const fs::path& passwd
     std::string_view line = text.substr(0, text.find('\n'));
     text.remove_prefix(std::min(text.size(), line.size() + 1));
     const std::string_view name = line.substr(0, line.find(':'));
-    for (int i = 0; i < 2; ++i)
+    for (int i = 0; i < 2; ++i) {
       line.remove_prefix(std::min(line.size(), std::min(line.find(':'), line.size() - 1) + 1));
+    }
     users.emplace(line.substr(0, line.find(':')), name);
   }
   return users;
@@ -155,20 +166,24 @@ std::vector<Process> readCronProcesses(const fs::path& proc, const fs::path& pas
   const std::int64_t ticksPerSecond = std::max<std::int64_t>(::sysconf(_SC_CLK_TCK), 1);
   std::vector<Process> processes;
   for (const auto& [id, entry] : entries) {
-    if (!isBelowDaemon(entries, entry.process))
+    if (!isBelowDaemon(entries, entry.process)) {
       continue;
+    }
     const fs::path directory = proc / std::to_string(id);
     const auto status = textOf(directory / "status");
     const auto line = textOf(directory / "cmdline");
-    if (!status || !line)
+    if (!status || !line) {
       continue;
+    }
     Process process = entry.process;
     process.arguments = argumentsFrom(*line);
     std::string_view numbers = valueIn(*status, "Uid:").value_or("");
-    if (const auto user = users.find(takeWord(numbers)); user != users.end())
+    if (const auto user = users.find(takeWord(numbers)); user != users.end()) {
       process.user = user->second;
-    if (booted)
+    }
+    if (booted) {
       process.started = Instant(std::chrono::seconds(*booted + entry.startTicks / ticksPerSecond));
+    }
     processes.push_back(std::move(process));
   }
   return processes;

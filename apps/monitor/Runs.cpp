@@ -33,10 +33,11 @@ Words plainWordsOf(std::string_view command) {
     const std::string_view word = takeWord(command);
     const std::size_t sign = word.find_first_not_of("012");
     const bool redirects = sign != std::string_view::npos && word[sign] == '>';
-    if (redirects && word.find_first_not_of("012>") == std::string_view::npos)
+    if (redirects && word.find_first_not_of("012>") == std::string_view::npos) {
       takeWord(command);
-    else if (!redirects && (!words.empty() || !isAssignment(word)))
+    } else if (!redirects && (!words.empty() || !isAssignment(word))) {
       words.emplace_back(word);
+    }
   }
   const auto saysMore = [](std::string_view word) {
     const std::size_t begin = word.starts_with("$HOME/") ? 1 : 0;
@@ -52,11 +53,13 @@ bool isWord(std::string_view argument, std::string_view word) {
 }
 
 bool isProgramOf(std::span<const std::string> arguments, const Words& words) {
-  if (words.empty())
+  if (words.empty()) {
     return false;
+  }
   for (std::size_t skipped = 0; skipped <= kMostInFront; ++skipped) {
-    if (arguments.size() != words.size() + skipped)
+    if (arguments.size() != words.size() + skipped) {
       continue;
+    }
     const auto rest = arguments.subspan(skipped);
     // A script is found by the shell and run by its full name.
     const bool program = isWord(rest.front(), words.front()) ||
@@ -85,7 +88,7 @@ class Matcher {
         [](const Candidate& a, const Candidate& b) { return a.job->enabled && !b.job->enabled; });
   }
 
-  const Job* jobOf(const Process& process) const {
+  [[nodiscard]] const Job* jobOf(const Process& process) const {
     const auto found =
         std::find_if(_candidates.begin(), _candidates.end(), [&](const Candidate& each) {
           return (process.user.empty() || process.user == each.job->user) &&
@@ -109,8 +112,9 @@ class Matcher {
 std::string shellCommandOf(std::string_view command) {
   std::string result;
   for (std::size_t i = 0; i < command.size() && command[i] != '%'; ++i) {
-    if (command[i] == '\\' && i + 1 < command.size() && command[i + 1] == '%')
+    if (command[i] == '\\' && i + 1 < command.size() && command[i + 1] == '%') {
       ++i;
+    }
     result += command[i];
   }
   return result;
@@ -122,23 +126,26 @@ std::vector<JobRun> runsOf(const Tables& tables, const std::vector<Process>& pro
   std::map<int, const Job*> jobs;
   for (const Process& process : processes) {
     byNumber.emplace(process.id, &process);
-    if (const Job* const job = matcher.jobOf(process))
+    if (const Job* const job = matcher.jobOf(process)) {
       jobs.emplace(process.id, job);
+    }
   }
   const auto isBelowRun = [&](const Process& process) {
     std::size_t steps = 0;
     for (auto parent = byNumber.find(process.parent);
          parent != byNumber.end() && steps <= processes.size();
          parent = byNumber.find(parent->second->parent), ++steps) {
-      if (jobs.contains(parent->first))
+      if (jobs.contains(parent->first)) {
         return true;
+      }
     }
     return false;
   };
   std::vector<JobRun> runs;
   for (const auto& [id, job] : jobs) {
-    if (!isBelowRun(*byNumber.at(id)))
+    if (!isBelowRun(*byNumber.at(id))) {
       runs.push_back({job, *byNumber.at(id)});
+    }
   }
   return runs;
 }

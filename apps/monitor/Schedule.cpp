@@ -77,8 +77,9 @@ class ScheduleReader {
                       readField(kMonth, schedule._months, monthStarred) &&
                       readField(kDayOfWeek, schedule._daysOfWeek, schedule._daysOfWeekStarred) &&
                       readEnd("day of week");
-    if (!good)
+    if (!good) {
       return Problem{std::move(_reason)};
+    }
     schedule._timeStarred = minuteStarred || hourStarred;
     return schedule;
   }
@@ -87,10 +88,12 @@ class ScheduleReader {
     const std::string_view name = takeWord(_rest);
     const auto known = std::find_if(kNamed.begin(), kNamed.end(),
                                     [&](const auto& each) { return each.first == name; });
-    if (known == kNamed.end() && name != "@reboot")
+    if (known == kNamed.end() && name != "@reboot") {
       return Problem{quoted(name) + " is not a schedule's name"};
-    if (!readEnd(name))
+    }
+    if (!readEnd(name)) {
       return Problem{std::move(_reason)};
+    }
     return known == kNamed.end() ? Schedule::atReboot() : ScheduleReader(known->second).read();
   }
 
@@ -114,20 +117,24 @@ class ScheduleReader {
   template <std::size_t Size>
   bool readField(const Field& field, std::bitset<Size>& bits, bool& starred) {
     std::string_view text = takeWord(_rest);
-    if (text.empty())
+    if (text.empty()) {
       return failed(std::string(field.name) + " is missing");
+    }
     starred = text.front() == '*';
     const std::string_view whole = text;
     for (bool more = true; more;) {
       const std::size_t comma = text.find(',');
       const std::string_view entry = text.substr(0, comma);
       more = comma != std::string_view::npos;
-      if (more)
+      if (more) {
         text.remove_prefix(comma + 1);
-      if (entry.empty())
+      }
+      if (entry.empty()) {
         return failed(std::string(field.name) + " has an empty entry in " + quoted(whole));
-      if (!readEntry(field, entry, bits))
+      }
+      if (!readEntry(field, entry, bits)) {
         return false;
+      }
     }
     return true;
   }
@@ -142,31 +149,38 @@ class ScheduleReader {
     int first = field.low;
     int last = field.high;
     if (range != "*") {
-      if (!readValue(field, range, range.substr(0, dash), first))
+      if (!readValue(field, range, range.substr(0, dash), first)) {
         return false;
+      }
       last = first;
-      if (hasRange && !readValue(field, range, range.substr(dash + 1), last))
+      if (hasRange && !readValue(field, range, range.substr(dash + 1), last)) {
         return false;
-      if (first > last)
+      }
+      if (first > last) {
         return failed(std::string(field.name) + " range " + quoted(range) + " runs backwards");
-      if (hasStep && !hasRange)
+      }
+      if (hasStep && !hasRange) {
         return failed(std::string(field.name) + " step needs a range or * in " + quoted(entry));
+      }
     }
     int step = 1;
-    if (hasStep && !readStep(field, entry, entry.substr(slash + 1), step))
+    if (hasStep && !readStep(field, entry, entry.substr(slash + 1), step)) {
       return false;
+    }
     // A day of the week that is 7 falls onto 0; in the other fields every value has its own bit.
     const int modulus = field.high == 7 ? 7 : field.high + 1;
-    for (int value = first; value <= last; value += std::min(step, field.high + 1))
+    for (int value = first; value <= last; value += std::min(step, field.high + 1)) {
       bits.set(static_cast<std::size_t>(value % modulus));
+    }
     return true;
   }
 
   bool readValue(const Field& field, std::string_view range, std::string_view text, int& value) {
     if (isNumber(text)) {
       value = numberFrom(text);
-      if (value >= field.low && value <= field.high)
+      if (value >= field.low && value <= field.high) {
         return true;
+      }
       return failed(std::string(field.name) + " " + shortened(text, 40) + " is out of range " +
                     std::to_string(field.low) + "-" + std::to_string(field.high));
     }
@@ -180,10 +194,12 @@ class ScheduleReader {
   }
 
   bool readStep(const Field& field, std::string_view entry, std::string_view text, int& step) {
-    if (text.empty())
+    if (text.empty()) {
       return failed(std::string(field.name) + " step is missing in " + quoted(entry));
-    if (!isNumber(text))
+    }
+    if (!isNumber(text)) {
       return failed(std::string(field.name) + " step " + quoted(text) + " is not a number");
+    }
     step = numberFrom(text);
     return step > 0 || failed(std::string(field.name) + " step is 0 in " + quoted(entry));
   }
@@ -197,10 +213,12 @@ Schedule Schedule::atReboot() {
 }
 
 bool Schedule::matchesDay(int month, int day, int weekday) const {
-  if (month < 1 || month > 12 || day < 1 || day > 31 || weekday < 0 || weekday > 6)
+  if (month < 1 || month > 12 || day < 1 || day > 31 || weekday < 0 || weekday > 6) {
     return false;
-  if (!_months[static_cast<std::size_t>(month)])
+  }
+  if (!_months[static_cast<std::size_t>(month)]) {
     return false;
+  }
   const bool byDate = _daysOfMonth[static_cast<std::size_t>(day)];
   const bool byWeekday = _daysOfWeek[static_cast<std::size_t>(weekday)];
   return _daysOfMonthStarred || _daysOfWeekStarred ? byDate && byWeekday : byDate || byWeekday;

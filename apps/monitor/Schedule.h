@@ -33,35 +33,35 @@ class Schedule {
   /// Nothing is due. A start for assignment, not something a line can say.
   Schedule() = default;
 
-  bool isReboot() const { return _reboot; }
+  [[nodiscard]] bool isReboot() const { return _reboot; }
 
   /// The times set. The index is the value itself: bits 0 to 59, 0 to 23, 1 to 31, 1 to 12, and 0
   /// (Sunday) to 6. Bit 0 of the days of the month and of the months is never set.
-  const std::bitset<60>& minutes() const { return _minutes; }
-  const std::bitset<24>& hours() const { return _hours; }
-  const std::bitset<32>& daysOfMonth() const { return _daysOfMonth; }
-  const std::bitset<13>& months() const { return _months; }
-  const std::bitset<7>& daysOfWeek() const { return _daysOfWeek; }
+  [[nodiscard]] const std::bitset<60>& minutes() const { return _minutes; }
+  [[nodiscard]] const std::bitset<24>& hours() const { return _hours; }
+  [[nodiscard]] const std::bitset<32>& daysOfMonth() const { return _daysOfMonth; }
+  [[nodiscard]] const std::bitset<13>& months() const { return _months; }
+  [[nodiscard]] const std::bitset<7>& daysOfWeek() const { return _daysOfWeek; }
 
   /// Whether the field was written with a star in front ("*", "*/2", "*,5"). crontab(5) calls a
   /// field without one restricted.
-  bool daysOfMonthStarred() const { return _daysOfMonthStarred; }
-  bool daysOfWeekStarred() const { return _daysOfWeekStarred; }
+  [[nodiscard]] bool daysOfMonthStarred() const { return _daysOfMonthStarred; }
+  [[nodiscard]] bool daysOfWeekStarred() const { return _daysOfWeekStarred; }
 
   /// Whether the minute or the hour was written with a star in front. cron(8) runs such a job by
   /// the clock as it stands; any other is made up for when the clock skips its time, and not run
   /// again when the clock repeats it.
-  bool timeStarred() const { return _timeStarred; }
+  [[nodiscard]] bool timeStarred() const { return _timeStarred; }
 
   /// Whether the job is due on such a day. `day` is 1 to 31, `month` 1 to 12, `weekday` 0 (Sunday)
   /// to 6; anything else is never due.
   ///
   /// The month has to be set in any case. If both day fields are restricted, one of them is enough
   /// ("0 0 13 * 5" is every 13th and every Friday); otherwise both have to be set.
-  bool matchesDay(int month, int day, int weekday) const;
+  [[nodiscard]] bool matchesDay(int month, int day, int weekday) const;
 
   /// Whether the job is due at that minute of a day that matches.
-  bool matchesTime(int hour, int minute) const;
+  [[nodiscard]] bool matchesTime(int hour, int minute) const;
 
   bool operator==(const Schedule&) const = default;
 

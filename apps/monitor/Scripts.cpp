@@ -32,8 +32,11 @@ Scripts readScripts(const std::filesystem::path& root) {
       continue;
     }
     for (const std::string& name : std::get<std::vector<std::string>>(names)) {
-      if (isExecutable(root / place / name))
-        result.scripts.push_back({place, name, "/" + place + "/" + name});
+      if (isExecutable(root / place / name)) {
+        std::string command = "/" + place;
+        command += "/" + name;
+        result.scripts.push_back({place, name, std::move(command)});
+      }
     }
   }
   return result;

@@ -14,13 +14,13 @@ struct ServicesSource::Browsing {
   avahi::PollLoop loop;
   avahi::ServiceBrowser browser;
 
-  Browsing(const std::string& type, std::shared_ptr<KRAVTWVServicesVexil> services)
-      : browser(loop.poll(), type, std::move(services)) {}
+  Browsing(const std::string& type, const std::shared_ptr<KRAVTWVServicesVexil>& services)
+      : browser(loop.poll(), type, services) {}
 };
 
 ServicesSource::ServicesSource(const std::string& type,
-                               std::shared_ptr<KRAVTWVServicesVexil> services) try
-    : _browsing(std::make_unique<Browsing>(type, std::move(services))) {
+                               const std::shared_ptr<KRAVTWVServicesVexil>& services) try
+    : _browsing(std::make_unique<Browsing>(type, services)) {
 } catch (const avahi::BrowsingFailed& error) {
   throw NoServices(std::string("services cannot be browsed: ") + error.what());
 } catch (const platform::InvalidArgument&) {

@@ -21,7 +21,7 @@ class NoServices : public std::runtime_error {
 class ServicesSource {
  public:
   /// Begins to browse. Raises `NoServices`.
-  ServicesSource(const std::string& type, std::shared_ptr<KRAVTWVServicesVexil> services);
+  ServicesSource(const std::string& type, const std::shared_ptr<KRAVTWVServicesVexil>& services);
   ServicesSource(const ServicesSource&) = delete;
   ServicesSource& operator=(const ServicesSource&) = delete;
   ~ServicesSource();

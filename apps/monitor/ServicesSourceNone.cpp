@@ -6,7 +6,7 @@ namespace monitor {
 struct ServicesSource::Browsing {};
 
 ServicesSource::ServicesSource(const std::string& /*type*/,
-                               std::shared_ptr<KRAVTWVServicesVexil> /*services*/) {
+                               const std::shared_ptr<KRAVTWVServicesVexil>& /*services*/) {
   throw NoServices("this build has no service browsing: it was made without the Avahi adapter");
 }
 

@@ -28,8 +28,9 @@ class Lexer {
   explicit Lexer(std::string_view text) : _text(text) {}
 
   std::vector<Token> tokens() {
-    while (_at < _text.size() && _tokens.size() < kMostTokens)
+    while (_at < _text.size() && _tokens.size() < kMostTokens) {
       step();
+    }
     endWord();
     return std::move(_tokens);
   }
@@ -65,8 +66,9 @@ class Lexer {
       // cron takes the backslash from "\%" before any shell sees the quotes.
       const bool escapes =
           _text[_at] == '\\' && _at + 1 < _text.size() && (quote == '"' || _text[_at + 1] == '%');
-      if (escapes)
+      if (escapes) {
         ++_at;
+      }
       _word += _text[_at];
     }
     ++_at;
@@ -84,10 +86,11 @@ class Lexer {
     std::size_t depth = 0;
     do {
       const char c = _text[_at++];
-      if (c == '(')
+      if (c == '(') {
         ++depth;
-      else if (c == ')')
+      } else if (c == ')') {
         --depth;
+      }
       _word += c;
     } while (_at < _text.size() && (depth > 0 || _text[_at] == '('));
   }
@@ -102,14 +105,16 @@ class Lexer {
     std::string text(1, c);
     ++_at;
     while (_at < _text.size() && (_text[_at] == c || (redirects && _text[_at] == '&')) &&
-           text.size() < 3 && c != '(' && c != ')')
+           text.size() < 3 && c != '(' && c != ')') {
       text += _text[_at++];
+    }
     _tokens.push_back({true, std::move(text)});
   }
 
   void endWord() {
-    if (_inWord)
+    if (_inWord) {
       _tokens.push_back({false, std::move(_word)});
+    }
     _word.clear();
     _inWord = false;
   }
@@ -163,8 +168,9 @@ std::string_view baseName(std::string_view path) {
 
 bool isAssignment(std::string_view word) {
   const std::size_t equals = word.find('=');
-  if (equals == std::string_view::npos || equals == 0 || isDigit(word.front()))
+  if (equals == std::string_view::npos || equals == 0 || isDigit(word.front())) {
     return false;
+  }
   const std::string_view name = word.substr(0, equals);
   return std::all_of(name.begin(), name.end(),
                      [](char c) { return isLetter(c) || isDigit(c) || c == '_'; });
@@ -181,8 +187,9 @@ class Reader {
         ++_at;
         continue;
       }
-      if (passOver())
+      if (passOver()) {
         continue;
+      }
       const std::string nested = nestedCommand();
       return nested.empty() ? programAndArgument() : Reader(nested).name();
     }
@@ -191,21 +198,23 @@ class Reader {
 
  private:
   /// Where the simple command at `_at` ends.
-  std::size_t end() const {
+  [[nodiscard]] std::size_t end() const {
     std::size_t end = _at;
-    while (end < _tokens.size() && (!_tokens[end].isOperator || isRedirection(end)))
+    while (end < _tokens.size() && (!_tokens[end].isOperator || isRedirection(end))) {
       ++end;
+    }
     return end;
   }
 
-  bool isRedirection(std::size_t index) const {
+  [[nodiscard]] bool isRedirection(std::size_t index) const {
     const char c = _tokens[index].text.empty() ? '\0' : _tokens[index].text.front();
     return _tokens[index].isOperator && (c == '<' || c == '>');
   }
 
-  bool anotherFollows(std::size_t end) const {
-    if (end >= _tokens.size() || _tokens[end].text == "|" || _tokens[end].text == "%")
+  [[nodiscard]] bool anotherFollows(std::size_t end) const {
+    if (end >= _tokens.size() || _tokens[end].text == "|" || _tokens[end].text == "%") {
       return false;
+    }
     return std::any_of(_tokens.begin() + static_cast<std::ptrdiff_t>(end), _tokens.end(),
                        [](const Token& each) { return !each.isOperator && each.text != "}"; });
   }
@@ -225,7 +234,7 @@ class Reader {
   }
 
   /// Packages wait a random time with perl, for want of a sleep that can.
-  bool isPerlWaiting(std::size_t stop) const {
+  [[nodiscard]] bool isPerlWaiting(std::size_t stop) const {
     return _tokens[_at].text == "perl" && _at + 2 < stop && _tokens[_at + 1].text == "-e" &&
            _tokens[_at + 2].text.starts_with("sleep");
   }
@@ -233,8 +242,9 @@ class Reader {
   bool passOverWrapper(std::string_view program, std::size_t stop) {
     const auto wrapper = std::find_if(kWrappers.begin(), kWrappers.end(),
                                       [&](const auto& each) { return each.program == program; });
-    if (wrapper == kWrappers.end())
+    if (wrapper == kWrappers.end()) {
       return false;
+    }
     std::size_t at = _at + 1;
     std::size_t operands = wrapper->operands;
     for (; at < stop; ++at) {
@@ -248,41 +258,45 @@ class Reader {
         break;
       }
     }
-    if (at >= stop)
+    if (at >= stop) {
       return false;
+    }
     _at = at;
     return true;
   }
 
   /// What a shell is told to run, or a wrapped command given as a single word.
-  std::string nestedCommand() const {
+  [[nodiscard]] std::string nestedCommand() const {
     const std::string& word = _tokens[_at].text;
     // Only words that have lost their quotes: a substitution keeps its marks, and would be found
     // inside itself without end.
     const bool substituted =
         word.find('`') != std::string::npos || word.find("$(") != std::string::npos;
-    if (std::any_of(word.begin(), word.end(), isBlank) && !substituted)
+    if (std::any_of(word.begin(), word.end(), isBlank) && !substituted) {
       return word;
+    }
     if (contains(kShells, baseName(word)) && _at + 2 < end()) {
       const std::string& option = _tokens[_at + 1].text;
-      if (option.starts_with('-') && option.ends_with('c'))
+      if (option.starts_with('-') && option.ends_with('c')) {
         return _tokens[_at + 2].text;
+      }
     }
     return {};
   }
 
-  std::string programAndArgument() const {
+  [[nodiscard]] std::string programAndArgument() const {
     std::string option;
     std::string argument;
     const std::size_t stop = end();
     for (std::size_t i = _at + 1; i < stop && argument.empty(); ++i) {
       const std::string& word = _tokens[i].text;
-      if (_tokens[i].isOperator)
+      if (_tokens[i].isOperator) {
         ++i;
-      else if (!word.starts_with('-'))
+      } else if (!word.starts_with('-')) {
         argument = word;
-      else if (option.empty())
+      } else if (option.empty()) {
         option = word;
+      }
     }
     std::string name(baseName(_tokens[_at].text));
     const std::string& about = argument.empty() ? option : argument;

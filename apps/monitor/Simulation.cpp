@@ -229,6 +229,7 @@ void Simulation::showTables() {
 
 void Simulation::showRuns() {
   std::vector<Value> records;
+  records.reserve(_runs.size());
   for (const Run& run : _runs) {
     records.push_back(activeRecord(run.event, run.process, _now, _zone));
   }

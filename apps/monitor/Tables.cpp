@@ -23,16 +23,19 @@ class TablesReader {
 
   Tables read() {
     std::error_code ignored;
-    if (!fs::is_directory(_root, ignored))
+    if (!fs::is_directory(_root, ignored)) {
       throw TablesNotFound(_root.string() + " is not a directory");
+    }
     const std::array places = {kSystemTable, kSystemTables, kUserTables};
     if (std::all_of(places.begin(), places.end(),
-                    [&](std::string_view place) { return isGone(_root / place); }))
+                    [&](std::string_view place) { return isGone(_root / place); })) {
       throw TablesNotFound(_root.string() + " has no cron tables: neither etc/crontab nor " +
                            "etc/cron.d nor var/spool/cron/crontabs is there");
+    }
 
-    if (!isGone(_root / kSystemTable))
+    if (!isGone(_root / kSystemTable)) {
       readTable({std::string(kSystemTable), "System crontab", std::string(kSystemTable), {}});
+    }
     for (const std::string& name : tablesIn(kSystemTables, isSystemTableName)) {
       const std::string path = std::string(kSystemTables) + "/" + name;
       readTable({path, "cron.d/" + name, path, {}});
@@ -58,8 +61,9 @@ class TablesReader {
     const fs::path path = _root / info.path;
     const auto contents = contentsOf(path, kLargestTable);
     if (const auto* const problem = std::get_if<Problem>(&contents)) {
-      if (!isGone(path))
+      if (!isGone(path)) {
         warn(info.path, problem->reason);
+      }
       return;
     }
     ParsedTable parsed = parseTable(info, std::get<std::string>(contents));

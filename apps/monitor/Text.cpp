@@ -25,23 +25,28 @@ bool startsCharacter(char c) {
 }  // namespace
 
 std::string printable(std::string_view bytes) {
-  if (std::all_of(bytes.begin(), bytes.end(), isPlain))
+  if (std::all_of(bytes.begin(), bytes.end(), isPlain)) {
     return std::string(bytes);
+  }
   icu::UnicodeString text =
       icu::UnicodeString::fromUTF8({bytes.data(), static_cast<std::int32_t>(bytes.size())});
-  for (std::int32_t i = 0; i < text.length(); ++i)
-    if (isControl(text.charAt(i)))
+  for (std::int32_t i = 0; i < text.length(); ++i) {
+    if (isControl(text.charAt(i))) {
       text.setCharAt(i, u'\uFFFD');
+    }
+  }
   std::string result;
   text.toUTF8String(result);
   return result;
 }
 
 std::string_view trimmed(std::string_view text) {
-  while (!text.empty() && isBlank(text.front()))
+  while (!text.empty() && isBlank(text.front())) {
     text.remove_prefix(1);
-  while (!text.empty() && isBlank(text.back()))
+  }
+  while (!text.empty() && isBlank(text.back())) {
     text.remove_suffix(1);
+  }
   return text;
 }
 
@@ -56,8 +61,9 @@ std::string_view takeWord(std::string_view& rest) {
 std::string singleSpaced(std::string_view text) {
   std::string result;
   for (std::string_view word = takeWord(text); !word.empty(); word = takeWord(text)) {
-    if (!result.empty())
+    if (!result.empty()) {
       result += ' ';
+    }
     result += word;
   }
   return result;
@@ -65,9 +71,11 @@ std::string singleSpaced(std::string_view text) {
 
 std::string lowercased(std::string_view text) {
   std::string result(text);
-  for (char& c : result)
-    if (c >= 'A' && c <= 'Z')
+  for (char& c : result) {
+    if (c >= 'A' && c <= 'Z') {
       c = static_cast<char>(c - 'A' + 'a');
+    }
+  }
   return result;
 }
 
@@ -75,13 +83,16 @@ std::string shortened(std::string_view text, std::size_t limit) {
   std::size_t characters = 0;
   std::size_t lastKept = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (!startsCharacter(text[i]))
+    if (!startsCharacter(text[i])) {
       continue;
+    }
     ++characters;
-    if (characters == limit)
+    if (characters == limit) {
       lastKept = i;
-    if (characters > limit)
+    }
+    if (characters > limit) {
       return std::string(trimmed(text.substr(0, lastKept))) + "…";
+    }
   }
   return std::string(text);
 }

@@ -34,16 +34,18 @@ constexpr int kMostReads = 64;
 }
 
 Descriptor required(int number, const char* what) {
-  if (number < 0)
+  if (number < 0) {
     fail(what);
+  }
   return Descriptor(number);
 }
 
 void listen(const Descriptor& events, const Descriptor& source) {
   epoll_event event = {};
   event.events = EPOLLIN;
-  if (::epoll_ctl(events.number(), EPOLL_CTL_ADD, source.number(), &event) != 0)
+  if (::epoll_ctl(events.number(), EPOLL_CTL_ADD, source.number(), &event) != 0) {
     fail("cannot wait for changes");
+  }
 }
 
 bool isSystemTable(std::string_view name) {
@@ -70,10 +72,12 @@ Watcher::Watcher(const fs::path& root, Timing timing)
 
 void Watcher::addPlaces(const fs::path& root) {
   fs::path top = fs::absolute(root).lexically_normal();
-  if (!top.has_filename())
+  if (!top.has_filename()) {
     top = top.parent_path();
-  if (top.has_filename())
+  }
+  if (top.has_filename()) {
     _places.push_back({top.parent_path(), {top.filename().string()}});
+  }
   const auto add = [&](const char* below, std::vector<std::string> places,
                        bool (*isTable)(std::string_view)) {
     _places.push_back({top / below, std::move(places), isTable});
@@ -91,28 +95,34 @@ void Watcher::synchronize() {
   // From the top down: a directory made after its parent is watched will be heard of, one made
   // before is found when its turn comes.
   _placesMayDiffer = false;
-  for (Place& place : _places)
+  for (Place& place : _places) {
     watchPlace(place);
+  }
 }
 
 void Watcher::watchPlace(Place& place) {
   const std::uint32_t mask = kEntriesChange | (place.isTable ? kContentsChange : 0U) | IN_MASK_ADD;
   const int watch = ::inotify_add_watch(_notify.number(), place.directory.c_str(), mask);
-  if (watch < 0 && (errno == ENOSPC || errno == ENOMEM))
+  if (watch < 0 && (errno == ENOSPC || errno == ENOMEM)) {
     fail(("cannot watch " + place.directory.string()).c_str());
-  if (watch == place.watch)
+  }
+  if (watch == place.watch) {
     return;
+  }
   const int before = std::exchange(place.watch, watch);
   // The directory may still be there under another name. Should that name be another of our places,
   // the notice that its watch has ended brings it back.
-  if (before >= 0)
+  if (before >= 0) {
     ::inotify_rm_watch(_notify.number(), before);
+  }
 }
 
 void Watcher::forget(int watch) {
-  for (Place& place : _places)
-    if (place.watch == watch)
+  for (Place& place : _places) {
+    if (place.watch == watch) {
       place.watch = -1;
+    }
+  }
 }
 
 bool Watcher::takeNotice(int watch, unsigned mask, std::string_view name) {
@@ -122,16 +132,18 @@ bool Watcher::takeNotice(int watch, unsigned mask, std::string_view name) {
   }
   bool ours = false;
   for (const Place& place : _places) {
-    if (place.watch != watch)
+    if (place.watch != watch) {
       continue;
+    }
     const bool self = (mask & (IN_IGNORED | IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT)) != 0;
     const bool isPlace =
         std::find(place.places.begin(), place.places.end(), name) != place.places.end();
     _placesMayDiffer = _placesMayDiffer || self || isPlace;
     ours = ours || self || isPlace || (place.isTable && place.isTable(name));
   }
-  if ((mask & IN_IGNORED) != 0)
+  if ((mask & IN_IGNORED) != 0) {
     forget(watch);
+  }
   return ours;
 }
 
@@ -140,8 +152,9 @@ bool Watcher::readNotices() {
   bool ours = false;
   for (int i = 0; i < kMostReads; ++i) {
     const ssize_t size = ::read(_notify.number(), buffer.data(), buffer.size());
-    if (size <= 0)
+    if (size <= 0) {
       break;
+    }
     for (std::size_t at = 0; at < static_cast<std::size_t>(size);) {
       inotify_event notice;
       std::memcpy(&notice, buffer.data() + at, sizeof notice);
@@ -151,8 +164,9 @@ bool Watcher::readNotices() {
       at += sizeof notice + notice.len;
     }
   }
-  if (_placesMayDiffer)
+  if (_placesMayDiffer) {
     synchronize();
+  }
   return ours;
 }
 
@@ -164,19 +178,22 @@ void Watcher::startTimer(Clock::time_point now) {
   itimerspec time = {};
   time.it_value.tv_sec = seconds.count();
   time.it_value.tv_nsec = (left - seconds).count();
-  if (::timerfd_settime(_timer.number(), 0, &time, nullptr) != 0)
+  if (::timerfd_settime(_timer.number(), 0, &time, nullptr) != 0) {
     fail("cannot start a timer");
+  }
 }
 
 bool Watcher::drain() {
   const bool more = readNotices();
-  if (!more && !_changed)
+  if (!more && !_changed) {
     return false;
+  }
 
   const Clock::time_point now = Clock::now();
   if (more) {
-    if (!std::exchange(_changed, true))
+    if (!std::exchange(_changed, true)) {
       _firstChange = now;
+    }
     _due = std::min(now + _timing.settle, _firstChange + _timing.longest);
   }
   if (now >= _due) {
@@ -186,8 +203,9 @@ bool Watcher::drain() {
     _changed = false;
     return true;
   }
-  if (more)
+  if (more) {
     startTimer(now);
+  }
   return false;
 }
 
@@ -196,15 +214,18 @@ bool Watcher::wait(Milliseconds timeout) {
       Clock::now() + std::clamp<Milliseconds>(timeout, Milliseconds(0), std::chrono::hours(10000));
   while (!drain()) {
     const auto left = std::chrono::ceil<Milliseconds>(end - Clock::now());
-    if (left.count() <= 0)
+    if (left.count() <= 0) {
       return false;
+    }
     pollfd events = {_events.number(), POLLIN, 0};
     const int slice = static_cast<int>(std::min<Milliseconds>(left, std::chrono::hours(1)).count());
     const int ready = ::poll(&events, 1, slice);
-    if (ready < 0 && errno == EINTR)
+    if (ready < 0 && errno == EINTR) {
       return false;
-    if (ready < 0)
+    }
+    if (ready < 0) {
       fail("cannot wait for changes");
+    }
   }
   return true;
 }

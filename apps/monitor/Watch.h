@@ -62,7 +62,7 @@ class Watcher {
 
   /// Readable (for poll, select, epoll) when `drain` has something to do, and only then. Belongs to
   /// the watcher; do not read from it.
-  int descriptor() const { return _events.number(); }
+  [[nodiscard]] int descriptor() const { return _events.number(); }
 
   /// Takes in what has happened, without waiting. True once a change has settled; false if there
   /// was none, or one that has not settled yet: then the descriptor becomes readable again.

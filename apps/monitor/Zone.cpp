@@ -48,8 +48,9 @@ Zone Zone::ofMachine() {
 Zone Zone::named(const std::string& name) {
   std::unique_ptr<icu::BasicTimeZone> zone(dynamic_cast<icu::BasicTimeZone*>(
       icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name))));
-  if (!zone || *zone == icu::TimeZone::getUnknown())
+  if (!zone || *zone == icu::TimeZone::getUnknown()) {
     throw UnknownZone("there is no time zone " + name);
+  }
   return Zone(std::make_shared<const Rules>(std::move(zone)));
 }
 
@@ -66,8 +67,9 @@ Zone::Period Zone::periodAt(Instant instant) const {
     period.begin = instantOf(change.getTime());
     period.offsetBefore = offsetOf(*change.getFrom());
   }
-  if (zone.getNextTransition(dateOf(instant), 0, change))
+  if (zone.getNextTransition(dateOf(instant), 0, change)) {
     period.end = instantOf(change.getTime());
+  }
   return period;
 }
 
@@ -96,8 +98,9 @@ std::string Zone::userText(Instant instant, Form form) const {
   const auto day = form == Form::time ? DateFormat::kNone : DateFormat::kShort;
   const std::unique_ptr<DateFormat> format(
       DateFormat::createDateTimeInstance(day, DateFormat::kShort));
-  if (!format)
+  if (!format) {
     return text(instant);
+  }
   format->setTimeZone(*_rules->zone);
   icu::UnicodeString formatted;
   std::string result;

@@ -22,18 +22,22 @@ TEST(CommentText, LosesTheRightSideOfABox) {
 }
 
 TEST(Comments, SayNothingWithoutALetterOrDigit) {
-  for (const char* text : {"", "-----", "=== ===", "─────────", "* * *", "—", "….", "┌──┐"})
+  for (const char* text : {"", "-----", "=== ===", "─────────", "* * *", "—", "….", "┌──┐"}) {
     EXPECT_TRUE(saysNothing(text)) << text;
-  for (const char* text : {"a", "-- 1 --", "ü", "天気", "─ é ─", "🎫"})
+  }
+  for (const char* text : {"a", "-- 1 --", "ü", "天気", "─ é ─", "🎫"}) {
     EXPECT_FALSE(saysNothing(text)) << text;
+  }
 }
 
 TEST(Comments, DrawingsBeginWithAStrokeOrACorner) {
   for (const char* text : {".---- minute (0 - 59)", "|  .---- hour", "| | | |", "+--- month",
-                           "`---- day", "┌──── minute", "│ ┌── hour", "└ day"})
+                           "`---- day", "┌──── minute", "│ ┌── hour", "└ day"}) {
     EXPECT_TRUE(isDrawing(text)) << text;
-  for (const char* text : {"", "- minute", ". etc", "minute |", "+1 day", "*/5 * * * *", "—"})
+  }
+  for (const char* text : {"", "- minute", ". etc", "minute |", "+1 day", "*/5 * * * *", "—"}) {
     EXPECT_FALSE(isDrawing(text)) << text;
+  }
 }
 
 TEST(Comments, HeadingsConsistOfTheColumnsNames) {
@@ -41,11 +45,13 @@ TEST(Comments, HeadingsConsistOfTheColumnsNames) {
        {"m h dom mon dow user command", "m h  dom mon dow   command",
         "m h dom mon dow user\tcommand", "Minute Hour Day Month Weekday Command",
         "min hour mday month wday who command(s)",
-        "minute | hour | day-of-month | month | day-of-week | user-name | command"})
+        "minute | hour | day-of-month | month | day-of-week | user-name | command"}) {
     EXPECT_TRUE(isHeading(text)) << text;
+  }
   for (const char* text : {"", "user command", "day of month", "Every day of the week an hour",
-                           "m h dom mon dow user command and so on"})
+                           "m h dom mon dow user command and so on"}) {
     EXPECT_FALSE(isHeading(text)) << text;
+  }
 }
 
 TEST(Comments, AnExampleIsAnnouncedByAWord) {
@@ -60,11 +66,13 @@ TEST(Comments, AnExampleIsAnnouncedByAWord) {
 TEST(Comments, PlaceholdersStandForWhatIsToBeWritten) {
   for (const char* text : {"user-name", "username", "USER_NAME", "command to be executed",
                            "Command", "commands", "command(s) to run", "command-to-be-executed",
-                           "[command]", "<command>", "<path to script>"})
+                           "[command]", "<command>", "<path to script>"}) {
     EXPECT_TRUE(isPlaceholder(text)) << text;
+  }
   for (const char* text :
-       {"root", "user", "cmd", "command -v x && x", "commander sync", "", "backup"})
+       {"root", "user", "cmd", "command -v x && x", "commander sync", "", "backup"}) {
     EXPECT_FALSE(isPlaceholder(text)) << text;
+  }
 }
 
 TEST(Comments, CommandsAreToldFromSentences) {
@@ -91,14 +99,16 @@ TEST(Comments, CommandsAreToldFromSentences) {
                            ". /etc/env",
                            ": > /tmp/x",
                            "`which a` the b",
-                           "3proxy"})
+                           "3proxy"}) {
     EXPECT_TRUE(readsLikeCommand(text)) << text;
+  }
   for (const char* text :
        {"", "is the same as 0 0 * * *", "means every five minutes", "jobs are in /etc/cron.daily",
         "- every midnight", "= midnight", "→ Mitternacht", "(midnight)", "[optional]",
         "jobs run hourly.", "backups, reports:", "Überprüfung", "for all users", "if needed",
-        "* means any", "Once a day", "run (only) today"})
+        "* means any", "Once a day", "run (only) today"}) {
     EXPECT_FALSE(readsLikeCommand(text)) << text;
+  }
 }
 
 TEST(Comments, NamesHaveSingleSpaces) {

@@ -82,8 +82,9 @@ rc::Gen<Made> madeJob() {
 
 std::string textOf(const std::vector<Made>& jobs) {
   std::string text;
-  for (const Made& job : jobs)
+  for (const Made& job : jobs) {
     text += job.line() + "\n";
+  }
   return text;
 }
 
@@ -99,8 +100,9 @@ RC_GTEST_PROP(JobIdentifiers, AreUniqueOverTables, ()) {
     const std::vector<Made> made = madeTable();
     const std::vector<Job> jobs = parseTable(info, textOf(made)).jobs;
     RC_ASSERT(jobs.size() == made.size());
-    for (const Job& job : jobs)
+    for (const Job& job : jobs) {
       RC_ASSERT(seen.insert(job.identifier).second);
+    }
   }
 }
 
@@ -117,15 +119,17 @@ RC_GTEST_PROP(JobIdentifiers, StayWhenTheOwnScheduleOrStateIsEdited, ()) {
 RC_GTEST_PROP(JobIdentifiers, StayWhenOtherLinesAreShuffled, ()) {
   const std::vector<Made> made = madeTable();
   std::vector<Made> shuffled = made;
-  for (std::size_t i = shuffled.size(); i > 1; --i)
+  for (std::size_t i = shuffled.size(); i > 1; --i) {
     std::swap(shuffled[i - 1], shuffled[*rc::gen::inRange<std::size_t>(0, i)]);
+  }
 
   // A job without a twin keeps its identifier for itself; twins keep theirs among them.
   const auto byUserAndCommand = [](const std::vector<Made>& jobs) {
     std::map<std::pair<std::string, std::string>, std::set<std::string>> result;
     const Lines identifiers = identifiersIn(textOf(jobs));
-    for (std::size_t i = 0; i < jobs.size(); ++i)
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
       result[{jobs[i].user, jobs[i].command}].insert(identifiers.at(i));
+    }
     return result;
   };
   RC_ASSERT(byUserAndCommand(made) == byUserAndCommand(shuffled));
@@ -141,9 +145,11 @@ RC_GTEST_PROP(JobIdentifiers, StayWhenLinesThatAreNoTwinsComeAndGo, ()) {
     text += job.line() + "\n";
   }
   Lines after;
-  for (const std::string& identifier : identifiersIn(text))
-    if (!identifier.ends_with("|another"))
+  for (const std::string& identifier : identifiersIn(text)) {
+    if (!identifier.ends_with("|another")) {
       after.push_back(identifier);
+    }
+  }
   RC_ASSERT(after == before);
 }
 

@@ -188,11 +188,14 @@ TEST(Crontab, MistakesInUserTablesCarryTheirPath) {
 }
 
 TEST(Crontab, UserNamesAreToldFromCommands) {
-  for (const char* name : {"root", "www-data", "_apt", "j.doe", "host$", "3com", "a@corp", "A_b+c"})
+  for (const char* name :
+       {"root", "www-data", "_apt", "j.doe", "host$", "3com", "a@corp", "A_b+c"}) {
     EXPECT_TRUE(isUserName(name)) << name;
+  }
   for (const char* name : {"", "$", "42", "-x", ".x", "/bin/a", "a/b", "a b", "ü", "<user>", "*",
-                           "abcdefghijklmnopqrstuvwxyz1234567", "a$b"})
+                           "abcdefghijklmnopqrstuvwxyz1234567", "a$b"}) {
     EXPECT_FALSE(isUserName(name)) << name;
+  }
 }
 
 TEST(JobNames, ComeFromTheCommentRightAbove) {
@@ -324,10 +327,12 @@ TEST(DisabledJobs, MayBelongToAUserCalledLikeAPlaceholder) {
 RC_GTEST_PROP(Crontab, AnyBytesAreRead, (const std::string& bytes)) {
   for (const TableInfo& info : {kSystemInfo, kUserInfo}) {
     const ParsedTable parsed = parseTable(info, bytes);
-    for (const Job& job : parsed.jobs)
+    for (const Job& job : parsed.jobs) {
       RC_ASSERT(!job.name.empty() && printable(job.command) == job.command);
-    for (const Warning& warning : parsed.warnings)
+    }
+    for (const Warning& warning : parsed.warnings) {
       RC_ASSERT(printable(warning.text()) == warning.text());
+    }
   }
 }
 
@@ -372,8 +377,9 @@ rc::Gen<std::string> tableLikeText() {
                                                                       std::string(1, '\0')})),
                       [](const std::vector<std::string>& parts) {
                         std::string text;
-                        for (const std::string& part : parts)
+                        for (const std::string& part : parts) {
                           text += part;
+                        }
                         return text;
                       });
 }
@@ -390,8 +396,9 @@ RC_GTEST_PROP(Crontab, EveryLineIsAJobOrAWarningOrPassedOver, ()) {
       RC_ASSERT(isUserName(job.user));
       RC_ASSERT(!job.command.empty() && !job.name.empty());
     }
-    for (const Warning& warning : parsed.warnings)
+    for (const Warning& warning : parsed.warnings) {
       lines.push_back(warning.line);
+    }
     std::sort(lines.begin(), lines.end());
     RC_ASSERT(std::adjacent_find(lines.begin(), lines.end()) == lines.end());
     const auto last = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;

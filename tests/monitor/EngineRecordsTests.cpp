@@ -44,8 +44,9 @@ Lines linesOf(const Value& triggers) {
 
 std::set<std::string> identifiersOf(const Value& triggers) {
   std::set<std::string> identifiers;
-  for (const Value& trigger : triggers.elements())
+  for (const Value& trigger : triggers.elements()) {
     identifiers.insert(textOf(trigger, kTWQueuedTriggerTriggerID));
+  }
   return identifiers;
 }
 

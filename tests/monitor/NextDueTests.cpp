@@ -34,8 +34,9 @@ std::vector<std::string> dueTimes(std::string_view text, Instant after, const Zo
                                   std::size_t count) {
   std::vector<std::string> times;
   for (auto due = nextDue(scheduleOf(text), after, zone); due && times.size() < count;
-       due = nextDue(scheduleOf(text), *due, zone))
+       due = nextDue(scheduleOf(text), *due, zone)) {
     times.push_back(zone.text(*due));
+  }
   return times;
 }
 
@@ -87,8 +88,9 @@ Values valuesIn(std::string_view field, int low, int high) {
     const int last = range == "*"                     ? high
                      : dash == std::string_view::npos ? first
                                                       : numberIn(range.substr(dash + 1));
-    for (int value = first; value <= last; value += step)
+    for (int value = first; value <= last; value += step) {
       values.set(static_cast<std::size_t>(value));
+    }
   }
   return values;
 }
@@ -102,10 +104,12 @@ struct Plain {
     }
     const std::array<std::pair<int, int>, 5> ranges = {
         {{0, 59}, {0, 23}, {1, 31}, {1, 12}, {0, 7}}};
-    for (std::size_t i = 0; i < fields.size(); ++i)
+    for (std::size_t i = 0; i < fields.size(); ++i) {
       values[i] = valuesIn(fields[i], ranges[i].first, ranges[i].second);
-    if (values[4][7])
+    }
+    if (values[4][7]) {
       values[4].set(0);
+    }
   }
 
   [[nodiscard]] bool starred(std::size_t field) const { return fields[field].starts_with('*'); }
@@ -113,8 +117,9 @@ struct Plain {
 
   [[nodiscard]] bool isDueAt(std::int64_t minute) const {
     const auto inDay = static_cast<std::size_t>(minute % 1440);
-    if (!values[0][inDay % 60] || !values[1][inDay / 60])
+    if (!values[0][inDay % 60] || !values[1][inDay / 60]) {
       return false;
+    }
     const std::int64_t day = minute / 1440;
     const year_month_day date{sys_days(days(day))};
     const bool byDate = values[2][unsigned(date.day())];
@@ -138,11 +143,13 @@ std::vector<Instant> minuteByMinute(const Plain& schedule, const Clock& clock, I
     if (schedule.goesByTheClock()) {
       run = schedule.isDueAt(shown);
     } else {
-      for (; reached < shown; ++reached)
+      for (; reached < shown; ++reached) {
         run = schedule.isDueAt(reached + 1) || run;
+      }
     }
-    if (run)
+    if (run) {
       due.push_back(now);
+    }
   }
   return due;
 }
@@ -174,21 +181,24 @@ void expectTheSameAround(Instant change, const Clock& clock) {
     std::vector<Instant> found;
     const Schedule schedule = scheduleOf(text);
     for (auto due = nextDue(schedule, begin - 1min, zone); due && *due < end;
-         due = nextDue(schedule, *due, zone))
+         due = nextDue(schedule, *due, zone)) {
       found.push_back(*due);
+    }
     EXPECT_EQ(found, minuteByMinute(Plain(text), clock, begin, end, SIZE_MAX))
         << text << " in " << clock.name;
   }
 }
 
 TEST(NextDue, AgreesWithADaemonThatWakesEveryMinuteWhenSummerBegins) {
-  for (const Clock& clock : kClocks)
+  for (const Clock& clock : kClocks) {
     expectTheSameAround(clock.summerBegins, clock);
+  }
 }
 
 TEST(NextDue, AgreesWithADaemonThatWakesEveryMinuteWhenSummerEnds) {
-  for (const Clock& clock : kClocks)
+  for (const Clock& clock : kClocks) {
     expectTheSameAround(clock.summerEnds, clock);
+  }
 }
 
 TEST(NextDue, AgreesWithADaemonThatWakesEveryMinuteThroughTheYear) {
@@ -201,10 +211,11 @@ TEST(NextDue, AgreesWithADaemonThatWakesEveryMinuteThroughTheYear) {
         const Instant after = utc(2026y / month(each) / 27, 13h + 7min) + 30s;
         const auto expected = minuteByMinute(Plain(text), clock, after + 30s, end, 1);
         const auto found = nextDue(scheduleOf(text), after, zone);
-        if (!expected.empty())
+        if (!expected.empty()) {
           EXPECT_EQ(found, expected.front()) << text << " in " << clock.name << ", month " << each;
-        else
+        } else {
           EXPECT_TRUE(found && *found >= end - 6h) << text << " in " << clock.name;
+        }
       }
     }
   }

@@ -26,8 +26,9 @@ class ProcessTree : public testing::Test {
                                         std::to_string(startTicks) + " 2748416 512\n");
     _root.write(directory + "status", "Name:\t" + name + "\nUid:\t" + uid + "\t0\t0\t0\n");
     std::string line;
-    for (const std::string& argument : arguments)
+    for (const std::string& argument : arguments) {
       line += argument + '\0';
+    }
     _root.write(directory + "cmdline", line);
   }
 
@@ -36,8 +37,9 @@ class ProcessTree : public testing::Test {
   }
   [[nodiscard]] std::vector<int> numbers() const {
     std::vector<int> result;
-    for (const Process& process : processes())
+    for (const Process& process : processes()) {
       result.push_back(process.id);
+    }
     return result;
   }
 
@@ -92,8 +94,9 @@ TEST_F(ProcessTree, DoesWithoutWhatIsNotKnown) {
 
 TEST_F(ProcessTree, LeavesOutAProcessThatHasVanishedInBetween) {
   add(10, 1, "cron");
-  for (int id = 12; id <= 15; ++id)
+  for (int id = 12; id <= 15; ++id) {
     add(id, 10, "sh");
+  }
   _root.remove("proc/12/stat");
   _root.remove("proc/13/status");
   _root.remove("proc/14/cmdline");
@@ -141,8 +144,9 @@ Process processOf(int id, int parent, Lines arguments, std::string user = "root"
 Lines runsIn(std::string_view table, const std::vector<Process>& processes) {
   const Tables tables = tablesOf(table);
   Lines lines;
-  for (const JobRun& run : runsOf(tables, processes))
+  for (const JobRun& run : runsOf(tables, processes)) {
     lines.push_back(std::to_string(run.process.id) + " is " + run.job->name);
+  }
   return lines;
 }
 

@@ -18,8 +18,9 @@ namespace {
 class Sample : public testing::Test {
  protected:
   Sample() : _tables(readTables(MONITOR_SAMPLE)) {
-    for (const Table& table : _tables.tables)
+    for (const Table& table : _tables.tables) {
       _jobs.insert(_jobs.end(), table.jobs.begin(), table.jobs.end());
+    }
   }
 
   Tables _tables;
@@ -32,8 +33,9 @@ TEST_F(Sample, GivesNoWarnings) {
 
 TEST_F(Sample, HasTheTablesOfASmallServer) {
   std::map<std::string, std::size_t> jobs;
-  for (const Table& table : _tables.tables)
+  for (const Table& table : _tables.tables) {
     jobs[table.info.identifier] = table.jobs.size();
+  }
   const std::map<std::string, std::size_t> expected = {
       {"etc/crontab", 5},         {"etc/cron.d/backup", 8},      {"etc/cron.d/certificates", 4},
       {"etc/cron.d/database", 5}, {"etc/cron.d/disk-health", 4}, {"etc/cron.d/logs", 6},
@@ -44,9 +46,11 @@ TEST_F(Sample, HasTheTablesOfASmallServer) {
 
 TEST_F(Sample, HasJobsThatAreSwitchedOff) {
   std::set<std::string> names;
-  for (const Job& job : _jobs)
-    if (!job.enabled)
+  for (const Job& job : _jobs) {
+    if (!job.enabled) {
       names.insert(job.table + ": " + job.name);
+    }
+  }
   EXPECT_EQ(names, (std::set<std::string>{
                        "crontabs/anna: remind Timesheets, please",
                        "crontabs/deploy: Restart the staging site",
@@ -59,8 +63,9 @@ TEST_F(Sample, HasJobsThatAreSwitchedOff) {
 
 TEST_F(Sample, HasJobsThatShareAName) {
   std::map<std::string, int> count;
-  for (const Job& job : _jobs)
+  for (const Job& job : _jobs) {
     ++count[job.name];
+  }
   EXPECT_EQ(count["Web statistics"], 3);
   EXPECT_EQ(count["Nightly backup"], 2);
   EXPECT_EQ(count["Flush the mail queue"], 2);
@@ -69,15 +74,17 @@ TEST_F(Sample, HasJobsThatShareAName) {
 
 TEST_F(Sample, HasTwinsWithIdentifiersOfTheirOwn) {
   std::set<std::string> identifiers;
-  for (const Job& job : _jobs)
+  for (const Job& job : _jobs) {
     EXPECT_TRUE(identifiers.insert(job.identifier).second) << job.identifier;
+  }
   EXPECT_TRUE(identifiers.contains("etc/cron.d/mail|root|2|/usr/sbin/postqueue -f"));
 }
 
 TEST_F(Sample, NamesJobsOfTheSystemTableByTheirCommand) {
   Lines names;
-  for (const Job& job : _tables.tables.at(0).jobs)
+  for (const Job& job : _tables.tables.at(0).jobs) {
     names.push_back(job.name);
+  }
   EXPECT_EQ(names, (Lines{"run-parts /etc/cron.hourly", "run-parts /etc/cron.daily",
                           "run-parts /etc/cron.weekly", "run-parts /etc/cron.monthly",
                           "Set the clock after a power cut"}));
@@ -86,16 +93,18 @@ TEST_F(Sample, NamesJobsOfTheSystemTableByTheirCommand) {
 TEST_F(Sample, HasNamesInSeveralScripts) {
   for (const char* name :
        {"Záloha fotografií", "Προετοιμασία του δελτίου", "Wochenübersicht an die Geschäftsleitung",
-        "天気予報 (weather for the balcony display)", "Ticket reminders 🎫"})
+        "天気予報 (weather for the balcony display)", "Ticket reminders 🎫"}) {
     EXPECT_TRUE(std::any_of(_jobs.begin(), _jobs.end(), [&](const Job& job) {
       return job.name == name;
     })) << name;
+  }
 }
 
 TEST_F(Sample, HasScriptsToBeRunOnDemand) {
   Lines identifiers;
-  for (const Script& script : readScripts(MONITOR_SAMPLE).scripts)
+  for (const Script& script : readScripts(MONITOR_SAMPLE).scripts) {
     identifiers.push_back(script.identifier());
+  }
   EXPECT_EQ(identifiers, (Lines{"etc/cron.hourly/clock-drift", "etc/cron.daily/man-index",
                                 "etc/cron.daily/package-lists", "etc/cron.daily/passwords",
                                 "etc/cron.weekly/file-index", "etc/cron.weekly/trim-disks",
@@ -106,8 +115,9 @@ TEST_F(Sample, HasJobsThatRun) {
   const std::filesystem::path sample(MONITOR_SAMPLE);
   Lines runs;
   for (const JobRun& run :
-       runsOf(_tables, readCronProcesses(sample / "proc", sample / "etc/passwd")))
+       runsOf(_tables, readCronProcesses(sample / "proc", sample / "etc/passwd"))) {
     runs.push_back(std::to_string(run.process.id) + " " + run.process.user + " " + run.job->name);
+  }
   EXPECT_EQ(runs, (Lines{"18091 backup Home directories", "18121 deploy Refresh the mirrors",
                          "18141 www-data Thumbnails"}));
 }

@@ -35,9 +35,11 @@ std::string problemOf(const std::string& text) {
 template <std::size_t Size>
 std::vector<int> setIn(const std::bitset<Size>& bits) {
   std::vector<int> result;
-  for (std::size_t i = 0; i < Size; ++i)
-    if (bits[i])
+  for (std::size_t i = 0; i < Size; ++i) {
+    if (bits[i]) {
       result.push_back(static_cast<int>(i));
+    }
+  }
   return result;
 }
 
@@ -53,9 +55,10 @@ TEST(Schedule, SetsWhatNumbersListsRangesAndStepsSay) {
       {"7-7", {7}},         {"*/20", {0, 20, 40}},  {"1-10/3", {1, 4, 7, 10}},
       {"50-59/100", {50}},  {"*/99999999999", {0}}, {"0-4/2,30,58-59", {0, 2, 4, 30, 58, 59}},
   };
-  for (const auto& each : cases)
+  for (const auto& each : cases) {
     EXPECT_EQ(setIn(scheduleOf(each.field + std::string(" * * * *")).minutes()), each.minutes)
         << each.field;
+  }
 }
 
 TEST(Schedule, StarSetsTheWholeRangeOfAField) {
@@ -248,8 +251,9 @@ TEST(Schedule, MistakesAreNamed) {
       {"@daily twice", "'twice' behind @daily"},
       {"@reboot twice", "'twice' behind @reboot"},
   };
-  for (const auto& each : cases)
+  for (const auto& each : cases) {
     EXPECT_EQ(problemOf(each.text), each.reason) << each.text;
+  }
 }
 
 TEST(Schedule, LongTextIsCutInWhatIsSaidOfIt) {
@@ -278,15 +282,19 @@ MadeField madeField(int low, int high) {
         break;
       case 1:
         field.text += std::to_string(a) + "-" + std::to_string(b) + "/" + std::to_string(step);
-        for (int value = low; value <= high; ++value)
-          if (value >= a && value <= b && (value - a) % step == 0)
+        for (int value = low; value <= high; ++value) {
+          if (value >= a && value <= b && (value - a) % step == 0) {
             field.values.insert(value);
+          }
+        }
         break;
       default:
         field.text += "*/" + std::to_string(step);
-        for (int value = low; value <= high; ++value)
-          if ((value - low) % step == 0)
+        for (int value = low; value <= high; ++value) {
+          if ((value - low) % step == 0) {
             field.values.insert(value);
+          }
+        }
     }
   }
   return field;
@@ -318,10 +326,11 @@ RC_GTEST_PROP(Schedule, TextOfItsOwnAlphabetIsReadOrRefused, ()) {
   const auto text =
       *rc::gen::container<std::string>(rc::gen::elementOf(std::string("0123456789*/-, @amondjs")));
   const auto parsed = parseSchedule(text);
-  if (const auto* problem = std::get_if<Problem>(&parsed))
+  if (const auto* problem = std::get_if<Problem>(&parsed)) {
     RC_ASSERT(!problem->reason.empty());
-  else
+  } else {
     RC_ASSERT(std::get<Schedule>(parsed).minutes().any());
+  }
 }
 
 }  // namespace

@@ -22,8 +22,9 @@ class ScriptsBelowARoot : public testing::Test {
   }
   [[nodiscard]] Lines identifiers() const {
     Lines lines;
-    for (const Script& script : readScripts(_root.path()).scripts)
+    for (const Script& script : readScripts(_root.path()).scripts) {
       lines.push_back(script.identifier());
+    }
     return lines;
   }
 
@@ -32,15 +33,17 @@ class ScriptsBelowARoot : public testing::Test {
 
 TEST_F(ScriptsBelowARoot, AreThereFromHourlyToMonthlyAndByName) {
   for (const char* path : {"etc/cron.monthly/a", "etc/cron.weekly/a", "etc/cron.daily/b",
-                           "etc/cron.daily/a", "etc/cron.hourly/z"})
+                           "etc/cron.daily/a", "etc/cron.hourly/z"}) {
     writeScript(path);
+  }
   EXPECT_EQ(identifiers(), (Lines{"etc/cron.hourly/z", "etc/cron.daily/a", "etc/cron.daily/b",
                                   "etc/cron.weekly/a", "etc/cron.monthly/a"}));
 }
 
 TEST_F(ScriptsBelowARoot, AreWhatRunPartsWouldRun) {
-  for (const char* name : {"good", "Good-2_x", "with.dot", "copy~", ".hidden", "a.dpkg-old"})
+  for (const char* name : {"good", "Good-2_x", "with.dot", "copy~", ".hidden", "a.dpkg-old"}) {
     writeScript("etc/cron.daily/" + std::string(name));
+  }
   EXPECT_EQ(identifiers(), (Lines{"etc/cron.daily/Good-2_x", "etc/cron.daily/good"}));
 }
 

@@ -18,8 +18,9 @@ struct Case {
 };
 
 void expectNames(const std::vector<Case>& cases) {
-  for (const Case& each : cases)
+  for (const Case& each : cases) {
     EXPECT_EQ(shortNameOf(each.command), each.name) << each.command;
+  }
 }
 
 TEST(ShortName, IsTheProgramAndItsFirstArgument) {
@@ -143,10 +144,12 @@ TEST(ShortName, IsCutAtACharacter) {
   EXPECT_EQ(shortNameOf("/opt/" + std::string(49, 'x')), std::string(47, 'x') + "…");
   std::string tickets;
   std::string shown;
-  for (int i = 0; i < 60; ++i)
+  for (int i = 0; i < 60; ++i) {
     tickets += "🎫";
-  for (int i = 0; i < 43; ++i)
+  }
+  for (int i = 0; i < 43; ++i) {
     shown += "🎫";
+  }
   EXPECT_EQ(shortNameOf("echo " + tickets), "echo " + shown.substr(0, 42 * 4) + "…");
 }
 

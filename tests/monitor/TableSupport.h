@@ -16,24 +16,27 @@ inline const TableInfo kUserInfo = {"crontabs/alice", "Crontab of alice",
 
 inline std::vector<std::string> textsOf(const std::vector<Warning>& warnings) {
   std::vector<std::string> texts;
-  for (const Warning& each : warnings)
+  for (const Warning& each : warnings) {
     texts.push_back(each.text());
+  }
   return texts;
 }
 
 /// Jobs as comparable lines: "3 + [name] schedule | user | command", "-" where switched off.
 inline std::vector<std::string> linesOf(const std::vector<Job>& jobs) {
   std::vector<std::string> lines;
-  for (const Job& job : jobs)
+  for (const Job& job : jobs) {
     lines.push_back(std::to_string(job.line) + (job.enabled ? " + [" : " - [") + job.name + "] " +
                     job.scheduleText + " | " + job.user + " | " + job.command);
+  }
   return lines;
 }
 
 inline std::vector<std::string> identifiersOf(const std::vector<Job>& jobs) {
   std::vector<std::string> identifiers;
-  for (const Job& job : jobs)
+  for (const Job& job : jobs) {
     identifiers.push_back(job.identifier);
+  }
   return identifiers;
 }
 

@@ -18,8 +18,9 @@ namespace fs = std::filesystem;
 
 Lines identifiersOf(const Tables& tables) {
   Lines result;
-  for (const Table& table : tables.tables)
+  for (const Table& table : tables.tables) {
     result.push_back(table.info.identifier);
+  }
   return result;
 }
 
@@ -64,18 +65,22 @@ TEST(Tables, AreFoundInThreePlacesInAFixedOrder) {
 }
 
 TEST(Tables, HaveNamesThatArePlainInTheSystemsDirectory) {
-  for (const char* name : {"backup", "e2scrub_all", "A-b_9", "-"})
+  for (const char* name : {"backup", "e2scrub_all", "A-b_9", "-"}) {
     EXPECT_TRUE(isSystemTableName(name)) << name;
+  }
   for (const char* name : {"", ".placeholder", "backup~", "backup.bak", "backup.dpkg-old", "a b",
-                           "#backup#", "bäckup", "a+b"})
+                           "#backup#", "bäckup", "a+b"}) {
     EXPECT_FALSE(isSystemTableName(name)) << name;
+  }
 }
 
 TEST(Tables, AreCalledLikeTheirUsers) {
-  for (const char* name : {"root", "www-data", "j.doe", "_apt", "tmp"})
+  for (const char* name : {"root", "www-data", "j.doe", "_apt", "tmp"}) {
     EXPECT_TRUE(isUserTableName(name)) << name;
-  for (const char* name : {"", ".root", "tmp.1234", "root~", "#root#", "42", "a b"})
+  }
+  for (const char* name : {"", ".root", "tmp.1234", "root~", "#root#", "42", "a b"}) {
     EXPECT_FALSE(isUserTableName(name)) << name;
+  }
 }
 
 TEST(Tables, OtherFilesArePassedOver) {
@@ -197,8 +202,9 @@ TEST(Tables, EqualJobsOfDifferentTablesHaveIdentifiersOfTheirOwn) {
   root.write("etc/cron.d/root", "@daily root a\n");
   root.write("var/spool/cron/crontabs/root", "@daily a\n");
   Lines identifiers;
-  for (const Table& table : readTables(root.path()).tables)
+  for (const Table& table : readTables(root.path()).tables) {
     identifiers.push_back(table.jobs.at(0).identifier);
+  }
   EXPECT_EQ(identifiers,
             (Lines{"etc/crontab|root|1|a", "etc/cron.d/root|root|1|a", "crontabs/root|root|1|a"}));
 }

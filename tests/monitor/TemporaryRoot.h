@@ -16,8 +16,9 @@ class TemporaryRoot {
   TemporaryRoot() {
     std::string name = (std::filesystem::temp_directory_path() / "monitor-").string();
     name.append(6, 'X');
-    if (!::mkdtemp(name.data()))
+    if (!::mkdtemp(name.data())) {
       throw std::runtime_error("no temporary directory");
+    }
     _top = name;
     std::filesystem::create_directory(path());
   }

@@ -23,11 +23,14 @@ int charactersOf(std::string_view text) {
                                : lead < 0xF0 ? 3
                                : lead < 0xF5 ? 4
                                              : 0;
-    if (length == 0 || i + length > text.size())
+    if (length == 0 || i + length > text.size()) {
       return -1;
-    for (std::size_t k = 1; k < length; ++k)
-      if ((static_cast<unsigned char>(text[i + k]) & 0xC0U) != 0x80U)
+    }
+    for (std::size_t k = 1; k < length; ++k) {
+      if ((static_cast<unsigned char>(text[i + k]) & 0xC0U) != 0x80U) {
         return -1;
+      }
+    }
     i += length;
   }
   return count;
@@ -104,10 +107,11 @@ RC_GTEST_PROP(ShortenedText, NeverHasMoreCharactersThanAllowed, (const std::stri
   const std::string cut = shortened(text, static_cast<std::size_t>(limit));
   RC_ASSERT(charactersOf(cut) >= 0);
   RC_ASSERT(charactersOf(cut) <= limit);
-  if (charactersOf(text) <= limit)
+  if (charactersOf(text) <= limit) {
     RC_ASSERT(cut == text);
-  else
+  } else {
     RC_ASSERT(cut.ends_with("…"));
+  }
 }
 
 }  // namespace

@@ -291,8 +291,9 @@ TEST_F(WatcherOfTables, ComesThroughAnOverflowOfTheQueue) {
   // Equal notices in a row are one, so two tables take turns.
   std::ofstream one(_root / "etc/crontab");
   std::ofstream two(_root / "var/spool/cron/crontabs/alice");
-  for (unsigned i = 0; i <= limit; ++i)
+  for (unsigned i = 0; i <= limit; ++i) {
     (i % 2 == 0 ? one : two) << "#" << std::flush;
+  }
   // The notice of this one is lost.
   _root.write("etc/cron.d/web", "");
 

@@ -23,10 +23,11 @@ struct KeyText;
 /// was moved from can only be assigned to or destroyed.
 class Key {
  public:
-  Key(std::string_view text);  // NOLINT(google-explicit-constructor): keys are written as text
-  Key(const char* text) : Key(std::string_view(text)) {}  // NOLINT(google-explicit-constructor)
-  Key(const std::string& text)
-      : Key(std::string_view(text)) {}  // NOLINT(google-explicit-constructor)
+  // NOLINTBEGIN(google-explicit-constructor): keys are written as text
+  Key(std::string_view text);
+  Key(const char* text) : Key(std::string_view(text)) {}
+  Key(const std::string& text) : Key(std::string_view(text)) {}
+  // NOLINTEND(google-explicit-constructor)
   Key(const Key& other) noexcept;
   Key(Key&& other) noexcept : _text(std::exchange(other._text, nullptr)) {}
   Key& operator=(Key other) noexcept {

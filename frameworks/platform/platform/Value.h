@@ -293,6 +293,7 @@ class RecordShape {
  public:
   /// The keys, in the order in which records give their values. Raises `InvalidArgument` when one
   /// occurs twice.
+  // NOLINTNEXTLINE(google-explicit-constructor): a list of keys is not a shape by itself
   explicit RecordShape(std::initializer_list<Key> keys);
   explicit RecordShape(std::span<const Key> keys);
   RecordShape(const RecordShape& other) noexcept;
