@@ -110,11 +110,15 @@ bool isHeading(std::string_view text) {
 }
 
 bool announcesExample(std::string_view text) {
+  const bool announcesSomething = text.ends_with(':');
+  std::string before;
   for (std::string_view word = takeWord(text); !word.empty(); word = takeWord(text)) {
-    const std::string name = lowercased(withoutPunctuation(word));
-    if (name == "example" || name == "examples" || name == "e.g") {
+    std::string name = lowercased(withoutPunctuation(word));
+    const bool isExample = name == "example" || name == "examples";
+    if (name == "e.g" || (isExample && (announcesSomething || before.empty() || before == "for"))) {
       return true;
     }
+    before = std::move(name);
   }
   return false;
 }

@@ -34,7 +34,9 @@ bool isDrawing(std::string_view text);
 /// least five words, and none that is not a column's name.
 bool isHeading(std::string_view text);
 
-/// Whether the text announces an example: "example", "examples" or "e.g." is one of its words.
+/// Whether the text announces an example: "e.g." is one of its words, or "example" or "examples"
+/// is, at its beginning, after "for", or anywhere when it ends in a colon. ("Renew the certificate
+/// of the example site" announces none.)
 bool announcesExample(std::string_view text);
 
 /// Whether a user field or the beginning of a command stands for what is to be written there:

@@ -133,7 +133,8 @@ class TableParser {
   void parseLine(std::string_view line) {
     line = trimmed(line);
     if (line.starts_with('#')) {
-      parseComment(commentText(line));
+      const std::string_view text = commentText(line);
+      parseComment(text, line.size() == text.size() + 1);
     } else {
       parseContent(line);
     }
@@ -160,7 +161,9 @@ class TableParser {
     }
   }
 
-  void parseComment(std::string_view text) {
+  /// A job that somebody switched off has its `#` right before it, as an editor or sed puts it
+  /// there; what explains has a blank in between. So only the latter is looked at twice.
+  void parseComment(std::string_view text, bool isSwitchedOff) {
     const bool belowDrawing = std::exchange(_belowDrawing, isDrawing(text));
     if (_belowDrawing) {
       _name.clear();
@@ -182,10 +185,10 @@ class TableParser {
     if (!found) {
       _inExample = _inExample || announcesExample(text);
       _name = nameFrom(text);
-    } else if (_inExample || belowDrawing || isPlaceholder(found->command) ||
+    } else if ((!isSwitchedOff && (_inExample || belowDrawing)) || isPlaceholder(found->command) ||
                (!_table.user && isPlaceholder(found->user))) {
       _name.clear();
-    } else if (!readsLikeCommand(found->command)) {
+    } else if (!isSwitchedOff && !readsLikeCommand(found->command)) {
       _name = nameFrom(text);
     } else {
       add(std::get<JobLine>(std::move(job)), std::exchange(_name, {}), false);

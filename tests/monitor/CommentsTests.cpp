@@ -59,7 +59,9 @@ TEST(Comments, AnExampleIsAnnouncedByAWord) {
   EXPECT_TRUE(announcesExample("EXAMPLES:"));
   EXPECT_TRUE(announcesExample("Schedules (e.g. every five minutes)"));
   EXPECT_FALSE(announcesExample("Fetch the mail from example.org"));
+  EXPECT_TRUE(announcesExample("Some more examples:"));
   EXPECT_FALSE(announcesExample("A counterexample"));
+  EXPECT_FALSE(announcesExample("Renew certificate of the example site"));
   EXPECT_FALSE(announcesExample(""));
 }
 

@@ -244,6 +244,23 @@ TEST(DisabledJobs, AreJobLinesBehindACommentSign) {
                   "echo \"run at 5 after 4 every sunday\""});
 }
 
+TEST(DisabledJobs, AreWhateverHasTheSignRightBeforeASchedule) {
+  // What `sed 's/^/#/'` made of a job is one, however it reads and whatever stands above it.
+  EXPECT_EQ(systemJobs("#0 6 * * * root snapshot keep only 5\n0 7 * * * root /bin/next\n"),
+            (Lines{"1 - [snapshot keep] 0 6 * * * | root | snapshot keep only 5",
+                   "2 + [next] 0 7 * * * | root | /bin/next"}));
+  EXPECT_EQ(systemJobs("# Examples:\n#0 5 * * * root /usr/sbin/renew\n"),
+            Lines{"2 - [Examples:] 0 5 * * * | root | /usr/sbin/renew"});
+  EXPECT_EQ(systemJobs("# .-- nightly --.\n#0 5 * * * root /usr/sbin/renew\n"),
+            Lines{"2 - [renew] 0 5 * * * | root | /usr/sbin/renew"});
+}
+
+TEST(DisabledJobs, MayHaveNamesInWhichThereIsAnExample) {
+  EXPECT_EQ(
+      systemJobs("# Renew certificate of the example site\n# 0 5 * * * root /usr/sbin/renew\n"),
+      Lines{"2 - [Renew certificate of the example site] 0 5 * * * | root | /usr/sbin/renew"});
+}
+
 TEST(DisabledJobs, HaveNamesLikeOthers) {
   EXPECT_EQ(userJobs("# Tea\n#0 16 * * * brew\n#0 17 * * * brew\n"),
             (Lines{"2 - [Tea] 0 16 * * * | alice | brew", "3 - [brew] 0 17 * * * | alice | brew"}));
