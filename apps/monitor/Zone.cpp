@@ -3,13 +3,16 @@
 
 #include <unicode/basictz.h>
 #include <unicode/datefmt.h>
+#include <unicode/simpletz.h>
 #include <unicode/timezone.h>
 #include <unicode/tzrule.h>
 #include <unicode/tztrans.h>
 #include <unicode/unistr.h>
 
 #include <array>
+#include <cstdint>
 #include <cstdio>
+#include <ctime>
 #include <utility>
 
 namespace monitor {
@@ -42,7 +45,19 @@ Zone Zone::ofMachine() {
   // All of ICU's own zones are basic ones.
   std::unique_ptr<icu::BasicTimeZone> zone(
       dynamic_cast<icu::BasicTimeZone*>(icu::TimeZone::createDefault()));
-  return Zone(std::make_shared<const Rules>(std::move(zone)));
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  ::localtime_r(&now, &local);
+  Zone found(std::make_shared<const Rules>(std::move(zone)));
+  if (!found._rules->zone ||
+      found.periodAt(Instant(seconds(now))).offset.count() != local.tm_gmtoff) {
+    // ICU knows names alone and passes over a rule in TZ ("IST-5:30"). What the C library makes of
+    // that at this moment holds until the clocks are changed.
+    return Zone(std::make_shared<const Rules>(std::make_unique<icu::SimpleTimeZone>(
+        static_cast<std::int32_t>(local.tm_gmtoff) * U_MILLIS_PER_SECOND,
+        icu::UnicodeString::fromUTF8(local.tm_zone))));
+  }
+  return found;
 }
 
 Zone Zone::named(const std::string& name) {

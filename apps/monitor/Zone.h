@@ -22,6 +22,7 @@ class UnknownZone : public std::runtime_error {
 class Zone {
  public:
   /// The machine's own, as TZ or /etc/localtime says; what it says at the first call counts.
+  /// Where TZ has a rule in place of a name, clocks are taken to stay as they are now.
   static Zone ofMachine();
 
   /// A zone by its name in the tz database ("Europe/Berlin"). Raises `UnknownZone`.

@@ -10,6 +10,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 
 #include "monitor/Changes.h"
 #include "monitor/Host.h"
@@ -218,6 +219,9 @@ int main(int argc, char** argv) try {
     simulate(options);
   } else {
     show(options);
+  }
+  if (!std::cout.flush()) {
+    throw std::runtime_error("the output could not be written");
   }
   return EXIT_SUCCESS;
 } catch (const monitor::WrongUsage& error) {

@@ -4,6 +4,7 @@
 
     program_test.py MONITOR SAMPLE
 """
+import datetime
 import os
 import pathlib
 import queue
@@ -128,6 +129,13 @@ class Shows(unittest.TestCase):
             rows = outline("engine", {"LANG": "en_US.UTF-8", "TZ": zone})
             self.assertEqual(sum(1 for row in rows if re.search(at_nine, row)), 1, zone)
 
+    def test_a_clock_that_is_a_rule_in_place_of_a_name(self):
+        row = next(row for row in outline("engine", {"LANG": "en_US.UTF-8", "TZ": "IST-5:30"})
+                   if "Reachability" in row)
+        now = datetime.datetime.now(datetime.timezone(datetime.timedelta(hours=5, minutes=30)))
+        soon = [(now + datetime.timedelta(minutes=minutes)).strftime("%-I:%M %p") for minutes in (0, 1)]
+        self.assertTrue(any(time in row.replace("\u202f", " ") for time in soon), (row, soon))
+
     def test_the_language_of_the_user_without_its_locale_installed(self):
         def groups(language):
             rows = outline("engine", {"LANG": language})
@@ -159,6 +167,12 @@ class Shows(unittest.TestCase):
         self.assertEqual((result.returncode, result.stdout), (1, ""))
         self.assertRegex(result.stderr, "service browsing|services cannot be browsed")
         self.assertEqual(len(result.stderr.splitlines()), 1)
+
+    def test_output_that_is_lost(self):
+        with open("/dev/full", "w") as full:
+            result = subprocess.run([MONITOR, "--root", SAMPLE], stdout=full, stderr=subprocess.PIPE,
+                                    text=True, env=ENGLISH)
+        self.assertEqual((result.returncode, len(result.stderr.splitlines())), (1, 1))
 
     def test_wrong_usage(self):
         for arguments in (["--unknown"], ["--root"], ["--announcements"], ["--colour", "pink"],
