@@ -471,7 +471,9 @@ bool BinaryReader::readBytes(std::size_t offset, Object& object) {
 PropertyListResult<Value> readBinaryPropertyList(std::span<const std::byte> bytes,
                                                  const PropertyListLimits& limits) {
   if (auto error = detail::errorOfLength(bytes, limits)) {
-    error->offset = 0;
+    if (bytes.empty()) {
+      error->offset = 0;
+    }
     return *std::move(error);
   }
   return BinaryReader(bytes, limits).read();
