@@ -413,7 +413,9 @@ void KRAVTWVServicesVexil::addService(const std::shared_ptr<platform::NetService
 
 void KRAVTWVServicesVexil::removeService(const std::shared_ptr<platform::NetService>& service) {
   const auto services = sortedServices();
-  const auto sought = service;  // may be a reference into the array
+  // Held, because it may be a reference into the array.
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+  const auto sought = service;
   if (sought && services && std::erase_if(*services, equals(*sought)) > 0) {
     updateItemsForServices();
   }

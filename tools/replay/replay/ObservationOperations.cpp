@@ -5,7 +5,6 @@
 
 namespace replay {
 
-using platform::Key;
 using platform::Observable;
 using platform::Observer;
 using platform::Value;

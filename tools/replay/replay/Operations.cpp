@@ -68,7 +68,7 @@ const std::unordered_map<std::string_view, Operations>& operationsOfClasses() {
   return table;
 }
 
-Malformed doesNotAnswer(std::string receiver, std::string_view name) {
+Malformed doesNotAnswer(const std::string& receiver, std::string_view name) {
   return Malformed(receiver + " does not answer \"" + std::string(name) + "\"");
 }
 

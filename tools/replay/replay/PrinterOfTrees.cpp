@@ -7,8 +7,6 @@
 
 namespace replay {
 
-using platform::Value;
-
 namespace {
 
 std::string flagsOf(const KRAVTWVItemVexil& item) {
