@@ -12,7 +12,9 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
+#include <string_view>
 #include <utility>
 
 namespace monitor {
@@ -29,6 +31,13 @@ Instant instantOf(UDate date) {
   return Instant(seconds(static_cast<std::int64_t>(date / U_MILLIS_PER_SECOND)));
 }
 
+/// A zone of the database; null when there is none of that name.
+std::unique_ptr<icu::BasicTimeZone> zoneNamed(const std::string& name) {
+  std::unique_ptr<icu::BasicTimeZone> zone(dynamic_cast<icu::BasicTimeZone*>(
+      icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name))));
+  return zone && *zone != icu::TimeZone::getUnknown() ? std::move(zone) : nullptr;
+}
+
 seconds offsetOf(const icu::TimeZoneRule& rule) {
   return seconds((rule.getRawOffset() + rule.getDSTSavings()) / U_MILLIS_PER_SECOND);
 }
@@ -42,28 +51,27 @@ struct Zone::Rules {
 Zone::Zone(std::shared_ptr<const Rules> rules) : _rules(std::move(rules)) {}
 
 Zone Zone::ofMachine() {
-  // All of ICU's own zones are basic ones.
-  std::unique_ptr<icu::BasicTimeZone> zone(
-      dynamic_cast<icu::BasicTimeZone*>(icu::TimeZone::createDefault()));
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  ::localtime_r(&now, &local);
-  Zone found(std::make_shared<const Rules>(std::move(zone)));
-  if (!found._rules->zone ||
-      found.periodAt(Instant(seconds(now))).offset.count() != local.tm_gmtoff) {
-    // ICU knows names alone and passes over a rule in TZ ("IST-5:30"). What the C library makes of
-    // that at this moment holds until the clocks are changed.
+  const char* const variable = std::getenv("TZ");
+  std::string_view name = variable == nullptr ? std::string_view() : variable;
+  name.remove_prefix(name.starts_with(':') ? 1 : 0);
+  if (!name.empty() && !name.starts_with('/') && !zoneNamed(std::string(name))) {
+    // ICU passes over a rule in place of a name ("IST-5:30"). What the C library makes of it at
+    // this moment holds until the clocks are changed.
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    ::localtime_r(&now, &local);
     return Zone(std::make_shared<const Rules>(std::make_unique<icu::SimpleTimeZone>(
         static_cast<std::int32_t>(local.tm_gmtoff) * U_MILLIS_PER_SECOND,
         icu::UnicodeString::fromUTF8(local.tm_zone))));
   }
-  return found;
+  // All of ICU's own zones are basic ones.
+  return Zone(std::make_shared<const Rules>(std::unique_ptr<icu::BasicTimeZone>(
+      dynamic_cast<icu::BasicTimeZone*>(icu::TimeZone::createDefault()))));
 }
 
 Zone Zone::named(const std::string& name) {
-  std::unique_ptr<icu::BasicTimeZone> zone(dynamic_cast<icu::BasicTimeZone*>(
-      icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name))));
-  if (!zone || *zone == icu::TimeZone::getUnknown()) {
+  auto zone = zoneNamed(name);
+  if (!zone) {
     throw UnknownZone("there is no time zone " + name);
   }
   return Zone(std::make_shared<const Rules>(std::move(zone)));

@@ -129,12 +129,14 @@ class Shows(unittest.TestCase):
             rows = outline("engine", {"LANG": "en_US.UTF-8", "TZ": zone})
             self.assertEqual(sum(1 for row in rows if re.search(at_nine, row)), 1, zone)
 
-    def test_a_clock_that_is_a_rule_in_place_of_a_name(self):
-        row = next(row for row in outline("engine", {"LANG": "en_US.UTF-8", "TZ": "IST-5:30"})
-                   if "Reachability" in row)
-        now = datetime.datetime.now(datetime.timezone(datetime.timedelta(hours=5, minutes=30)))
-        soon = [(now + datetime.timedelta(minutes=minutes)).strftime("%-I:%M %p") for minutes in (0, 1)]
-        self.assertTrue(any(time in row.replace("\u202f", " ") for time in soon), (row, soon))
+    def test_the_clock_of_the_user_be_it_a_name_or_a_rule(self):
+        for zone, hours in (("UTC", 0), ("Asia/Tokyo", 9), (":Asia/Tokyo", 9), ("IST-5:30", 5.5)):
+            row = next(row for row in outline("engine", {"LANG": "en_US.UTF-8", "TZ": zone})
+                       if "Reachability" in row)
+            now = datetime.datetime.now(datetime.timezone(datetime.timedelta(hours=hours)))
+            soon = [(now + datetime.timedelta(minutes=minutes)).strftime("%-I:%M %p")
+                    for minutes in (0, 1)]
+            self.assertTrue(any(time in row.replace("\u202f", " ") for time in soon), (row, soon))
 
     def test_the_language_of_the_user_without_its_locale_installed(self):
         def groups(language):
