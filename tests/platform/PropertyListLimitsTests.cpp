@@ -203,6 +203,26 @@ TEST(PropertyListLimits, TheBudgetIsExact) {
   EXPECT_TRUE(platform::readBinaryPropertyList(test::bytesOf(file), limits));
 }
 
+TEST(PropertyListLimits, KeysCountInEveryDictionaryThatHasThem) {
+  // An array of 50 dictionaries with the same key of 640 characters.
+  BinaryPropertyListBuilder list;
+  list.offsetSize = 2;
+  list.objects = {"", BinaryPropertyListBuilder::ascii(std::string(640, 'k')), hex("09")};
+  std::vector<std::uint64_t> dictionaries;
+  for (std::uint64_t i = 0; i < 50; ++i) {
+    dictionaries.push_back(3 + i);
+    list.objects.push_back(hex("D1 01 02"));
+  }
+  list.objects[0] = list.array(dictionaries);
+  PropertyListLimits limits;
+  limits.expandedObjectsPerByte = 0;
+  limits.expandedObjects = 1 + 50 * (1 + 11 + 1);
+  EXPECT_TRUE(platform::readBinaryPropertyList(test::bytesOf(list.file()), limits));
+  limits.expandedObjects -= 1;
+  EXPECT_TRUE(refused(platform::readBinaryPropertyList(test::bytesOf(list.file()), limits),
+                      Code::expandsTooFar, Offset{8}));
+}
+
 TEST(PropertyListLimits, ABudgetWithoutEndDoesNotOverflow) {
   PropertyListLimits limits;
   limits.expandedObjects = UINT64_MAX;

@@ -228,4 +228,79 @@ TEST(PropertyListMemory, OfEntitiesOfEntities) {
   EXPECT_LT(memoryPerByte(file + "]><string>&a39;</string>", false), most);
 }
 
+/// What writing a value takes at most, the file itself included, in bytes for each byte of the
+/// file.
+template <class File>
+double memoryOfWriting(platform::PropertyListResult<File> (*write)(const Value&),
+                       const Value& value) {
+  const std::size_t before = inUse;
+  peak = inUse;
+  std::size_t length = 0;
+  {
+    const auto written = write(value);
+    EXPECT_TRUE(written);
+    length = written ? written->size() : 1;
+  }
+  EXPECT_EQ(inUse, before);
+  return static_cast<double>(peak - before) / static_cast<double>(length);
+}
+
+platform::PropertyListResult<std::string> writeXML(const Value& value) {
+  return platform::writeXMLPropertyList(value);
+}
+
+/// An array of what `element` makes of each index.
+template <class Element>
+Value arrayOf(std::size_t count, const Element& element) {
+  std::vector<Value> elements;
+  for (std::size_t i = 0; i < count; ++i) {
+    elements.push_back(element(i));
+  }
+  return Value::array(std::move(elements));
+}
+
+/// The bound of the manual.
+constexpr double mostOfWriting = 32;
+
+/// Tables of a power of two, half of which may be taken, have just grown.
+constexpr std::size_t justTooMany = 33'000;
+
+TEST(PropertyListMemory, OfWriting) {
+  const Value values[] = {
+      arrayOf(justTooMany, [](std::size_t i) { return Value(i); }),
+      arrayOf(justTooMany, [](std::size_t) { return Value::array({}); }),
+      arrayOf(justTooMany, [](std::size_t) { return Value::array({true}); }),
+      arrayOf(justTooMany,
+              [](std::size_t i) {
+                return Value::dictionary({{std::to_string(i), true}});
+              }),
+      arrayOf(justTooMany,
+              [](std::size_t) {
+                return Value::dictionary({{"a", 1}, {"b", 2}, {"c", 3}});
+              }),
+      arrayOf(justTooMany,
+              [](std::size_t i) { return Value(std::string(20, 'x') + std::to_string(i)); }),
+      arrayOf(justTooMany, [](std::size_t) { return Value(true); }),
+  };
+  for (const Value& value : values) {
+    EXPECT_LT(memoryOfWriting(platform::writeBinaryPropertyList, value), mostOfWriting);
+    EXPECT_LT(memoryOfWriting(writeXML, value), mostOfWriting);
+  }
+}
+
+TEST(PropertyListMemory, OfWritingProseIsLittle) {
+  const Value prose = std::string(1'000'000, 'x');
+  EXPECT_LT(memoryOfWriting(platform::writeBinaryPropertyList, prose), 3);
+  EXPECT_LT(memoryOfWriting(writeXML, prose), 3);
+}
+
+TEST(PropertyListMemory, OfWritingWhatExpandsToNoEnd) {
+  Value value = true;
+  for (int level = 0; level < 60; ++level) {
+    value = Value::array({value, value});
+  }
+  // Some hundred bytes of file; memory for little is asked for in pieces of a kilobyte.
+  EXPECT_LT(memoryOfWriting(platform::writeBinaryPropertyList, value), 50);
+}
+
 }  // namespace

@@ -321,6 +321,18 @@ TEST(Value, ArraysCanBeEmptyAndAreStillArrays) {
   EXPECT_NE(Value::array({}), Value());
 }
 
+TEST(Value, ArraysTakeTheElementsOfASpan) {
+  std::vector<Value> elements = {0, "one", Value::array({2}), 3};
+  const Value inner = elements[2];
+  const Value array = Value::array(std::span(elements).subspan(1, 2));
+  EXPECT_EQ(array, Value::array({"one", inner}));
+  EXPECT_TRUE(array.elements()[1].sharesStorageWith(inner));
+  EXPECT_EQ(elements[0], Value(0));
+  EXPECT_TRUE(elements[1].isAbsent());
+  EXPECT_TRUE(elements[2].isAbsent());
+  EXPECT_EQ(elements[3], Value(3));
+}
+
 TEST(Value, ArraysOfObjectsReferToTheObjects) {
   const std::vector<std::shared_ptr<Named>> objects{std::make_shared<Named>("a"), nullptr};
   const Value array = Value::arrayOfObjects(objects);

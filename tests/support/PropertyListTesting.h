@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "IdenticalValues.h"
+
 #include <platform/PropertyList.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <fstream>
 #include <optional>
@@ -35,30 +36,27 @@ inline platform::PropertyListResult<platform::Value> readText(std::string_view f
   return platform::readTextPropertyList(bytesOf(file));
 }
 
-/// Whether two values are the same to the last bit, the order of keys and the types of numbers
-/// included, which equality does not look at.
-inline bool identical(const platform::Value& a, const platform::Value& b) {
-  std::vector<std::pair<const platform::Value*, const platform::Value*>> pending = {{&a, &b}};
-  const auto bits = [](double real) { return std::bit_cast<std::uint64_t>(real); };
-  while (!pending.empty()) {
-    const auto [left, right] = pending.back();
-    pending.pop_back();
-    const auto leftContents = left->isArray() ? left->elements() : left->values();
-    const auto rightContents = right->isArray() ? right->elements() : right->values();
-    if (left->kind() != right->kind() || leftContents.size() != rightContents.size() ||
-        !std::ranges::equal(left->keys(), right->keys())) {
-      return false;
-    }
-    if (left->real()   ? bits(*left->real()) != bits(*right->real())
-        : left->date() ? bits(left->date()->seconds) != bits(right->date()->seconds)
-                       : !left->isArray() && !left->isDictionary() && !(*left == *right)) {
-      return false;
-    }
-    for (std::size_t i = 0; i < leftContents.size(); ++i) {
-      pending.emplace_back(&leftContents[i], &rightContents[i]);
-    }
+inline std::string_view textOf(std::span<const std::byte> bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+// The file of a value; empty, and a failure of the test, where the value is refused.
+inline std::string binaryFile(const platform::Value& value) {
+  const auto written = platform::writeBinaryPropertyList(value);
+  if (!written) {
+    ADD_FAILURE() << "refused: " << written.error().description();
+    return "";
   }
-  return true;
+  return std::string(textOf(*written));
+}
+inline std::string xmlFile(const platform::Value& value,
+                           const platform::PropertyListLimits& limits = {}) {
+  auto written = platform::writeXMLPropertyList(value, limits);
+  if (!written) {
+    ADD_FAILURE() << "refused: " << written.error().description();
+    return "";
+  }
+  return std::move(written).value();
 }
 
 /// Whether reading gave exactly a value.
@@ -109,6 +107,21 @@ inline ::testing::AssertionResult refused(
 inline ::testing::AssertionResult refused(
     const platform::PropertyListResult<platform::Value>& result, Code code, Line line) {
   return refused(result, code, std::nullopt, line.value);
+}
+
+/// Whether writing was refused, with a message that tells the way as well.
+template <class File>
+::testing::AssertionResult refusedWriting(const platform::PropertyListResult<File>& result,
+                                          Code code, std::string_view message) {
+  if (result) {
+    return ::testing::AssertionFailure() << "accepted";
+  }
+  const platform::PropertyListError& error = result.error();
+  if (error.code != code || error.message != message || error.line || error.offset) {
+    return ::testing::AssertionFailure()
+           << "refused with code " << static_cast<int>(error.code) << ": " << error.description();
+  }
+  return ::testing::AssertionSuccess();
 }
 
 /// How many arrays and dictionaries stand in one another, at most, without recursion; a value that

@@ -11,6 +11,7 @@
 #include <string>
 #include <utility>
 #include <variant>
+#include <vector>
 
 /// Property lists: values as bytes, and bytes as values.
 ///
@@ -38,6 +39,11 @@
 ///   enormous tree. Such objects are shared in the value as they are in the file, and a value that
 ///   would be larger than `PropertyListLimits` allows once everything that walks it (comparison,
 ///   printing, writing it as text) has come by is refused.
+///
+/// A writer makes a file of a value, or refuses it with an error that tells the way to what it
+/// cannot write; it never drops or alters anything. Its stack does not depend on the value either,
+/// its time is in proportion to the value as it is shared, or in XML to the file, and its memory is
+/// at most 32 bytes for each byte of the file, the file among them.
 ///
 /// All three readers keep the keys of a dictionary in the order of the input.
 namespace platform {
@@ -108,6 +114,10 @@ struct PropertyListError {
 
     // Strings tables.
     notAStringsTable,  ///< A property list, but not a dictionary of strings.
+
+    // Writing.
+    notAPropertyList,  ///< A value, or a part of one, of a kind that property lists do not have.
+    inexpressible,     ///< A string or a date that the format has no notation for.
   };
 
   Code code;
@@ -215,5 +225,47 @@ PropertyListResult<Value> readXMLPropertyList(std::span<const std::byte> bytes,
 ///   and comments alone are an empty dictionary.
 PropertyListResult<Value> readTextPropertyList(std::span<const std::byte> bytes,
                                                const PropertyListLimits& limits = {});
+
+/// Writes a binary property list, version 00.
+///
+/// The file is the one that the format's own writers make of the value. Objects are numbered from
+/// the root on: a container, then the keys of a dictionary, then what it contains, one after the
+/// other with everything below it. Strings (keys among them), data, numbers and dates that are the
+/// same in type and in every bit are written once, and so is a container for as often as copies of
+/// it occur (`Value::sharesStorageWith`); containers that are merely equal, empty ones too, remain
+/// separate objects. So a file is no larger than what the value takes in memory, and takes time in
+/// proportion, however large the value would be with every copy written out.
+///
+/// Reading the file gives a value that is the same to the last bit, with the keys in the same order
+/// and with the same parts shared. A value may be nested, or expand, further than the default
+/// `PropertyListLimits` of a reader; none is refused for that here.
+///
+/// Refused are values with a part that property lists do not have: absent or null, or a reference
+/// to an object (`notAPropertyList`); with a date that is not finite (`badDate`); with a string or
+/// a key that is not well-formed UTF-8 (`badEncoding`); and those of 2^32 objects (`tooLong`). The
+/// message says where, from the root: `at [3]."start": a date that is not finite`. It has neither
+/// offset nor line.
+PropertyListResult<std::vector<std::byte>> writeBinaryPropertyList(const Value& value);
+
+/// Writes an XML property list, in UTF-8: an element `<plist version="1.0">` with the value in it,
+/// each element on a line of its own behind as many tabs (at most 32) as containers are around it,
+/// keys in their order. Reals have the fewest digits that read back the same, data is base64
+/// without line breaks. There is no document type: readers take the file without one, and ours
+/// would not fetch it.
+///
+/// Reading the file gives the value back, keys in the same order. What XML does not say is which
+/// NaN a real was, the sign of a date at 0, and what the value shares; the last of these is why a
+/// value that expands too far is refused (`expandsTooFar`): one of more objects, when each
+/// reference counts, than `expandedObjects` and another `expandedObjectsPerByte` for each reference
+/// in its distinct containers. `depth` and `inputBytes` hold for the file as they do for a reader
+/// of it
+/// (`tooDeep`, `tooLong`).
+///
+/// Refused is beyond that what the binary writer refuses, and what XML has no notation for
+/// (`inexpressible`): strings and keys with control characters other than tab, line feed and
+/// carriage return, or with U+FFFE or U+FFFF; dates with a fraction of a second, which rounding
+/// would change, and those more than 2^53 seconds from 2001. Messages are as there.
+PropertyListResult<std::string> writeXMLPropertyList(const Value& value,
+                                                     const PropertyListLimits& limits = {});
 
 }  // namespace platform

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <platform/PropertyList.h>
 #include <platform/PropertyListBuilder.h>
+#include <platform/PropertyListBytes.h>
 #include <platform/TextEncoding.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace platform {
@@ -17,29 +20,9 @@ using Code = PropertyListError::Code;
 constexpr std::size_t headerSize = 8;
 constexpr std::size_t trailerSize = 32;
 
-std::uint64_t bigEndian(std::span<const std::byte> bytes) {
-  std::uint64_t number = 0;
-  for (const std::byte byte : bytes) {
-    number = (number << 8) | std::to_integer<std::uint64_t>(byte);
-  }
-  return number;
-}
-
 /// Whether `size` bytes hold every number up to and including `number`.
 bool holds(std::size_t size, std::uint64_t number) {
   return size >= 8 || (number >> (8 * size)) == 0;
-}
-
-std::uint64_t saturatingSum(std::uint64_t a, std::uint64_t b) {
-  return a > std::numeric_limits<std::uint64_t>::max() - b
-             ? std::numeric_limits<std::uint64_t>::max()
-             : a + b;
-}
-
-std::uint64_t saturatingProduct(std::uint64_t a, std::uint64_t b) {
-  return b != 0 && a > std::numeric_limits<std::uint64_t>::max() / b
-             ? std::numeric_limits<std::uint64_t>::max()
-             : a * b;
 }
 
 /// Reads one file. Each object is read once, when it is first referred to, and what stands under
@@ -47,10 +30,7 @@ std::uint64_t saturatingProduct(std::uint64_t a, std::uint64_t b) {
 class BinaryReader {
  public:
   BinaryReader(std::span<const std::byte> bytes, const PropertyListLimits& limits)
-      : _bytes(bytes),
-        _depth(limits.depth),
-        _budget(saturatingSum(limits.expandedObjects,
-                              saturatingProduct(limits.expandedObjectsPerByte, bytes.size()))) {}
+      : _bytes(bytes), _depth(limits.depth), _budget(detail::budgetOf(limits, bytes.size())) {}
 
   PropertyListResult<Value> read() {
     if (!readHeader() || !readTrailer() || !readObjects()) {
@@ -60,14 +40,17 @@ class BinaryReader {
   }
 
  private:
-  enum class State : std::uint8_t { unread, open, read };
-
   struct Object {
-    Value value;
-    std::uint64_t expanded = 0;  // how many objects it is when each reference counts
-    std::uint32_t height = 0;    // how many containers deep it is
-    std::uint32_t key = 0;       // its place among the keys, from 1
-    State state = State::unread;
+    Value value;               // absent until all of it has been read
+    std::uint32_t number = 0;  // of a container: its place among the extents, from 1; of a leaf
+                               // that has been read: how many objects it counts as
+    std::uint32_t key = 0;     // its place among the keys, from 1
+  };
+
+  /// How large a container is.
+  struct Extent {
+    std::uint64_t expanded;  // how many objects it is when each reference counts
+    std::uint32_t height;    // how many containers deep it is
   };
 
   /// A container whose contents are being read.
@@ -76,8 +59,19 @@ class BinaryReader {
     std::size_t offset;      // of its marker
     std::size_t references;  // the offset of its references
     std::size_t count;       // of its references; a dictionary has two for each entry
-    std::size_t next;        // the reference to follow
-    bool isDictionary;
+    std::size_t keys;        // how many of them are to keys
+    std::size_t firstValue;  // where its contents begin among those of all open containers
+    std::size_t next = 0;    // the reference to follow
+    Extent contents = {};
+  };
+
+  /// The keys of a dictionary that has been read, to know the next one with the same references.
+  struct KnownKeys {
+    std::size_t references = 0;
+    std::size_t count = 0;
+    std::uint64_t expanded = 0;
+    Value example;
+    std::optional<RecordShape> shape;
   };
 
   struct Length {
@@ -90,8 +84,10 @@ class BinaryReader {
     return false;
   }
 
+  /// A number of 1 to 8 bytes that ends before the trailer, or with it. There are always eight
+  /// bytes then, and to read them and drop what is not wanted is quick.
   [[nodiscard]] std::uint64_t number(std::size_t offset, std::size_t size) const {
-    return bigEndian(_bytes.subspan(offset, size));
+    return detail::numberOfEightAt(_bytes.data() + offset) >> (64 - 8 * size);
   }
   [[nodiscard]] unsigned byteAt(std::size_t offset) const {
     return std::to_integer<unsigned>(_bytes[offset]);
@@ -99,8 +95,11 @@ class BinaryReader {
   [[nodiscard]] std::size_t offsetOf(std::size_t index) const {
     return static_cast<std::size_t>(number(_table + index * _offsetSize, _offsetSize));
   }
-  [[nodiscard]] std::size_t reference(const Open& open, std::size_t at) const {
-    return static_cast<std::size_t>(number(open.references + at * _referenceSize, _referenceSize));
+  [[nodiscard]] std::size_t placeOf(const Open& open, std::size_t reference) const {
+    return open.references + reference * _referenceSize;
+  }
+  [[nodiscard]] std::size_t indexAt(std::size_t offset) const {
+    return static_cast<std::size_t>(number(offset, _referenceSize));
   }
 
   bool readHeader();
@@ -108,8 +107,11 @@ class BinaryReader {
   bool readObjects();
   bool begin(std::size_t index);
   bool advance();
-  bool finish(const Open& open);
-  bool finishDictionary(const Open& open);
+  bool take(Open& open, std::size_t offset, const Object& content);
+  bool finish();
+  bool finishDictionary(const Open& open, std::span<Value> values);
+  KnownKeys& knownKeys(const Open& open);
+  [[nodiscard]] bool areKeysOf(const KnownKeys& known, const Open& open) const;
   bool readLength(std::size_t offset, std::size_t unit, Length& length);
   bool charge(std::size_t offset, std::size_t end);
   bool readScalar(std::size_t offset, Object& object);
@@ -127,10 +129,12 @@ class BinaryReader {
   std::size_t _root = 0;
   std::size_t _unclaimed = 0;    // bytes of objects that no object read so far consists of
   std::vector<Object> _objects;  // fewer than 2^32
+  std::vector<Extent> _extents;
   std::vector<Open> _open;
+  std::vector<Value> _contents;  // of all open containers, as far as they have been read
   std::vector<Key> _keys;
   std::vector<Key> _keysOfDictionary;
-  std::vector<Value> _valuesOfDictionary;
+  std::array<KnownKeys, 64> _knownKeys;
   detail::DictionaryMaker _dictionaries;
   std::optional<PropertyListError> _error;
 };
@@ -215,32 +219,50 @@ bool BinaryReader::readObjects() {
   return true;
 }
 
-/// Follows references of the innermost container up to the first one that opens another, or ends
-/// it.
+/// Follows the references of the innermost container up to one that opens another, or ends it.
 bool BinaryReader::advance() {
+  const std::size_t depth = _open.size();
   Open& open = _open.back();
   while (open.next < open.count) {
-    const std::size_t at = open.references + open.next * _referenceSize;
-    const std::size_t index = reference(open, open.next++);
+    const std::size_t place = placeOf(open, open.next);
+    const std::size_t index = indexAt(place);
     if (index >= _objects.size()) {
-      return fail(Code::badReference, at, "a reference to an object that does not exist");
+      return fail(Code::badReference, place, "a reference to an object that does not exist");
     }
-    if (_objects[index].state == State::open) {
-      return fail(Code::cycle, at, "a container contains itself");
-    }
-    if (_objects[index].state == State::unread) {
-      const std::size_t depth = _open.size();
+    const Object& object = _objects[index];
+    if (object.value.isAbsent()) {
+      if (object.number != 0) {
+        return fail(Code::cycle, place, "a container contains itself");
+      }
       if (!begin(index)) {
         return false;
       }
       if (_open.size() != depth) {
-        return true;  // and `open` may have moved
+        return true;  // to come back to this reference; and `open` may have moved
       }
     }
+    if (!take(open, place, object)) {
+      return false;
+    }
+    ++open.next;
   }
-  const Open ended = open;
-  _open.pop_back();
-  return finish(ended);
+  return finish();
+}
+
+/// Makes an object that has been read the next one in a container.
+bool BinaryReader::take(Open& open, std::size_t offset, const Object& content) {
+  if (content.value.isArray() || content.value.isDictionary()) {
+    const Extent& extent = _extents[content.number - 1];
+    open.contents.expanded = detail::saturatingSum(open.contents.expanded, extent.expanded);
+    open.contents.height = std::max(open.contents.height, extent.height);
+  } else {
+    open.contents.expanded = detail::saturatingSum(open.contents.expanded, content.number);
+  }
+  if (open.next >= open.keys) {
+    _contents.push_back(content.value);
+    return true;
+  }
+  return content.value.isString() || fail(Code::badKey, offset, "a key is not a string");
 }
 
 /// Reads an object, of a container only where its contents are.
@@ -250,10 +272,8 @@ bool BinaryReader::begin(std::size_t index) {
   if (kind == 0xA || kind == 0xD) {
     return readContainer(offset, index);
   }
-  Object& object = _objects[index];
-  object.expanded = 1;
-  object.state = State::read;
-  return readScalar(offset, object);
+  _objects[index].number = 1;
+  return readScalar(offset, _objects[index]);
 }
 
 bool BinaryReader::readContainer(std::size_t offset, std::size_t index) {
@@ -262,69 +282,86 @@ bool BinaryReader::readContainer(std::size_t offset, std::size_t index) {
   if (!readLength(offset, _referenceSize * (isDictionary ? 2 : 1), length)) {
     return false;
   }
-  const auto references = static_cast<std::size_t>(length.count) * (isDictionary ? 2 : 1);
-  _open.push_back({index, offset, length.contents, references, 0, isDictionary});
-  _objects[index].state = State::open;
-  return charge(offset, length.contents + references * _referenceSize);
+  const auto contents = static_cast<std::size_t>(length.count);
+  const std::size_t keys = isDictionary ? contents : 0;
+  Open open{index, offset, length.contents, keys + contents, keys, _contents.size()};
+  if (const KnownKeys& known = knownKeys(open); areKeysOf(known, open)) {
+    open.next = keys;
+    open.contents.expanded = known.expanded;
+  }
+  _extents.emplace_back();
+  _objects[index].number = static_cast<std::uint32_t>(_extents.size());
+  _open.push_back(open);
+  return charge(offset, placeOf(open, open.count));
 }
 
-/// Puts a container together whose contents have all been read.
-bool BinaryReader::finish(const Open& open) {
-  std::uint64_t expanded = 1;
-  std::uint32_t height = 0;
-  for (std::size_t at = 0; at < open.count; ++at) {
-    const Object& content = _objects[reference(open, at)];
-    expanded = saturatingSum(expanded, content.expanded);
-    height = std::max(height, content.height);
-  }
+/// Puts the innermost container together, whose contents have all been read.
+bool BinaryReader::finish() {
+  const Open open = _open.back();
+  _open.pop_back();
   // What an object is shared by does not matter to these two: they are those of the worst way to
   // it, and only grow on the way to the root.
-  if (++height > _depth) {
+  const Extent extent{detail::saturatingSum(open.contents.expanded, 1), open.contents.height + 1};
+  if (extent.height > _depth) {
     return fail(Code::tooDeep, open.offset,
                 "containers are nested deeper than " + std::to_string(_depth));
   }
-  if (expanded > _budget) {
+  if (extent.expanded > _budget) {
     return fail(Code::expandsTooFar, open.offset,
                 "shared objects make more than " + std::to_string(_budget) + " objects");
   }
   Object& object = _objects[open.index];
-  object.expanded = expanded;
-  object.height = height;
-  object.state = State::read;
-  if (open.isDictionary) {
-    return finishDictionary(open);
+  _extents[object.number - 1] = extent;
+  const auto values = std::span(_contents).subspan(open.firstValue);
+  if (byteAt(open.offset) >> 4 == 0xA) {
+    object.value = Value::array(values);
+  } else if (!finishDictionary(open, values)) {
+    return false;
   }
-  std::vector<Value> elements;
-  elements.reserve(open.count);
-  for (std::size_t at = 0; at < open.count; ++at) {
-    elements.push_back(_objects[reference(open, at)].value);
-  }
-  object.value = Value::array(std::move(elements));
+  _contents.erase(_contents.begin() + static_cast<std::ptrdiff_t>(open.firstValue),
+                  _contents.end());
   return true;
 }
 
-bool BinaryReader::finishDictionary(const Open& open) {
-  const std::size_t count = open.count / 2;
-  _keysOfDictionary.clear();
-  _valuesOfDictionary.clear();
-  for (std::size_t at = 0; at < count; ++at) {
-    Object& key = _objects[reference(open, at)];
-    if (!key.value.isString()) {
-      return fail(Code::badKey, open.references + at * _referenceSize, "a key is not a string");
+bool BinaryReader::finishDictionary(const Open& open, std::span<Value> values) {
+  KnownKeys& known = knownKeys(open);
+  if (areKeysOf(known, open)) {
+    if (!known.shape) {
+      known.shape.emplace(known.example.keys());
     }
+    _objects[open.index].value = known.shape->record(values);
+    return true;
+  }
+  std::uint64_t expanded = 0;
+  _keysOfDictionary.clear();
+  for (std::size_t at = 0; at < open.keys; ++at) {
+    Object& key = _objects[indexAt(placeOf(open, at))];
     if (key.key == 0) {
       _keys.emplace_back(key.value.string());
       key.key = static_cast<std::uint32_t>(_keys.size());
     }
+    expanded += key.number;
     _keysOfDictionary.push_back(_keys[key.key - 1]);
-    _valuesOfDictionary.push_back(_objects[reference(open, count + at)].value);
   }
   if (const auto key = detail::repeatedKey(_keysOfDictionary)) {
     return fail(Code::duplicateKey, open.offset,
                 "a dictionary has the key \"" + std::string(key->text()) + "\" twice");
   }
-  _objects[open.index].value = _dictionaries.make(_keysOfDictionary, _valuesOfDictionary);
+  const Value& made = _objects[open.index].value = _dictionaries.make(_keysOfDictionary, values);
+  known = {open.references, open.keys, expanded, made, std::nullopt};
   return true;
+}
+
+/// Where the keys are remembered, if they are, that a dictionary has the references to.
+BinaryReader::KnownKeys& BinaryReader::knownKeys(const Open& open) {
+  const auto references = _bytes.subspan(open.references, open.keys * _referenceSize);
+  return _knownKeys[detail::hashOf(references) % _knownKeys.size()];
+}
+
+bool BinaryReader::areKeysOf(const KnownKeys& known, const Open& open) const {
+  return open.keys != 0 && known.count == open.keys &&
+         std::memcmp(_bytes.data() + known.references, _bytes.data() + open.references,
+                     open.keys * _referenceSize) == 0;
 }
 
 /// Reads the length of an object, in units, and shows that it has the room.
@@ -443,17 +480,17 @@ bool BinaryReader::readBytes(std::size_t offset, Object& object) {
   }
   const auto contents = _bytes.subspan(length.contents, size);
   const std::string_view text = detail::textOf(contents);
-  object.expanded += size / 64;
+  constexpr std::size_t most = std::numeric_limits<std::uint32_t>::max();
+  object.number = static_cast<std::uint32_t>(std::min(1 + size / 64, most));
   if (kind == 0x4) {
     object.value = Value::data(contents);
     return true;
   }
   if (kind == 0x5) {
-    if (const auto at =
-            std::ranges::find_if(contents, [](std::byte byte) { return byte >= std::byte{0x80}; });
-        at != contents.end()) {
-      return fail(Code::badEncoding,
-                  length.contents + static_cast<std::size_t>(at - contents.begin()),
+    if (!detail::isASCII(text)) {
+      const auto at =
+          std::ranges::find_if(text, [](char character) { return (character & 0x80) != 0; });
+      return fail(Code::badEncoding, length.contents + static_cast<std::size_t>(at - text.begin()),
                   "an ASCII string has a byte that is not ASCII");
     }
     object.value = Value(text);

@@ -2,7 +2,7 @@
 #include <platform/PropertyListBuilder.h>
 
 #include <algorithm>
-#include <iterator>
+#include <cstring>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -20,6 +20,31 @@ std::optional<PropertyListError> errorOfLength(std::span<const std::byte> bytes,
         Code::tooLong, "the input is longer than " + std::to_string(limits.inputBytes) + " bytes"};
   }
   return std::nullopt;
+}
+
+std::uint32_t hashOf(std::span<const std::byte> bytes) {
+  constexpr std::uint64_t factor = 0x9E3779B97F4A7C15;
+  std::uint64_t hash = bytes.size() * factor;
+  std::uint64_t word = 0;
+  for (; bytes.size() >= sizeof word; bytes = bytes.subspan(sizeof word)) {
+    std::memcpy(&word, bytes.data(), sizeof word);
+    hash = (hash ^ word) * factor;
+    hash ^= hash >> 32;
+  }
+  word = 0;
+  for (const std::byte byte : bytes) {
+    word = (word << 8) | std::to_integer<std::uint64_t>(byte);
+  }
+  hash = (hash ^ word) * factor;
+  hash ^= hash >> 32;
+  return static_cast<std::uint32_t>(hash * factor >> 32);
+}
+
+std::uint64_t budgetOf(const PropertyListLimits& limits, std::uint64_t bytes) {
+  constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+  const std::uint64_t perByte = limits.expandedObjectsPerByte;
+  return saturatingSum(limits.expandedObjects,
+                       bytes != 0 && perByte > most / bytes ? most : perByte * bytes);
 }
 
 Value DictionaryMaker::make(std::span<const Key> keys, std::span<Value> values) {
@@ -89,16 +114,11 @@ std::span<const Key> PropertyListBuilder::keys() const {
 
 void PropertyListBuilder::end() {
   const Open open = _open.back();
-  const auto first = _values.begin() + static_cast<std::ptrdiff_t>(open.firstValue);
-  Value container;
-  if (open.isDictionary) {
-    container = _dictionaries.make(keys(), std::span(first, _values.end()));
-    _keys.erase(_keys.begin() + static_cast<std::ptrdiff_t>(open.firstKey), _keys.end());
-  } else {
-    container = Value::array(
-        std::vector<Value>(std::make_move_iterator(first), std::make_move_iterator(_values.end())));
-  }
-  _values.erase(first, _values.end());
+  const auto contents = std::span(_values).subspan(open.firstValue);
+  Value container =
+      open.isDictionary ? _dictionaries.make(keys(), contents) : Value::array(contents);
+  _keys.erase(_keys.begin() + static_cast<std::ptrdiff_t>(open.firstKey), _keys.end());
+  _values.erase(_values.begin() + static_cast<std::ptrdiff_t>(open.firstValue), _values.end());
   _open.pop_back();
   add(std::move(container));
 }

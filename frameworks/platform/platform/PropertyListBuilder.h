@@ -7,6 +7,8 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <optional>
 #include <span>
 #include <vector>
@@ -16,6 +18,18 @@ namespace platform::detail {
 /// Why an input cannot be read at all, going by its length.
 [[nodiscard]] std::optional<PropertyListError> errorOfLength(std::span<const std::byte> bytes,
                                                              const PropertyListLimits& limits);
+
+/// The sum of two numbers, or the largest number where it is larger.
+[[nodiscard]] constexpr std::uint64_t saturatingSum(std::uint64_t a, std::uint64_t b) {
+  constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+  return a > most - b ? most : a + b;
+}
+
+/// A hash of few bytes.
+[[nodiscard]] std::uint32_t hashOf(std::span<const std::byte> bytes);
+
+/// How many objects a value may expand to that comes from so many bytes.
+[[nodiscard]] std::uint64_t budgetOf(const PropertyListLimits& limits, std::uint64_t bytes);
 
 /// Makes dictionaries. Records with the same keys come by the thousand, so it remembers the shapes
 /// of those it made last.

@@ -2,6 +2,8 @@
 #include <platform/PropertyListScalars.h>
 #include <platform/TextEncoding.h>
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -79,11 +81,21 @@ bool isOneOf(std::string_view text, std::initializer_list<std::string_view> word
   return false;
 }
 
+// The calendar repeats every 400 years, and its type reaches only some 80 such cycles.
+constexpr std::int64_t yearsInCycle = 400;
+constexpr std::int64_t daysInCycle = 146097;
+constexpr std::chrono::sys_days reference =
+    std::chrono::year(2001) / std::chrono::January / std::chrono::day(1);
+
+// Doubles have all whole seconds up to here.
+constexpr std::int64_t mostExactSeconds = std::int64_t{1} << 53;
+constexpr std::int64_t secondsInDay = 86400;
+
+constexpr std::string_view base64Alphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
 /// Days from 2001-01-01 to a date, or nothing when there is no such day.
 std::optional<std::int64_t> daysTo(std::int64_t year, unsigned month, unsigned day) {
-  // The calendar repeats every 400 years, and its type reaches only some 80 such cycles.
-  constexpr std::int64_t yearsInCycle = 400;
-  constexpr std::int64_t daysInCycle = 146097;
   const std::int64_t yearOfCycle = ((year % yearsInCycle) + yearsInCycle) % yearsInCycle;
   const std::chrono::year_month_day date(std::chrono::year(2000 + static_cast<int>(yearOfCycle)),
                                          std::chrono::month(month), std::chrono::day(day));
@@ -91,9 +103,24 @@ std::optional<std::int64_t> daysTo(std::int64_t year, unsigned month, unsigned d
     return std::nullopt;
   }
   const std::int64_t cycles = (year - yearOfCycle - 2000) / yearsInCycle;
-  constexpr std::chrono::sys_days reference =
-      std::chrono::year(2001) / std::chrono::January / std::chrono::day(1);
   return (std::chrono::sys_days(date) - reference).count() + cycles * daysInCycle;
+}
+
+/// Appends a number as `std::to_chars` writes it.
+template <class Number>
+void appendNumber(std::string& text, Number number) {
+  std::array<char, 32> buffer{};
+  const auto written = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number);
+  text.append(buffer.data(), written.ptr);
+}
+
+/// Appends a number with zeros in front of it, where it has fewer digits, and a character behind.
+void appendPadded(std::string& text, std::uint64_t number, std::size_t digits, char separator) {
+  const std::size_t start = text.size();
+  appendNumber(text, number);
+  const std::size_t length = text.size() - start;
+  text.insert(start, digits - std::min(digits, length), '0');
+  text += separator;
 }
 
 }  // namespace
@@ -164,22 +191,19 @@ std::optional<Value> dateFromText(std::string_view text) {
   if (!days) {
     return std::nullopt;
   }
-  const std::int64_t seconds = *days * 86400 + *hour * 3600 + *minute * 60 + *second;
-  constexpr std::int64_t mostExact = std::int64_t{1} << 53;
-  if (seconds < -mostExact || seconds > mostExact) {
+  const std::int64_t seconds = *days * secondsInDay + *hour * 3600 + *minute * 60 + *second;
+  if (seconds < -mostExactSeconds || seconds > mostExactSeconds) {
     return std::nullopt;
   }
   return Value(Date{static_cast<double>(seconds)});
 }
 
 std::optional<Value> dataFromBase64(std::string_view text) {
-  constexpr std::string_view alphabet =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  static constexpr auto values = [alphabet] {
+  static constexpr auto values = [] {
     std::array<std::int8_t, 256> table{};
     table.fill(-1);
-    for (std::size_t i = 0; i < alphabet.size(); ++i) {
-      table[static_cast<unsigned char>(alphabet[i])] = static_cast<std::int8_t>(i);
+    for (std::size_t i = 0; i < base64Alphabet.size(); ++i) {
+      table[static_cast<unsigned char>(base64Alphabet[i])] = static_cast<std::int8_t>(i);
     }
     return table;
   }();
@@ -215,6 +239,57 @@ std::optional<Value> dataFromBase64(std::string_view text) {
     return std::nullopt;
   }
   return Value::data(bytes);
+}
+
+void appendInteger(std::string& text, const Value& integer) {
+  if (const auto number = integer.unsignedInteger()) {
+    appendNumber(text, *number);
+  } else {
+    appendNumber(text, *integer.integer());
+  }
+}
+
+void appendReal(std::string& text, double real) {
+  if (std::isnan(real)) {
+    text += "nan";
+  } else {
+    appendNumber(text, real);  // infinities as "inf" and "-inf"
+  }
+}
+
+bool hasDateText(double seconds) {
+  return std::abs(seconds) <= static_cast<double>(mostExactSeconds) &&
+         seconds == std::trunc(seconds);
+}
+
+void appendDate(std::string& text, double seconds) {
+  const auto whole = static_cast<std::int64_t>(seconds);
+  const std::int64_t second = ((whole % secondsInDay) + secondsInDay) % secondsInDay;
+  const std::int64_t days = (whole - second) / secondsInDay;
+  const std::int64_t dayOfCycle = ((days % daysInCycle) + daysInCycle) % daysInCycle;
+  const std::chrono::year_month_day date(reference + std::chrono::days(dayOfCycle));
+  const std::int64_t year = int{date.year()} + (days - dayOfCycle) / daysInCycle * yearsInCycle;
+  if (year < 0) {
+    text += '-';
+  }
+  appendPadded(text, static_cast<std::uint64_t>(std::abs(year)), 4, '-');
+  appendPadded(text, unsigned{date.month()}, 2, '-');
+  appendPadded(text, unsigned{date.day()}, 2, 'T');
+  appendPadded(text, static_cast<std::uint64_t>(second / 3600), 2, ':');
+  appendPadded(text, static_cast<std::uint64_t>(second / 60 % 60), 2, ':');
+  appendPadded(text, static_cast<std::uint64_t>(second % 60), 2, 'Z');
+}
+
+void appendBase64(std::string& text, std::span<const std::byte> bytes) {
+  for (; !bytes.empty(); bytes = bytes.subspan(std::min<std::size_t>(3, bytes.size()))) {
+    std::uint32_t bits = 0;
+    for (std::size_t i = 0; i < 3; ++i) {
+      bits = (bits << 8) | (i < bytes.size() ? std::to_integer<std::uint32_t>(bytes[i]) : 0U);
+    }
+    for (std::size_t i = 0; i < 4; ++i) {
+      text += i <= bytes.size() ? base64Alphabet[(bits >> (18 - 6 * i)) & 0x3F] : '=';
+    }
+  }
 }
 
 }  // namespace platform::detail

@@ -4,6 +4,8 @@
 #include <unicode/utf8.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 
 namespace platform::detail {
@@ -24,6 +26,19 @@ std::optional<std::endian> utf16MarkOf(std::string_view text) {
     return std::endian::big;
   }
   return text.starts_with("\xFF\xFE") ? std::optional(std::endian::little) : std::nullopt;
+}
+
+bool isASCII(std::string_view text) {
+  std::uint64_t all = 0;
+  std::uint64_t word = 0;
+  for (; text.size() >= sizeof word; text.remove_prefix(sizeof word)) {
+    std::memcpy(&word, text.data(), sizeof word);
+    all |= word;
+  }
+  for (const char character : text) {
+    all |= static_cast<unsigned char>(character);
+  }
+  return (all & 0x8080808080808080) == 0;
 }
 
 std::optional<std::size_t> endOfValidUTF8(std::string_view text) {

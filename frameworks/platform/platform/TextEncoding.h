@@ -20,6 +20,8 @@ inline constexpr std::string_view utf8Mark = "\xEF\xBB\xBF";
 /// The byte order of UTF-16 that begins with a byte order mark.
 [[nodiscard]] std::optional<std::endian> utf16MarkOf(std::string_view text);
 
+[[nodiscard]] bool isASCII(std::string_view text);
+
 /// Where `text` stops being well-formed UTF-8.
 [[nodiscard]] std::optional<std::size_t> endOfValidUTF8(std::string_view text);
 

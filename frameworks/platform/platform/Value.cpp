@@ -36,9 +36,11 @@ Value Value::data(std::span<const std::byte> bytes) {
 }
 
 Value Value::array(std::vector<Value> elements) {
-  Container* container = Container::make(elements.size(), nullptr);
-  std::ranges::move(elements, container->values().begin());
-  return {tagArray, container};
+  return array(std::span(elements));
+}
+
+Value Value::array(std::span<Value> elements) {
+  return {tagArray, Container::make(elements, nullptr)};
 }
 
 Value Value::array(std::initializer_list<Value> elements) {
@@ -292,9 +294,8 @@ Value RecordShape::record(std::span<Value> values) const {
     }
     return Value::dictionary(std::move(entries));
   }
-  Container* container = Container::make(values.size(), _shape);
+  Container* container = Container::make(values, _shape);
   _shape->references.retain();
-  std::ranges::move(values, container->values().begin());
   return {Value::tagDictionary, container};
 }
 

@@ -112,6 +112,8 @@ class Value {
   /// An array of the values given, absent ones included.
   static Value array(std::vector<Value> elements);
   static Value array(std::initializer_list<Value> elements);
+  /// An array of `elements`, moved from.
+  static Value array(std::span<Value> elements);
 
   /// An array of references to the objects of any range of shared pointers.
   template <class Objects>

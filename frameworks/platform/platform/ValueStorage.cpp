@@ -26,14 +26,28 @@ void Bytes::discard(const Bytes* bytes) noexcept {
   ::operator delete(const_cast<Bytes*>(bytes));
 }
 
-Container* Container::make(std::size_t count, const Shape* shape) {
+namespace {
+
+Container* containerWithRoom(std::size_t count, const Shape* shape) {
   if (count > std::numeric_limits<std::uint32_t>::max()) {
     throw std::length_error("a container holds at most 2^32-1 values");
   }
   void* memory = ::operator new(sizeof(Container) + count * sizeof(Value));
-  auto* made = new (memory)
+  return new (memory)
       Container{.references = {}, .count = static_cast<std::uint32_t>(count), .shape = shape};
+}
+
+}  // namespace
+
+Container* Container::make(std::size_t count, const Shape* shape) {
+  Container* made = containerWithRoom(count, shape);
   std::uninitialized_default_construct_n(reinterpret_cast<Value*>(made + 1), count);
+  return made;
+}
+
+Container* Container::make(std::span<Value> values, const Shape* shape) {
+  Container* made = containerWithRoom(values.size(), shape);
+  std::uninitialized_move(values.begin(), values.end(), reinterpret_cast<Value*>(made + 1));
   return made;
 }
 

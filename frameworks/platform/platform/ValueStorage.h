@@ -65,6 +65,8 @@ struct Container {
 
   /// Room for `count` values, all absent.
   static Container* make(std::size_t count, const Shape* shape);
+  /// One with these values, moved from.
+  static Container* make(std::span<Value> values, const Shape* shape);
   static void release(Container* container) noexcept;
 
   [[nodiscard]] std::span<Value> values() { return {reinterpret_cast<Value*>(this + 1), count}; }
