@@ -1,13 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 #include <platform/Files.h>
+#include <rapidcheck/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <regex>
 #include <set>
+#include <span>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -60,6 +68,96 @@ TEST(FileURL, AppendsANameThatLooksLikeAnAbsolutePathBelowItself) {
   const FileURL directory = FileURL::directory("/tmp/a");
   EXPECT_EQ(directory.appendingFile("/etc/passwd").path(), "/tmp/a/etc/passwd");
   EXPECT_EQ(directory.appendingDirectory("//b").path(), "/tmp/a/b");
+}
+
+/// The path of the place that a URL names, with a slash at the end of a directory's; "none".
+std::string placeOf(std::string_view url) {
+  const auto file = FileURL::fromAbsoluteString(url);
+  return !file ? "none" : file->path().string() + (file->isDirectory() ? "/" : "");
+}
+
+TEST(FileURL, IsReadInEachWayToWriteAFileOfThisHost) {
+  EXPECT_EQ(placeOf("file:///tmp/a"), "/tmp/a");
+  EXPECT_EQ(placeOf("file:/tmp/a"), "/tmp/a");
+  EXPECT_EQ(placeOf("file://localhost/tmp/a"), "/tmp/a");
+  EXPECT_EQ(placeOf("FILE://LocalHost/tmp/A"), "/tmp/A");
+}
+
+TEST(FileURL, WithASlashAtTheEndIsReadAsADirectory) {
+  EXPECT_EQ(placeOf("file:///tmp/a/"), "/tmp/a/");
+  EXPECT_TRUE(FileURL::fromAbsoluteString("file:///")->isDirectory());
+}
+
+TEST(FileURL, IsDecoded) {
+  EXPECT_EQ(placeOf("file:///a%20b%2Fc%2fd%C3%A9%25"), "/a b/c/d\u00e9%");
+  EXPECT_EQ(placeOf("file:///%FF"), "/\xff");
+  EXPECT_EQ(placeOf("file:///a+b"), "/a+b");
+}
+
+TEST(FileURL, IgnoresWhatIsNoPartOfAPlace) {
+  EXPECT_EQ(placeOf("file:///a?b/c#d?e"), "/a");
+  EXPECT_EQ(placeOf("file:///a#b"), "/a");
+}
+
+TEST(FileURL, IsNoneOfAnotherSchemeOrHost) {
+  EXPECT_EQ(placeOf("http:///tmp/a"), "none");
+  EXPECT_EQ(placeOf("files:///tmp/a"), "none");
+  EXPECT_EQ(placeOf("file://example.org/tmp/a"), "none");
+  EXPECT_EQ(placeOf("file://localhost:80/tmp/a"), "none");
+  EXPECT_EQ(placeOf("file://me@localhost/tmp/a"), "none");
+}
+
+TEST(FileURL, IsNoneWithoutAnAbsolutePath) {
+  EXPECT_EQ(placeOf("file:tmp/a"), "none");
+  EXPECT_EQ(placeOf("file://localhost"), "none");
+  EXPECT_EQ(placeOf("file:"), "none");
+  EXPECT_EQ(placeOf("/tmp/a"), "none");
+  EXPECT_EQ(placeOf("//localhost/tmp/a"), "none");
+  EXPECT_EQ(placeOf(""), "none");
+}
+
+TEST(FileURL, IsNoneOfATextThatIsNoURL) {
+  for (const char* text : {"file:///a b", "file:///caf\u00e9", "file:///a%", "file:///a%2",
+                           "file:///a%2g", "file:///a%g2", "file:///a\\b", "file:///a#b#c",
+                           "file:///[a]", " file:///a", "file:///a?%", "file:///a#%"}) {
+    EXPECT_EQ(placeOf(text), "none") << text;
+  }
+}
+
+TEST(FileURL, IsNoneOfAPathWithNUL) {
+  EXPECT_EQ(placeOf("file:///a%00b"), "none");
+  EXPECT_EQ(placeOf(std::string_view("file:///a\0b", 11)), "none");
+}
+
+TEST(FileURL, ThatWasWrittenNamesTheSamePlace) {
+  for (const char* path : {"/tmp/a", "/a b%20#?&=", "/\u65e5\u672c\xff\x01", "/", "/:@", "/a//b"}) {
+    EXPECT_EQ(placeOf(FileURL::file(path).absoluteString()),
+              std::string(path) + (FileURL::file(path).absoluteString().ends_with('/') ? "/" : ""));
+    EXPECT_EQ(placeOf(FileURL::directory(path).absoluteString()), std::string(path) + "/");
+  }
+}
+
+RC_GTEST_PROP(FileURL, OfAnyNameNamesTheSamePlaceWhenReadAgain, (std::string name)) {
+  std::erase(name, '/');
+  std::erase(name, '\0');
+  const FileURL file = FileURL::directory("/tmp").appendingFile("x" + name);
+  RC_ASSERT(platform::isURL(file.absoluteString()));
+  RC_ASSERT(FileURL::fromAbsoluteString(file.absoluteString())->path() == file.path());
+}
+
+TEST(URL, IsAbsoluteOrRelative) {
+  for (const char* text :
+       {"http://example.org/a?b=c#d", "http://[::1]:80/", "mailto:a@b.c", "a+b-c.1:x", "/a/b", "a",
+        "../a", "//host", "?query", "#fragment", "", "a/b:c", "%41", "a?b?c/d#e?f/g"}) {
+    EXPECT_TRUE(platform::isURL(text)) << text;
+  }
+}
+
+TEST(URL, HasOnlyCharactersThatMayStandInOne) {
+  for (const char* text : {"no url", "1:a", ":a", "a\"b", "<a>", "a|b", "a^b", "{a}", "`", "a\nb",
+                           "\x7f", "\u00e9", "a[b]", "http://a/[b]", "a#b#c", "%", "%4", "%4z"}) {
+    EXPECT_FALSE(platform::isURL(text)) << text;
+  }
 }
 
 /// A fresh directory, with `TMPDIR` as it was before at the end.
@@ -132,6 +230,127 @@ TEST_F(Directories, ForTemporaryFilesIsTheUsualOneWhenTheEnvironmentSaysNothing)
   EXPECT_EQ(temporaryDirectory().absoluteString(), "file:///tmp/");
   ::setenv("TMPDIR", "", 1);
   EXPECT_EQ(temporaryDirectory().absoluteString(), "file:///tmp/");
+}
+
+// --- atomic writing
+
+std::span<const std::byte> bytesOf(std::string_view text) {
+  return std::as_bytes(std::span(text));
+}
+
+std::string contentOf(const fs::path& path) {
+  std::ifstream stream(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+class AtomicWrite : public Directories {
+ protected:
+  [[nodiscard]] bool write(const std::string& name, std::string_view content) const {
+    return platform::writeFileAtomically(FileURL::directory(root).appendingFile(name),
+                                         bytesOf(content));
+  }
+  /// What is in the directory, hidden or not.
+  [[nodiscard]] std::set<std::string> names() const {
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(root)) {
+      names.insert(entry.path().filename());
+    }
+    return names;
+  }
+};
+
+using Names = std::set<std::string>;
+
+TEST_F(AtomicWrite, MakesAFileOfExactlyTheseBytes) {
+  const std::string_view content("a\0b\n\xff", 5);
+  EXPECT_TRUE(write("file", content));
+  EXPECT_EQ(contentOf(root / "file"), content);
+  EXPECT_EQ(names(), Names{"file"});
+}
+
+TEST_F(AtomicWrite, MakesEmptyAndLongFiles) {
+  EXPECT_TRUE(write("empty", ""));
+  EXPECT_EQ(fs::file_size(root / "empty"), 0U);
+  const std::string content(5'000'000, 'x');
+  EXPECT_TRUE(write("long", content));
+  EXPECT_EQ(contentOf(root / "long"), content);
+}
+
+TEST_F(AtomicWrite, GivesTheFileThePermissionsOfNewFiles) {
+  const mode_t before = ::umask(027);
+  EXPECT_TRUE(write("file", "content"));
+  ::umask(before);
+  EXPECT_EQ(fs::status(root / "file").permissions(),
+            fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+}
+
+TEST_F(AtomicWrite, PutsANewFileInPlaceOfTheOldOne) {
+  std::ofstream(root / "file") << "old and longer";
+  fs::create_hard_link(root / "file", root / "same");
+  EXPECT_TRUE(write("file", "new"));
+  EXPECT_EQ(contentOf(root / "file"), "new");
+  // The old file was not written to: whoever has it open still reads the whole old content.
+  EXPECT_EQ(contentOf(root / "same"), "old and longer");
+}
+
+TEST_F(AtomicWrite, TakesThePlaceOfALinkAndLeavesWhatItLeadsTo) {
+  std::ofstream(root / "target") << "target";
+  fs::create_symlink(root / "target", root / "link");
+  EXPECT_TRUE(write("link", "new"));
+  EXPECT_EQ(contentOf(root / "target"), "target");
+  EXPECT_EQ(contentOf(root / "link"), "new");
+  EXPECT_FALSE(fs::is_symlink(root / "link"));
+}
+
+TEST_F(AtomicWrite, LeavesNothingBehindWhenTheNameCannotBeTaken) {
+  fs::create_directory(root / "directory");
+  EXPECT_FALSE(write("directory", "content"));
+  EXPECT_FALSE(write(std::string(300, 'n'), "content"));
+  EXPECT_FALSE(write("..", "content"));
+  EXPECT_EQ(names(), Names{"directory"});
+}
+
+TEST_F(AtomicWrite, FailsWhereThereIsNoDirectory) {
+  EXPECT_FALSE(write("missing/file", "content"));
+  std::ofstream(root / "file") << "old";
+  EXPECT_FALSE(write("file/below", "content"));
+  EXPECT_EQ(names(), Names{"file"});
+  EXPECT_EQ(contentOf(root / "file"), "old");
+}
+
+TEST_F(AtomicWrite, FailsForANameWithNUL) {
+  EXPECT_FALSE(write(std::string("file\0.txt", 9), "content"));
+  EXPECT_EQ(names(), Names{});
+}
+
+TEST_F(AtomicWrite, LeavesTheOldFileWhenThereIsNoRoom) {
+  std::ofstream(root / "file") << "old";
+  // The only limit that a test can set: files longer than it are refused by the system.
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+  const auto handler = ::signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit{1000, before.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+  const bool isWritten = write("file", std::string(5000, 'x'));
+  EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+  ::signal(SIGXFSZ, handler);
+  EXPECT_FALSE(isWritten);
+  EXPECT_EQ(contentOf(root / "file"), "old");
+  EXPECT_EQ(names(), Names{"file"});
+}
+
+TEST_F(AtomicWrite, LeavesFilesOfOtherWritersAlone) {
+  // The name under which the next file would be written, taken by somebody else.
+  EXPECT_TRUE(write("first", "1"));
+  const std::string prefix = "." + std::to_string(::getpid()) + "-";
+  for (int number = 0; number < 50; ++number) {
+    std::ofstream(root / (prefix + std::to_string(number))) << "taken";
+  }
+  EXPECT_TRUE(write("second", "2"));
+  EXPECT_EQ(contentOf(root / "second"), "2");
+  for (int number = 0; number < 50; ++number) {
+    EXPECT_EQ(contentOf(root / (prefix + std::to_string(number))), "taken");
+  }
 }
 
 TEST(RandomUUID, HasTheFormOfVersionFourInUpperCase) {

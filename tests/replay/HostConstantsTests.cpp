@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // A host whose constants have values of their own: scenarios and transcripts read the same.
 #include <gtest/gtest.h>
+#include <platform/TypeIdentifier.h>
 #include <replay/Constants.h>
 #include <ternwood/Ternwood.h>
 
@@ -12,10 +13,13 @@
 constinit const std::string_view kTWEventUniqueID = "org.example.id";
 constinit const std::string_view kTWEventName = "Title";
 constinit const std::string_view kTWDomainType_Engine = "org.example.engine";
+constinit const std::string_view kTWWorkspaceUTISchedule = "org.example.week";
+constinit const std::string_view kTWWorkspaceFileExtensionSchedule = "week";
 
 namespace {
 
 using platform::Value;
+using test::absentArgument;
 using test::send;
 using test::sendToClass;
 
@@ -63,6 +67,27 @@ TEST(HostConstants, ComeBackByTheirNamesWhereTheyWereWrittenAsTheyAre) {
       "-> {\"kTWEventName\": \"kTWDomainType_Engine\"}\n");
 }
 
+TEST(HostConstants, NameTheTypesAndTheFilesOfWhatIsExchanged) {
+  EXPECT_EQ(
+      test::replayed(
+          Value::array({test::group("Nightly.twschedule", "g", "g"),
+                        send("writableTypesForPasteboard:", "g", {absentArgument()}),
+                        send("pasteboardPropertyListForType:", "g", {"kUTTypeFileURL"}),
+                        send("pasteboardPropertyListForType:", "g", {"Org.Example.Week"}),
+                        send("pasteboardPropertyListForType:", "g", {"org.ternwood.schedule"})}))
+          .transcript,
+      "== 1 KRAVTWVGroupVexil itemWithLabel:uniqueID:\n"
+      "-> #1(KRAVTWVGroupVexil \"g\")\n"
+      "== 2 g writableTypesForPasteboard:\n"
+      "-> [\"kTWWorkspaceUTISchedule\", \"kUTTypeFileURL\"]\n"
+      "== 3 g pasteboardPropertyListForType:\n"
+      "-> file(\"Nightly.twschedule.kTWWorkspaceFileExtensionSchedule\", plist([]))\n"
+      "== 4 g pasteboardPropertyListForType:\n"
+      "-> plist([])\n"
+      "== 5 g pasteboardPropertyListForType:\n"
+      "-> absent\n");
+}
+
 TEST(HostConstants, KeysAreNamedAsKeysAndOtherConstantsAsStrings) {
   EXPECT_EQ(replay::recordKeyNamed("kTWEventName"), "Title");
   EXPECT_EQ(replay::recordKeyNamed("kTWDomainType_Engine"), "kTWDomainType_Engine");
@@ -70,8 +95,8 @@ TEST(HostConstants, KeysAreNamedAsKeysAndOtherConstantsAsStrings) {
   EXPECT_EQ(replay::stringNamed("kTWEventName"), "kTWEventName");
   EXPECT_EQ(replay::nameOfRecordKey("Title"), "kTWEventName");
   EXPECT_EQ(replay::nameOfString("Title"), "Title");
-  EXPECT_EQ(replay::nameOfString(replay::pasteboardTypeFileURL), "kUTTypeFileURL");
-  EXPECT_EQ(replay::nameOfString(replay::pasteboardTypeString), "NSPasteboardTypeString");
+  EXPECT_EQ(replay::nameOfString(platform::kUTTypeFileURL), "kUTTypeFileURL");
+  EXPECT_EQ(replay::nameOfString(platform::NSPasteboardTypeString), "NSPasteboardTypeString");
 }
 
 }  // namespace

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 // As a host defines them: strong, in its own object file, with values of its own.
 const std::string_view kTWEventUniqueID = "host.event.id";
 const std::string_view kTWEventName = "host.event.name";
@@ -82,6 +85,19 @@ TEST(ReplacedConstants, AreWhatActiveEventsReadWith) {
   EXPECT_EQ(item->uniqueID(), Value("a1"));
   EXPECT_EQ(item->label(), Value("Backup"));
   EXPECT_EQ(item->activity(), Value("waiting"));
+}
+
+TEST(ReplacedConstants, AreTheTypesOfWhatIsExchanged) {
+  const auto item = KRAVTWVEventVexil::itemWithEvent(event("e1", "Backup"));
+  EXPECT_EQ(item->writableTypesForPasteboard(nullptr),
+            (std::vector<std::string>{"com.example.event", "com.example.schedule",
+                                      "public.file-url", "public.utf8-plain-text"}));
+  EXPECT_FALSE(item->pasteboardPropertyListForType("com.example.event").isAbsent());
+  EXPECT_TRUE(item->pasteboardPropertyListForType("org.ternwood.event").isAbsent());
+  const auto group = KRAVTWVGroupVexil::initWithPasteboardPropertyListOfType(
+      Value::array({event("e1", "Backup")}), "com.example.schedule");
+  EXPECT_EQ(group->uniqueID(), Value("com.example.schedule"));
+  EXPECT_EQ(group->childAtIndex(0)->uniqueID(), Value("e1"));
 }
 
 TEST(ReplacedConstants, AreWhatAListSortsBy) {

@@ -1,15 +1,111 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <fcntl.h>
+#include <platform/ASCIICase.h>
 #include <platform/Files.h>
+#include <platform/TextEncoding.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace platform {
+
+// --- URLs
+
+namespace {
+
+constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+constexpr std::string_view decimalDigits = "0123456789";
+
+bool isIn(std::string_view set, char character) {
+  return set.find(character) != std::string_view::npos;
+}
+
+/// Whether a part of a URL has only what any part may hold, and `more`.
+bool consistsOfPlainCharactersAnd(std::string_view more, std::string_view part) {
+  for (std::size_t at = 0; at < part.size(); ++at) {
+    const char character = part[at];
+    if (character == '%') {
+      if (part.size() - at < 3 || !detail::digit(part[at + 1], 16) ||
+          !detail::digit(part[at + 2], 16)) {
+        return false;
+      }
+    } else if (!isIn(letters, character) && !isIn(decimalDigits, character) &&
+               !isIn("-._~!$&'()*+,;=:@", character) && !isIn(more, character)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool isScheme(std::string_view text) {
+  return !text.empty() && isIn(letters, text.front()) &&
+         std::ranges::all_of(text, [](char character) {
+           return isIn(letters, character) || isIn(decimalDigits, character) ||
+                  isIn("+-.", character);
+         });
+}
+
+struct URLParts {
+  std::optional<std::string_view> scheme;
+  std::optional<std::string_view> authority;
+  std::string_view path;
+};
+
+/// The parts of a URL, as RFC 3986 divides it; absent of other texts.
+std::optional<URLParts> partsOf(std::string_view url) {
+  URLParts parts;
+  for (const char mark : {'#', '?'}) {
+    if (const std::size_t at = url.find(mark); at != std::string_view::npos) {
+      if (!consistsOfPlainCharactersAnd("/?", url.substr(at + 1))) {
+        return std::nullopt;
+      }
+      url = url.substr(0, at);
+    }
+  }
+  if (const std::size_t at = url.find_first_of(":/"); at < url.size() && url[at] == ':') {
+    parts.scheme = url.substr(0, at);
+    url.remove_prefix(at + 1);
+  }
+  if (url.starts_with("//")) {
+    parts.authority = url.substr(2, url.substr(2).find('/'));
+    url.remove_prefix(2 + parts.authority->size());
+  }
+  parts.path = url;
+  const bool isWellFormed =
+      (!parts.scheme || isScheme(*parts.scheme)) &&
+      (!parts.authority || consistsOfPlainCharactersAnd("[]", *parts.authority)) &&
+      consistsOfPlainCharactersAnd("/", parts.path);
+  return isWellFormed ? std::optional(parts) : std::nullopt;
+}
+
+std::string percentDecoded(std::string_view text) {
+  std::string decoded;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (text[at] == '%') {
+      decoded += static_cast<char>(*detail::digit(text[at + 1], 16) * 16U +
+                                   *detail::digit(text[at + 2], 16));
+      at += 2;
+    } else {
+      decoded += text[at];
+    }
+  }
+  return decoded;
+}
+
+}  // namespace
+
+bool isURL(std::string_view text) noexcept {
+  return partsOf(text).has_value();
+}
 
 FileURL::FileURL(const std::filesystem::path& path, bool isDirectory)
     : _path(path.empty() ? std::filesystem::current_path() : std::filesystem::absolute(path)),
@@ -21,18 +117,16 @@ FileURL::FileURL(const std::filesystem::path& path, bool isDirectory)
 }
 
 std::string FileURL::absoluteString() const {
-  constexpr std::string_view plain =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
-  constexpr std::string_view digits = "0123456789ABCDEF";
+  constexpr std::string_view hexDigits = "0123456789ABCDEF";
   std::string url = "file://";
   for (const char character : _path.string()) {
-    if (plain.find(character) != std::string_view::npos) {
+    if (isIn(letters, character) || isIn(decimalDigits, character) || isIn("-._~/", character)) {
       url += character;
     } else {
       const auto byte = static_cast<unsigned char>(character);
       url += '%';
-      url += digits[byte >> 4U];
-      url += digits[byte & 15U];
+      url += hexDigits[byte >> 4U];
+      url += hexDigits[byte & 15U];
     }
   }
   if (_isDirectory && !url.ends_with('/')) {
@@ -40,6 +134,25 @@ std::string FileURL::absoluteString() const {
   }
   return url;
 }
+
+std::optional<FileURL> FileURL::fromAbsoluteString(std::string_view url) {
+  const std::optional<URLParts> parts = partsOf(url);
+  if (!parts || !parts->scheme || !detail::differInASCIICaseAtMost(*parts->scheme, "file")) {
+    return std::nullopt;
+  }
+  const std::string_view host = parts->authority.value_or("");
+  if ((!host.empty() && !detail::differInASCIICaseAtMost(host, "localhost")) ||
+      !parts->path.starts_with('/')) {
+    return std::nullopt;
+  }
+  const std::string path = percentDecoded(parts->path);
+  if (path.find('\0') != std::string::npos) {
+    return std::nullopt;
+  }
+  return path.ends_with('/') ? directory(path) : file(path);
+}
+
+// --- files
 
 FileURL temporaryDirectory() {
   const char* directory = std::getenv("TMPDIR");
@@ -54,6 +167,78 @@ bool createDirectory(const FileURL& directory) noexcept try {
 } catch (...) {
   return false;
 }
+
+namespace {
+
+/// A new file in a directory, which is gone at the end unless it was given its name.
+class UnnamedFile {
+ public:
+  explicit UnnamedFile(const std::filesystem::path& directory) {
+    static std::atomic<unsigned> count = 0;
+    constexpr int attempts = 100;
+    for (int attempt = 0; attempt < attempts && _descriptor < 0; ++attempt) {
+      _path = directory / ("." + std::to_string(::getpid()) + "-" + std::to_string(++count));
+      _descriptor = ::open(_path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
+      if (_descriptor < 0 && errno != EEXIST) {
+        return;
+      }
+    }
+    _isUnnamed = _descriptor >= 0;
+  }
+  UnnamedFile(const UnnamedFile&) = delete;
+  UnnamedFile& operator=(const UnnamedFile&) = delete;
+  ~UnnamedFile() {
+    if (_descriptor >= 0) {
+      ::close(_descriptor);
+    }
+    if (_isUnnamed) {
+      ::unlink(_path.c_str());
+    }
+  }
+
+  [[nodiscard]] bool write(std::span<const std::byte> bytes) {
+    while (_descriptor >= 0 && !bytes.empty()) {
+      const ssize_t written = ::write(_descriptor, bytes.data(), bytes.size());
+      if (written < 0 && errno != EINTR) {
+        return false;
+      }
+      bytes = bytes.subspan(static_cast<std::size_t>(std::max(written, ssize_t{0})));
+    }
+    return _descriptor >= 0;
+  }
+
+  /// Has everything written to the disk and closes the file; some file systems only notice now
+  /// that there is no room.
+  [[nodiscard]] bool close() {
+    const bool isFlushed = ::fsync(_descriptor) == 0;
+    return ::close(std::exchange(_descriptor, -1)) == 0 && isFlushed;
+  }
+
+  [[nodiscard]] bool takeName(const std::filesystem::path& path) {
+    _isUnnamed = ::rename(_path.c_str(), path.c_str()) != 0;
+    return !_isUnnamed;
+  }
+
+ private:
+  std::filesystem::path _path;
+  int _descriptor = -1;
+  bool _isUnnamed = false;
+};
+
+}  // namespace
+
+bool writeFileAtomically(const FileURL& file, std::span<const std::byte> bytes) noexcept try {
+  // To the system a path ends at its first NUL, so it would name another file.
+  if (file.path().native().find('\0') != std::string::npos) {
+    return false;
+  }
+  UnnamedFile unnamed(file.path().parent_path());
+  return unnamed.write(bytes) && unnamed.close() && unnamed.takeName(file.path());
+} catch (...) {
+  return false;
+}
+
+// --- randomness
 
 std::optional<std::string> randomUUID() {
   std::array<unsigned char, 16> bytes{};

@@ -1,11 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 
 namespace platform {
+
+/// Whether a text is a URL, absolute or relative, as RFC 3986 writes them (`URI-reference`): of
+/// ASCII characters that may stand in one where they stand, with two hexadecimal digits behind each
+/// "%". Nothing is said about what it names.
+[[nodiscard]] bool isURL(std::string_view text) noexcept;
 
 /// The place of a file or directory, as an absolute URL of the scheme `file` (RFC 8089).
 class FileURL {
@@ -14,6 +22,14 @@ class FileURL {
   /// slashes at its end.
   static FileURL file(const std::filesystem::path& path) { return {path, false}; }
   static FileURL directory(const std::filesystem::path& path) { return {path, true}; }
+
+  /// The place that an absolute URL names: `file:///tmp/a%20b`, `file:/tmp/a` or
+  /// `file://localhost/tmp/a` (RFC 8089), of which scheme and host may be in any case. A "/" at the
+  /// end makes it a directory. Query and fragment say nothing about a place and are ignored.
+  ///
+  /// Absent where the text is no URL or one of another scheme, of a file of another host, or of no
+  /// absolute path; and where a byte of the path is NUL, which no path can hold.
+  static std::optional<FileURL> fromAbsoluteString(std::string_view url);
 
   [[nodiscard]] const std::filesystem::path& path() const noexcept { return _path; }
   [[nodiscard]] bool isDirectory() const noexcept { return _isDirectory; }
@@ -44,6 +60,15 @@ class FileURL {
 /// Makes a directory that was not there before, and the ones above it as needed, for this user
 /// alone. False, with nothing else told, when it cannot be made or is already there.
 [[nodiscard]] bool createDirectory(const FileURL& directory) noexcept;
+
+/// Writes a file as a whole: under another name in the same directory, down to the disk, and then
+/// under its own, in place of a file or a link that was there. Whoever looks sees the old content
+/// or the new one, never a part. The file is a new one with the permissions that new files get.
+///
+/// False, with nothing else told, when the system refuses any of it; nothing is left behind then,
+/// and what was there before still is.
+[[nodiscard]] bool writeFileAtomically(const FileURL& file,
+                                       std::span<const std::byte> bytes) noexcept;
 
 /// A random UUID (RFC 4122, version 4) in upper-case hexadecimal; absent when the system gives no
 /// randomness.

@@ -5,6 +5,7 @@
 #include <platform/IndexSet.h>
 #include <platform/NetService.h>
 #include <platform/Observable.h>
+#include <platform/Pasteboard.h>
 #include <platform/Value.h>
 
 #include <atomic>
@@ -31,6 +32,17 @@ class KRAVTWVNetServiceVexil;
 namespace detail {
 class ItemComparison;
 class ItemMerge;
+
+// What the initialisers from the pasteboard have in common.
+
+/// The identifier of a group that is read from this type; absent when groups are not.
+[[nodiscard]] std::optional<std::string_view> identifierOfGroupFromPasteboard(
+    std::string_view type);
+/// Adds the events that a group is read with.
+void addEventsFromPasteboard(KRAVTWVGroupVexil& group, const platform::Value& propertyList,
+                             std::string_view type);
+[[nodiscard]] bool isEventFromPasteboard(const platform::Value& propertyList,
+                                         std::string_view type);
 }  // namespace detail
 
 /// Keys of an item that hosts observe.
@@ -307,6 +319,28 @@ class KRAVTWVKind : public Base {
     return std::make_shared<Self>(std::move(service));
   }
 
+  /// What was decoded from a pasteboard, as an item: `KRAVTWVGroupVexil` and `KRAVTWVEventVexil`
+  /// say of what. Of anything else an item as it stands before it is initialised, with nothing that
+  /// it represents, no label, no identifier and absent children; never a null pointer.
+  static std::shared_ptr<Self> initWithPasteboardPropertyListOfType(
+      const platform::Value& propertyList, std::string_view type)
+    requires(std::derived_from<Self, KRAVTWVGroupVexil> ||
+             std::derived_from<Self, KRAVTWVEventVexil>)
+  {
+    if constexpr (std::derived_from<Self, KRAVTWVGroupVexil>) {
+      if (const auto identifier = detail::identifierOfGroupFromPasteboard(type)) {
+        auto group = Self::itemWithLabelUniqueID(*identifier, *identifier);
+        detail::addEventsFromPasteboard(*group, propertyList, type);
+        return group;
+      }
+    } else if (detail::isEventFromPasteboard(propertyList, type)) {
+      return Self::itemWithEvent(propertyList);
+    }
+    auto bare = std::make_shared<Self>(platform::Value());
+    bare->setChildren(nullptr);
+    return bare;
+  }
+
  protected:
   [[nodiscard]] bool isKindOfReceiversClass(const KRAVTWVItemVexil& other) const override {
     return typeid(*this) == typeid(Self) && dynamic_cast<const Self*>(&other) != nullptr;
@@ -329,9 +363,17 @@ class KRAVTWVEventRepresenting {
 // read anew each time, and its observers are told when the represented object is replaced. Setting
 // a stored identifier or label has no effect on a kind that derives it. A key that is missing from
 // a record, and any key of something that is no record, reads as absent.
+//
+// Groups and events go to pasteboards and come from them, in property lists of the binary format:
+// an event as its record, a schedule as an array of records. What they answer does not depend on
+// the board, which may be a null pointer. Types are compared by
+// `platform::typeIdentifiersAreEqual`.
 
 /// A bare label, always a group, with or without children. It represents its identifier.
-class KRAVTWVGroupVexil : public KRAVTWVKind<KRAVTWVGroupVexil, KRAVTWVItemVexil> {
+///
+/// On a pasteboard a group is the schedule of the events right below it, as data or as a file.
+class KRAVTWVGroupVexil : public KRAVTWVKind<KRAVTWVGroupVexil, KRAVTWVItemVexil>,
+                          public platform::PasteboardWriting {
  public:
   using KRAVTWVKind::KRAVTWVKind;
   /// `initWithLabel:uniqueID:`.
@@ -339,12 +381,49 @@ class KRAVTWVGroupVexil : public KRAVTWVKind<KRAVTWVGroupVexil, KRAVTWVItemVexil
   ~KRAVTWVGroupVexil() override;
 
   [[nodiscard]] bool isGroup() const override { return true; }
+
+  /// A schedule, or the URL of a file that holds one, in any property-list format and under any
+  /// name. `initWithPasteboardPropertyListOfType` makes a group whose label and identifier are the
+  /// type's identifier, as the constant has it, and adds an event for each element of the schedule,
+  /// of the plain event kind and whatever the element is; of equal events the last one stays.
+  ///
+  /// A schedule that is no array and a URL that is no string make an empty group. So does a string
+  /// from whose place no array can be read, and "Malformed schedule; must be a plist array: " is
+  /// logged with the string, or with "(null)" where it is no URL.
+  [[nodiscard]] static std::vector<std::string> readableTypesForPasteboard(
+      const platform::Pasteboard* pasteboard);
+  /// Property lists, of every type.
+  [[nodiscard]] static platform::PasteboardReadingOptions readingOptionsForTypePasteboard(
+      std::string_view type, const platform::Pasteboard* pasteboard);
+
+  /// A schedule, and the URL of a schedule file.
+  [[nodiscard]] std::vector<std::string> writableTypesForPasteboard(
+      const platform::Pasteboard* pasteboard) const override;
+  /// The file is promised: it is written when somebody asks for its URL.
+  [[nodiscard]] platform::PasteboardWritingOptions writingOptionsForTypePasteboard(
+      std::string_view type, const platform::Pasteboard* pasteboard) const override;
+  /// Of the schedule type, the `representedEvent` of each child that answers it, in order; other
+  /// children and what is below any of them are left out. When one of the events cannot be encoded,
+  /// as an absent one cannot, all is absent, and "<class> serialization error: <error>" is logged.
+  ///
+  /// Of the type of file URLs, the URL in UTF-8 of a new file in a new directory below the
+  /// temporary one, which both are the consumer's from then on. The file holds what this very
+  /// operation, as a subclass may redefine it, answers for the schedule type, and is named by the
+  /// label and the extension of schedule files. Absent when it cannot be made, as with a label that
+  /// is no string or holds a slash; nothing is ever written outside of the new directory.
+  ///
+  /// Of other types absent.
+  [[nodiscard]] platform::Value pasteboardPropertyListForType(std::string_view type) const override;
 };
 
 /// An event record. Identifier, label and enabled are read through `representedEvent`, so that a
 /// subclass that redefines it changes all three.
+///
+/// On a pasteboard an event is its record, a schedule of nothing else, as data or as a file, and
+/// its label.
 class KRAVTWVEventVexil : public KRAVTWVKind<KRAVTWVEventVexil, KRAVTWVItemVexil>,
-                          public KRAVTWVEventRepresenting {
+                          public KRAVTWVEventRepresenting,
+                          public platform::PasteboardWriting {
  public:
   using KRAVTWVKind::KRAVTWVKind;
   ~KRAVTWVEventVexil() override;
@@ -356,6 +435,23 @@ class KRAVTWVEventVexil : public KRAVTWVKind<KRAVTWVEventVexil, KRAVTWVItemVexil
   [[nodiscard]] bool enabled() const override;
   [[nodiscard]] platform::Value representedEvent() const override { return representedObject(); }
   [[nodiscard]] std::set<std::string> keyPathsForValuesAffectedByRepresentedObject() const override;
+
+  /// An event alone: a schedule is never read as one, nor is what is no dictionary.
+  [[nodiscard]] static std::vector<std::string> readableTypesForPasteboard(
+      const platform::Pasteboard* pasteboard);
+  /// Property lists, of every type.
+  [[nodiscard]] static platform::PasteboardReadingOptions readingOptionsForTypePasteboard(
+      std::string_view type, const platform::Pasteboard* pasteboard);
+
+  /// The event, a schedule of it, the URL of a schedule file, and text.
+  [[nodiscard]] std::vector<std::string> writableTypesForPasteboard(
+      const platform::Pasteboard* pasteboard) const override;
+  /// The file is promised, as a group's.
+  [[nodiscard]] platform::PasteboardWritingOptions writingOptionsForTypePasteboard(
+      std::string_view type, const platform::Pasteboard* pasteboard) const override;
+  /// As data `representedEvent`, and an array of it; the file as a group's; and as text the label
+  /// itself, whatever it is.
+  [[nodiscard]] platform::Value pasteboardPropertyListForType(std::string_view type) const override;
 
  protected:
   [[nodiscard]] const platform::KeyTable& keyTable() const override;

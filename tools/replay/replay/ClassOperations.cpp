@@ -66,6 +66,19 @@ void addFactories(std::vector<Operation>& operations) {
   }
 }
 
+/// What a kind answers that is read from pasteboards.
+template <class Item>
+void addReading(std::vector<Operation>& operations) {
+  if constexpr (requires { Item::readableTypesForPasteboard(nullptr); }) {
+    operations.push_back(
+        function("readableTypesForPasteboard:", &Item::readableTypesForPasteboard));
+    operations.push_back(
+        function("readingOptionsForType:pasteboard:", &Item::readingOptionsForTypePasteboard));
+    operations.push_back(function("initWithPasteboardPropertyList:ofType:",
+                                  &Item::initWithPasteboardPropertyListOfType));
+  }
+}
+
 /// What a class says about the keys of its objects; `example` is any object of the class.
 template <class Class>
 Operation dependenciesOfKeys(std::shared_ptr<Class> example) {
@@ -79,6 +92,7 @@ template <class Item>
 ClassOperations itemClass(std::string_view name) {
   std::vector<Operation> operations;
   addFactories<Item>(operations);
+  addReading<Item>(operations);
   operations.push_back(function("init", [] { return Item::init(); }));
 
   const std::shared_ptr<KRAVTWVItemVexil> example = Item::itemWithRepresentedObject({});

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <platform/TypeIdentifier.h>
 #include <replay/Constants.h>
 #include <ternwood/Ternwood.h>
 
 #include <span>
 
 namespace replay {
-
-constinit const std::string_view pasteboardTypeFileURL = "public.file-url";
-constinit const std::string_view pasteboardTypeString = "public.utf8-plain-text";
 
 namespace {
 
@@ -38,8 +36,8 @@ constexpr Constant strings[] = {
     {"kTWWorkspaceUTIEvent", &kTWWorkspaceUTIEvent},
     {"kTWWorkspaceUTISchedule", &kTWWorkspaceUTISchedule},
     {"kTWWorkspaceFileExtensionSchedule", &kTWWorkspaceFileExtensionSchedule},
-    {"kUTTypeFileURL", &pasteboardTypeFileURL},
-    {"NSPasteboardTypeString", &pasteboardTypeString},
+    {"kUTTypeFileURL", &platform::kUTTypeFileURL},
+    {"NSPasteboardTypeString", &platform::NSPasteboardTypeString},
 };
 
 std::string_view valueIn(std::span<const Constant> constants, std::string_view name) noexcept {

@@ -5,10 +5,6 @@
 
 namespace replay {
 
-/// The pasteboard types that hosts offer beside the engine's own.
-extern const std::string_view pasteboardTypeFileURL;  ///< kUTTypeFileURL
-extern const std::string_view pasteboardTypeString;   ///< NSPasteboardTypeString
-
 // Scenarios and transcripts name the constants of the host engine library and of the pasteboard, so
 // that they read the same whatever the host's values are. Record keys are named where they stand as
 // keys, the other constants where they stand as strings. What names nothing, or is no constant's

@@ -17,7 +17,6 @@ std::vector<Operation> operationsOfEveryItem() {
     if (made == nullptr) {
       return call.transcript->printer().value(result);
     }
-    call.transcript->files().note(made->url());
     return Printer::directory(made->url());
   };
 
@@ -64,12 +63,28 @@ std::vector<Operation> operationsOfKinds() {
   };
 }
 
+std::vector<Operation> operationsOfWritableKinds() {
+  using platform::PasteboardWriting;
+  Operation content =
+      method("pasteboardPropertyListForType:", &PasteboardWriting::pasteboardPropertyListForType);
+  content.print = [](const Call& call, const Value& result) {
+    return call.transcript->printer().pasteboardContent(result, call.arguments[0].string());
+  };
+
+  return {
+      method("writableTypesForPasteboard:", &PasteboardWriting::writableTypesForPasteboard),
+      method("writingOptionsForType:pasteboard:",
+             &PasteboardWriting::writingOptionsForTypePasteboard),
+      std::move(content),
+  };
+}
+
 }  // namespace
 
 std::vector<Operation> itemOperations() {
   std::vector<Operation> operations = operationsOfEveryItem();
-  for (Operation& operation : operationsOfKinds()) {
-    operations.push_back(std::move(operation));
+  for (const auto& more : {operationsOfKinds(), operationsOfWritableKinds()}) {
+    operations.insert(operations.end(), more.begin(), more.end());
   }
   return operations;
 }

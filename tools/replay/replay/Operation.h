@@ -89,6 +89,14 @@ platform::Value resultOf(const std::shared_ptr<std::vector<std::shared_ptr<Class
 inline platform::Value resultOf(std::set<std::string> strings) {
   return std::make_shared<StringSet>(std::move(strings));
 }
+inline platform::Value resultOf(const std::vector<std::string>& strings) {
+  return platform::Value::array(std::vector<platform::Value>(strings.begin(), strings.end()));
+}
+template <class Options>
+  requires std::is_enum_v<Options>
+platform::Value resultOf(Options options) {
+  return static_cast<std::underlying_type_t<Options>>(options);
+}
 inline platform::Value resultOf(const std::optional<platform::FileURL>& directory) {
   return directory ? platform::Value(std::make_shared<Directory>(*directory)) : platform::Value();
 }

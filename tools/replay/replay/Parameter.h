@@ -5,6 +5,7 @@
 #include <platform/Key.h>
 #include <platform/NetService.h>
 #include <platform/Observing.h>
+#include <platform/Pasteboard.h>
 #include <platform/Value.h>
 #include <replay/Objects.h>
 #include <vexil/KRAVTWVItemVexil.h>
@@ -58,6 +59,14 @@ struct Parameter<std::size_t> {
     return argument.unsignedInteger().has_value();
   }
   static std::size_t from(const platform::Value& argument) { return *argument.unsignedInteger(); }
+};
+
+/// No scenario has a pasteboard, so what is asked is asked in general.
+template <>
+struct Parameter<const platform::Pasteboard*> {
+  static constexpr std::string_view what = "an absent pasteboard";
+  static bool takes(const platform::Value& argument) { return argument.isAbsent(); }
+  static const platform::Pasteboard* from(const platform::Value& /*argument*/) { return nullptr; }
 };
 
 /// A reference to an object of a class, be it of the library or of this tool.

@@ -177,7 +177,7 @@ void Printer::begin(std::string& text, std::vector<Open>& open, const Value& val
       text += string(value.string());
       return;
     case Value::Kind::data:
-      text += printedData(value.bytes());
+      text += data(value.bytes());
       return;
     case Value::Kind::date:
       text += '@';
@@ -234,6 +234,11 @@ std::string Printer::items(const KRAVTWVItemArray& items) {
 std::string Printer::name(const platform::Object& object) const {
   const std::optional<std::string> name = _registry.nameOf(object);
   return name ? *name : printedClass(object);
+}
+
+std::string Printer::data(std::span<const std::byte> bytes) const {
+  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  return _files.isOneOfTheirURLs(text) ? "<url>" : printedData(bytes);
 }
 
 std::string Printer::string(std::string_view string) const {

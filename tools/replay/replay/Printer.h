@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -69,6 +70,7 @@ class Printer {
   void begin(std::string& text, std::vector<Open>& open, const platform::Value& value);
   void beginObject(std::string& text, std::vector<Open>& open, const platform::Value& value);
   [[nodiscard]] std::string string(std::string_view string) const;
+  [[nodiscard]] std::string data(std::span<const std::byte> bytes) const;
   [[nodiscard]] std::string itemLine(const std::shared_ptr<KRAVTWVItemVexil>& item,
                                      bool hasChildren);
   [[nodiscard]] std::string propertyList(std::span<const std::byte> bytes);

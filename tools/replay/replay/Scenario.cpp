@@ -80,6 +80,7 @@ Replay::~Replay() {
       // Some observer's complaint; nobody hears it any more.
     }
   }
+  _transcript->files().end();
   platform::setLogSink(std::move(_previousSink));
   platform::setPreferredLanguage({});
 }

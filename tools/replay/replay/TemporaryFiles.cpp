@@ -1,32 +1,50 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <replay/TemporaryFiles.h>
+#include <stdlib.h>
 
-#include <algorithm>
-#include <fstream>
+#include <cstdlib>
+#include <filesystem>
 #include <system_error>
 
 namespace replay {
 namespace {
 
+constexpr const char* variable = "TMPDIR";
 constexpr std::string_view scheme = "file://";
 
 // What `FileURL` writes; everything else comes percent-encoded.
 constexpr std::string_view charactersOfURLs =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/%:";
 
+/// A directory that is made with the first file in it. There is none without randomness, or where
+/// no absolute path leads; files then lie where others lie, and stay.
+std::optional<platform::FileURL> newDirectory() try {
+  const std::optional<std::string> name = platform::randomUUID();
+  return name ? std::optional(platform::temporaryDirectory().appendingDirectory(*name))
+              : std::nullopt;
+} catch (const std::filesystem::filesystem_error&) {
+  return std::nullopt;
+}
+
 }  // namespace
 
-TemporaryFiles::~TemporaryFiles() {
+TemporaryFiles::TemporaryFiles() : _directory(newDirectory()) {
+  if (const char* const directory = std::getenv(variable)) {
+    _directoryBefore = directory;
+  }
+  if (_directory) {
+    ::setenv(variable, _directory->path().c_str(), 1);
+  }
+}
+
+void TemporaryFiles::end() noexcept {
+  if (!_directory) {
+    return;
+  }
   std::error_code ignored;
-  for (const platform::FileURL& file : _written) {
-    std::filesystem::remove(file.path(), ignored);
-    std::filesystem::remove(file.path().parent_path(), ignored);
-  }
-  for (const platform::FileURL& directory : _noted) {
-    if (std::filesystem::is_directory(directory.path(), ignored)) {
-      std::filesystem::remove(directory.path(), ignored);
-    }
-  }
+  std::filesystem::remove_all(_directory->path(), ignored);
+  _directory.reset();
+  _directoryBefore ? ::setenv(variable, _directoryBefore->c_str(), 1) : ::unsetenv(variable);
 }
 
 std::optional<platform::FileURL> TemporaryFiles::write(const std::string& name,
@@ -36,25 +54,18 @@ std::optional<platform::FileURL> TemporaryFiles::write(const std::string& name,
     return std::nullopt;
   }
   const auto directory = platform::temporaryDirectory().appendingDirectory(*directoryName);
-  if (!platform::createDirectory(directory)) {
-    return std::nullopt;
-  }
   const platform::FileURL file = directory.appendingFile(name);
-  _written.push_back(file);
-  _directories.push_back(directory.absoluteString());
-  std::ofstream stream(file.path(), std::ios::binary);
-  stream.write(reinterpret_cast<const char*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
-  stream.close();
-  return stream ? std::optional(file) : std::nullopt;
+  const bool isWritten =
+      platform::createDirectory(directory) && platform::writeFileAtomically(file, bytes);
+  return isWritten ? std::optional(file) : std::nullopt;
 }
 
-void TemporaryFiles::note(const platform::FileURL& directory) {
-  _noted.push_back(directory);
-  _directories.push_back(directory.absoluteString());
+bool TemporaryFiles::isOneOfTheirURLs(std::string_view text) const {
+  return text.starts_with(scheme) && withoutTheirURLs(text) == "<url>";
 }
 
 std::string TemporaryFiles::withoutTheirURLs(std::string_view text) const {
+  const std::string directory = _directory ? _directory->absoluteString() : std::string();
   std::string result;
   while (true) {
     const std::size_t begin = text.find(scheme);
@@ -64,15 +75,9 @@ std::string TemporaryFiles::withoutTheirURLs(std::string_view text) const {
     }
     text.remove_prefix(begin);
     const std::string_view url = text.substr(0, text.find_first_not_of(charactersOfURLs));
-    result += covers(url) ? "<url>" : url;
+    result += _directory && url.starts_with(directory) ? "<url>" : url;
     text.remove_prefix(url.size());
   }
-}
-
-bool TemporaryFiles::covers(std::string_view url) const {
-  return std::ranges::any_of(_directories, [&](std::string_view directory) {
-    return url.starts_with(directory) || url == directory.substr(0, directory.size() - 1);
-  });
 }
 
 }  // namespace replay

@@ -8,38 +8,35 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace replay {
 
-/// The files and directories that come up while a scenario is replayed, below the directory for
-/// temporary files. Their names are random, so transcripts do not show them.
+/// The files and directories that come up while a scenario is replayed, the library's included:
+/// until `end` the process has a directory for temporary files that is these files' own. Names in
+/// it are random, so transcripts do not show them.
 class TemporaryFiles {
  public:
-  TemporaryFiles() = default;
+  TemporaryFiles();
   TemporaryFiles(const TemporaryFiles&) = delete;
   TemporaryFiles& operator=(const TemporaryFiles&) = delete;
+  ~TemporaryFiles() { end(); }
 
-  /// Removes what `write` wrote, and the noted directories that are empty.
-  ~TemporaryFiles();
+  /// Removes all of them, and gives the process its directory back.
+  void end() noexcept;
 
   /// Writes a file into a directory of its own; absent when the system refuses.
   [[nodiscard]] std::optional<platform::FileURL> write(const std::string& name,
                                                        std::span<const std::byte> bytes);
 
-  /// Takes notice of a directory that the library made.
-  void note(const platform::FileURL& directory);
+  /// Whether a text is the `file:` URL of one of them.
+  [[nodiscard]] bool isOneOfTheirURLs(std::string_view text) const;
 
-  /// The text with `<url>` for each `file:` URL in it that names one of the directories or
-  /// something in them.
+  /// The text with `<url>` for each of their URLs in it.
   [[nodiscard]] std::string withoutTheirURLs(std::string_view text) const;
 
  private:
-  [[nodiscard]] bool covers(std::string_view url) const;
-
-  std::vector<platform::FileURL> _written;
-  std::vector<platform::FileURL> _noted;
-  std::vector<std::string> _directories;  // the URLs of all of them, with the "/" at the end
+  std::optional<std::string> _directoryBefore;  // as the environment has it
+  std::optional<platform::FileURL> _directory;
 };
 
 }  // namespace replay

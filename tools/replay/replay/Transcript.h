@@ -15,7 +15,7 @@
 namespace replay {
 
 /// Everything that one replay of a scenario keeps: what it has printed, what it has bound to names,
-/// and the files that came up. Observers that print share it.
+/// and the files that come up. Observers that print share it.
 class Transcript {
  public:
   /// `output` must outlive the transcript, or `end`.
