@@ -34,6 +34,14 @@ class SilentModuleEngine : public KRAVTWVEngineVexil {
 
 SilentModuleEngine::~SilentModuleEngine() = default;
 
+class ModuleDates : public KRAVTWVRelativeDateTransformer {
+ public:
+  ModuleDates() = default;
+  ~ModuleDates() override;
+};
+
+ModuleDates::~ModuleDates() = default;
+
 }  // namespace host
 
 namespace {
@@ -41,7 +49,7 @@ namespace {
 constexpr std::array tables = std::to_array<platform::EmbeddedStrings>({
     {"en", R"("domain.both" = "The module's"; "domain.module" = "The module's alone";
               "engine.ondemand.available" = "The module's";
-              "engine.scheduler.pending" = "Queue";)"},
+              "engine.scheduler.pending" = "Queue"; "tomorrow.%@" = "One day more: %@";)"},
 });
 const platform::BundleRegistration registration(&tables, tables);
 
@@ -57,4 +65,8 @@ void makeModuleEngine(bool saysItsClass, std::shared_ptr<KRAVTWVEngineVexil>& en
   } else {
     engine = std::make_shared<host::SilentModuleEngine>();
   }
+}
+
+void makeModuleDates(std::shared_ptr<KRAVTWVRelativeDateTransformer>& dates) {
+  dates = std::make_shared<host::ModuleDates>();
 }

@@ -4,6 +4,7 @@
 #include <platform/Value.h>
 #include <vexil/KRAVTWVItemVexil.h>
 #include <vexil/KRAVTWVItemsVexil.h>
+#include <vexil/KRAVTWVRelativeDateTransformer.h>
 
 #include <memory>
 
@@ -14,3 +15,6 @@ extern "C" void makeModuleDomain(const platform::Value& record,
 /// Makes one of the module's own engines: one that says from the start which class it is, or one
 /// that does not.
 extern "C" void makeModuleEngine(bool saysItsClass, std::shared_ptr<KRAVTWVEngineVexil>& engine);
+
+/// Makes the module's own transformer of dates.
+extern "C" void makeModuleDates(std::shared_ptr<KRAVTWVRelativeDateTransformer>& dates);

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // A label is translated by the tables of the module that holds the own class of the item, or of the
-// collection that makes it.
+// collection that makes it; so are the words of a transformer of dates.
 #include "HostModule.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <platform/Bundle.h>
+#include <platform/Clock.h>
+#include <support/DateTesting.h>
 #include <ternwood/Ternwood.h>
 
 #include <array>
@@ -39,6 +41,8 @@ struct HostModule : testing::Test {
     ASSERT_NE(make, nullptr);
     makeEngine = reinterpret_cast<decltype(makeEngine)>(::dlsym(module, "makeModuleEngine"));
     ASSERT_NE(makeEngine, nullptr);
+    makeDates = reinterpret_cast<decltype(makeDates)>(::dlsym(module, "makeModuleDates"));
+    ASSERT_NE(makeDates, nullptr);
   }
   [[nodiscard]] Value moduleLabel(const char* name) const {
     std::shared_ptr<KRAVTWVItemVexil> item;
@@ -48,6 +52,7 @@ struct HostModule : testing::Test {
   void* module = nullptr;  // stays loaded: its tables are known to the program from now on
   decltype(&makeModuleDomain) make = nullptr;
   decltype(&makeModuleEngine) makeEngine = nullptr;
+  decltype(&makeModuleDates) makeDates = nullptr;
 };
 
 /// The labels of an engine's groups, one after the other.
@@ -102,6 +107,28 @@ TEST_F(HostModule, LabelsTheGroupsOfAnEngineThatDoesNotSayItsClassOnceItIsMade) 
 
 TEST_F(HostModule, LeavesTheGroupsOfTheLibrarysEngineAlone) {
   EXPECT_EQ(labelsOf(KRAVTWVEngineVexil()), "Running, On Demand, Pending");
+}
+
+/// The texts of a date of today and of one of tomorrow at half past ten.
+std::string textsOf(const KRAVTWVRelativeDateTransformer& dates) {
+  dates.dateFormatter()->setLocaleIdentifier("de_DE");
+  dates.dateFormatter()->setTimeZoneName("UTC");
+  const test::User user("de_DE", "UTC");
+  const platform::ScopedClock clock(test::at(2026, 1, 14, 10, 30));
+  return dates.transformedValue(test::at(2026, 1, 14, 10, 30)).displayText() + ", " +
+         dates.transformedValue(test::at(2026, 1, 15, 10, 30)).displayText();
+}
+
+TEST_F(HostModule, HasItsOwnWordsForTodayAndTomorrow) {
+  std::shared_ptr<KRAVTWVRelativeDateTransformer> dates;
+  makeDates(dates);
+  ASSERT_NE(dates, nullptr);
+  // It has none for today: the key is the format.
+  EXPECT_EQ(textsOf(*dates), "today.10:30, One day more: 10:30");
+}
+
+TEST_F(HostModule, LeavesTheLibrarysWordsForTodayAndTomorrowAlone) {
+  EXPECT_EQ(textsOf(KRAVTWVRelativeDateTransformer()), "Today, 10:30, Tomorrow, 10:30");
 }
 
 }  // namespace
