@@ -13,6 +13,8 @@ namespace monitor {
 const char* const usage =
     R"(usage: ternwood-monitor [--root DIR] [--outline WHICH] [--services TYPE]
                         [--follow [--announcements]] [--colour WHEN]
+       ternwood-monitor [--root DIR] [--outline WHICH] [--paths | --copy PATH]
+       ternwood-monitor --open FILE [--paths | --copy PATH]
        ternwood-monitor [--root DIR] --simulate HOURS [--colour WHEN]
 
 Shows cron at work as outlines: the jobs of all tables (events); what runs now, what can be run on
@@ -27,14 +29,19 @@ demand and what is due next (engine); and what is on the network (services).
                     tables at once, of processes, scripts and the clock once a minute
   --announcements   tell the announcements of an outline as they come instead: those of the events,
                     or of the one that --outline names
+  --paths           show for each item of the outlines its path, a tab and its name
+  --copy PATH       put the item at a path of the outlines shown on the pasteboard, and tell for
+                    each type what somebody who pastes it gets, the file in a new directory for
+                    temporary ones included; the first outline that has such an item counts
+  --open FILE       show the jobs of a schedule file, such as the one that --copy tells the URL of
   --simulate HOURS  run the jobs of the tables through so many hours in fast motion, from a fixed
                     night in Berlin on, and print every change and what it cost
   --colour WHEN     auto (on a terminal, the default), always or never
   --help            this text
 
-Exit status: 0 in order, 1 when there are no tables to be read or services cannot be browsed, 2 wrong
-usage. A line of a table that cannot be understood is a warning on standard error; the other lines
-are used.
+Exit status: 0 in order, 1 when there are no tables or no schedule to be read, services cannot be
+browsed or there is nothing to be copied, 2 wrong usage. A line of a table that cannot be understood
+is a warning on standard error; the other lines are used.
 )";
 
 namespace {
@@ -72,13 +79,23 @@ std::chrono::hours hoursFrom(const std::string& text) {
   return std::chrono::hours(hours);
 }
 
-void checkTogether(const Options& options) {
+void checkTogether(const Options& options, bool hasRoot) {
   if (options.announcements && !options.follow) {
     throw WrongUsage("--announcements goes with --follow");
   }
-  if (options.simulated &&
-      (options.follow || options.services || options.outline != Options::Outline::all)) {
+  const bool exchanges = options.opened || options.copied || options.paths;
+  const bool selects = options.services || options.outline != Options::Outline::all;
+  if (options.simulated && (options.follow || selects || exchanges)) {
     throw WrongUsage("--simulate goes with --root and --colour only");
+  }
+  if (options.opened && (hasRoot || selects)) {
+    throw WrongUsage("--open goes with --paths, --copy and --colour only");
+  }
+  if (exchanges && options.follow) {
+    throw WrongUsage("--follow goes without --open, --copy and --paths");
+  }
+  if (options.copied && options.paths) {
+    throw WrongUsage("--copy goes without --paths");
   }
 }
 
@@ -86,6 +103,7 @@ void checkTogether(const Options& options) {
 
 Options parseOptions(const std::vector<std::string>& arguments) {
   Options options;
+  bool hasRoot = false;
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::string& argument = arguments[i];
     const auto value = [&]() -> const std::string& {
@@ -96,12 +114,19 @@ Options parseOptions(const std::vector<std::string>& arguments) {
     };
     if (argument == "--root") {
       options.root = value();
+      hasRoot = true;
     } else if (argument == "--outline") {
       options.outline = chosen(outlines, argument, value());
     } else if (argument == "--services") {
       options.services = value();
     } else if (argument == "--simulate") {
       options.simulated = hoursFrom(value());
+    } else if (argument == "--open") {
+      options.opened = value();
+    } else if (argument == "--copy") {
+      options.copied = value();
+    } else if (argument == "--paths") {
+      options.paths = true;
     } else if (argument == "--follow") {
       options.follow = true;
     } else if (argument == "--announcements") {
@@ -114,7 +139,7 @@ Options parseOptions(const std::vector<std::string>& arguments) {
       throw WrongUsage("unknown argument " + argument);
     }
   }
-  checkTogether(options);
+  checkTogether(options, hasRoot);
   return options;
 }
 

@@ -19,6 +19,9 @@ struct Options {
   Outline outline = Outline::all;
   std::optional<std::string> services;          ///< the type to browse for
   std::optional<std::chrono::hours> simulated;  ///< how long, where a simulation is asked for
+  std::optional<std::string> opened;            ///< a schedule file, in place of the root
+  std::optional<std::string> copied;            ///< the path of an item
+  bool paths = false;
   bool follow = false;
   bool announcements = false;
   bool help = false;

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "monitor/Outline.h"
 
-#include <chrono>
-
-#include "monitor/EngineRecords.h"
 #include "monitor/EventRecords.h"
 #include "monitor/Grid.h"
+#include "monitor/Text.h"
 
 namespace monitor {
 
@@ -18,28 +16,17 @@ void addEvent(Grid& grid, const KRAVTWVItemVexil& item, const Style& style) {
   Grid::Row row;
   row.faint = !item.enabled();
   row.mark = item.enabled() ? style.green("●") : style.red("○");
-  row.cells = {item.label().displayText(), textOf(record, kMonitorSchedule),
-               textOf(record, kMonitorUser)};
-  row.tail = textOf(record, kMonitorCommand);
+  // A schedule that was read from a file may hold anything.
+  row.cells = {printable(item.label().displayText()), printable(textOf(record, kMonitorSchedule)),
+               printable(textOf(record, kMonitorUser))};
+  row.tail = printable(textOf(record, kMonitorCommand));
   grid.addRow(std::move(row));
 }
 
-std::string dueText(Instant due, Instant now, const Zone& zone) {
-  using std::chrono::days;
-  const auto today = std::chrono::floor<days>(zone.localTime(now));
-  const auto day = std::chrono::floor<days>(zone.localTime(due));
-  if (day == today || day == today + days(1)) {
-    return localized(day == today ? "today.%@" : "tomorrow.%@",
-                     zone.userText(due, Zone::Form::time));
-  }
-  return zone.userText(due, Zone::Form::dayAndTime);
-}
-
 /// What an item of the engine is doing, or when it will.
-std::string stateOf(const KRAVTWVItemVexil& item, Instant now, const Zone& zone) {
+std::string stateOf(const KRAVTWVItemVexil& item, const platform::ValueTransformer& dates) {
   if (const auto* trigger = dynamic_cast<const KRAVTWVQueuedTriggerVexil*>(&item)) {
-    const auto date = trigger->triggerDate().date();
-    return date ? dueText(instantOf(*date), now, zone) : std::string();
+    return dates.transformedValue(trigger->triggerDate()).displayText();
   }
   const auto* active = dynamic_cast<const KRAVTWVActiveEventVexil*>(&item);
   return active == nullptr ? std::string() : active->activity().displayText();
@@ -79,7 +66,7 @@ std::string eventsOutline(const KRAVTWVEventStoreVexil& events, const Style& sty
          (disabled > 0 ? ", " + std::to_string(disabled) + " disabled\n" : "\n") + grid.text(style);
 }
 
-std::string engineOutline(const KRAVTWVEngineVexil& engine, Instant now, const Zone& zone,
+std::string engineOutline(const KRAVTWVEngineVexil& engine, const platform::ValueTransformer& dates,
                           const Style& style) {
   Grid grid;
   for (const auto& group : *engine.root()->children()) {
@@ -89,7 +76,7 @@ std::string engineOutline(const KRAVTWVEngineVexil& engine, Instant now, const Z
       const Value record = event == nullptr ? Value() : event->representedEvent();
       Grid::Row row;
       row.mark = markOf(*item, style);
-      row.cells = {item->label().displayText(), stateOf(*item, now, zone),
+      row.cells = {item->label().displayText(), stateOf(*item, dates),
                    textOf(record, kMonitorTableName)};
       row.tail = textOf(record, kMonitorCommand);
       grid.addRow(std::move(row));
@@ -99,6 +86,38 @@ std::string engineOutline(const KRAVTWVEngineVexil& engine, Instant now, const Z
          " running, " + std::to_string(engine.onDemandAvailable().elements().size()) +
          " on demand, " + std::to_string(engine.pendingTriggers().elements().size()) +
          " pending\n" + grid.text(style);
+}
+
+std::string scheduleRows(const KRAVTWVItemVexil& schedule, const Style& style) {
+  Grid grid;
+  for (const auto& event : *schedule.children()) {
+    addEvent(grid, *event, style);
+  }
+  return grid.text(style);
+}
+
+std::string scheduleOutline(const KRAVTWVItemVexil& schedule, const Style& style) {
+  return style.bold("Schedule") + "  " + counted(schedule.children()->size(), "job") + "\n" +
+         scheduleRows(schedule, style);
+}
+
+std::string pathsOutline(const KRAVTWVItemVexil& root, const Style& style) {
+  std::string text;
+  const auto add = [&](const std::string& path, const KRAVTWVItemVexil& item) {
+    text += printable(path) + "\t" + style.faint(printable(item.label().displayText())) + "\n";
+  };
+  // By the way down. The way up from an item can be another: what stands under the only table is
+  // shown without it.
+  const std::string top = "/" + root.uniqueID().displayText();
+  add(top, root);
+  for (const auto& item : *root.children()) {
+    const std::string path = top + "/" + item->uniqueID().displayText();
+    add(path, *item);
+    for (const auto& below : *item->children()) {
+      add(path + "/" + below->uniqueID().displayText(), *below);
+    }
+  }
+  return text;
 }
 
 std::string servicesOutline(const KRAVTWVServicesVexil& services, const Style& style) {

@@ -2,7 +2,6 @@
 #include "monitor/Zone.h"
 
 #include <unicode/basictz.h>
-#include <unicode/datefmt.h>
 #include <unicode/simpletz.h>
 #include <unicode/timezone.h>
 #include <unicode/tzrule.h>
@@ -116,18 +115,8 @@ std::string Zone::text(Instant instant, bool withSeconds) const {
   return {text.data(), static_cast<std::size_t>(withSeconds ? length : length - secondsLength)};
 }
 
-std::string Zone::userText(Instant instant, Form form) const {
-  using icu::DateFormat;
-  const auto day = form == Form::time ? DateFormat::kNone : DateFormat::kShort;
-  const std::unique_ptr<DateFormat> format(
-      DateFormat::createDateTimeInstance(day, DateFormat::kShort));
-  if (!format) {
-    return text(instant);
-  }
-  format->setTimeZone(*_rules->zone);
-  icu::UnicodeString formatted;
-  std::string result;
-  return format->format(dateOf(instant), formatted).toUTF8String(result);
+void Zone::makeDefault() const {
+  icu::TimeZone::setDefault(*_rules->zone);
 }
 
 std::string Zone::name() const {

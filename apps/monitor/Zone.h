@@ -44,11 +44,8 @@ class Zone {
   /// "2026-03-29 03:05" by the clocks of the zone; with seconds: "2026-03-29 03:05:09".
   [[nodiscard]] std::string text(Instant instant, bool seconds = false) const;
 
-  /// The time by the clocks of the zone as the user writes it, and the day in front of it or not:
-  /// "3:05 PM" and "3/29/26, 3:05 PM" in the United States. The user's language is that of ICU's
-  /// default locale.
-  enum class Form { time, dayAndTime };
-  [[nodiscard]] std::string userText(Instant instant, Form form) const;
+  /// Makes it the user's zone, by which dates are shown and days counted: ICU's default.
+  void makeDefault() const;
 
   [[nodiscard]] std::string name() const;
 

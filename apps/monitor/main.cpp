@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <platform/Clock.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <vexil/KRAVTWVRelativeDateTransformer.h>
 
 #include <algorithm>
 #include <chrono>
@@ -13,6 +15,8 @@
 #include <stdexcept>
 
 #include "monitor/Changes.h"
+#include "monitor/EngineRecords.h"
+#include "monitor/Exchange.h"
 #include "monitor/Host.h"
 #include "monitor/Options.h"
 #include "monitor/Outline.h"
@@ -51,7 +55,7 @@ void warn(const std::vector<monitor::Warning>& warnings) {
 }
 
 monitor::Instant currentInstant() {
-  return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  return monitor::instantOf(platform::currentDate());
 }
 
 Style styleFor(const Options& options) {
@@ -63,6 +67,17 @@ Style styleFor(const Options& options) {
                sized ? size.ws_col : Style::anyWidth);
 }
 
+/// Copies the item that the options name, or shows the paths of all.
+void showItems(const Options& options, const monitor::Items& roots, const Style& style) {
+  if (options.copied) {
+    std::cout << monitor::copied(monitor::itemAt(*options.copied, roots), style);
+    return;
+  }
+  for (const auto& root : roots) {
+    std::cout << monitor::pathsOutline(*root, style);
+  }
+}
+
 /// Shows the outlines of a root, and follows what happens to them.
 class Program {
  public:
@@ -70,6 +85,8 @@ class Program {
       : _options(options),
         _style(styleFor(options)),
         _host(options.root, monitor::Zone::ofMachine()) {
+    // A rule in TZ is none that ICU would find by itself.
+    _host.zone().makeDefault();
     if (options.services) {
       _services = std::make_unique<monitor::ServicesSource>(*options.services,
                                                             _host.collections().services);
@@ -79,6 +96,10 @@ class Program {
   void show() {
     warn(_host.refresh(currentInstant()));
     findServices();
+    if (_options.copied || _options.paths) {
+      showItems(_options, shownRoots(), _style);
+      return;
+    }
     const monitor::Collections& collections = _host.collections();
     std::string text;
     const auto add = [&](Options::Outline which, const std::string& outline) {
@@ -87,8 +108,7 @@ class Program {
       }
     };
     add(Options::Outline::events, eventsOutline(*collections.events, _style));
-    add(Options::Outline::engine,
-        engineOutline(*collections.engine, currentInstant(), _host.zone(), _style));
+    add(Options::Outline::engine, engineOutline(*collections.engine, *_dates, _style));
     add(Options::Outline::services, servicesOutline(*collections.services, _style));
     std::cout << text;
     takeAnnouncements();
@@ -130,6 +150,20 @@ class Program {
     }
     _services->wait(left, watcher.descriptor());
     return watcher.drain();
+  }
+
+  [[nodiscard]] monitor::Items shownRoots() {
+    const monitor::Collections& collections = _host.collections();
+    monitor::Items roots;
+    const auto add = [&](Options::Outline which, const KRAVTWVItemsVexil& collection) {
+      if (_options.shows(which)) {
+        roots.push_back(collection.root());
+      }
+    };
+    add(Options::Outline::events, *collections.events);
+    add(Options::Outline::engine, *collections.engine);
+    add(Options::Outline::services, *collections.services);
+    return roots;
   }
 
   void findServices() {
@@ -185,6 +219,8 @@ class Program {
   const Options& _options;
   Style _style;
   monitor::Host _host;
+  const std::shared_ptr<KRAVTWVRelativeDateTransformer> _dates =
+      std::make_shared<KRAVTWVRelativeDateTransformer>();
   std::unique_ptr<monitor::ServicesSource> _services;
 };
 
@@ -202,6 +238,15 @@ void show(const Options& options) {
   program.follow(watcher);
 }
 
+void open(const Options& options) {
+  const auto schedule = monitor::openedSchedule(*options.opened);
+  if (options.copied || options.paths) {
+    showItems(options, {schedule}, styleFor(options));
+  } else {
+    std::cout << monitor::scheduleOutline(*schedule, styleFor(options));
+  }
+}
+
 void simulate(const Options& options) {
   monitor::Simulation simulation(options.root, styleFor(options),
                                  [](const std::string& line) { std::cout << line << '\n'; });
@@ -217,6 +262,8 @@ int main(int argc, char** argv) try {
     std::cout << monitor::usage;
   } else if (options.simulated) {
     simulate(options);
+  } else if (options.opened) {
+    open(options);
   } else {
     show(options);
   }

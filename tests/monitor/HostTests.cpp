@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <platform/Bundle.h>
+#include <vexil/KRAVTWVRelativeDateTransformer.h>
 
 #include <chrono>
 #include <filesystem>
@@ -45,6 +46,7 @@ class HostOfARoot : public testing::Test {
   Host _host{_root.path(), Zone::named("UTC")};
   Instant _now = sys_days(2026y / 5 / 4) + 12h;
   const Style _plain{false};
+  const KRAVTWVRelativeDateTransformer _dates;
 };
 
 TEST_F(HostOfARoot, ShowsADomainATable) {
@@ -75,7 +77,7 @@ TEST_F(HostOfARoot, ShowsWhatRunsWhatCanBeRunAndWhatIsDue) {
   refresh();
   EXPECT_EQ(labelsOf(*collections().engine),
             (Lines{"Running", "  A", "On Demand", "  script", "Pending", "  B", "  A"}));
-  EXPECT_EQ(engineOutline(*collections().engine, _now, _host.zone(), _plain).substr(0, 45),
+  EXPECT_EQ(engineOutline(*collections().engine, _dates, _plain).substr(0, 45),
             "Engine  1 running, 1 on demand, 2 pending\n  R");
 }
 

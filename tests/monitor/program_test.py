@@ -180,11 +180,23 @@ class Shows(unittest.TestCase):
         for arguments in (["--unknown"], ["--root"], ["--announcements"], ["--colour", "pink"],
                           ["--outline"], ["--outline", "pink"], ["--services"],
                           ["--simulate", "0"], ["--simulate", "1h"], ["--simulate", "99999"],
-                          ["--simulate", "1", "--follow"],
+                          ["--simulate", "1", "--follow"], ["--simulate", "1", "--paths"],
+                          ["--simulate", "1", "--copy", "/root"], ["--copy"], ["--open"],
+                          ["--open", "x", "--root", SAMPLE], ["--open", "x", "--follow"],
+                          ["--open", "x", "--outline", "events"], ["--copy", "/root", "--follow"],
+                          ["--copy", "/root", "--paths"], ["--paths", "--follow"],
                           ["--simulate", "1", "--outline", "events"]):
             result = show(*arguments)
             self.assertEqual((result.returncode, result.stdout), (2, ""), arguments)
             self.assertIn("usage:", result.stderr)
+
+    def test_a_path_for_each_item(self):
+        lines = show("--root", SAMPLE, "--outline", "events", "--paths").stdout.splitlines()
+        jobs = int(outline("events")[0].split()[1])
+        tables = int(outline("events")[0].split()[4])
+        self.assertEqual(len(lines), 1 + jobs + tables)
+        self.assertEqual(len({line.split("\t")[0] for line in lines}), len(lines))
+        self.assertIn("/root/etc/cron.d/backup\tcron.d/backup", lines)
 
     def test_one_warning_for_a_line_that_cannot_be_understood(self):
         with tempfile.TemporaryDirectory() as root:
@@ -197,6 +209,82 @@ class Shows(unittest.TestCase):
                              "ternwood-monitor: etc/cron.d/x:1: minute 61 is out of range 0-59\n")
             self.assertIn("fine", result.stdout)
             self.assertIn("1 job in 1 table", result.stdout)
+
+
+class Exchanges(unittest.TestCase):
+    def setUp(self):
+        self.directory = tempfile.TemporaryDirectory()
+        self.environment = ENGLISH | {"TMPDIR": self.directory.name}
+
+    def tearDown(self):
+        self.directory.cleanup()
+
+    def show(self, *arguments):
+        return show(*arguments, environment=self.environment)
+
+    def path_of(self, name, which="events"):
+        lines = show("--root", SAMPLE, "--outline", which, "--paths").stdout.splitlines()
+        return next(line.split("\t")[0] for line in lines if line.endswith("\t" + name))
+
+    def test_a_job_is_copied_in_four_types(self):
+        result = self.show("--root", SAMPLE, "--copy", self.path_of("Home directories"))
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        lines = result.stdout.splitlines()
+        self.assertEqual([line.split("  ")[0] for line in lines if not line.startswith(" ")],
+                         ["org.ternwood.event", "org.ternwood.schedule", "public.file-url",
+                          "public.utf8-plain-text"])
+        self.assertIn("    kTWEventName      Home directories", lines)
+        self.assertIn("    monitor.schedule  15 3 * * *", lines)
+        url = next(line.strip() for line in lines if line.strip().startswith("file://"))
+        self.assertTrue(url.endswith("/Home%20directories.twschedule"), url)
+        opened = self.show("--open", url)
+        self.assertEqual((opened.returncode, opened.stderr), (0, ""))
+        rows = opened.stdout.splitlines()
+        self.assertEqual((rows[0], len(rows)), ("Schedule  1 job", 2))
+        self.assertRegex(rows[1], r"● Home directories  15 3 \* \* \*  ")
+
+    def test_what_is_pending_is_copied_opened_and_copied_again(self):
+        copied = self.show("--root", SAMPLE, "--outline", "engine", "--copy",
+                           "/root/scheduler.pending").stdout
+        files = list(pathlib.Path(self.directory.name).rglob("*.twschedule"))
+        self.assertEqual([file.name for file in files], ["Pending.twschedule"])
+        self.assertEqual(files[0].read_bytes()[:8], b"bplist00")
+        self.assertIn("    a file of %d bytes" % files[0].stat().st_size, copied.splitlines())
+        opened = self.show("--open", files[0]).stdout.splitlines()
+        count = int(outline("engine")[0].split()[-2])
+        self.assertEqual((opened[0], len(opened)), ("Schedule  %d jobs" % count, count + 1))
+        paths = self.show("--open", files[0], "--paths").stdout.splitlines()
+        self.assertEqual(paths[0], "/public.file-url\tpublic.file-url")
+        again = self.show("--open", files[0], "--copy", paths[1].split("\t")[0])
+        self.assertEqual((again.returncode, again.stderr), (0, ""))
+        self.assertTrue(again.stdout.startswith("org.ternwood.event  "))
+        self.assertTrue(again.stdout.endswith("    " + paths[1].split("\t")[1] + "\n"))
+
+    def fails(self, pattern, *arguments):
+        result = self.show(*arguments)
+        self.assertEqual((result.returncode, result.stdout), (1, ""), arguments)
+        self.assertRegex(result.stderr, "^ternwood-monitor: .*" + pattern + ".*\n$")
+
+    def test_an_unknown_path(self):
+        self.fails("no item at /root/x$", "--root", SAMPLE, "--copy", "/root/x")
+        # It is there, in an outline that is not shown.
+        self.fails("no item at /root/scheduler.pending$", "--root", SAMPLE, "--outline", "events",
+                   "--copy", "/root/scheduler.pending")
+
+    def test_an_item_that_cannot_be_copied(self):
+        self.fails("cron.d/backup cannot be copied", "--root", SAMPLE, "--copy",
+                   "/root/etc/cron.d/backup")
+        self.fails("Reachability cannot be copied", "--root", SAMPLE, "--outline", "engine",
+                   "--copy", self.path_of("Reachability", "engine"))
+
+    def test_a_file_that_is_no_schedule(self):
+        table = os.path.join(SAMPLE, "etc/crontab")
+        self.fails(re.escape(table) + ": this is no schedule", "--open", table)
+        record = pathlib.Path(self.directory.name, "record.plist")
+        record.write_text("{ a = b; }")
+        self.fails("this is no schedule", "--open", record)
+        self.fails("there is no such file", "--open", "/does/not/exist")
+        self.fails("there is no such file", "--open", self.directory.name)
 
 
 class Follows(unittest.TestCase):
