@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Demand.h"
+
 #include <platform/PropertyList.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <span>
 
 namespace fuzz {
@@ -20,11 +21,6 @@ inline void checkReader(decltype(&platform::readPropertyList) read, const std::u
   const auto bytes = std::as_bytes(std::span(data, size));
   const auto first = read(bytes, limits);
   const auto second = read(bytes, limits);
-  const auto demand = [](bool holds) {
-    if (!holds) {
-      std::abort();
-    }
-  };
   demand(static_cast<bool>(first) == static_cast<bool>(second));
   if (first) {
     demand(*first == *second);
