@@ -32,7 +32,9 @@ function(ternwoodvexil_warnings target)
             -Wformat=2
             -Wimplicit-fallthrough)
   # GCC 12 takes std::string's own operator+ for an overlapping copy when it optimises (PR 105651).
-  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+  # And a value that shares nothing for one whose pointer is null.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
+                                           $<$<CXX_COMPILER_ID:GNU>:-Wno-null-dereference>)
   if(TERNWOODVEXIL_SANITIZE)
     # It also takes what the sanitizers add for uses of what is not initialised, as its manual warns.
     target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)

@@ -200,6 +200,33 @@ TEST(ItemAtomicity, OfTheNetService) {
   EXPECT_EQ(wrong, 0);
 }
 
+// --- observers
+
+TEST(TreeAtomicity, OfAnObserverOfTreesOnEveryThread) {
+  // The trees share the lists that the observer stands in.
+  const auto observer = std::make_shared<platform::Observer>();
+  static constexpr platform::ContextToken context("context");
+  std::atomic<int> wrong{0};
+  const auto comeAndGo = [&](int round) {
+    const auto tree = plainItem("root", {plainItem("a", {plainItem("b")}), plainItem("c")});
+    const auto add = [&] {
+      tree->addObserverForRecursiveChildrenWithOptionContext(
+          observer, platform::ObservingOptions::both, &context);
+    };
+    add();
+    if (round % 2 == 0) {
+      add();
+      tree->removeObserverForRecursiveChildrenWithContext(observer, &context);
+    }
+    if (round % 3 != 0) {
+      tree->removeObserverForRecursiveChildrenWithContext(observer, &context);
+    }
+    wrong += tree->isObserved() == (round % 3 == 0) ? 0 : 1;
+  };
+  atOnce({comeAndGo, comeAndGo, comeAndGo, comeAndGo});
+  EXPECT_EQ(wrong, 0);
+}
+
 // --- collections
 
 TEST(CollectionAtomicity, OfTheRoot) {

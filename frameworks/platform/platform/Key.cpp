@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <platform/Key.h>
 
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <cstring>
 #include <mutex>
 #include <new>
@@ -96,7 +99,16 @@ std::size_t Key::hash() const noexcept {
 }
 
 std::size_t hashOfText(std::string_view text) noexcept {
-  return std::hash<std::string_view>{}(text);
+  constexpr std::size_t most = 23;  // what a value holds without an allocation
+  if (text.size() > most) {
+    return std::hash<std::string_view>{}(text);
+  }
+  // As the bits of such a value: the characters, zeros, and the length at the end.
+  std::array<char, most + 1> bytes{};
+  std::ranges::copy(text, bytes.begin());
+  bytes[most] = static_cast<char>(text.size());
+  const auto words = std::bit_cast<std::array<std::uint64_t, 3>>(bytes);
+  return detail::hashOfShortText(words[0], words[1], words[2]);
 }
 
 }  // namespace platform

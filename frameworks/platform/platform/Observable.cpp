@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <platform/Error.h>
+#include <platform/ManyRegistrations.h>
 #include <platform/Observable.h>
 #include <platform/ObserverList.h>
 
@@ -190,6 +191,16 @@ struct ChangeInProgress {
 thread_local ChangeInProgress* ChangeInProgress::innermost = nullptr;
 
 }  // namespace detail
+
+void detail::ListChanges::settle(ListChange change) noexcept {
+  ObserverList::retain(change.after, change.repetitions);
+  ObserverList::release(change.before, change.repetitions + 1);
+  ObserverList::release(change.after);
+}
+
+ObserverList* detail::ListChanges::retainedListOf(const Observable& object) noexcept {
+  return ObserverList::retain(object._observers);
+}
 
 PendingChange::PendingChange() noexcept = default;
 PendingChange::PendingChange(PendingChange&&) noexcept = default;

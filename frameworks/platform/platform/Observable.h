@@ -19,6 +19,7 @@ namespace platform {
 
 namespace detail {
 class ObserverList;
+class ListChanges;
 struct ChangeInProgress;
 }  // namespace detail
 
@@ -66,7 +67,7 @@ class [[nodiscard]] PendingChange {
 /// Cost: objects observed by the same observers under the same keys share one list of them, so
 /// registering an observer on every node of a tree allocates once, not once a node. Registering is
 /// constant; withdrawing the latest registration of an object too, an earlier one is linear in
-/// those made after it.
+/// those made after it. `ManyRegistrations` registers on many objects with less work for each.
 class Observable : public Object, public std::enable_shared_from_this<Observable> {
  public:
   ~Observable() override;
@@ -146,6 +147,7 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
   [[nodiscard]] detail::SpinLock& propertyLock() const noexcept { return _propertyLock; }
 
  private:
+  friend class detail::ListChanges;
   friend struct detail::ChangeInProgress;
   PendingChange begin(ChangeKind kind, const IndexSet* indexes, const Key& key);
   void finish(PendingChange change);

@@ -37,8 +37,8 @@ ObserverList* ObserverList::adding(ObserverList* list, const Registration& regis
   return made;
 }
 
-void ObserverList::release(ObserverList* list) noexcept {
-  while (list != nullptr && list->_references.release()) {
+void ObserverList::release(ObserverList* list, std::uint32_t times) noexcept {
+  while (list != nullptr && list->_references.release(times)) {
     ObserverList* before = list->_before;
     Successor& successor = successorOf(before);
     {
@@ -49,6 +49,7 @@ void ObserverList::release(ObserverList* list) noexcept {
     }
     delete list;
     list = before;
+    times = 1;
   }
 }
 

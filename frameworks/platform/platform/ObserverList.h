@@ -7,6 +7,7 @@
 #include <platform/SpinLock.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -39,13 +40,13 @@ class ObserverList {
   /// `list` (null for none) and one more registration; the caller owns a reference to the result.
   static ObserverList* adding(ObserverList* list, const Registration& registration);
 
-  static ObserverList* retain(ObserverList* list) noexcept {
+  static ObserverList* retain(ObserverList* list, std::uint32_t times = 1) noexcept {
     if (list != nullptr) {
-      list->_references.retain();
+      list->_references.retain(times);
     }
     return list;
   }
-  static void release(ObserverList* list) noexcept;
+  static void release(ObserverList* list, std::uint32_t times = 1) noexcept;
 
   [[nodiscard]] const Registration& last() const { return _last; }
   [[nodiscard]] ObserverList* before() const { return _before; }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <platform/SingleThreaded.h>
+
 #include <atomic>
 #include <cstdint>
 
@@ -9,11 +11,22 @@ namespace platform::detail {
 /// A reference count that starts at one and may be shared by threads.
 class RefCount {
  public:
-  void retain() const noexcept { _count.fetch_add(1, std::memory_order_relaxed); }
+  void retain(std::uint32_t times = 1) const noexcept {
+    if (isSingleThreaded()) {
+      _count.store(_count.load(std::memory_order_relaxed) + times, std::memory_order_relaxed);
+    } else {
+      _count.fetch_add(times, std::memory_order_relaxed);
+    }
+  }
 
-  /// True when the caller held the last reference and must destroy the object.
-  [[nodiscard]] bool release() const noexcept {
-    return _count.fetch_sub(1, std::memory_order_acq_rel) == 1;
+  /// True when the caller held the last references and must destroy the object.
+  [[nodiscard]] bool release(std::uint32_t times = 1) const noexcept {
+    if (isSingleThreaded()) {
+      const std::uint32_t left = _count.load(std::memory_order_relaxed) - times;
+      _count.store(left, std::memory_order_relaxed);
+      return left == 0;
+    }
+    return _count.fetch_sub(times, std::memory_order_acq_rel) == times;
   }
 
   /// Whether anybody else may refer to it as well.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <platform/SingleThreaded.h>
+
 #include <atomic>
 #include <thread>
 
@@ -11,6 +13,9 @@ namespace platform::detail {
 class SpinLock {
  public:
   void lock() noexcept {
+    if (isSingleThreaded()) {
+      return;  // and `unlock` finds nothing to undo
+    }
     for (int tries = 0; _held.exchange(true, std::memory_order_acquire); ++tries) {
       if (tries > 64) {
         std::this_thread::yield();

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <platform/Error.h>
 #include <platform/Value.h>
-#include <platform/ValueStorage.h>
 
 #include <algorithm>
 #include <unordered_map>
@@ -12,7 +11,7 @@ using detail::Bytes;
 using detail::Container;
 using detail::Shape;
 
-Value::Value(std::string_view text) {
+Value::Value(std::string_view text) : Value(tagAbsent) {
   if (text.size() <= maxInline) {
     _tag = static_cast<std::uint8_t>(text.size());
     if (!text.empty()) {
@@ -24,7 +23,7 @@ Value::Value(std::string_view text) {
   }
 }
 
-Value::Value(std::shared_ptr<Object> object) noexcept : _tag(tagAbsent) {
+Value::Value(std::shared_ptr<Object> object) noexcept : Value(tagAbsent) {
   if (object) {
     new (static_cast<void*>(_storage)) std::shared_ptr<Object>(std::move(object));
     _tag = tagObject;
@@ -40,14 +39,20 @@ Value Value::array(std::vector<Value> elements) {
 }
 
 Value Value::array(std::span<Value> elements) {
-  return {tagArray, Container::make(elements, nullptr)};
+  Container* container = Container::makeRaw(elements.size(), nullptr);
+  std::uninitialized_move(elements.begin(), elements.end(), container->first());
+  return {tagArray, container};
 }
 
 Value Value::array(std::initializer_list<Value> elements) {
-  Container* container = Container::make(elements.size(), nullptr);
-  std::ranges::copy(elements, container->values().begin());
+  Container* container = Container::makeRaw(elements.size(), nullptr);
+  std::uninitialized_copy(elements.begin(), elements.end(), container->first());
   return {tagArray, container};
 }
+
+ArrayMaker::ArrayMaker(std::size_t count)
+    : _array(Value::tagArray, Container::make(count, nullptr)),
+      _values(_array.load<Container*>()->values()) {}
 
 namespace {
 
@@ -102,9 +107,9 @@ Value Value::dictionary(std::vector<std::pair<Key, Value>> entries) {
   for (const auto& entry : entries) {
     keys.push_back(entry.first);
   }
-  Container* container = Container::make(entries.size(), Shape::intern(keys));
+  Container* container = Container::makeRaw(entries.size(), Shape::intern(keys));
   for (std::size_t i = 0; i < entries.size(); ++i) {
-    container->values()[i] = std::move(entries[i].second);
+    new (container->first() + i) Value(std::move(entries[i].second));
   }
   return {tagDictionary, container};
 }
@@ -113,33 +118,16 @@ Value Value::dictionary(std::initializer_list<std::pair<Key, Value>> entries) {
   return dictionary(std::vector<std::pair<Key, Value>>(entries));
 }
 
-void Value::share(const Value& other) noexcept {
-  if (_tag == tagObject) {
-    new (static_cast<void*>(_storage)) std::shared_ptr<Object>(other.objectSlot());
-    return;
-  }
-  std::memcpy(_storage, other._storage, sizeof _storage);
-  if (_tag == tagString || _tag == tagData) {
-    load<const Bytes*>()->references.retain();
-  } else {
-    load<Container*>()->references.retain();
-  }
-}
-
 void Value::drop() noexcept {
-  switch (_tag) {
-    case tagString:
-    case tagData:
-      if (load<const Bytes*>()->references.release()) {
-        Bytes::discard(load<const Bytes*>());
-      }
-      break;
-    case tagObject:
-      releaseWithoutRecursion(std::move(objectSlot()));
-      objectSlot().~shared_ptr();
-      break;
-    default:
-      Container::release(load<Container*>());
+  if (_tag == tagObject) {
+    releaseWithoutRecursion(std::move(objectSlot()));
+    objectSlot().~shared_ptr();
+  } else if (load<const detail::RefCount*>()->release()) {
+    if (_tag == tagString || _tag == tagData) {
+      Bytes::discard(load<const Bytes*>());
+    } else {
+      Container::discard(load<Container*>());
+    }
   }
 }
 
@@ -197,29 +185,13 @@ std::optional<Date> Value::date() const noexcept {
   return _tag == tagDate ? std::optional(Date{load<double>()}) : std::nullopt;
 }
 
-std::string_view Value::string() const noexcept {
-  if (_tag <= maxInline) {
-    return {reinterpret_cast<const char*>(_storage), _tag};
-  }
-  return _tag == tagString ? load<const Bytes*>()->text() : std::string_view();
-}
-
 std::span<const std::byte> Value::bytes() const noexcept {
   return _tag == tagData ? std::as_bytes(std::span(load<const Bytes*>()->text()))
                          : std::span<const std::byte>();
 }
 
-std::span<const Value> Value::elements() const noexcept {
-  return _tag == tagArray ? std::as_const(*load<Container*>()).values() : std::span<const Value>();
-}
-
 std::span<const Key> Value::keys() const noexcept {
   return _tag == tagDictionary ? load<Container*>()->shape->keys() : std::span<const Key>();
-}
-
-std::span<const Value> Value::values() const noexcept {
-  return _tag == tagDictionary ? std::as_const(*load<Container*>()).values()
-                               : std::span<const Value>();
 }
 
 const std::shared_ptr<Object>& Value::object() const noexcept {
@@ -236,13 +208,17 @@ const Value& absentValue() {
 
 }  // namespace
 
+const Value& FieldReader::absent() noexcept {
+  return absentValue();
+}
+
 const Value& Value::operator[](const Key& key) const noexcept {
   if (_tag != tagDictionary) {
     return absentValue();
   }
   const Container& container = *load<Container*>();
   const std::uint32_t position = container.shape->find(key);
-  return position < container.count ? container.values()[position] : absentValue();
+  return position < container.shape->count ? container.values()[position] : absentValue();
 }
 
 const Value& Value::operator[](std::string_view key) const noexcept {
@@ -251,15 +227,7 @@ const Value& Value::operator[](std::string_view key) const noexcept {
   }
   const Container& container = *load<Container*>();
   const std::uint32_t position = container.shape->find(key);
-  return position < container.count ? container.values()[position] : absentValue();
-}
-
-bool Value::sharesStorageWith(const Value& other) const noexcept {
-  if (_tag < tagString || _tag != other._tag) {
-    return false;
-  }
-  return _tag == tagObject ? objectSlot() == other.objectSlot()
-                           : load<const void*>() == other.load<const void*>();
+  return position < container.shape->count ? container.values()[position] : absentValue();
 }
 
 RecordShape::RecordShape(std::initializer_list<Key> keys)
@@ -284,9 +252,7 @@ RecordShape::~RecordShape() {
 }
 
 Value RecordShape::record(std::span<Value> values) const {
-  if (values.size() != _shape->count) {
-    throw InvalidArgument("a record needs a value for each of its keys");
-  }
+  checkCount(values.size());
   if (std::ranges::any_of(values, &Value::isAbsent)) {
     std::vector<std::pair<Key, Value>> entries;
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -294,14 +260,28 @@ Value RecordShape::record(std::span<Value> values) const {
     }
     return Value::dictionary(std::move(entries));
   }
-  Container* container = Container::make(values, _shape);
+  Container* container = Container::makeRaw(values.size(), _shape);
   _shape->references.retain();
+  std::uninitialized_move(values.begin(), values.end(), container->first());
   return {Value::tagDictionary, container};
 }
 
 Value RecordShape::record(std::initializer_list<Value> values) const {
-  std::vector<Value> copies(values);
-  return record(std::span(copies));
+  checkCount(values.size());
+  if (std::ranges::any_of(values, &Value::isAbsent)) {
+    std::vector<Value> copies(values);
+    return record(std::span(copies));
+  }
+  Container* container = Container::makeRaw(values.size(), _shape);
+  _shape->references.retain();
+  std::uninitialized_copy(values.begin(), values.end(), container->first());
+  return {Value::tagDictionary, container};
+}
+
+void RecordShape::checkCount(std::size_t count) const {
+  if (count != _shape->count) {
+    throw InvalidArgument("a record needs a value for each of its keys");
+  }
 }
 
 }  // namespace platform

@@ -4,6 +4,8 @@
 #include <platform/Key.h>
 #include <platform/Object.h>
 
+#include <algorithm>
+#include <array>
 #include <compare>
 #include <concepts>
 #include <cstddef>
@@ -73,19 +75,19 @@ class Value {
   };
 
   /// Absent.
-  Value() noexcept : _tag(tagAbsent) {}
+  Value() noexcept : Value(tagAbsent) {}
 
   /// The marker that stands for an absent value where something must stand.
   static Value null() noexcept { return Value(tagNull); }
 
   // Implicit, so that records can be written down as they read.
   // NOLINTBEGIN(google-explicit-constructor)
-  Value(std::same_as<bool> auto boolean) noexcept : _tag(tagBoolean) {
+  Value(std::same_as<bool> auto boolean) noexcept : Value(tagBoolean) {
     store(static_cast<std::int64_t>(boolean));
   }
   template <std::integral Integer>
     requires(!std::same_as<Integer, bool> && !std::same_as<Integer, char>)
-  Value(Integer integer) noexcept : _tag(tagInteger) {
+  Value(Integer integer) noexcept : Value(tagInteger) {
     if constexpr (sizeof(Integer) == sizeof(std::uint64_t) && std::unsigned_integral<Integer>) {
       _tag = integer > static_cast<std::uint64_t>(INT64_MAX) ? tagLargeInteger : tagInteger;
       store(static_cast<std::uint64_t>(integer));
@@ -95,8 +97,8 @@ class Value {
   }
   /// A lone character is neither text nor number.
   Value(std::same_as<char> auto) = delete;
-  Value(double real) noexcept : _tag(tagReal) { store(real); }
-  Value(Date date) noexcept : _tag(tagDate) { store(date.seconds); }
+  Value(double real) noexcept : Value(tagReal) { store(real); }
+  Value(Date date) noexcept : Value(tagDate) { store(date.seconds); }
   Value(std::string_view text);
   Value(const char* text) : Value(std::string_view(text)) {}
   Value(const std::string& text) : Value(std::string_view(text)) {}
@@ -124,21 +126,21 @@ class Value {
   static Value dictionary(std::vector<std::pair<Key, Value>> entries);
   static Value dictionary(std::initializer_list<std::pair<Key, Value>> entries);
 
-  Value(const Value& other) noexcept : _tag(other._tag) {
-    if (_tag < tagString) {
-      std::memcpy(_storage, other._storage, sizeof _storage);
-    } else {
+  Value(const Value& other) noexcept {
+    copyBits(other);
+    if (_tag >= tagString) {
       share(other);
     }
   }
-  Value(Value&& other) noexcept : _tag(other._tag) { take(other); }
+  Value(Value&& other) noexcept { take(other); }
   Value& operator=(const Value& other) noexcept { return *this = Value(other); }
   Value& operator=(Value&& other) noexcept {
-    if (this != &other) {
+    if (_tag < tagString) {
+      take(other);
+    } else if (this != &other) {
       // The old content goes last: letting go of it can run an object's destructor, and that may
       // look at this very value.
       const Value old(std::move(*this));
-      _tag = other._tag;
       take(other);
     }
     return *this;
@@ -195,18 +197,41 @@ class Value {
     return (*this)[std::string_view(key)];
   }
 
+  /// Begins to fetch from memory what the value shares, and of a dictionary what its values share:
+  /// for loops that will look at it some turns later.
+  void prefetch(std::size_t lines = 3) const noexcept;
+  void prefetchParts() const noexcept;
+
+  /// A number that whoever holds many dictionaries may leave on one, such as its place among them,
+  /// to find it again. All who share the dictionary share the number, and anybody may overwrite it,
+  /// so it says nothing until it is verified. 0 at first. Only of a dictionary.
+  [[nodiscard]] std::uint32_t hint() const noexcept;
+  void noteHint(std::uint32_t hint) const noexcept;
+
   /// Whether both share their storage, so that they are equal without a look inside: true of
   /// copies of one container, of references to one object, never of plain numbers and short
   /// strings.
   [[nodiscard]] bool sharesStorageWith(const Value& other) const noexcept;
 
   friend bool operator==(const Value& a, const Value& b) {
-    return a._tag == b._tag && a._tag <= maxInline
-               ? std::memcmp(a._storage, b._storage, a._tag) == 0
-               : equal(a, b);
+    // Whatever has the same bits is equal, NaN too; of short strings nothing else is.
+    return a.hasBitsOf(b) || ((a._tag > maxInline || b._tag > maxInline) && equal(a, b));
   }
 
-  [[nodiscard]] std::size_t hash() const;
+  /// Whether the two are equal, where that shows at once and for good: without asking objects,
+  /// whose answers may change, and from a few dozen parts. Nothing otherwise.
+  [[nodiscard]] std::optional<bool> plainlyEquals(const Value& other) const {
+    int parts = 64;
+    return hasBitsOf(other) ? std::optional(true) : equalAtOnce(*this, other, parts);
+  }
+
+  [[nodiscard]] std::size_t hash() const {
+    if (_tag <= maxInline) {
+      const Words bits = words();
+      return detail::hashOfShortText(bits[0], bits[1], bits[2]);
+    }
+    return hash(0);
+  }
 
   /// Natural comparison, for sorting: absent first, then null, then booleans and numbers by
   /// numeric value with NaN before the others, strings by code point, dates by instant with NaN
@@ -223,6 +248,8 @@ class Value {
   }
 
  private:
+  friend class ArrayMaker;
+  friend class FieldReader;
   friend class RecordShape;
 
   // Up to `maxInline` the tag is the length of a string that stands in the value; from `tagString`
@@ -243,8 +270,9 @@ class Value {
     tagObject,
   };
 
-  explicit Value(Tag tag) noexcept : _tag(tag) {}
-  Value(Tag tag, const void* shared) noexcept : _tag(tag) { store(shared); }
+  // All bytes that a value does not need are zero, so that its bits tell much about its equality.
+  explicit Value(Tag tag) noexcept : _storage{}, _tag(tag) {}
+  Value(Tag tag, const void* shared) noexcept : Value(tag) { store(shared); }
 
   template <class T>
   void store(T payload) noexcept {
@@ -257,6 +285,21 @@ class Value {
     std::memcpy(&payload, _storage, sizeof payload);
     return payload;
   }
+  using Words = std::array<std::uint64_t, 3>;
+  [[nodiscard]] Words words() const noexcept {
+    Words words;
+    static_assert(sizeof words == sizeof(Value));
+    std::memcpy(&words, static_cast<const void*>(this), sizeof words);
+    return words;
+  }
+  [[nodiscard]] bool hasBitsOf(const Value& other) const noexcept {
+    const Words a = words();
+    const Words b = other.words();
+    return ((a[0] ^ b[0]) | (a[1] ^ b[1]) | (a[2] ^ b[2])) == 0;
+  }
+  void copyBits(const Value& other) noexcept {
+    std::memcpy(static_cast<void*>(this), static_cast<const void*>(&other), sizeof *this);
+  }
   [[nodiscard]] std::shared_ptr<Object>& objectSlot() noexcept {
     return *std::launder(reinterpret_cast<std::shared_ptr<Object>*>(_storage));
   }
@@ -264,15 +307,14 @@ class Value {
     return *std::launder(reinterpret_cast<const std::shared_ptr<Object>*>(_storage));
   }
 
-  /// Moves the content of `other`, whose tag has been copied already, and leaves it absent.
+  /// Moves the content of `other`, and leaves it absent. What is here counts for nothing.
   void take(Value& other) noexcept {
+    copyBits(other);
     if (_tag == tagObject) {
       new (static_cast<void*>(_storage)) std::shared_ptr<Object>(std::move(other.objectSlot()));
       other.objectSlot().~shared_ptr();
-    } else {
-      std::memcpy(_storage, other._storage, sizeof _storage);
     }
-    other._tag = tagAbsent;
+    new (static_cast<void*>(&other)) Value();
   }
   void share(const Value& other) noexcept;
   void drop() noexcept;
@@ -281,10 +323,37 @@ class Value {
   [[nodiscard]] std::size_t hash(int depth) const;
   struct Comparison;
   static bool equal(const Value& a, const Value& b);
+  static std::optional<bool> equalAtOnce(const Value& a, const Value& b, int& parts);
   static bool equalButFor(const Value& a, const Value& b, int depth, Comparison& comparison);
 
   alignas(8) std::byte _storage[maxInline];
   std::uint8_t _tag;
+};
+
+/// An array that is filled in any order, where its length is known beforehand.
+///
+///     ArrayMaker sorted(records.size());
+///     sorted.set(place, record);       // absent until it is set
+///     Value list = sorted.take();
+class ArrayMaker {
+ public:
+  explicit ArrayMaker(std::size_t count);
+
+  [[nodiscard]] const Value& operator[](std::size_t index) const noexcept { return _values[index]; }
+  [[nodiscard]] Value take(std::size_t index) noexcept { return std::move(_values[index]); }
+
+  template <class V>
+  void set(std::size_t index, V&& value) noexcept {
+    std::destroy_at(&_values[index]);
+    std::construct_at(&_values[index], std::forward<V>(value));
+  }
+
+  /// The array; nothing may be set afterwards.
+  [[nodiscard]] Value take() noexcept { return std::move(_array); }
+
+ private:
+  Value _array;
+  std::span<Value> _values;
 };
 
 /// The keys of many records, looked up once: the quick way to build them.
@@ -311,17 +380,108 @@ class RecordShape {
   [[nodiscard]] Value record(std::initializer_list<Value> values) const;
 
  private:
+  void checkCount(std::size_t count) const;
+
   const detail::Shape* _shape;
 };
 
 template <class Objects>
 Value Value::arrayOfObjects(const Objects& objects) {
-  std::vector<Value> elements;
-  elements.reserve(std::size(objects));
+  ArrayMaker array(std::size(objects));
+  std::size_t next = 0;
   for (const auto& object : objects) {
-    elements.emplace_back(object);
+    array.set(next++, Value(object));
   }
-  return array(std::move(elements));
+  return array.take();
+}
+
+}  // namespace platform
+
+// What a value shares, for the operations that must cost no call.
+#include <platform/ValueStorage.h>
+
+namespace platform {
+
+/// Reads one field of many records: as `record[key]`, and quicker where neighbours are alike.
+class FieldReader {
+ public:
+  explicit FieldReader(Key key) : _key(std::move(key)) {}
+
+  [[nodiscard]] const Value& operator()(const Value& record) noexcept {
+    if (record._tag != Value::tagDictionary) {
+      return record[_key];
+    }
+    const auto& container = *record.load<const detail::Container*>();
+    if (container.shape != _shape) {
+      _shape = container.shape;
+      _position = container.shape->find(_key);
+    }
+    return _position < container.shape->count ? container.values()[_position] : absent();
+  }
+
+ private:
+  static const Value& absent() noexcept;
+
+  Key _key;
+  // Not held: an address that stands for other keys by now must still be looked up anew, so the
+  // reader lives no longer than the records it reads.
+  const detail::Shape* _shape = nullptr;
+  std::uint32_t _position = 0;
+};
+
+inline std::span<const Value> Value::elements() const noexcept {
+  return _tag == tagArray ? load<const detail::Container*>()->values() : std::span<const Value>();
+}
+
+inline std::string_view Value::string() const noexcept {
+  if (_tag <= maxInline) {
+    return {reinterpret_cast<const char*>(_storage), _tag};
+  }
+  return _tag == tagString ? load<const detail::Bytes*>()->text() : std::string_view();
+}
+
+inline bool Value::sharesStorageWith(const Value& other) const noexcept {
+  return _tag == tagObject && other._tag == tagObject ? objectSlot() == other.objectSlot()
+                                                      : _tag >= tagString && hasBitsOf(other);
+}
+
+inline void Value::prefetch(std::size_t lines) const noexcept {
+  constexpr std::size_t line = 64;
+  if (_tag >= tagString && _tag != tagObject) {
+    const auto* shared = load<const char*>();
+    for (std::size_t i = 0; i < lines; ++i) {
+      __builtin_prefetch(shared + i * line);
+    }
+  }
+}
+
+inline void Value::prefetchParts() const noexcept {
+  constexpr std::size_t many = 16;
+  const std::span<const Value> parts = values();
+  for (const Value& part : parts.first(std::min(parts.size(), many))) {
+    part.prefetch();
+  }
+}
+
+inline std::span<const Value> Value::values() const noexcept {
+  return _tag == tagDictionary ? load<const detail::Container*>()->values()
+                               : std::span<const Value>();
+}
+
+inline std::uint32_t Value::hint() const noexcept {
+  return load<const detail::Container*>()->hint.load(std::memory_order_relaxed);
+}
+
+inline void Value::noteHint(std::uint32_t hint) const noexcept {
+  load<const detail::Container*>()->hint.store(hint, std::memory_order_relaxed);
+}
+
+inline void Value::share(const Value& other) noexcept {
+  if (_tag == tagObject) {
+    new (static_cast<void*>(_storage)) std::shared_ptr<Object>(other.objectSlot());
+  } else {
+    load<const detail::RefCount*>()->retain();  // the first of whatever is shared
+  }
 }
 
 }  // namespace platform

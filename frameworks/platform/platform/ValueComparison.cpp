@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Equality, hash and order of values.
 #include <platform/Value.h>
-#include <platform/ValueStorage.h>
 
 #include <algorithm>
 #include <bit>
@@ -183,7 +182,47 @@ std::weak_ordering Value::compare(const Value& other) const noexcept {
   return rank(kind()) <=> rank(other.kind());
 }
 
+/// The answer for what most comparisons are about, a few plain values of the same types under the
+/// same keys; nothing where it takes more to answer. Looks at `parts` values at most.
+std::optional<bool> Value::equalAtOnce(const Value& a, const Value& b, int& parts) {
+  if (a._tag != b._tag || (a._tag != tagDictionary && a._tag != tagArray)) {
+    if (a.isString() && b.isString()) {
+      return a.string() == b.string();
+    }
+    // Of one type that its bits decide.
+    return a._tag == b._tag && (a._tag == tagInteger || a._tag == tagBoolean) ? std::optional(false)
+                                                                              : std::nullopt;
+  }
+  const auto& left = *a.load<const detail::Container*>();
+  const auto& right = *b.load<const detail::Container*>();
+  const std::uint32_t count = left.count();
+  if (left.shape != right.shape) {
+    return std::nullopt;
+  }
+  if (count != right.count()) {
+    return false;
+  }
+  parts -= static_cast<int>(std::min<std::uint32_t>(count, INT32_MAX / 2));
+  if (parts < 0) {
+    return std::nullopt;
+  }
+  const Value* ours = left.values().data();
+  const Value* theirs = right.values().data();
+  for (const Value* const end = ours + count; ours != end; ++ours, ++theirs) {
+    if (!ours->hasBitsOf(*theirs)) {
+      const std::optional<bool> equal = equalAtOnce(*ours, *theirs, parts);
+      if (equal != true) {
+        return equal;
+      }
+    }
+  }
+  return true;
+}
+
 bool Value::equal(const Value& a, const Value& b) {
+  if (const std::optional<bool> answer = a.plainlyEquals(b)) {
+    return *answer;
+  }
   Comparison comparison;
   if (!equalButFor(a, b, 0, comparison)) {
     return false;
@@ -227,7 +266,7 @@ bool Value::equalButFor(const Value& a, const Value& b, int depth, Comparison& c
   }
   const detail::Container& left = *a.load<const detail::Container*>();
   const detail::Container& right = *b.load<const detail::Container*>();
-  if (left.count != right.count) {
+  if (left.count() != right.count()) {
     return false;
   }
   if (depth == equalityDepth) {
@@ -237,16 +276,18 @@ bool Value::equalButFor(const Value& a, const Value& b, int depth, Comparison& c
   if (comparison.knows(left, right, depth)) {
     return true;
   }
+  const std::span<const Value> ours = left.values();
+  const std::span<const Value> theirs = right.values();
   const bool sameOrder = left.shape == right.shape;
-  for (std::uint32_t i = 0; i < left.count; ++i) {
-    std::uint32_t j = i;
+  for (std::size_t i = 0; i < ours.size(); ++i) {
+    std::size_t j = i;
     if (!sameOrder) {
       j = right.shape->find(left.shape->keys()[i]);
-      if (j == right.count) {
+      if (j == theirs.size()) {
         return false;
       }
     }
-    if (!equalButFor(left.values()[i], right.values()[j], depth + 1, comparison)) {
+    if (!ours[i].hasBitsOf(theirs[j]) && !equalButFor(ours[i], theirs[j], depth + 1, comparison)) {
       return false;
     }
   }
@@ -255,10 +296,6 @@ bool Value::equalButFor(const Value& a, const Value& b, int depth, Comparison& c
 
 std::size_t Value::hashOfNumber() const noexcept {
   return _tag == tagReal ? hashOfReal(load<double>()) : hashOfInteger(load<std::uint64_t>());
-}
-
-std::size_t Value::hash() const {
-  return hash(0);
 }
 
 /// Containers that lie too deep or are too large count by their size alone.
@@ -283,11 +320,12 @@ std::size_t Value::hash(int depth) const {
       return isNull() ? 1 : 0;
   }
   const detail::Container& container = *load<const detail::Container*>();
-  std::size_t result = container.count;
-  if (depth == hashDepth || (depth > 0 && container.count > hashWidth)) {
+  const std::uint32_t count = container.count();
+  std::size_t result = count;
+  if (depth == hashDepth || (depth > 0 && count > hashWidth)) {
     return result;
   }
-  for (std::uint32_t i = 0; i < container.count; ++i) {
+  for (std::uint32_t i = 0; i < count; ++i) {
     const std::size_t element = container.values()[i].hash(depth + 1);
     if (_tag == tagArray) {
       result = result * 31 + element;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <platform/ValueStorage.h>
+#include <platform/Value.h>
 
 #include <algorithm>
 #include <bit>
@@ -26,40 +26,36 @@ void Bytes::discard(const Bytes* bytes) noexcept {
   ::operator delete(const_cast<Bytes*>(bytes));
 }
 
-namespace {
-
-Container* containerWithRoom(std::size_t count, const Shape* shape) {
+Container* Container::makeRaw(std::size_t count, const Shape* shape) {
   if (count > std::numeric_limits<std::uint32_t>::max()) {
     throw std::length_error("a container holds at most 2^32-1 values");
   }
   void* memory = ::operator new(sizeof(Container) + count * sizeof(Value));
-  return new (memory)
-      Container{.references = {}, .count = static_cast<std::uint32_t>(count), .shape = shape};
+  auto* made = new (memory) Container{.references = {}, .ownCount = 0, .shape = shape};
+  if (shape == nullptr) {
+    made->ownCount = static_cast<std::uint32_t>(count);
+  } else {
+    new (&made->hint) std::atomic<std::uint32_t>(0);
+  }
+  return made;
 }
-
-}  // namespace
 
 Container* Container::make(std::size_t count, const Shape* shape) {
-  Container* made = containerWithRoom(count, shape);
-  std::uninitialized_default_construct_n(reinterpret_cast<Value*>(made + 1), count);
+  Container* made = makeRaw(count, shape);
+  std::uninitialized_default_construct_n(made->first(), count);
   return made;
 }
 
-Container* Container::make(std::span<Value> values, const Shape* shape) {
-  Container* made = containerWithRoom(values.size(), shape);
-  std::uninitialized_move(values.begin(), values.end(), reinterpret_cast<Value*>(made + 1));
-  return made;
-}
-
-void Container::release(Container* container) noexcept {
+void Container::discard(Container* container) noexcept {
   // Containers that go because the one that held them goes are queued, so that a value nested
   // without end is torn down in constant stack. Null when no outer call is at work on this thread.
   thread_local Container* first = nullptr;
   thread_local bool working = false;
-  if (!container->references.release()) {
-    return;
+  const Shape* shape = container->shape;
+  if (shape != nullptr) {
+    container->ownCount = shape->count;
+    Shape::release(shape);
   }
-  Shape::release(container->shape);
   container->nextToGo = first;
   first = container;
   if (working) {
@@ -75,7 +71,7 @@ void Container::release(Container* container) noexcept {
 }
 
 void Container::destroy(Container* container) noexcept {
-  std::destroy(container->values().begin(), container->values().end());
+  std::destroy_n(container->first(), container->ownCount);
   container->~Container();
   ::operator delete(container);
 }

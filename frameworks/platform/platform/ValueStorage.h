@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// What lies behind a value that does not fit into one: internal to the value's own sources.
+// What lies behind a value that does not fit into one: a part of <platform/Value.h>, which includes
+// it for the sake of the operations that must cost no call. Nothing else does.
 #pragma once
 
+#include <platform/Key.h>
 #include <platform/RefCount.h>
-#include <platform/Value.h>
 
+#include <atomic>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -57,21 +59,27 @@ struct Shape {
 /// The elements of an array or the values of a dictionary; they follow in the same allocation.
 struct Container {
   RefCount references;
-  std::uint32_t count;
+  union {
+    std::uint32_t ownCount;                   // of an array, and of whatever is about to go
+    mutable std::atomic<std::uint32_t> hint;  // of a dictionary
+  };
   union {
     const Shape* shape;   // of a dictionary, whose keys it holds; null of an array
     Container* nextToGo;  // once nobody refers to it
   };
 
-  /// Room for `count` values, all absent.
+  /// Room for `count` values, which the caller constructs, all of them and without raising.
+  static Container* makeRaw(std::size_t count, const Shape* shape);
+  /// The same with absent values.
   static Container* make(std::size_t count, const Shape* shape);
-  /// One with these values, moved from.
-  static Container* make(std::span<Value> values, const Shape* shape);
-  static void release(Container* container) noexcept;
+  /// Destroys a container that nobody refers to any more.
+  static void discard(Container* container) noexcept;
 
-  [[nodiscard]] std::span<Value> values() { return {reinterpret_cast<Value*>(this + 1), count}; }
+  [[nodiscard]] std::uint32_t count() const { return shape == nullptr ? ownCount : shape->count; }
+  [[nodiscard]] Value* first() { return reinterpret_cast<Value*>(this + 1); }
+  [[nodiscard]] std::span<Value> values() { return {first(), count()}; }
   [[nodiscard]] std::span<const Value> values() const {
-    return {reinterpret_cast<const Value*>(this + 1), count};
+    return {reinterpret_cast<const Value*>(this + 1), count()};
   }
 
  private:

@@ -86,7 +86,7 @@ bool ItemComparison::equal(const ItemPointer& left, const ItemPointer& right,
 bool ItemComparison::isPrivate(const ItemPointer& left, const ItemPointer& right) {
   const auto isHeldOnce = [](const ItemPointer& item) {
     int partsToLookAt = 250;
-    return item.use_count() == 1 && item->_children.use_count() <= 1 &&
+    return item.use_count() == 1 && (!item->_rare || item->_rare->_children.use_count() <= 1) &&
            !canReferToObject(item->_representedObject, partsToLookAt);
   };
   return isHeldOnce(left) && isHeldOnce(right);

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <platform/Error.h>
+#include <vexil/IdentifierDifference.h>
+#include <vexil/ItemFields.h>
 #include <vexil/ItemMerge.h>
 
 #include <algorithm>
@@ -16,52 +18,35 @@ using platform::Value;
 
 namespace {
 
-using IdentifierSet = std::unordered_set<Value>;
-
 const Key& childrenKey() {
   static const Key key(KRAVTWVItemVexilKeyPathChildren);
   return key;
 }
 
-/// The identifiers of items, absent ones included.
-std::vector<Value> anyIdentifiersOf(const KRAVTWVItemArray& items) {
-  std::vector<Value> identifiers;
-  identifiers.reserve(items.size());
-  for (const auto& item : items) {
-    if (!item) {
-      throw platform::InvalidArgument("an array of items holds a null pointer");
-    }
-    identifiers.push_back(item->uniqueID());
-  }
-  return identifiers;
-}
-
-std::vector<Value> identifiersOf(const KRAVTWVItemArray& items) {
-  std::vector<Value> identifiers = anyIdentifiersOf(items);
+/// Raises for the first of some identifiers that is absent; `itemAt` yields the item it is of.
+template <class ItemAt>
+void requireIdentifiers(const std::vector<Value>& identifiers, const ItemAt& itemAt) {
   const auto absent = std::ranges::find_if(identifiers, &Value::isAbsent);
   if (absent != identifiers.end()) {
     const auto position = static_cast<std::size_t>(absent - identifiers.begin());
     throw platform::InvalidArgument("an item without an identifier cannot be merged: " +
-                                    items[position]->description());
+                                    itemAt(position)->description());
   }
-  return identifiers;
 }
 
-/// The positions of the identifiers that are in one set and not in another.
-IndexSet indexesIn(const IdentifierSet& set, const IdentifierSet& others,
-                   const std::vector<Value>& identifiers) {
+/// What of `appeared` still holds when the items have other identifiers by now: only what had been
+/// among the fresh ones counts, and was not among the old ones.
+IndexSet appearedAmong(const std::vector<Value>& identifiers, const std::vector<Value>& fresh,
+                       const std::vector<Value>& old) {
+  const std::unordered_set<Value> freshSet(fresh.begin(), fresh.end());
+  const std::unordered_set<Value> oldSet(old.begin(), old.end());
   IndexSet indexes;
   for (std::size_t i = 0; i < identifiers.size(); ++i) {
-    if (!others.contains(identifiers[i]) && set.contains(identifiers[i])) {
+    if (freshSet.contains(identifiers[i]) && !oldSet.contains(identifiers[i])) {
       indexes.insert(i);
     }
   }
   return indexes;
-}
-
-const std::shared_ptr<const KRAVTWVItemArray>& noItems() {
-  static const auto none = std::make_shared<const KRAVTWVItemArray>();
-  return none;
 }
 
 }  // namespace
@@ -77,9 +62,7 @@ bool ItemMerge::announce(const Item& item, Change&& change) {
   return isObserved;
 }
 
-void ItemMerge::run(KRAVTWVItemVexil& receiver, std::shared_ptr<const KRAVTWVItemArray> fresh) {
-  // Two hold it, the caller and this; were it more, it could be some item's own.
-  const bool isPrivate = fresh.use_count() <= 2;
+void ItemMerge::run(KRAVTWVItemVexil& receiver, FreshList fresh, bool isPrivate) {
   // An observer may let go of the last hold on the receiver while this is at work on it.
   open(std::static_pointer_cast<Item>(receiver.shared_from_this()), std::move(fresh), isPrivate);
   while (!_levels.empty()) {
@@ -94,16 +77,17 @@ void ItemMerge::run(KRAVTWVItemVexil& receiver, std::shared_ptr<const KRAVTWVIte
   }
 }
 
-void ItemMerge::open(std::shared_ptr<Item> receiver, std::shared_ptr<const KRAVTWVItemArray> fresh,
-                     bool isPrivate) {
-  if (!fresh) {
-    fresh = noItems();
-  }
-  if (fresh->empty() && receiver->currentChildren().empty()) {
+void ItemMerge::open(std::shared_ptr<Item> receiver, FreshList fresh, bool isPrivate) {
+  if (fresh.size() == 0 && receiver->currentChildren().empty()) {
     return;
   }
-  const IndexSet inserted = removeAndInsert(*receiver, *fresh);
-  std::vector<std::size_t> changed = changedIndexes(*receiver, *fresh, inserted, isPrivate);
+  std::vector<std::size_t> changed;
+  if (auto changes = fresh.changesInPlace(receiver->currentChildren())) {
+    changed = std::move(*changes);  // the usual refresh: nothing came and nothing went
+  } else {
+    const IndexSet inserted = removeAndInsert(*receiver, fresh);
+    changed = changedIndexes(*receiver, fresh, inserted, isPrivate);
+  }
   if (changed.empty()) {
     return;
   }
@@ -117,28 +101,41 @@ void ItemMerge::open(std::shared_ptr<Item> receiver, std::shared_ptr<const KRAVT
                      std::move(replacement)});
 }
 
-IndexSet ItemMerge::removeAndInsert(Item& receiver, const KRAVTWVItemArray& fresh) {
-  std::vector<Value> freshIdentifiers = identifiersOf(fresh);
-  const std::vector<Value> oldIdentifiers = identifiersOf(receiver.currentChildren());
-  if (freshIdentifiers == oldIdentifiers) {
-    return {};  // the usual refresh: nothing came and nothing went
+IndexSet ItemMerge::removeAndInsert(Item& receiver, const FreshList& fresh) {
+  std::vector<Value> freshIdentifiers;
+  std::vector<Value> oldIdentifiers;
+  std::optional<IdentifierDifference> difference =
+      fresh.knownDifference(receiver.currentChildren());
+  if (!difference) {
+    freshIdentifiers = fresh.identifiers();
+    requireIdentifiers(freshIdentifiers, [&](std::size_t index) { return fresh.item(index); });
+    oldIdentifiers = anyIdentifiersOf(receiver.currentChildren());
+    requireIdentifiers(oldIdentifiers,
+                       [&](std::size_t index) { return receiver.currentChildren()[index]; });
+    difference = identifierDifference(oldIdentifiers, freshIdentifiers);
   }
-  const IdentifierSet freshSet(freshIdentifiers.begin(), freshIdentifiers.end());
-  const IdentifierSet oldSet(oldIdentifiers.begin(), oldIdentifiers.end());
-  const IndexSet vanished = indexesIn(oldSet, freshSet, oldIdentifiers);
+  auto& [vanished, appeared] = *difference;
   if (!vanished.empty() &&
-      announce(receiver, [&] { receiver.removeChildrenAtIndexes(vanished); })) {
-    freshIdentifiers = anyIdentifiersOf(fresh);
+      announce(receiver, [&] { receiver.removeChildrenAtIndexes(vanished); }) &&
+      fresh.hostItems() != nullptr) {
+    appeared = appearedAmong(fresh.identifiers(), freshIdentifiers, oldIdentifiers);
   }
-  IndexSet appeared = indexesIn(freshSet, oldSet, freshIdentifiers);
   if (!appeared.empty()) {
     announce(receiver, [&] { receiver.insertChildren(fresh, appeared); });
   }
-  return appeared;
+  return std::move(appeared);
 }
 
-std::vector<std::size_t> ItemMerge::changedIndexes(const Item& receiver,
-                                                   const KRAVTWVItemArray& fresh,
+bool ItemMerge::isEqual(const std::shared_ptr<Item>& child, const FreshList& fresh,
+                        std::size_t index, bool isPrivate) {
+  if (const KRAVTWVItemArray* items = fresh.hostItems()) {
+    return _comparison.equal(child, (*items)[index], isPrivate);
+  }
+  const std::optional<bool> known = fresh.isEqualTo(*child, index);
+  return known ? *known : child->isEqual(*fresh.item(index));
+}
+
+std::vector<std::size_t> ItemMerge::changedIndexes(const Item& receiver, const FreshList& fresh,
                                                    const IndexSet& inserted, bool isPrivate) {
   const KRAVTWVItemArray& children = receiver.currentChildren();
   std::vector<std::size_t> changed;
@@ -149,7 +146,8 @@ std::vector<std::size_t> ItemMerge::changedIndexes(const Item& receiver,
         throw platform::RangeError("there is no fresh item " + std::to_string(i) +
                                    " for a child that stayed");
       }
-      if (!_comparison.equal(children[i], fresh[i], isPrivate)) {
+      fresh.prefetch(children, i);
+      if (!isEqual(children[i], fresh, i, isPrivate)) {
         changed.push_back(i);
       }
     }
@@ -167,16 +165,30 @@ void ItemMerge::replaceNext() {
   Level& level = _levels.back();
   const std::size_t index = level.changed[level.next++];
   const KRAVTWVItemArray& children = level.receiver->currentChildren();
-  if (index >= children.size() || index >= level.fresh->size()) {
+  if (index >= children.size() || index >= level.fresh.size()) {
     throw platform::RangeError("items became fewer while they were merged");
   }
-  const bool isPrivate =
-      level.isPrivate && ItemComparison::isPrivate(children[index], (*level.fresh)[index]);
+  const KRAVTWVItemArray* const items = level.fresh.hostItems();
+  const bool isPrivate = items != nullptr && level.isPrivate &&
+                         ItemComparison::isPrivate(children[index], (*items)[index]);
   // Held here, because an observer may change either array.
   const std::shared_ptr<Item> old = children[index];
-  const std::shared_ptr<Item> fresh = (*level.fresh)[index];
+  if (level.fresh.isLeaf()) {
+    announce(*old, [&] { old->setRepresentedObject(level.fresh.representedObject(index)); });
+    level.fresh.noteEqual(*old, index);
+    if (!old->currentChildren().empty()) {
+      open(old, FreshList(nullptr), false);
+    }
+    return;
+  }
+  if (items == nullptr) {
+    announce(*old, [&] { old->setRepresentedObject(level.fresh.representedObject(index)); });
+    open(old, level.fresh.childrenOf(index), false);
+    return;
+  }
+  const std::shared_ptr<Item> fresh = (*items)[index];
   announce(*old, [&] { old->setRepresentedObject(fresh->representedObject()); });
-  open(old, fresh->_children, isPrivate);
+  open(old, FreshList(ItemFields::children(*fresh)), isPrivate);
 }
 
 }  // namespace detail

@@ -2,6 +2,7 @@
 // Internal to items: how a live tree takes over a fresh one.
 #pragma once
 
+#include <vexil/FreshList.h>
 #include <vexil/ItemComparison.h>
 #include <vexil/KRAVTWVItemVexil.h>
 
@@ -15,7 +16,9 @@ namespace detail {
 /// the nested call would have on the stack.
 class ItemMerge {
  public:
-  void run(KRAVTWVItemVexil& receiver, std::shared_ptr<const KRAVTWVItemArray> fresh);
+  /// Whether nobody but the caller holds the items of `fresh`, directly or in some array, is for
+  /// the caller to say, as ItemComparison has it.
+  void run(KRAVTWVItemVexil& receiver, FreshList fresh, bool isPrivate);
 
  private:
   using Item = KRAVTWVItemVexil;
@@ -23,7 +26,7 @@ class ItemMerge {
   /// A node whose children are being replaced, at its last step: the replacement in place.
   struct Level {
     std::shared_ptr<Item> receiver;
-    std::shared_ptr<const KRAVTWVItemArray> fresh;
+    FreshList fresh;
     std::vector<std::size_t> changed;
     std::size_t next = 0;  // position in `changed`
     bool isPrivate;        // the receiver and the fresh items' owner, as ItemComparison has it
@@ -31,14 +34,15 @@ class ItemMerge {
   };
 
   /// The steps up to the replacement; opens a level when there is something to replace.
-  void open(std::shared_ptr<Item> receiver, std::shared_ptr<const KRAVTWVItemArray> fresh,
-            bool isPrivate);
+  void open(std::shared_ptr<Item> receiver, FreshList fresh, bool isPrivate);
   /// Yields the positions of what was inserted.
-  platform::IndexSet removeAndInsert(Item& receiver, const KRAVTWVItemArray& fresh);
+  platform::IndexSet removeAndInsert(Item& receiver, const FreshList& fresh);
   [[nodiscard]] std::vector<std::size_t> changedIndexes(const Item& receiver,
-                                                        const KRAVTWVItemArray& fresh,
+                                                        const FreshList& fresh,
                                                         const platform::IndexSet& inserted,
                                                         bool isPrivate);
+  [[nodiscard]] bool isEqual(const std::shared_ptr<Item>& child, const FreshList& fresh,
+                             std::size_t index, bool isPrivate);
   /// Takes over the content of the next item of the innermost level, and goes into its children.
   void replaceNext();
   /// Makes a change of `item` that is announced; whether an observer can have had its hands in.

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <platform/Error.h>
+#include <platform/ManyRegistrations.h>
+#include <vexil/FreshList.h>
 #include <vexil/ItemComparison.h>
 #include <vexil/ItemMerge.h>
+#include <vexil/ItemWalk.h>
 #include <vexil/KRAVTWVItemVexil.h>
 
 #include <algorithm>
@@ -51,8 +54,8 @@ KRAVTWVItemVexil::KRAVTWVItemVexil(Value representedObject)
     : _representedObject(std::move(representedObject)) {}
 
 KRAVTWVItemVexil::~KRAVTWVItemVexil() {
-  if (_children && _children.use_count() == 1) {
-    for (auto& child : *_children) {
+  if (_rare && _rare->_children && _rare->_children.use_count() == 1) {
+    for (auto& child : *_rare->_children) {
       platform::releaseWithoutRecursion(std::move(child));
     }
   }
@@ -115,17 +118,23 @@ const platform::KeyTable& KRAVTWVItemVexil::itemKeyTable() {
 
 void KRAVTWVItemVexil::setUniqueID(Value uniqueID) {
   static const Key key("uniqueID");
-  assign(key, _uniqueID, std::move(uniqueID));
+  assign(key, rare()._uniqueID, std::move(uniqueID));
 }
 
 void KRAVTWVItemVexil::setLabel(Value label) {
   static const Key key(KRAVTWVItemVexilKeyPathLabel);
-  assign(key, _label, std::move(label));
+  assign(key, rare()._label, std::move(label));
 }
 
 void KRAVTWVItemVexil::setRepresentedObject(Value object) {
   static const Key key("representedObject");
-  assign(key, _representedObject, std::move(object));
+  auto change = willChangeValueForKey(key);
+  {
+    const std::lock_guard lock(propertyLock());
+    std::swap(_representedObject, object);
+    _equalRecord = {};
+  }
+  didChangeValueForKey(std::move(change));
 }
 
 void KRAVTWVItemVexil::setParent(const std::shared_ptr<KRAVTWVItemVexil>& parent) {
@@ -140,16 +149,38 @@ void KRAVTWVItemVexil::setParentValue(const Value& parent) {
 std::shared_ptr<KRAVTWVItemArray> KRAVTWVItemVexil::children() const {
   {
     const std::lock_guard lock(propertyLock());
-    if (_children || _childrenState == Children::absent) {
-      return _children;
+    if (_childrenState != Children::unmade) {
+      return _rare ? _rare->_children : nullptr;
     }
   }
+  Rare& rare = this->rare();
   auto made = std::make_shared<KRAVTWVItemArray>();  // outside the lock, as it may take its time
   const std::lock_guard lock(propertyLock());
-  if (!_children && _childrenState == Children::present) {
-    _children = std::move(made);
+  if (_childrenState == Children::unmade) {
+    rare._children = std::move(made);
+    _childrenState = Children::made;
   }
-  return _children;
+  return rare._children;
+}
+
+KRAVTWVItemVexil::Rare& KRAVTWVItemVexil::rare() const {
+  {
+    const std::lock_guard lock(propertyLock());
+    if (_rare) {
+      return *_rare;
+    }
+  }
+  auto made = std::make_unique<Rare>();
+  const std::lock_guard lock(propertyLock());
+  if (!_rare) {
+    _rare = std::move(made);
+  }
+  return *_rare;
+}
+
+Value KRAVTWVItemVexil::readRare(Value Rare::*field) const {
+  const std::lock_guard lock(propertyLock());
+  return _rare ? (*_rare).*field : Value();
 }
 
 void KRAVTWVItemVexil::setChildren(std::shared_ptr<KRAVTWVItemArray> children) {
@@ -157,10 +188,11 @@ void KRAVTWVItemVexil::setChildren(std::shared_ptr<KRAVTWVItemArray> children) {
     throw platform::InvalidArgument("an array of children holds a null pointer");
   }
   auto change = willChangeValueForKey(childrenKey());
+  Rare& rare = this->rare();
   {
     const std::lock_guard lock(propertyLock());
-    _childrenState = children ? Children::present : Children::absent;
-    _children.swap(children);
+    _childrenState = children ? Children::made : Children::absent;
+    rare._children.swap(children);
   }
   didChangeValueForKey(std::move(change));
 }
@@ -185,29 +217,30 @@ Value KRAVTWVItemVexil::childrenValue() const {
     if (_childrenState == Children::absent) {
       return {};
     }
-    children = _children;
+    children = _rare ? _rare->_children : nullptr;
   }
   return children ? Value::arrayOfObjects(*children) : Value::array({});
 }
 
 bool KRAVTWVItemVexil::isLeaf() const {
   const std::lock_guard lock(propertyLock());
-  return !_children || _children->empty();
+  return _childrenState != Children::made || _rare->_children->empty();
 }
 
 const KRAVTWVItemArray& KRAVTWVItemVexil::currentChildren() const {
   static const KRAVTWVItemArray none;
-  return _children ? *_children : none;
+  return _childrenState == Children::made ? *_rare->_children : none;
 }
 
 KRAVTWVItemArray& KRAVTWVItemVexil::childrenForAdding() {
   // Added to an absent array, children must not be lost; the item starts a new one.
+  Rare& rare = this->rare();
   const std::lock_guard lock(propertyLock());
-  if (!_children) {
-    _children = std::make_shared<KRAVTWVItemArray>();
-    _childrenState = Children::present;
+  if (!rare._children) {
+    rare._children = std::make_shared<KRAVTWVItemArray>();
+    _childrenState = Children::made;
   }
-  return *_children;
+  return *rare._children;
 }
 
 // --- equality
@@ -299,7 +332,7 @@ void KRAVTWVItemVexil::removeChildrenAtIndexes(const IndexSet& indexes) {
   auto change = willChangeValuesAtIndexesForKey(ChangeKind::removal, indexes, childrenKey());
   KRAVTWVItemArray removed;  // lets go of them after the change, as that may run foreign code
   removed.reserve(indexes.count());
-  KRAVTWVItemArray& children = *_children;
+  KRAVTWVItemArray& children = *_rare->_children;
   auto kept = children.begin() + static_cast<std::ptrdiff_t>(*indexes.first());
   std::size_t next = *indexes.first();
   for (const IndexSet::Run& run : indexes.runs()) {
@@ -316,7 +349,7 @@ void KRAVTWVItemVexil::removeChildrenAtIndexes(const IndexSet& indexes) {
 }
 
 /// Inserts the items of `fresh` at `indexes`, so that each stands there afterwards.
-void KRAVTWVItemVexil::insertChildren(const KRAVTWVItemArray& fresh, const IndexSet& indexes) {
+void KRAVTWVItemVexil::insertChildren(const detail::FreshList& fresh, const IndexSet& indexes) {
   const std::size_t count = currentChildren().size() + indexes.count();
   // An observer of the removal may have taken items out of either array.
   if (*indexes.last() >= fresh.size()) {
@@ -335,8 +368,9 @@ void KRAVTWVItemVexil::insertChildren(const KRAVTWVItemArray& fresh, const Index
     const auto stayedEnd = stayed + static_cast<std::ptrdiff_t>(run.first - merged.size());
     merged.insert(merged.end(), stayed, stayedEnd);
     stayed = stayedEnd;
-    merged.insert(merged.end(), fresh.begin() + static_cast<std::ptrdiff_t>(run.first),
-                  fresh.begin() + static_cast<std::ptrdiff_t>(run.end()));
+    for (std::size_t index = run.first; index < run.end(); ++index) {
+      merged.push_back(fresh.item(index));
+    }
   }
   merged.insert(merged.end(), stayed, std::make_move_iterator(children.end()));
   children.swap(merged);
@@ -344,7 +378,8 @@ void KRAVTWVItemVexil::insertChildren(const KRAVTWVItemArray& fresh, const Index
 }
 
 void KRAVTWVItemVexil::replaceChildren(const std::shared_ptr<const KRAVTWVItemArray>& fresh) {
-  detail::ItemMerge().run(*this, fresh);
+  // One holds the array, the caller; were it more, it could be some item's own.
+  detail::ItemMerge().run(*this, fresh, fresh.use_count() <= 1);
 }
 
 std::shared_ptr<KRAVTWVItemVexil> KRAVTWVItemVexil::childAtIndex(std::size_t index) const {
@@ -358,25 +393,21 @@ Value KRAVTWVItemVexil::valuesAtIndexesForKey(const IndexSet& indexes, const Key
   if (key != childrenKey()) {
     return Observable::valuesAtIndexesForKey(indexes, key);
   }
+  const KRAVTWVItemArray& children = currentChildren();
+  if (!indexes.empty() && *indexes.last() >= children.size()) {
+    throw platform::RangeError("there is no child " + std::to_string(*indexes.last()));
+  }
   std::vector<Value> items;
   items.reserve(indexes.count());
-  indexes.forEach([&](std::size_t index) { items.emplace_back(childAtIndex(index)); });
+  indexes.forEach([&](std::size_t index) { items.emplace_back(children[index]); });
   return Value::array(std::move(items));
 }
 
 KRAVTWVItemArray KRAVTWVItemVexil::recursiveChildren() const {
-  // A walk that takes an item before its descendants and its children from last to first yields
-  // post-order when it is read backwards.
-  KRAVTWVItemArray items(currentChildren().begin(), currentChildren().end());
-  KRAVTWVItemArray backwards;
-  while (!items.empty()) {
-    const std::shared_ptr<KRAVTWVItemVexil> item = std::move(items.back());
-    items.pop_back();
-    items.insert(items.end(), item->currentChildren().begin(), item->currentChildren().end());
-    backwards.push_back(item);
-  }
-  std::ranges::reverse(backwards);
-  return backwards;
+  KRAVTWVItemArray items;
+  items.reserve(currentChildren().size());
+  detail::ItemWalk::throughDescendantsOf(*this, [&](const auto& item) { items.push_back(item); });
+  return items;
 }
 
 // --- the whole subtree
@@ -384,18 +415,15 @@ KRAVTWVItemArray KRAVTWVItemVexil::recursiveChildren() const {
 void KRAVTWVItemVexil::addObserverForRecursiveChildrenWithOptionContext(
     const std::shared_ptr<platform::Observer>& observer, platform::ObservingOptions options,
     const platform::ContextToken* context) {
-  for (const auto& item : recursiveChildren()) {
-    item->addObserver(observer, childrenKey(), options, context);
-  }
-  addObserver(observer, childrenKey(), options, context);
+  platform::ManyRegistrations registrations(observer, childrenKey(), options, context);
+  detail::ItemWalk::throughTree(*this, [&](KRAVTWVItemVexil& item) { registrations.addTo(item); });
 }
 
 void KRAVTWVItemVexil::removeObserverForRecursiveChildrenWithContext(
     const std::shared_ptr<platform::Observer>& observer, const platform::ContextToken* context) {
-  for (const auto& item : recursiveChildren()) {
-    item->removeObserver(observer, childrenKey(), context);
-  }
-  removeObserver(observer, childrenKey(), context);
+  platform::ManyWithdrawals withdrawals(observer, childrenKey(), context);
+  detail::ItemWalk::throughTree(*this,
+                                [&](KRAVTWVItemVexil& item) { withdrawals.removeFrom(item); });
 }
 
 // --- paths

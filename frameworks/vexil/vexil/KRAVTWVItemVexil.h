@@ -7,10 +7,12 @@
 #include <platform/Observable.h>
 #include <platform/Pasteboard.h>
 #include <platform/Value.h>
+#include <vexil/EventLineage.h>
 
 #include <atomic>
 #include <concepts>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <set>
@@ -30,8 +32,11 @@ class KRAVTWVNetDomainVexil;
 class KRAVTWVNetServiceVexil;
 
 namespace detail {
+class FreshList;
 class ItemComparison;
 class ItemMerge;
+class ItemWalk;
+struct ItemFields;
 
 // What the initialisers from the pasteboard have in common.
 
@@ -109,10 +114,10 @@ class KRAVTWVItemVexil : public platform::Observable {
 
   // --- properties
 
-  [[nodiscard]] virtual platform::Value uniqueID() const { return read(_uniqueID); }
+  [[nodiscard]] virtual platform::Value uniqueID() const { return readRare(&Rare::_uniqueID); }
   void setUniqueID(platform::Value uniqueID);
 
-  [[nodiscard]] virtual platform::Value label() const { return read(_label); }
+  [[nodiscard]] virtual platform::Value label() const { return readRare(&Rare::_label); }
   void setLabel(platform::Value label);
 
   [[nodiscard]] platform::Value representedObject() const { return read(_representedObject); }
@@ -211,7 +216,9 @@ class KRAVTWVItemVexil : public platform::Observable {
   // --- the whole subtree
 
   /// Registers for "children" on all `recursiveChildren`, as they are now, and then on this item;
-  /// and the inverse, in the same order. Raise what `addObserver` and `removeObserver` raise.
+  /// and the inverse, in the same order. Raise what `addObserver` and `removeObserver` raise; what
+  /// was done before that stays. Linear in the items, with little work for each that is observed
+  /// like the one before it.
   void addObserverForRecursiveChildrenWithOptionContext(
       const std::shared_ptr<platform::Observer>& observer, platform::ObservingOptions options,
       const platform::ContextToken* context);
@@ -249,25 +256,36 @@ class KRAVTWVItemVexil : public platform::Observable {
  private:
   friend class detail::ItemComparison;
   friend class detail::ItemMerge;
+  friend class detail::ItemWalk;
+  friend struct detail::ItemFields;
 
-  // An empty array is made when somebody first asks for it: most items never have children.
-  enum class Children : bool { absent, present };
+  // An empty array is made when somebody first asks for it: most items never have children. `made`
+  // says that there is an array, so that walks need not look that far into an item.
+  enum class Children : std::uint8_t { absent, unmade, made };
 
   [[nodiscard]] bool isLeaf() const;
   /// For compound operations: the children, or null where there are none; and the array to add to.
   [[nodiscard]] const KRAVTWVItemArray& currentChildren() const;
   [[nodiscard]] KRAVTWVItemArray& childrenForAdding();
-  void insertChildren(const KRAVTWVItemArray& fresh, const platform::IndexSet& indexes);
+  void insertChildren(const detail::FreshList& fresh, const platform::IndexSet& indexes);
   void setChildrenValue(const platform::Value& children);
   void setParentValue(const platform::Value& parent);
   [[nodiscard]] platform::Value childrenValue() const;
 
-  Children _childrenState = Children::present;
+  /// What most items do without: they are leaves, and have identifier and label from a record.
+  struct Rare {
+    platform::Value _uniqueID;
+    platform::Value _label;
+    std::shared_ptr<KRAVTWVItemArray> _children;
+  };
+  [[nodiscard]] Rare& rare() const;
+  [[nodiscard]] platform::Value readRare(platform::Value Rare::*field) const;
+
+  mutable Children _childrenState = Children::unmade;
   platform::Value _representedObject;
-  platform::Value _uniqueID;
-  platform::Value _label;
   std::weak_ptr<KRAVTWVItemVexil> _parent;
-  mutable std::shared_ptr<KRAVTWVItemArray> _children;
+  mutable std::unique_ptr<Rare> _rare;  // once it is there, it stays
+  detail::RecordAddress _equalRecord;   // one that equals the represented object
 };
 
 /// What every kind of item has from its class, for the kind `Self` derived from `Base`: the

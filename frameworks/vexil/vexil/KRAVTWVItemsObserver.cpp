@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <platform/Error.h>
+#include <platform/ManyRegistrations.h>
+#include <vexil/ItemWalk.h>
 #include <vexil/KRAVTWVItemsObserver.h>
 
 #include <utility>
@@ -28,11 +30,23 @@ std::shared_ptr<KRAVTWVItemVexil> itemIn(const Value& value) {
   return std::dynamic_pointer_cast<KRAVTWVItemVexil>(value.object());
 }
 
-/// The items of a change record's array.
-KRAVTWVItemArray itemsIn(const Value& values) {
-  if (!values.isArray()) {
+const Key& childrenKey() {
+  static const Key key(KRAVTWVItemVexilKeyPathChildren);
+  return key;
+}
+
+/// Calls `visit` for every item of the subtrees in a change record's array.
+template <class Visit>
+void walkThroughTreesIn(const Value& items, const Visit& visit) {
+  if (!items.isArray()) {
     throw platform::InvalidArgument("a watched item's children were or became absent");
   }
+  for (const Value& item : items.elements()) {
+    detail::ItemWalk::throughTree(static_cast<KRAVTWVItemVexil&>(*item.object()), visit);
+  }
+}
+
+KRAVTWVItemArray itemsIn(const Value& values) {
   KRAVTWVItemArray items;
   items.reserve(values.elements().size());
   for (const Value& value : values.elements()) {
@@ -116,35 +130,40 @@ void KRAVTWVItemsObserver::rootDidChange(const ChangeRecord& change) {
 void KRAVTWVItemsObserver::childrenDidChange(const std::shared_ptr<KRAVTWVItemVexil>& parent,
                                              const ChangeRecord& change) {
   const auto observer = std::static_pointer_cast<KRAVTWVItemsObserver>(shared_from_this());
-  const auto report = [&](ChangeKind kind, const KRAVTWVItemArray& items) {
+  const auto report = [&](ChangeKind kind, const Value& items) {
     if (const auto delegate = this->delegate()) {
-      delegate->itemsObserverDidObserveItemsIndexesParent(observer, kind, items, change.indexes,
-                                                          parent);
+      delegate->itemsObserverDidObserveItemsIndexesParent(observer, kind, itemsIn(items),
+                                                          change.indexes, parent);
     }
   };
   const bool isReplacement = change.kind == ChangeKind::replacement;
-  KRAVTWVItemArray oldItems;
   if (!change.oldValue.isAbsent()) {
-    oldItems = itemsIn(change.oldValue);
-    for (const auto& item : oldItems) {
-      item->removeObserverForRecursiveChildrenWithContext(observer, &childrenContext);
-    }
+    withdrawFrom(change.oldValue);
     if (!isReplacement) {
       // Also of a setting: to a view, the old list is gone.
-      report(ChangeKind::removal, oldItems);
+      report(ChangeKind::removal, change.oldValue);
     }
   }
   if (!change.newValue.isAbsent()) {
-    const KRAVTWVItemArray newItems = itemsIn(change.newValue);
-    for (const auto& item : newItems) {
-      item->addObserverForRecursiveChildrenWithOptionContext(observer, ObservingOptions::both,
-                                                             &childrenContext);
-    }
+    registerOn(change.newValue);
     if (!isReplacement) {
-      report(change.kind, newItems);
+      report(change.kind, change.newValue);
     }
   }
   if (isReplacement) {
-    report(ChangeKind::replacement, oldItems);
+    report(ChangeKind::replacement, change.oldValue);
   }
+}
+
+void KRAVTWVItemsObserver::registerOn(const Value& items) {
+  const std::shared_ptr<platform::Observer> observer = self();
+  platform::ManyRegistrations registrations(observer, childrenKey(), ObservingOptions::both,
+                                            &childrenContext);
+  walkThroughTreesIn(items, [&](KRAVTWVItemVexil& item) { registrations.addTo(item); });
+}
+
+void KRAVTWVItemsObserver::withdrawFrom(const Value& items) {
+  const std::shared_ptr<platform::Observer> observer = self();
+  platform::ManyWithdrawals withdrawals(observer, childrenKey(), &childrenContext);
+  walkThroughTreesIn(items, [&](KRAVTWVItemVexil& item) { withdrawals.removeFrom(item); });
 }

@@ -81,6 +81,8 @@ class KRAVTWVItemsObserver : public platform::Observable, public platform::Obser
   void rootDidChange(const platform::ChangeRecord& change);
   void childrenDidChange(const std::shared_ptr<KRAVTWVItemVexil>& parent,
                          const platform::ChangeRecord& change);
+  void registerOn(const platform::Value& items);
+  void withdrawFrom(const platform::Value& items);
   [[nodiscard]] std::shared_ptr<platform::Observer> self();
   void setRootValue(const platform::Value& root);
   void setDelegateValue(const platform::Value& delegate);

@@ -2,11 +2,16 @@
 #include <platform/CaseFolding.h>
 #include <platform/Error.h>
 #include <ternwood/Ternwood.h>
+#include <vexil/EventOrder.h>
+#include <vexil/ItemMerge.h>
 #include <vexil/KRAVTWVItemsVexil.h>
+#include <vexil/LiteralRefresh.h>
 
 #include <algorithm>
 #include <compare>
 #include <iterator>
+#include <optional>
+#include <span>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -25,6 +30,8 @@ using platform::Value;
 
 namespace {
 
+using detail::LiteralRefresh;
+
 const Key& sortedEventsKey() {
   static const Key key("sortedEvents");
   return key;
@@ -39,41 +46,6 @@ void requireArray(const Value& list) {
 /// Whether nothing has to be done for a new list. An absent list equals none.
 bool areEqualLists(const Value& held, const Value& fresh) {
   return !held.isAbsent() && held == fresh;
-}
-
-/// The records of `events` by name, then by identifier; `events` itself when they are in that
-/// order, or absent.
-Value inEventOrder(const Value& events) {
-  requireArray(events);
-  static const Key nameKey(kTWEventName);
-  static const Key identifierKey(kTWEventUniqueID);
-  struct Entry {
-    const Value* record;
-    const Value* name;
-    const Value* identifier;
-  };
-  const auto before = [](const Entry& a, const Entry& b) {
-    const auto names = a.name->compare(*b.name);
-    return std::is_neq(names) ? std::is_lt(names)
-                              : std::is_lt(a.identifier->compare(*b.identifier));
-  };
-  const auto entryOf = [](const Value& record) {
-    return Entry{&record, &record[nameKey], &record[identifierKey]};
-  };
-  // Hosts mostly send what they sent before, and that shall take no memory.
-  if (std::ranges::is_sorted(events.elements(), before, entryOf)) {
-    return events;
-  }
-  std::vector<Entry> entries;
-  entries.reserve(events.elements().size());
-  std::ranges::transform(events.elements(), std::back_inserter(entries), entryOf);
-  std::ranges::stable_sort(entries, before);
-  std::vector<Value> sorted;
-  sorted.reserve(entries.size());
-  for (const Entry& entry : entries) {
-    sorted.push_back(*entry.record);
-  }
-  return Value::array(std::move(sorted));
 }
 
 /// An item for each record, in their order.
@@ -111,6 +83,12 @@ void KRAVTWVItemsVexil::replaceRootChildren(const std::shared_ptr<const KRAVTWVI
   }
 }
 
+void KRAVTWVItemsVexil::mergeIntoRoot(detail::FreshList items) {
+  if (const auto item = root()) {
+    detail::ItemMerge().run(*item, std::move(items), false);
+  }
+}
+
 const KeyTable& KRAVTWVItemsVexil::itemsKeyTable() {
   static const KeyTable table(
       nullptr, {KeyAccess::readWrite<&KRAVTWVItemsVexil::root, &KRAVTWVItemsVexil::setRootValue>(
@@ -118,7 +96,7 @@ const KeyTable& KRAVTWVItemsVexil::itemsKeyTable() {
   return table;
 }
 
-KRAVTWVEventsVexil::KRAVTWVEventsVexil() = default;
+KRAVTWVEventsVexil::KRAVTWVEventsVexil() : _order(std::make_unique<detail::EventOrder>()) {}
 
 KRAVTWVEventsVexil::~KRAVTWVEventsVexil() = default;
 
@@ -127,13 +105,16 @@ void KRAVTWVEventsVexil::setSortedEvents(Value sortedEvents) {
 }
 
 void KRAVTWVEventsVexil::setEvents(const Value& events) {
-  const Value sorted = inEventOrder(events);
-  if (areEqualLists(sortedEvents(), sorted)) {
+  const auto [sorted, isHeld, lineage] = _order->compare(sortedEvents(), events);
+  if (isHeld) {
     return;
   }
   setSortedEvents(sorted);
-  replaceRootChildren(
-      itemsOf(sorted, [](const Value& event) { return KRAVTWVEventVexil::itemWithEvent(event); }));
+  if (LiteralRefresh::isWanted()) {
+    replaceRootChildren(itemsOf(sorted, &KRAVTWVEventVexil::itemWithEvent));
+  } else {
+    mergeIntoRoot(detail::FreshList(detail::FreshEvents{sorted, lineage}));
+  }
 }
 
 const KeyTable& KRAVTWVEventsVexil::keyTable() const {
@@ -147,7 +128,95 @@ const KeyTable& KRAVTWVEventsVexil::keyTable() const {
 
 // --- event store
 
-KRAVTWVEventStoreVexil::KRAVTWVEventStoreVexil() = default;
+namespace {
+
+bool isEnginesOwn(const Value& domain) {
+  static const Key typeKey(kTWDomainType);
+  const Value& type = domain[typeKey];
+  return type.isString() && type.string() == kTWDomainType_Engine;
+}
+
+/// Gives each row its share of the events, in their order; `rowOfEvent` may be nowhere.
+void selectByRow(const std::vector<detail::PlaceTable::Place>& rowOfEvent,
+                 std::vector<detail::FreshEvents>& rows) {
+  using detail::PlaceTable;
+  for (const PlaceTable::Place row : rowOfEvent) {
+    if (row != PlaceTable::nowhere) {
+      ++rows[row].end;
+    }
+  }
+  const auto selection = std::make_shared<std::vector<PlaceTable::Place>>(rowOfEvent.size());
+  std::size_t first = 0;
+  for (detail::FreshEvents& row : rows) {
+    row.selection = selection;
+    row.first = first;
+    first += std::exchange(row.end, first);
+  }
+  for (std::size_t i = 0; i < rowOfEvent.size(); ++i) {
+    if (rowOfEvent[i] != PlaceTable::nowhere) {
+      (*selection)[rows[rowOfEvent[i]].end++] = static_cast<PlaceTable::Place>(i);
+    }
+  }
+}
+
+/// What `itemsWithEventsAndDomains` makes, with the event items left out that are not needed, for
+/// events of which no two are equal; nothing when two domains share their events.
+std::optional<detail::FreshList> freshRows(
+    const Value& events, const std::shared_ptr<const detail::EventLineage>& lineage,
+    const Value& domains) {
+  using detail::PlaceTable;
+  auto rows = std::make_shared<KRAVTWVItemArray>();
+  std::vector<detail::FreshEvents> eventsOfRows;
+  std::vector<Value> identifiers;
+  PlaceTable rowsByIdentifier(domains.elements().size());
+  const auto rowOf = [&](const Value& identifier, std::uint64_t hash) {
+    return rowsByIdentifier.find(
+        hash, [&](PlaceTable::Place row) { return identifiers[row] == identifier; });
+  };
+  const auto identifierIn = [](const Value& value) -> const Value& {
+    static const Value none("");
+    return value.isString() ? value : none;
+  };
+  platform::FieldReader identifierOf{Key(kTWDomainUniqueID)};
+  for (const Value& domain : domains.elements()) {
+    if (isEnginesOwn(domain)) {
+      continue;
+    }
+    const Value& identifier = identifierIn(identifierOf(domain));
+    if (rowOf(identifier, identifier.hash()) != PlaceTable::nowhere) {
+      return std::nullopt;
+    }
+    rowsByIdentifier.insert(identifier.hash(), static_cast<PlaceTable::Place>(rows->size()));
+    identifiers.push_back(identifier);
+    rows->push_back(KRAVTWVDomainVexil::itemWithDomain(domain));
+    eventsOfRows.push_back({.records = events, .lineage = lineage, .parent = rows->back()});
+  }
+  const std::span<const Value> records = events.elements();
+  const std::vector<PlaceTable::Place> rowOfEvent = [&] {
+    std::vector<PlaceTable::Place> found(records.size());
+    platform::FieldReader domainOf{Key(kTWEventDomain)};
+    constexpr std::size_t ahead = 12;
+    for (std::size_t i = 0; i < records.size(); ++i) {
+      if (i + ahead < records.size()) {
+        records[i + ahead].prefetch();
+      }
+      const Value& identifier = identifierIn(domainOf(records[i]));
+      found[i] = rowOf(identifier, identifier.hash());
+    }
+    return found;
+  }();
+  selectByRow(rowOfEvent, eventsOfRows);
+  if (rows->size() == 1) {
+    // The row goes, and with it what its events would have had for a parent.
+    eventsOfRows.front().parent = nullptr;
+    return detail::FreshList(std::move(eventsOfRows.front()));
+  }
+  return detail::FreshList(std::move(rows), std::move(eventsOfRows));
+}
+
+}  // namespace
+
+KRAVTWVEventStoreVexil::KRAVTWVEventStoreVexil() : _order(std::make_unique<detail::EventOrder>()) {}
 
 KRAVTWVEventStoreVexil::~KRAVTWVEventStoreVexil() = default;
 
@@ -166,22 +235,34 @@ void KRAVTWVEventStoreVexil::setDomains(const Value& domains) {
     return;
   }
   setOrderedDomains(domains);
-  replaceRootChildren(itemsWithEventsAndDomains(sortedEvents(), orderedDomains()));
+  rebuild();
 }
 
 void KRAVTWVEventStoreVexil::setEvents(const Value& events) {
-  const Value sorted = inEventOrder(events);
-  if (areEqualLists(sortedEvents(), sorted)) {
+  const auto [sorted, isHeld, lineage] = _order->compare(sortedEvents(), events);
+  if (isHeld) {
     return;
   }
   setSortedEvents(sorted);
-  replaceRootChildren(itemsWithEventsAndDomains(sortedEvents(), orderedDomains()));
+  rebuild();
+}
+
+void KRAVTWVEventStoreVexil::rebuild() {
+  const Value events = sortedEvents();
+  const Value domains = orderedDomains();
+  const auto lineage = _order->lineageOf(events);
+  if (lineage && !LiteralRefresh::isWanted()) {
+    if (auto rows = freshRows(events, lineage, domains)) {
+      mergeIntoRoot(std::move(*rows));
+      return;
+    }
+  }
+  replaceRootChildren(itemsWithEventsAndDomains(events, domains));
 }
 
 std::shared_ptr<KRAVTWVItemArray> KRAVTWVEventStoreVexil::itemsWithEventsAndDomains(
     const Value& events, const Value& domains) {
   static const Key eventDomainKey(kTWEventDomain);
-  static const Key domainTypeKey(kTWDomainType);
   static const Key domainIdentifierKey(kTWDomainUniqueID);
 
   // The records outlive the table, so it can refer to their strings.
@@ -193,8 +274,7 @@ std::shared_ptr<KRAVTWVItemArray> KRAVTWVEventStoreVexil::itemsWithEventsAndDoma
 
   auto items = std::make_shared<KRAVTWVItemArray>();
   for (const Value& domain : domains.elements()) {
-    const Value& type = domain[domainTypeKey];
-    if (type.isString() && type.string() == kTWDomainType_Engine) {
+    if (isEnginesOwn(domain)) {
       continue;
     }
     items->push_back(KRAVTWVDomainVexil::itemWithDomain(domain));

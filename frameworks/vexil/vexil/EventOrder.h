@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+// Internal to collections: event records in their order.
+#pragma once
+
+#include <platform/Value.h>
+#include <vexil/EventLineage.h>
+#include <vexil/PlaceTable.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace detail {
+
+/// A list of event records by name and then by identifier, stably.
+struct OrderedEvents {
+  platform::Value list;   // absent where the events are; the events themselves when in order
+  bool isStrict = false;  // whether no two records share a place in the order, as equal ones do
+};
+
+/// Sorts `events`. Raises `InvalidArgument` when they are neither absent nor an array.
+[[nodiscard]] OrderedEvents inEventOrder(const platform::Value& events);
+
+/// What a collection knows about the list of events that it holds, so that the next list, which is
+/// mostly the same one with few changes, need not be sorted and compared as a whole: each record is
+/// looked for by its identifier, and one that has not changed its name keeps its place.
+///
+/// That yields what sorting and comparing would only where no two records share a place in the
+/// order, or an identifier. Other lists are sorted.
+class EventOrder {
+ public:
+  struct Answer {
+    platform::Value sorted;
+    bool isHeld;  // whether the list held equals the fresh one in order; an absent one never does
+    std::shared_ptr<const EventLineage> lineage;  // of the fresh one, where it is strict
+  };
+
+  /// `held` is what the collection holds, whoever has set it. Raises what sorting raises.
+  [[nodiscard]] Answer compare(const platform::Value& held, const platform::Value& events);
+
+  /// The lineage of `list`, the one of the last answer; null where no two of its records must share
+  /// a place in the order and that is not known.
+  [[nodiscard]] std::shared_ptr<const EventLineage> lineageOf(const platform::Value& list) const {
+    return list.sharesStorageWith(_known) ? _lineage : nullptr;
+  }
+
+ private:
+  using Place = PlaceTable::Place;
+  class Search;
+
+  void know(const OrderedEvents& events);
+  [[nodiscard]] bool learnIdentifiers();
+  [[nodiscard]] std::optional<Answer> arrange(Search& search);
+
+  platform::Value _known;  // the list that all this is about
+  // Null where records share a place in the order.
+  std::shared_ptr<const EventLineage> _lineage;
+  PlaceTable _placesByIdentifier;  // empty while it is not needed
+  bool _identifiersDiffer = true;
+  std::vector<Place> _lastPlaces;  // of the records of the last list, in the order it came in
+};
+
+}  // namespace detail

@@ -1,0 +1,229 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <platform/Error.h>
+#include <ternwood/Ternwood.h>
+#include <vexil/FreshList.h>
+#include <vexil/ItemFields.h>
+
+#include <algorithm>
+#include <typeinfo>
+#include <utility>
+
+namespace detail {
+
+using platform::Key;
+using platform::Value;
+
+namespace {
+
+const Key& eventIdentifierKey() {
+  static const Key key(kTWEventUniqueID);
+  return key;
+}
+
+/// How many turns before it is needed each thing is fetched.
+constexpr std::size_t ahead = 6;
+
+const std::shared_ptr<const KRAVTWVItemArray>& noItems() {
+  static const auto none = std::make_shared<const KRAVTWVItemArray>();
+  return none;
+}
+
+}  // namespace
+
+std::vector<Value> anyIdentifiersOf(const KRAVTWVItemArray& items) {
+  std::vector<Value> identifiers;
+  identifiers.reserve(items.size());
+  platform::FieldReader identifierOf(eventIdentifierKey());
+  for (const auto& item : items) {
+    if (!item) {
+      throw platform::InvalidArgument("an array of items holds a null pointer");
+    }
+    if (ItemFields::isPlainEvent(*item)) {
+      identifiers.push_back(identifierOf(ItemFields::representedObject(*item)));
+    } else {
+      identifiers.push_back(item->uniqueID());
+    }
+  }
+  return identifiers;
+}
+
+std::shared_ptr<KRAVTWVItemVexil> FreshEvents::item(std::size_t index) const {
+  auto made = KRAVTWVEventVexil::itemWithEvent(record(index));
+  if (parent) {
+    made->setParent(parent);
+  }
+  note(*made, index);
+  return made;
+}
+
+FreshList::FreshList(std::shared_ptr<const KRAVTWVItemArray> items)
+    : _items(items ? std::move(items) : noItems()) {}
+
+FreshList::FreshList(FreshEvents events)
+    : _events(std::make_shared<const FreshEvents>(std::move(events))) {}
+
+FreshList::FreshList(std::shared_ptr<const KRAVTWVItemArray> rows,
+                     std::vector<FreshEvents> eventsOfRows)
+    : _items(std::move(rows)),
+      _eventsOfRows(std::make_shared<const std::vector<FreshEvents>>(std::move(eventsOfRows))) {}
+
+std::optional<std::vector<std::size_t>> FreshList::changesInPlace(
+    const KRAVTWVItemArray& children) const {
+  if (!_events || _events->size() != children.size()) {
+    return std::nullopt;
+  }
+  platform::FieldReader identifierOf(eventIdentifierKey());
+  platform::FieldReader identifierOfChild(eventIdentifierKey());
+  std::vector<std::size_t> changes;
+  for (std::size_t i = 0; i < children.size(); ++i) {
+    prefetch(children, i);
+    if (!children[i] || !ItemFields::isPlainEvent(*children[i])) {
+      return std::nullopt;
+    }
+    KRAVTWVItemVexil& child = *children[i];
+    const std::optional<bool> known = _events->known(child, i);
+    if (known == true) {
+      _events->note(child, i);  // and records of such lists have identifiers
+      continue;
+    }
+    const Value& identifier = identifierOf(_events->record(i));
+    if (identifier.isAbsent() ||
+        !(identifierOfChild(ItemFields::representedObject(child)) == identifier)) {
+      return std::nullopt;
+    }
+    if (known || !_events->isEqualTo(child, i)) {
+      changes.push_back(i);
+    }
+  }
+  return changes;
+}
+
+std::optional<IdentifierDifference> FreshList::knownDifference(
+    const KRAVTWVItemArray& children) const {
+  if (!_events || _events->selection || !_events->lineage || _events->lineage->listBefore == 0 ||
+      _events->lineage->countBefore != children.size()) {
+    return std::nullopt;
+  }
+  const EventLineage& lineage = *_events->lineage;
+  for (std::size_t i = 0; i < children.size(); ++i) {
+    ItemFields::prefetch(children[std::min(i + 2 * ahead, children.size() - 1)].get());
+    if (!children[i] || !ItemFields::isPlainEvent(*children[i])) {
+      return std::nullopt;
+    }
+    if (lineage.placeBefore(ItemFields::equalRecord(*children[i])) != i) {
+      return std::nullopt;
+    }
+  }
+  IdentifierDifference difference;
+  std::vector<std::uint8_t> stays(children.size());
+  for (std::size_t i = 0; i < lineage.origins.size(); ++i) {
+    const PlaceTable::Place origin = lineage.origins[i];
+    if (origin == PlaceTable::nowhere) {
+      difference.appeared.insert(i);
+    } else {
+      stays[origin & EventLineage::placeBits] = 1;
+    }
+  }
+  for (std::size_t i = 0; i < stays.size(); ++i) {
+    if (stays[i] == 0) {
+      difference.vanished.insert(i);
+    }
+  }
+  return difference;
+}
+
+std::vector<Value> FreshList::identifiers() const {
+  if (!_events) {
+    return anyIdentifiersOf(*_items);
+  }
+  std::vector<Value> identifiers;
+  identifiers.reserve(_events->size());
+  platform::FieldReader identifierOf(eventIdentifierKey());
+  for (std::size_t i = 0; i < _events->size(); ++i) {
+    identifiers.push_back(identifierOf(_events->record(i)));
+  }
+  return identifiers;
+}
+
+std::shared_ptr<KRAVTWVItemVexil> FreshList::item(std::size_t index) const {
+  if (_events) {
+    return _events->item(index);
+  }
+  std::shared_ptr<KRAVTWVItemVexil> row = (*_items)[index];
+  if (_eventsOfRows && row->children()->empty()) {
+    const FreshEvents& events = (*_eventsOfRows)[index];
+    row->children()->reserve(events.size());
+    for (std::size_t i = 0; i < events.size(); ++i) {
+      row->children()->push_back(events.item(i));
+    }
+  }
+  return row;
+}
+
+Value FreshList::representedObject(std::size_t index) const {
+  return _events ? _events->record(index) : (*_items)[index]->representedObject();
+}
+
+FreshList FreshList::childrenOf(std::size_t index) const {
+  if (_events) {
+    return noItems();
+  }
+  if (_eventsOfRows) {
+    FreshList events(nullptr);
+    events._events = {_eventsOfRows, &(*_eventsOfRows)[index]};
+    return events;
+  }
+  return {ItemFields::children(*(*_items)[index])};
+}
+
+std::optional<bool> FreshList::isRowEqualTo(const KRAVTWVItemVexil& child,
+                                            std::size_t index) const {
+  if (!_eventsOfRows) {
+    return std::nullopt;
+  }
+  const KRAVTWVItemVexil& row = *(*_items)[index];
+  if (typeid(child) != typeid(row) || !ItemFields::hasChildrenArray(child)) {
+    return std::nullopt;
+  }
+  const Value& object = ItemFields::representedObject(child);
+  const std::shared_ptr<KRAVTWVItemArray> children = ItemFields::children(child);
+  const FreshEvents& events = (*_eventsOfRows)[index];
+  if (object.isAbsent() || object != ItemFields::representedObject(row) ||
+      (children ? children->size() : 0) != events.size()) {
+    return false;
+  }
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    if (i + ahead < events.size()) {
+      ItemFields::prefetch((*children)[i + ahead].get());
+    }
+    if (!(*children)[i] || !ItemFields::isPlainEvent(*(*children)[i])) {
+      return std::nullopt;
+    }
+    if (!events.isEqualTo(*(*children)[i], i)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void FreshList::noteEqual(KRAVTWVItemVexil& child, std::size_t index) const {
+  if (_events && ItemFields::isPlainEvent(child) &&
+      ItemFields::representedObject(child).sharesStorageWith(_events->record(index))) {
+    _events->note(child, index);
+  }
+}
+
+void FreshList::prefetch(const KRAVTWVItemArray& children, std::size_t index) const {
+  if (index + 3 * ahead >= children.size() || index + 2 * ahead >= size()) {
+    return;
+  }
+  ItemFields::prefetch(children[index + 3 * ahead].get());
+  const auto& next = children[index + ahead];
+  if (_events && next && ItemFields::equalRecord(*next).list() == 0) {
+    // The records themselves will be compared.
+    ItemFields::prefetchRecord(next.get());
+    _events->record(index + ahead).prefetch();
+  }
+}
+
+}  // namespace detail

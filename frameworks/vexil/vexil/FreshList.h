@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: Apache-2.0
+// Internal to items: what a merge brings in.
+#pragma once
+
+#include <platform/Value.h>
+#include <vexil/EventLineage.h>
+#include <vexil/IdentifierDifference.h>
+#include <vexil/ItemFields.h>
+#include <vexil/KRAVTWVItemVexil.h>
+#include <vexil/PlaceTable.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace detail {
+
+/// Event items that have not been made: records, and the item that will be their parent.
+struct FreshEvents {
+  using Place = PlaceTable::Place;
+
+  platform::Value records;                                   // an array, or absent
+  std::shared_ptr<const EventLineage> lineage = {};          // of the records, if known
+  std::shared_ptr<const std::vector<Place>> selection = {};  // which are meant; all without one
+  std::size_t first = 0;                                     // the part of the selection: from here
+  std::size_t end = 0;                                       // to here
+  std::shared_ptr<KRAVTWVItemVexil> parent = {};
+
+  [[nodiscard]] std::size_t size() const {
+    return selection ? end - first : records.elements().size();
+  }
+  [[nodiscard]] std::size_t place(std::size_t index) const {
+    return selection ? (*selection)[first + index] : index;
+  }
+  [[nodiscard]] const platform::Value& record(std::size_t index) const {
+    return records.elements()[place(index)];
+  }
+  [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> item(std::size_t index) const;
+
+  /// Whether the record at `index` equals that of a plain event: from what the event remembers,
+  /// where possible. If so, the event remembers the record.
+  [[nodiscard]] bool isEqualTo(KRAVTWVItemVexil& event, std::size_t index) const;
+  /// The answer, as far as the event remembers it.
+  [[nodiscard]] std::optional<bool> known(const KRAVTWVItemVexil& event, std::size_t index) const;
+  /// Has a plain event that represents an equal of the record remember it.
+  void note(KRAVTWVItemVexil& event, std::size_t index) const;
+};
+
+/// A freshly built list of items, as a merge asks for it. Most refreshes bring what is there
+/// already, so a collection may hand over records in place of event items, and domain items whose
+/// events are such. Then no more items are made than are inserted, and a live item is compared with
+/// a record rather than with an item that wraps it. To an observer it is all the same: of fresh
+/// items only those that are inserted are ever seen.
+class FreshList {
+ public:
+  /// Items as they are. A null pointer is an empty list.
+  // NOLINTNEXTLINE(google-explicit-constructor): an array of items is such a list
+  FreshList(std::shared_ptr<const KRAVTWVItemArray> items);
+  explicit FreshList(FreshEvents events);
+  /// Items without children as yet, each with the events that belong below it.
+  FreshList(std::shared_ptr<const KRAVTWVItemArray> rows, std::vector<FreshEvents> eventsOfRows);
+
+  [[nodiscard]] std::size_t size() const { return _events ? _events->size() : _items->size(); }
+
+  /// The items when they are the host's business: it can hold and change them.
+  [[nodiscard]] const KRAVTWVItemArray* hostItems() const {
+    return _events || _eventsOfRows ? nullptr : _items.get();
+  }
+
+  /// Where this list differs from `children`, when all identifiers are there and stand at the same
+  /// places in both, and all this can be told without making an item: nothing otherwise.
+  [[nodiscard]] std::optional<std::vector<std::size_t>> changesInPlace(
+      const KRAVTWVItemArray& children) const;
+
+  /// Which identifiers are not in the other list, where that can be told without a look at them.
+  [[nodiscard]] std::optional<IdentifierDifference> knownDifference(
+      const KRAVTWVItemArray& children) const;
+
+  /// The identifiers, absent ones included. Raises `InvalidArgument` for a null pointer.
+  [[nodiscard]] std::vector<platform::Value> identifiers() const;
+
+  /// Whether the item at a position has no children, without a look at it.
+  [[nodiscard]] bool isLeaf() const { return _events != nullptr; }
+
+  /// The item at a position, with its children.
+  [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> item(std::size_t index) const;
+
+  [[nodiscard]] platform::Value representedObject(std::size_t index) const;
+  [[nodiscard]] FreshList childrenOf(std::size_t index) const;
+
+  /// `child.isEqual` of the item, where that can be told without the item: nothing otherwise. What
+  /// is equal remembers it.
+  [[nodiscard]] std::optional<bool> isEqualTo(KRAVTWVItemVexil& child, std::size_t index) const;
+
+  /// To be called when a child has taken over the represented object of the item.
+  void noteEqual(KRAVTWVItemVexil& child, std::size_t index) const;
+
+  /// For a loop that compares children with the items at the same places and has come to `index`:
+  /// begins to fetch what it will look at some turns later.
+  void prefetch(const KRAVTWVItemArray& children, std::size_t index) const;
+
+ private:
+  [[nodiscard]] std::optional<bool> isRowEqualTo(const KRAVTWVItemVexil& child,
+                                                 std::size_t index) const;
+
+  std::shared_ptr<const KRAVTWVItemArray> _items;
+  std::shared_ptr<const FreshEvents> _events;
+  std::shared_ptr<const std::vector<FreshEvents>> _eventsOfRows;
+};
+
+inline bool FreshEvents::isEqualTo(KRAVTWVItemVexil& event, std::size_t index) const {
+  const platform::Value& object = ItemFields::representedObject(event);
+  std::optional<bool> isEqual = known(event, index);
+  if (!isEqual && !object.isAbsent()) {
+    isEqual = object.plainlyEquals(record(index));
+  }
+  if (!isEqual) {
+    // What an object says of itself may be otherwise the next time, so it is not remembered.
+    return !object.isAbsent() && object == record(index);
+  }
+  if (*isEqual) {
+    note(event, index);
+  }
+  return *isEqual;
+}
+
+inline std::optional<bool> FreshEvents::known(const KRAVTWVItemVexil& event,
+                                              std::size_t index) const {
+  const RecordAddress address = ItemFields::equalRecord(event);
+  if (!lineage || address.list() == 0) {
+    return std::nullopt;
+  }
+  if (address.list() == lineage->list) {
+    return address.place() == place(index);
+  }
+  if (address.list() != lineage->listBefore) {
+    return std::nullopt;
+  }
+  // Of records with different identifiers none equals the other.
+  const Place origin = lineage->origins[place(index)];
+  return origin == PlaceTable::nowhere || (origin & EventLineage::unsure) == 0
+             ? std::optional(origin == address.place())
+             : std::nullopt;
+}
+
+inline void FreshEvents::note(KRAVTWVItemVexil& event, std::size_t index) const {
+  if (lineage) {
+    ItemFields::setEqualRecord(event, {lineage->list, static_cast<Place>(place(index))});
+  }
+}
+
+inline std::optional<bool> FreshList::isEqualTo(KRAVTWVItemVexil& child, std::size_t index) const {
+  if (!_events) {
+    return isRowEqualTo(child, index);
+  }
+  return ItemFields::isPlainEvent(child) ? std::optional(_events->isEqualTo(child, index))
+                                         : std::nullopt;
+}
+
+/// The identifiers of items, absent ones included. Raises `InvalidArgument` for a null pointer.
+[[nodiscard]] std::vector<platform::Value> anyIdentifiersOf(const KRAVTWVItemArray& items);
+
+}  // namespace detail

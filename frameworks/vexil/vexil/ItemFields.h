@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+// Internal to items: what compound operations read without going through the atomic getters. They
+// belong to one thread at a time, so nobody changes a field meanwhile.
+#pragma once
+
+#include <vexil/KRAVTWVItemVexil.h>
+
+#include <memory>
+#include <typeinfo>
+
+namespace detail {
+
+struct ItemFields {
+  using Item = KRAVTWVItemVexil;
+
+  static const platform::Value& representedObject(const Item& item) {
+    return item._representedObject;
+  }
+  /// Null where there are none, or no array of them.
+  static std::shared_ptr<KRAVTWVItemArray> children(const Item& item) {
+    return item._rare ? item._rare->_children : nullptr;
+  }
+  static bool hasChildrenArray(const Item& item) {
+    return item._childrenState != Item::Children::absent;
+  }
+
+  /// Whether an item is an event of no other class, without children: then identifier, equality and
+  /// all else follow from the record alone.
+  static bool isPlainEvent(const Item& item) {
+    return typeid(item) == typeid(KRAVTWVEventVexil) && hasChildrenArray(item) &&
+           (item._childrenState == Item::Children::unmade || item._rare->_children->empty());
+  }
+
+  /// The record that the represented object is known to equal.
+  static RecordAddress equalRecord(const Item& item) { return item._equalRecord; }
+  static void setEqualRecord(Item& item, RecordAddress record) { item._equalRecord = record; }
+
+  /// Begins to fetch an item, or what a record in it holds, for a loop that comes to it later.
+  static void prefetch(const Item* item) {
+    __builtin_prefetch(item);
+    __builtin_prefetch(reinterpret_cast<const char*>(item) + sizeof(Item) - 1);
+  }
+  static void prefetchRecord(const Item* item) {
+    if (item != nullptr) {
+      item->_representedObject.prefetch();
+    }
+  }
+};
+
+}  // namespace detail

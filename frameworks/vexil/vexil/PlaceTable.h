@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+// Internal: places in a list, found by the hash of what stands there.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace detail {
+
+/// A hash table that holds numbers alone: what they stand for lies in somebody's list, and is
+/// compared there. One allocation, no nodes.
+class PlaceTable {
+ public:
+  using Place = std::uint32_t;
+  static constexpr Place nowhere = UINT32_MAX;
+
+  PlaceTable() = default;
+  explicit PlaceTable(std::size_t count) { reset(count); }
+
+  /// Empties the table and makes room for `count` places.
+  void reset(std::size_t count) {
+    _slots.assign(std::bit_ceil(count * 2 + 1), 0);
+    _mask = _slots.size() - 1;
+  }
+  void clear() { _slots.clear(); }
+  [[nodiscard]] bool isEmpty() const { return _slots.empty(); }
+
+  void prefetch(std::uint64_t hash) const { __builtin_prefetch(&_slots[hash & _mask]); }
+
+  /// The place that is most likely meant: its hash agrees in half of its bits.
+  [[nodiscard]] Place likely(std::uint64_t hash) const {
+    return find(hash, [](Place) { return true; });
+  }
+
+  /// The first place with this hash of which `isMeant` says so.
+  template <class IsMeant>
+  [[nodiscard]] Place find(std::uint64_t hash, const IsMeant& isMeant) const {
+    for (std::size_t slot = hash & _mask; _slots[slot] != 0; slot = (slot + 1) & _mask) {
+      const auto place = static_cast<Place>(_slots[slot]) - 1;
+      if ((_slots[slot] ^ hash) >> 32 == 0 && isMeant(place)) {
+        return place;
+      }
+    }
+    return nowhere;
+  }
+
+  void insert(std::uint64_t hash, Place place) {
+    std::size_t slot = hash & _mask;
+    while (_slots[slot] != 0) {
+      slot = (slot + 1) & _mask;
+    }
+    _slots[slot] = (hash >> 32 << 32) | (place + 1);
+  }
+
+ private:
+  std::vector<std::uint64_t> _slots;  // bits of the hash above, the place and one below
+  std::size_t _mask = 0;
+};
+
+}  // namespace detail
