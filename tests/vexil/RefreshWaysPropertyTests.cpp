@@ -223,7 +223,7 @@ class World : public std::enable_shared_from_this<World<Collection>> {
     }
     for (const ItemPointer& child : *children) {
       tell(std::string(static_cast<std::size_t>(depth), ' ') + nameOf(child) +
-           typeid(*child).name());
+           child->className());
       show(*child, depth + 1);
     }
   }

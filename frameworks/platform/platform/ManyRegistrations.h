@@ -84,8 +84,8 @@ class ManyRegistrations : detail::ListChanges {
   }
 
  private:
-  const std::shared_ptr<Observer>& _observer;
-  const Key& _key;
+  std::shared_ptr<Observer> _observer;
+  Key _key;
   ObservingOptions _options;
   const ContextToken* _context;
 };
@@ -106,8 +106,8 @@ class ManyWithdrawals : detail::ListChanges {
   }
 
  private:
-  const std::shared_ptr<Observer>& _observer;
-  const Key& _key;
+  std::shared_ptr<Observer> _observer;
+  Key _key;
   const ContextToken* _context;
 };
 

@@ -135,9 +135,12 @@ class Value {
   Value(Value&& other) noexcept { take(other); }
   Value& operator=(const Value& other) noexcept { return *this = Value(other); }
   Value& operator=(Value&& other) noexcept {
+    if (this == &other) {
+      return *this;
+    }
     if (_tag < tagString) {
       take(other);
-    } else if (this != &other) {
+    } else {
       // The old content goes last: letting go of it can run an object's destructor, and that may
       // look at this very value.
       const Value old(std::move(*this));

@@ -67,7 +67,9 @@ struct Entry {
 
 Prefix prefixOf(std::string_view name) {
   Prefix words{};
-  std::memcpy(words.data(), name.data(), std::min(name.size(), sizeof words));
+  if (!name.empty()) {
+    std::memcpy(words.data(), name.data(), std::min(name.size(), sizeof words));
+  }
   if constexpr (std::endian::native == std::endian::little) {
     for (std::uint64_t& word : words) {
       word = __builtin_bswap64(word);

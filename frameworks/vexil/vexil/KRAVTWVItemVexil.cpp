@@ -379,7 +379,8 @@ void KRAVTWVItemVexil::insertChildren(const detail::FreshList& fresh, const Inde
 
 void KRAVTWVItemVexil::replaceChildren(const std::shared_ptr<const KRAVTWVItemArray>& fresh) {
   // One holds the array, the caller; were it more, it could be some item's own.
-  detail::ItemMerge().run(*this, fresh, fresh.use_count() <= 1);
+  const bool isPrivate = fresh.use_count() <= 1;
+  detail::ItemMerge().run(*this, fresh, isPrivate);
 }
 
 std::shared_ptr<KRAVTWVItemVexil> KRAVTWVItemVexil::childAtIndex(std::size_t index) const {

@@ -7,7 +7,7 @@
 #include <platform/Observable.h>
 #include <platform/Pasteboard.h>
 #include <platform/Value.h>
-#include <vexil/EventLineage.h>
+#include <vexil/RecordAddress.h>
 
 #include <atomic>
 #include <concepts>
