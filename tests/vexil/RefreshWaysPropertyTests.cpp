@@ -222,8 +222,7 @@ class World : public std::enable_shared_from_this<World<Collection>> {
       return;
     }
     for (const ItemPointer& child : *children) {
-      tell(std::string(static_cast<std::size_t>(depth), ' ') + nameOf(child) +
-           child->className());
+      tell(std::string(static_cast<std::size_t>(depth), ' ') + nameOf(child) + child->className());
       show(*child, depth + 1);
     }
   }
