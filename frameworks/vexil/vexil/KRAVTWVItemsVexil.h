@@ -138,7 +138,8 @@ class KRAVTWVEventStoreVexil : public KRAVTWVItemsVexil {
   void setDomains(const platform::Value& domains);
 
   /// The same for event records, in any order, under the key "events". They are sorted as
-  /// `KRAVTWVEventsVexil::setEvents` says, and it is the sorted list that is compared. Without a
+  /// `KRAVTWVEventsVexil::setEvents` says, at the cost it names, and it is the sorted list that is
+  /// compared. Without a
   /// list, the domains stay as rows without events.
   void setEvents(const platform::Value& events);
 
