@@ -56,8 +56,11 @@ std::shared_ptr<KRAVTWVItemVexil> FreshEvents::item(std::size_t index) const {
   return made;
 }
 
-FreshList::FreshList(std::shared_ptr<const KRAVTWVItemArray> items)
-    : _items(items ? std::move(items) : noItems()) {}
+FreshList::FreshList(std::shared_ptr<const KRAVTWVItemArray> items) : _items(std::move(items)) {
+  if (!_items) {
+    _items = noItems();
+  }
+}
 
 FreshList::FreshList(FreshEvents events)
     : _events(std::make_shared<const FreshEvents>(std::move(events))) {}
