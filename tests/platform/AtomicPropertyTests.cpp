@@ -2,6 +2,7 @@
 // Properties that several threads read and set at once. Most of what these tests can find shows
 // under a thread sanitizer only.
 #include <gtest/gtest.h>
+#include <platform/BlockPool.h>
 #include <platform/Observable.h>
 #include <platform/SpinLock.h>
 
@@ -272,6 +273,27 @@ TEST(SpinLock, LetsOneThreadInAtATime) {
     }
   });
   EXPECT_EQ(count, threadCount * rounds);
+}
+
+TEST(AtomicBlockPool, HandsEachThreadBlocksOfItsOwn) {
+  platform::detail::BlockPool pool(48);
+  onThreads(4, [&](int number) {
+    std::vector<int*> mine;
+    for (int i = 0; i < 2000; ++i) {
+      mine.push_back(new (pool.allocate()) int(number));
+      if (i % 3 == 0) {
+        ASSERT_EQ(*mine[mine.size() / 2], number);
+        std::swap(mine[mine.size() / 2], mine.back());
+        pool.deallocate(mine.back());
+        mine.pop_back();
+      }
+    }
+    for (int* block : mine) {
+      ASSERT_EQ(*block, number);
+      pool.deallocate(block);
+    }
+  });
+  EXPECT_LE(pool.slabCount(), platform::detail::BlockPool::fewSlabs + 1);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <rapidcheck/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -161,6 +162,34 @@ RC_GTEST_PROP(ValueOrderProperty, SortsAnyInput, ()) {
       RC_ASSERT(!isLess(values[j], values[i]));
     }
   }
+}
+
+RC_GTEST_PROP(AnyTwoTexts, AreOrderedAsTheirPrefixesAre, ()) {
+  const auto text = [] {
+    std::string made = *rc::gen::container<std::string>(rc::gen::element('a', '\0', '\xFF'));
+    return std::string(*rc::gen::element<std::size_t>(0, 7, 15, 22, 23, 24), 'b') + made;
+  };
+  const Value a(text());
+  const Value b(text());
+  if (a.textPrefix() != b.textPrefix()) {
+    RC_ASSERT(a.compare(b) == std::weak_ordering(a.textPrefix() <=> b.textPrefix()));
+  } else {
+    // What lies behind the prefix, or zeros at an end, must decide.
+    const auto beginning = [](const Value& value) {
+      std::string bytes(value.string().substr(0, 24));
+      bytes.resize(24);
+      return bytes;
+    };
+    RC_ASSERT(beginning(a) == beginning(b));
+  }
+}
+
+TEST(ValueOrder, HasNoPrefixesOfWhatIsNoText) {
+  constexpr std::array<std::uint64_t, 3> none{};
+  for (const Value& value : {Value(), Value(7), Value(2.5), data("abc"), Value::array({})}) {
+    EXPECT_EQ(value.textPrefix(), none) << value.description();
+  }
+  EXPECT_EQ(Value("").textPrefix(), none);
 }
 
 }  // namespace

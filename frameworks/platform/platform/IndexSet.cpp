@@ -22,14 +22,9 @@ IndexSet IndexSet::range(std::size_t first, std::size_t end) {
   return set;
 }
 
-void IndexSet::insert(std::size_t index) {
+void IndexSet::insertAnywhere(std::size_t index) {
   if (index == SIZE_MAX) {
     throw RangeError("no list has a position " + std::to_string(index));
-  }
-  if (!_runs.empty() && _runs.back().end() == index) {
-    ++_runs.back().count;
-    ++_count;
-    return;
   }
   // The first run that ends at or behind `index` is the one to hold it, to grow, or to follow it.
   const auto at = _runs.empty() || _runs.back().end() < index

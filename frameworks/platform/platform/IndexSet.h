@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <optional>
 #include <string>
@@ -31,7 +32,14 @@ class IndexSet {
   static IndexSet range(std::size_t first, std::size_t end);
 
   /// Adds one position; nothing happens when it is already there.
-  void insert(std::size_t index);
+  void insert(std::size_t index) {
+    if (!_runs.empty() && _runs.back().end() == index && index != SIZE_MAX) {
+      ++_runs.back().count;
+      ++_count;
+    } else {
+      insertAnywhere(index);
+    }
+  }
 
   [[nodiscard]] bool contains(std::size_t index) const noexcept;
   [[nodiscard]] bool empty() const noexcept { return _runs.empty(); }
@@ -62,6 +70,8 @@ class IndexSet {
   bool operator==(const IndexSet&) const = default;
 
  private:
+  void insertAnywhere(std::size_t index);
+
   std::vector<Run> _runs;
   std::size_t _count = 0;
 };

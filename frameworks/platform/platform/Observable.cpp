@@ -330,6 +330,11 @@ Value Observable::valuesAtIndexesForKey(const IndexSet& indexes, const Key& key)
   return Value::array(std::move(values));
 }
 
+bool Observable::areValuesAtIndexesForKey(const Value& /*values*/, const IndexSet& /*indexes*/,
+                                          const Key& /*key*/) const {
+  return false;
+}
+
 PendingChange Observable::willChangeValueForKey(const Key& key) {
   return begin(ChangeKind::setting, nullptr, key);
 }
@@ -404,7 +409,11 @@ void Observable::finish(PendingChange pending) {
   }
   for (auto& telling : change.tellings) {
     if (telling.wantsNew && telling.record.kind != ChangeKind::removal) {
-      telling.record.newValue = valueTold(telling.key, telling.record);
+      ChangeRecord& record = telling.record;
+      const bool areTheOldOnes =
+          record.kind == ChangeKind::replacement && telling.wantsOld &&
+          areValuesAtIndexesForKey(record.oldValue, *record.indexes, telling.key);
+      record.newValue = areTheOldOnes ? record.oldValue : valueTold(telling.key, record);
     }
   }
   bool someAreGone = false;

@@ -122,6 +122,12 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
   /// overrides this, since the default reads the whole array first. Raises `RangeError`.
   [[nodiscard]] virtual Value valuesAtIndexesForKey(const IndexSet& indexes, const Key& key) const;
 
+  /// Whether `values` are what `valuesAtIndexesForKey` would yield, where that shows at once. Asked
+  /// of the old elements of a replacement: often they are the very objects, with other content, and
+  /// then their array serves as that of the new ones. False unless a class says so.
+  [[nodiscard]] virtual bool areValuesAtIndexesForKey(const Value& values, const IndexSet& indexes,
+                                                      const Key& key) const;
+
   /// Reads or sets one stored property, atomically with respect to each other on any threads. A set
   /// is announced under `key`.
   template <class T>
@@ -139,8 +145,9 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
   /// after the lock is.
   template <class T>
   void exchange(T& field, T& value) {
+    using std::swap;
     const std::lock_guard lock(propertyLock());
-    std::swap(field, value);
+    swap(field, value);
   }
   /// The lock of this object's stored properties, for a property that is more than one field. Held
   /// for a few instructions; nothing foreign runs under it.

@@ -23,13 +23,6 @@ Value::Value(std::string_view text) : Value(tagAbsent) {
   }
 }
 
-Value::Value(std::shared_ptr<Object> object) noexcept : Value(tagAbsent) {
-  if (object) {
-    new (static_cast<void*>(_storage)) std::shared_ptr<Object>(std::move(object));
-    _tag = tagObject;
-  }
-}
-
 Value Value::data(std::span<const std::byte> bytes) {
   return {tagData, Bytes::make(bytes.data(), bytes.size())};
 }
@@ -120,7 +113,9 @@ Value Value::dictionary(std::initializer_list<std::pair<Key, Value>> entries) {
 
 void Value::drop() noexcept {
   if (_tag == tagObject) {
-    releaseWithoutRecursion(std::move(objectSlot()));
+    if (objectSlot().use_count() == 1) {
+      releaseWithoutRecursion(std::move(objectSlot()));
+    }
     objectSlot().~shared_ptr();
   } else if (load<const detail::RefCount*>()->release()) {
     if (_tag == tagString || _tag == tagData) {
@@ -194,9 +189,9 @@ std::span<const Key> Value::keys() const noexcept {
   return _tag == tagDictionary ? load<Container*>()->shape->keys() : std::span<const Key>();
 }
 
-const std::shared_ptr<Object>& Value::object() const noexcept {
+const std::shared_ptr<Object>& Value::noObject() noexcept {
   static const std::shared_ptr<Object> none;
-  return _tag == tagObject ? objectSlot() : none;
+  return none;
 }
 
 namespace {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <compare>
 #include <concepts>
 #include <cstddef>
@@ -103,10 +104,19 @@ class Value {
   Value(const char* text) : Value(std::string_view(text)) {}
   Value(const std::string& text) : Value(std::string_view(text)) {}
   /// A reference to an object, which is kept alive; absent when the pointer is empty.
-  Value(std::shared_ptr<Object> object) noexcept;
+  Value(std::shared_ptr<Object> object) noexcept : Value(tagAbsent) {
+    if (object) {
+      new (static_cast<void*>(_storage)) std::shared_ptr<Object>(std::move(object));
+      _tag = tagObject;
+    }
+  }
   template <std::derived_from<Object> T>
-  Value(const std::shared_ptr<T>& object) noexcept
-      : Value(std::static_pointer_cast<Object>(object)) {}
+  Value(const std::shared_ptr<T>& object) noexcept : Value(tagAbsent) {
+    if (object) {
+      new (static_cast<void*>(_storage)) std::shared_ptr<Object>(object);
+      _tag = tagObject;
+    }
+  }
   // NOLINTEND(google-explicit-constructor)
 
   static Value data(std::span<const std::byte> bytes);
@@ -180,6 +190,11 @@ class Value {
   /// is neither assigned to nor moved from.
   [[nodiscard]] std::string_view string() const noexcept;
 
+  /// The first 24 bytes of a string, with zeros behind its end, as numbers that compare as the
+  /// bytes do: what decides most comparisons of strings when many are sorted. Zeros of any other
+  /// kind.
+  [[nodiscard]] std::array<std::uint64_t, 3> textPrefix() const noexcept;
+
   /// The bytes of data, the elements of an array, the keys of a dictionary and its values in the
   /// same order; empty of any other kind. They live as long as a value that shares them.
   [[nodiscard]] std::span<const std::byte> bytes() const noexcept;
@@ -188,7 +203,9 @@ class Value {
   [[nodiscard]] std::span<const Value> values() const noexcept;
 
   /// The object referred to; empty of any other kind.
-  [[nodiscard]] const std::shared_ptr<Object>& object() const noexcept;
+  [[nodiscard]] const std::shared_ptr<Object>& object() const noexcept {
+    return _tag == tagObject ? objectSlot() : noObject();
+  }
 
   /// The value under a key of a dictionary; absent when there is none, and of any other kind.
   [[nodiscard]] const Value& operator[](const Key& key) const noexcept;
@@ -216,6 +233,19 @@ class Value {
   /// strings.
   [[nodiscard]] bool sharesStorageWith(const Value& other) const noexcept;
 
+  friend void swap(Value& a, Value& b) noexcept {
+    if (a._tag == tagObject || b._tag == tagObject) {
+      Value other(std::move(a));
+      a.take(b);
+      b.take(other);
+      return;
+    }
+    alignas(8) std::byte bits[sizeof(Value)];
+    std::memcpy(bits, static_cast<const void*>(&a), sizeof bits);
+    a.copyBits(b);
+    std::memcpy(static_cast<void*>(&b), bits, sizeof bits);
+  }
+
   friend bool operator==(const Value& a, const Value& b) {
     // Whatever has the same bits is equal, NaN too; of short strings nothing else is.
     return a.hasBitsOf(b) || ((a._tag > maxInline || b._tag > maxInline) && equal(a, b));
@@ -230,8 +260,7 @@ class Value {
 
   [[nodiscard]] std::size_t hash() const {
     if (_tag <= maxInline) {
-      const Words bits = words();
-      return detail::hashOfShortText(bits[0], bits[1], bits[2]);
+      return detail::hashOfShortText(word(0), word(1), word(2));
     }
     return hash(0);
   }
@@ -288,17 +317,15 @@ class Value {
     std::memcpy(&payload, _storage, sizeof payload);
     return payload;
   }
-  using Words = std::array<std::uint64_t, 3>;
-  [[nodiscard]] Words words() const noexcept {
-    Words words;
-    static_assert(sizeof words == sizeof(Value));
-    std::memcpy(&words, static_cast<const void*>(this), sizeof words);
-    return words;
+  // Word by word, as compilers take the three together by way of the stack.
+  [[nodiscard]] std::uint64_t word(std::size_t index) const noexcept {
+    std::uint64_t word;
+    static_assert(3 * sizeof word == sizeof(Value));
+    std::memcpy(&word, reinterpret_cast<const char*>(this) + index * sizeof word, sizeof word);
+    return word;
   }
   [[nodiscard]] bool hasBitsOf(const Value& other) const noexcept {
-    const Words a = words();
-    const Words b = other.words();
-    return ((a[0] ^ b[0]) | (a[1] ^ b[1]) | (a[2] ^ b[2])) == 0;
+    return ((word(0) ^ other.word(0)) | (word(1) ^ other.word(1)) | (word(2) ^ other.word(2))) == 0;
   }
   void copyBits(const Value& other) noexcept {
     std::memcpy(static_cast<void*>(this), static_cast<const void*>(&other), sizeof *this);
@@ -309,6 +336,8 @@ class Value {
   [[nodiscard]] const std::shared_ptr<Object>& objectSlot() const noexcept {
     return *std::launder(reinterpret_cast<const std::shared_ptr<Object>*>(_storage));
   }
+
+  [[nodiscard]] static const std::shared_ptr<Object>& noObject() noexcept;
 
   /// Moves the content of `other`, and leaves it absent. What is here counts for nothing.
   void take(Value& other) noexcept {
@@ -327,6 +356,8 @@ class Value {
   struct Comparison;
   static bool equal(const Value& a, const Value& b);
   static std::optional<bool> equalAtOnce(const Value& a, const Value& b, int& parts);
+  static std::optional<bool> equalAtOnce(const detail::Container& left,
+                                         const detail::Container& right, int& parts);
   static bool equalButFor(const Value& a, const Value& b, int depth, Comparison& comparison);
 
   alignas(8) std::byte _storage[maxInline];
@@ -443,9 +474,27 @@ inline std::string_view Value::string() const noexcept {
   return _tag == tagString ? load<const detail::Bytes*>()->text() : std::string_view();
 }
 
+inline std::array<std::uint64_t, 3> Value::textPrefix() const noexcept {
+  std::array<std::uint64_t, 3> words{};
+  if (_tag <= maxInline) {
+    words = {word(0), word(1), word(2)};
+  } else if (_tag == tagString) {
+    const std::string_view text = string();
+    std::memcpy(words.data(), text.data(), std::min(text.size(), sizeof words));
+  }
+  if constexpr (std::endian::native == std::endian::little) {
+    for (std::uint64_t& word : words) {
+      word = __builtin_bswap64(word);
+    }
+  }
+  if (_tag <= maxInline) {
+    words[2] &= ~std::uint64_t{0xFF};  // where the tag stands
+  }
+  return words;
+}
+
 inline bool Value::sharesStorageWith(const Value& other) const noexcept {
-  return _tag == tagObject && other._tag == tagObject ? objectSlot() == other.objectSlot()
-                                                      : _tag >= tagString && hasBitsOf(other);
+  return _tag >= tagString && _tag == other._tag && word(0) == other.word(0);  // their addresses
 }
 
 inline void Value::prefetch(std::size_t lines) const noexcept {

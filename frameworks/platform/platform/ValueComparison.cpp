@@ -185,21 +185,25 @@ std::weak_ordering Value::compare(const Value& other) const noexcept {
 /// The answer for what most comparisons are about, a few plain values of the same types under the
 /// same keys; nothing where it takes more to answer. Looks at `parts` values at most.
 std::optional<bool> Value::equalAtOnce(const Value& a, const Value& b, int& parts) {
-  if (a._tag != b._tag || (a._tag != tagDictionary && a._tag != tagArray)) {
-    if (a.isString() && b.isString()) {
-      return a.string() == b.string();
-    }
-    // Of one type that its bits decide.
-    return a._tag == b._tag && (a._tag == tagInteger || a._tag == tagBoolean) ? std::optional(false)
-                                                                              : std::nullopt;
+  if (a._tag == b._tag && (a._tag == tagDictionary || a._tag == tagArray)) {
+    return equalAtOnce(*a.load<const detail::Container*>(), *b.load<const detail::Container*>(),
+                       parts);
   }
-  const auto& left = *a.load<const detail::Container*>();
-  const auto& right = *b.load<const detail::Container*>();
+  if (a.isString() && b.isString()) {
+    return a.string() == b.string();
+  }
+  // Of one type that its bits decide.
+  return a._tag == b._tag && (a._tag == tagInteger || a._tag == tagBoolean) ? std::optional(false)
+                                                                            : std::nullopt;
+}
+
+std::optional<bool> Value::equalAtOnce(const detail::Container& left,
+                                       const detail::Container& right, int& parts) {
   const std::uint32_t count = left.count();
   if (left.shape != right.shape) {
     return std::nullopt;
   }
-  if (count != right.count()) {
+  if (left.shape == nullptr && count != right.ownCount) {
     return false;
   }
   parts -= static_cast<int>(std::min<std::uint32_t>(count, INT32_MAX / 2));

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <platform/BlockPool.h>
 #include <platform/Value.h>
 
 #include <algorithm>
@@ -14,7 +15,7 @@ namespace platform::detail {
 
 const Bytes* Bytes::make(const void* bytes, std::size_t length) {
   auto* made =
-      new (::operator new(sizeof(Bytes) + length)) Bytes{.references = {}, .length = length};
+      new (allocateBlock(sizeof(Bytes) + length)) Bytes{.references = {}, .length = length};
   if (length > 0) {
     std::memcpy(static_cast<void*>(made + 1), bytes, length);
   }
@@ -22,15 +23,16 @@ const Bytes* Bytes::make(const void* bytes, std::size_t length) {
 }
 
 void Bytes::discard(const Bytes* bytes) noexcept {
+  const std::size_t size = sizeof(Bytes) + bytes->length;
   bytes->~Bytes();
-  ::operator delete(const_cast<Bytes*>(bytes));
+  deallocateBlock(const_cast<Bytes*>(bytes), size);
 }
 
 Container* Container::makeRaw(std::size_t count, const Shape* shape) {
   if (count > std::numeric_limits<std::uint32_t>::max()) {
     throw std::length_error("a container holds at most 2^32-1 values");
   }
-  void* memory = ::operator new(sizeof(Container) + count * sizeof(Value));
+  void* memory = allocateBlock(sizeof(Container) + count * sizeof(Value));
   auto* made = new (memory) Container{.references = {}, .ownCount = 0, .shape = shape};
   if (shape == nullptr) {
     made->ownCount = static_cast<std::uint32_t>(count);
@@ -71,9 +73,10 @@ void Container::discard(Container* container) noexcept {
 }
 
 void Container::destroy(Container* container) noexcept {
+  const std::size_t size = sizeof(Container) + container->ownCount * sizeof(Value);
   std::destroy_n(container->first(), container->ownCount);
   container->~Container();
-  ::operator delete(container);
+  deallocateBlock(container, size);
 }
 
 /// All shapes in use, found by their hash.
