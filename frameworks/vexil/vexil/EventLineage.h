@@ -23,6 +23,7 @@ struct EventLineage {
   static constexpr Place placeBits = ~(changed | unsure);
 
   std::uint64_t list = 0;
+  bool areIdentified = false;    // whether none of its records lacks an identifier
   std::uint64_t listBefore = 0;  // 0 where nothing is known of it
   std::size_t countBefore = 0;
   std::vector<Place> origins = {};  // nowhere for a record whose identifier is new

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <platform/Error.h>
 #include <ternwood/Ternwood.h>
 #include <vexil/EventOrder.h>
 #include <vexil/LiteralRefresh.h>
@@ -7,120 +6,22 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <bit>
 #include <compare>
-#include <cstring>
 #include <iterator>
 #include <span>
-#include <string_view>
 #include <utility>
 
 namespace detail {
 
 using platform::ArrayMaker;
-using platform::FieldReader;
 using platform::Key;
 using platform::Value;
 
 namespace {
 
-const Key& nameKey() {
-  static const Key key(kTWEventName);
-  return key;
-}
-
 const Key& identifierKey() {
   static const Key key(kTWEventUniqueID);
   return key;
-}
-
-/// The two values that decide where a record belongs.
-struct Keys {
-  const Value* name;
-  const Value* identifier;
-};
-
-std::weak_ordering order(const Keys& a, const Keys& b) {
-  const auto names = a.name->compare(*b.name);
-  return std::is_neq(names) ? names : a.identifier->compare(*b.identifier);
-}
-
-class KeyReader {
- public:
-  Keys operator()(const Value& record) { return {&_name(record), &_identifier(record)}; }
-  const Value& name(const Value& record) { return _name(record); }
-  const Value& identifier(const Value& record) { return _identifier(record); }
-
- private:
-  FieldReader _name{nameKey()};
-  FieldReader _identifier{identifierKey()};
-};
-
-/// The first bytes of a name, as numbers that compare as they do.
-using Prefix = std::array<std::uint64_t, 3>;
-
-/// A record to be sorted. Where names begin decides most comparisons, so that stands here.
-struct Entry {
-  Prefix prefix;
-  std::uint32_t index;
-};
-
-Prefix prefixOf(std::string_view name) {
-  Prefix words{};
-  if (!name.empty()) {
-    std::memcpy(words.data(), name.data(), std::min(name.size(), sizeof words));
-  }
-  if constexpr (std::endian::native == std::endian::little) {
-    for (std::uint64_t& word : words) {
-      word = __builtin_bswap64(word);
-    }
-  }
-  return words;
-}
-
-/// Sorts records whose names are strings.
-OrderedEvents sortedByPrefix(std::span<const Value> records, std::vector<Entry>& entries,
-                             const std::vector<Keys>& keys) {
-  bool isStrict = true;
-  const auto compare = [&](const Entry& a, const Entry& b) {
-    for (std::size_t i = 0; i < a.prefix.size(); ++i) {
-      if (a.prefix[i] != b.prefix[i]) {
-        return a.prefix[i] < b.prefix[i] ? std::weak_ordering::less : std::weak_ordering::greater;
-      }
-    }
-    return order(keys[a.index], keys[b.index]);
-  };
-  std::ranges::sort(entries, [&](const Entry& a, const Entry& b) {
-    if (a.prefix[0] != b.prefix[0]) {
-      return a.prefix[0] < b.prefix[0];
-    }
-    const auto answer = compare(a, b);
-    return std::is_neq(answer) ? std::is_lt(answer) : a.index < b.index;
-  });
-  for (std::size_t i = 1; isStrict && i < entries.size(); ++i) {
-    isStrict = std::is_lt(compare(entries[i - 1], entries[i]));
-  }
-  ArrayMaker sorted(records.size());
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    sorted.set(i, records[entries[i].index]);
-  }
-  return {sorted.take(), isStrict};
-}
-
-/// The order of a list that is in order; nothing of one that is not.
-std::optional<OrderedEvents> alreadyInOrder(const Value& events) {
-  const std::span<const Value> records = events.elements();
-  KeyReader reader;
-  KeyReader readerBefore;
-  bool isStrict = true;
-  for (std::size_t i = 1; i < records.size(); ++i) {
-    const auto answer = order(readerBefore(records[i - 1]), reader(records[i]));
-    if (std::is_gt(answer)) {
-      return std::nullopt;
-    }
-    isStrict = isStrict && std::is_lt(answer);
-  }
-  return OrderedEvents{events, isStrict};
 }
 
 }  // namespace
@@ -128,39 +29,6 @@ std::optional<OrderedEvents> alreadyInOrder(const Value& events) {
 std::uint64_t EventLineage::nextNumber() {
   static std::atomic<std::uint64_t> last{0};
   return ++last;
-}
-
-OrderedEvents inEventOrder(const Value& events) {
-  if (events.isAbsent()) {
-    return {};
-  }
-  if (!events.isArray()) {
-    throw platform::InvalidArgument("not an array: " + events.description());
-  }
-  if (auto ordered = alreadyInOrder(events)) {
-    return std::move(*ordered);
-  }
-  const std::span<const Value> records = events.elements();
-  std::vector<Entry> entries(records.size());
-  std::vector<Keys> keys(records.size());
-  KeyReader reader;
-  bool namesAreStrings = true;
-  constexpr std::size_t ahead = 12;
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    if (i + ahead < records.size()) {
-      records[i + ahead].prefetch();
-    }
-    keys[i] = reader(records[i]);
-    namesAreStrings = namesAreStrings && keys[i].name->isString();
-    entries[i] = {prefixOf(keys[i].name->string()), static_cast<std::uint32_t>(i)};
-  }
-  if (!namesAreStrings) {
-    // Values of other types have no prefix, which leaves all to their comparison.
-    for (Entry& entry : entries) {
-      entry.prefix = {};
-    }
-  }
-  return sortedByPrefix(records, entries, keys);
 }
 
 /// Looks for the records of a fresh list among those held.
@@ -190,11 +58,17 @@ class EventOrder::Search {
     return !foundTwice;
   }
 
+  static constexpr Place nowhere = PlaceTable::nowhere;
+
   /// A record that is new, or has got another name.
   struct Newcomer {
     const Value* record;
     Place origin;
+    Place place = nowhere;  // in the new list, once that is known
   };
+  [[nodiscard]] std::size_t indexOf(const Newcomer& newcomer) const {
+    return static_cast<std::size_t>(newcomer.record - _records.data());
+  }
 
   std::vector<Place> places;  // of the records; nowhere for a newcomer
   std::vector<Newcomer> newcomers;
@@ -210,7 +84,6 @@ class EventOrder::Search {
   // Memory answers late: the things to look at are asked for a block at a time.
   static constexpr std::size_t block = 32;
   static constexpr std::size_t nearby = 2000;  // so many records lie in the nearer caches anyway
-  static constexpr Place nowhere = PlaceTable::nowhere;
 
   std::size_t lookAtVeryObjects();
   bool lookAt(std::size_t begin, std::size_t end);
@@ -218,10 +91,11 @@ class EventOrder::Search {
     return place < _held.size() && _held[place].sharesStorageWith(record);
   }
   [[nodiscard]] Place findExactly(const Value& identifier) const;
+  void settleEqual(std::size_t index, Place place);
   bool settle(std::size_t index, Place candidate);
   void find(std::size_t index, Place place) {
     places[index] = place;
-    foundTwice = foundTwice || _isFound[place] != 0;
+    foundTwice |= _isFound[place] != 0;
     _isFound[place] = 1;
     ++found;
   }
@@ -249,8 +123,8 @@ class EventOrder::Search {
   bool foundTwice = false;
   bool _isFarFlung;
   bool _isGuessing;  // that the records come in the order of last time
-  KeyReader _reader;
-  KeyReader _heldReader;
+  EventKeyReader _reader;
+  EventKeyReader _heldReader;
 };
 
 /// Hosts often send the very objects again. Yields where the first is that is not held.
@@ -269,9 +143,9 @@ std::size_t EventOrder::Search::lookAtVeryObjects() {
 }
 
 bool EventOrder::Search::lookAt(std::size_t begin, std::size_t end) {
-  std::array<std::uint64_t, block> hashes{};
-  std::array<Place, block> candidates{};
-  for (std::size_t i = end; i < std::min(end + block, _records.size()); ++i) {
+  std::array<std::uint64_t, block> hashes;  // of those without a candidate at hand
+  std::array<Place, block> candidates;
+  for (std::size_t i = end; _isFarFlung && i < std::min(end + block, _records.size()); ++i) {
     _records[i].prefetch();
   }
   for (std::size_t i = begin; i < end; ++i) {
@@ -280,11 +154,9 @@ bool EventOrder::Search::lookAt(std::size_t begin, std::size_t end) {
       return false;
     }
     Place& candidate = candidates[i - begin];
-    candidate = nowhere;
-    if (isHeldAt(record.hint(), record)) {
-      candidate = record.hint();
-    } else if (_isGuessing) {
-      candidate = _order._lastPlaces[i];
+    candidate = record.hint();
+    if (!isHeldAt(candidate, record)) {
+      candidate = _isGuessing ? _order._lastPlaces[i] : nowhere;
     }
     if (candidate == nowhere) {
       hashes[i - begin] = _reader.identifier(record).hash();
@@ -296,7 +168,7 @@ bool EventOrder::Search::lookAt(std::size_t begin, std::size_t end) {
     if (candidate == nowhere) {
       candidate = _order._placesByIdentifier.likely(hashes[i - begin]);
     }
-    if (candidate != nowhere) {
+    if (_isFarFlung && candidate != nowhere) {
       _held[candidate].prefetch();
     }
   }
@@ -308,24 +180,31 @@ bool EventOrder::Search::lookAt(std::size_t begin, std::size_t end) {
     }
   }
   for (std::size_t i = begin; i < end; ++i) {
-    if (!settle(i, candidates[i - begin])) {
+    const Place candidate = candidates[i - begin];
+    if (candidate != nowhere && _held[candidate].plainlyEquals(_records[i]) == true) {
+      settleEqual(i, candidate);
+    } else if (!settle(i, candidate)) {
       return false;
     }
   }
   return true;
 }
 
-/// Finds out what has become of a record; false when the list must be sorted.
+/// A record that equals the one held at a place, and surely will.
+void EventOrder::Search::settleEqual(std::size_t index, Place place) {
+  const Value& record = _records[index];
+  if (_held[place].sharesStorageWith(record)) {
+    record.noteHint(place);
+  }
+  find(index, place);
+  if (byPlace) {
+    put(place, place, record);
+  }
+}
+
+/// Finds out what has become of any other record; false when the list must be sorted.
 bool EventOrder::Search::settle(std::size_t index, Place candidate) {
   const Value& record = _records[index];
-  if (candidate != nowhere && isHeldAt(candidate, record)) {
-    record.noteHint(candidate);
-    find(index, candidate);
-    if (byPlace) {
-      put(candidate, candidate, record);
-    }
-    return true;
-  }
   const Value& identifier = _reader.identifier(record);
   if (identifier.isAbsent()) {
     return false;
@@ -338,18 +217,17 @@ bool EventOrder::Search::settle(std::size_t index, Place candidate) {
   Place origin = place;
   if (place != nowhere) {
     const std::optional<bool> isPlainlyEqual = _held[place].plainlyEquals(record);
-    const bool isEqual = isPlainlyEqual ? *isPlainlyEqual : _held[place] == record;
-    if (isEqual && isPlainlyEqual && !byPlace) {
-      find(index, place);
+    if (isPlainlyEqual == true) {
+      settleEqual(index, place);
       return true;
     }
     startByPlace(index);
     find(index, place);
-    origin |= isPlainlyEqual ? (isEqual ? Place{0} : EventLineage::changed) : EventLineage::unsure;
-    if (isEqual) {
-      put(place, origin, record);
+    if (!isPlainlyEqual && _held[place] == record) {
+      put(place, place | EventLineage::unsure, record);
       return true;
     }
+    origin |= isPlainlyEqual ? EventLineage::changed : EventLineage::unsure;
     differs = true;
     if (_heldReader.name(_held[place]) == _reader.name(record)) {
       put(place, origin, record);
@@ -359,7 +237,7 @@ bool EventOrder::Search::settle(std::size_t index, Place candidate) {
   startByPlace(index);
   differs = true;
   places[index] = nowhere;
-  newcomers.push_back({&record, origin});
+  newcomers.push_back({.record = &record, .origin = origin});
   return true;
 }
 
@@ -371,8 +249,7 @@ EventOrder::Place EventOrder::Search::findExactly(const Value& identifier) const
 EventOrder::Answer EventOrder::compare(const Value& held, const Value& events) {
   if (!LiteralRefresh::isWanted() && !held.elements().empty() && events.isArray()) {
     if (!held.sharesStorageWith(_known)) {
-      const auto ordered = alreadyInOrder(held);
-      know(ordered ? *ordered : OrderedEvents{held, false});
+      know(knownOrderOf(held));
     }
     if (_lineage && learnIdentifiers()) {
       Search search(*this, events.elements());
@@ -395,7 +272,8 @@ void EventOrder::know(const OrderedEvents& events) {
   _known = events.list;
   _lineage.reset();
   if (events.isStrict && RecordAddress::reaches(events.list.elements().size())) {
-    _lineage = std::make_shared<EventLineage>(EventLineage{.list = EventLineage::nextNumber()});
+    _lineage = std::make_shared<EventLineage>(
+        EventLineage{.list = EventLineage::nextNumber(), .areIdentified = events.areIdentified});
   }
   _placesByIdentifier.clear();
   _identifiersDiffer = true;
@@ -412,23 +290,34 @@ bool EventOrder::learnIdentifiers() {
     return _identifiersDiffer = false;
   }
   _placesByIdentifier.reset(records.size());
-  KeyReader reader;
+  EventKeyReader reader;
   constexpr std::size_t ahead = 12;
   for (std::size_t i = 0; i < records.size(); ++i) {
     if (i + 2 * ahead < records.size()) {
       records[i + 2 * ahead].prefetch();
       _placesByIdentifier.prefetch(reader.identifier(records[i + ahead]).hash());
     }
-    const Value& identifier = reader.identifier(records[i]);
-    const std::uint64_t hash = identifier.hash();
-    const Place known = _placesByIdentifier.find(
-        hash, [&](Place place) { return records[place][identifierKey()] == identifier; });
-    if (known != PlaceTable::nowhere || !(identifier.isString() || identifier.isNumber())) {
-      _placesByIdentifier.clear();
-      return _identifiersDiffer = false;
+    if (!learnIdentifier(records, static_cast<Place>(i))) {
+      return false;
     }
-    _placesByIdentifier.insert(hash, static_cast<Place>(i));
   }
+  return true;
+}
+
+/// Whether the identifier at a place can be looked for, and is at no other place so far. Otherwise
+/// nothing is known any more.
+bool EventOrder::learnIdentifier(std::span<const Value> records, Place place) {
+  const Value& identifier = records[place][identifierKey()];
+  const std::uint64_t hash = identifier.hash();
+  const Place known = _placesByIdentifier.find(
+      hash, [&](Place other) { return records[other][identifierKey()] == identifier; });
+  _identifiersDiffer =
+      known == PlaceTable::nowhere && (identifier.isString() || identifier.isNumber());
+  if (!_identifiersDiffer || !_placesByIdentifier.hasRoomFor(1)) {
+    _placesByIdentifier.clear();
+    return _identifiersDiffer;
+  }
+  _placesByIdentifier.insert(hash, place);
   return true;
 }
 
@@ -440,6 +329,7 @@ std::optional<EventOrder::Answer> EventOrder::arrange(Search& search) {
     return Answer{_known, true, nullptr};
   }
   auto lineage = std::make_shared<EventLineage>(EventLineage{.list = EventLineage::nextNumber(),
+                                                             .areIdentified = true,
                                                              .listBefore = _lineage->list,
                                                              .countBefore = held.size()});
   if (search.newcomers.empty() && search.found == held.size()) {
@@ -450,8 +340,8 @@ std::optional<EventOrder::Answer> EventOrder::arrange(Search& search) {
     return Answer{_known, false, std::move(lineage)};
   }
 
-  KeyReader reader;
-  KeyReader readerOfOthers;
+  EventKeyReader reader;
+  EventKeyReader readerOfOthers;
   const auto before = [&](const Value& a, const Value& b) {
     return std::is_lt(order(reader(a), readerOfOthers(b)));
   };
@@ -472,15 +362,18 @@ std::optional<EventOrder::Answer> EventOrder::arrange(Search& search) {
   }
   ArrayMaker sorted(count);
   lineage->origins.reserve(count);
+  std::vector<Place> newPlaces(held.size(), PlaceTable::nowhere);
   auto stayed = kept.begin();
   const auto takeUpTo = [&](auto end) {
     for (; stayed != end; ++stayed) {
-      sorted.set(lineage->origins.size(), byPlace.take(*stayed));
+      const Place place = static_cast<Place>(lineage->origins.size());
+      sorted.set(place, byPlace.take(*stayed));
       lineage->origins.push_back(search.origins[*stayed]);
+      newPlaces[*stayed] = place;
     }
   };
   const Value* last = nullptr;
-  for (const Search::Newcomer& newcomer : search.newcomers) {
+  for (Search::Newcomer& newcomer : search.newcomers) {
     const Value& record = *newcomer.record;
     const auto at = std::lower_bound(
         stayed, kept.end(), record,
@@ -490,14 +383,37 @@ std::optional<EventOrder::Answer> EventOrder::arrange(Search& search) {
       return std::nullopt;
     }
     takeUpTo(at);
-    sorted.set(lineage->origins.size(), record);
+    newcomer.place = static_cast<Place>(lineage->origins.size());
+    sorted.set(newcomer.place, record);
+    record.noteHint(newcomer.place);
     lineage->origins.push_back(newcomer.origin);
+    if (newcomer.origin != PlaceTable::nowhere) {
+      newPlaces[newcomer.origin & EventLineage::placeBits] = newcomer.place;
+    }
     last = &record;
   }
   takeUpTo(kept.end());
-  know({sorted.take(), false});
+  _known = sorted.take();
   _lineage = lineage;
+  followPlaces(search, newPlaces);
   return Answer{_known, false, std::move(lineage)};
+}
+
+/// Brings what is known of places up to a list in another order.
+void EventOrder::followPlaces(Search& search, std::span<const Place> newPlaces) {
+  _lastPlaces = std::move(search.places);
+  for (Place& place : _lastPlaces) {
+    place = place == PlaceTable::nowhere ? place : newPlaces[place];
+  }
+  _placesByIdentifier.renumber(newPlaces);
+  const std::span<const Value> records = _known.elements();
+  for (const Search::Newcomer& newcomer : search.newcomers) {
+    _lastPlaces[search.indexOf(newcomer)] = newcomer.place;
+    if (newcomer.origin == PlaceTable::nowhere && !_placesByIdentifier.isEmpty() &&
+        !learnIdentifier(records, newcomer.place)) {
+      return;
+    }
+  }
 }
 
 }  // namespace detail

@@ -4,24 +4,17 @@
 
 #include <platform/Value.h>
 #include <vexil/EventLineage.h>
+#include <vexil/EventSorting.h>
 #include <vexil/PlaceTable.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace detail {
-
-/// A list of event records by name and then by identifier, stably.
-struct OrderedEvents {
-  platform::Value list;   // absent where the events are; the events themselves when in order
-  bool isStrict = false;  // whether no two records share a place in the order, as equal ones do
-};
-
-/// Sorts `events`. Raises `InvalidArgument` when they are neither absent nor an array.
-[[nodiscard]] OrderedEvents inEventOrder(const platform::Value& events);
 
 /// What a collection knows about the list of events that it holds, so that the next list, which is
 /// mostly the same one with few changes, need not be sorted and compared as a whole: each record is
@@ -52,6 +45,8 @@ class EventOrder {
 
   void know(const OrderedEvents& events);
   [[nodiscard]] bool learnIdentifiers();
+  bool learnIdentifier(std::span<const platform::Value> records, Place place);
+  void followPlaces(Search& search, std::span<const Place> newPlaces);
   [[nodiscard]] std::optional<Answer> arrange(Search& search);
 
   platform::Value _known;  // the list that all this is about

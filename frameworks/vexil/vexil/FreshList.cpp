@@ -48,6 +48,9 @@ std::vector<Value> anyIdentifiersOf(const KRAVTWVItemArray& items) {
 }
 
 std::shared_ptr<KRAVTWVItemVexil> FreshEvents::item(std::size_t index) const {
+  if (index + ahead < size()) {
+    record(index + ahead).prefetch(1);
+  }
   auto made = KRAVTWVEventVexil::itemWithEvent(record(index));
   if (parent) {
     made->setParent(parent);
@@ -70,16 +73,16 @@ FreshList::FreshList(std::shared_ptr<const KRAVTWVItemArray> rows,
     : _items(std::move(rows)),
       _eventsOfRows(std::make_shared<const std::vector<FreshEvents>>(std::move(eventsOfRows))) {}
 
-std::optional<std::vector<std::size_t>> FreshList::changesInPlace(
+std::optional<platform::IndexSet> FreshList::changesInPlace(
     const KRAVTWVItemArray& children) const {
   if (!_events || _events->size() != children.size()) {
     return std::nullopt;
   }
   platform::FieldReader identifierOf(eventIdentifierKey());
   platform::FieldReader identifierOfChild(eventIdentifierKey());
-  std::vector<std::size_t> changes;
+  platform::IndexSet changes;
   for (std::size_t i = 0; i < children.size(); ++i) {
-    prefetch(children, i);
+    prefetchToCompare(children, i);
     if (!children[i] || !ItemFields::isPlainEvent(*children[i])) {
       return std::nullopt;
     }
@@ -95,7 +98,7 @@ std::optional<std::vector<std::size_t>> FreshList::changesInPlace(
       return std::nullopt;
     }
     if (known || !_events->isEqualTo(child, i)) {
-      changes.push_back(i);
+      changes.insert(i);
     }
   }
   return changes;
@@ -103,7 +106,13 @@ std::optional<std::vector<std::size_t>> FreshList::changesInPlace(
 
 std::optional<IdentifierDifference> FreshList::knownDifference(
     const KRAVTWVItemArray& children) const {
-  if (!_events || _events->selection || !_events->lineage || _events->lineage->listBefore == 0 ||
+  if (!_events || !_events->lineage) {
+    return std::nullopt;
+  }
+  if (children.empty() && _events->lineage->areIdentified) {
+    return IdentifierDifference{{}, platform::IndexSet::range(0, size())};
+  }
+  if (_events->selection || _events->lineage->listBefore == 0 ||
       _events->lineage->countBefore != children.size()) {
     return std::nullopt;
   }
@@ -216,7 +225,33 @@ void FreshList::noteEqual(KRAVTWVItemVexil& child, std::size_t index) const {
   }
 }
 
-void FreshList::prefetch(const KRAVTWVItemArray& children, std::size_t index) const {
+std::size_t FreshList::compareEvents(const KRAVTWVItemArray& children, std::size_t first,
+                                     std::size_t end, platform::IndexSet& changes) const {
+  if (!_events) {
+    return first;
+  }
+  const FreshEvents& events = *_events;
+  for (std::size_t i = first; i < end; ++i) {
+    prefetchToCompare(children, i);
+    if (!ItemFields::isPlainEvent(*children[i])) {
+      return i;
+    }
+    if (!events.isEqualTo(*children[i], i)) {
+      changes.insert(i);
+    }
+  }
+  return std::max(first, end);
+}
+
+void FreshList::prefetchToReplace(const KRAVTWVItemArray& children, std::size_t index) const {
+  if (_events && index + 2 * ahead < children.size() && index + 2 * ahead < size()) {
+    ItemFields::prefetch(children[index + 2 * ahead].get());
+    ItemFields::prefetchRecord(children[index + ahead].get(), 1);
+    _events->record(index + ahead).prefetch(1);
+  }
+}
+
+void FreshList::prefetchToCompare(const KRAVTWVItemArray& children, std::size_t index) const {
   if (index + 3 * ahead >= children.size() || index + 2 * ahead >= size()) {
     return;
   }

@@ -71,7 +71,7 @@ class FreshList {
 
   /// Where this list differs from `children`, when all identifiers are there and stand at the same
   /// places in both, and all this can be told without making an item: nothing otherwise.
-  [[nodiscard]] std::optional<std::vector<std::size_t>> changesInPlace(
+  [[nodiscard]] std::optional<platform::IndexSet> changesInPlace(
       const KRAVTWVItemArray& children) const;
 
   /// Which identifiers are not in the other list, where that can be told without a look at them.
@@ -97,13 +97,26 @@ class FreshList {
   /// To be called when a child has taken over the represented object of the item.
   void noteEqual(KRAVTWVItemVexil& child, std::size_t index) const;
 
-  /// For a loop that compares children with the items at the same places and has come to `index`:
-  /// begins to fetch what it will look at some turns later.
-  void prefetch(const KRAVTWVItemArray& children, std::size_t index) const;
+  /// `child.setRepresentedObject` of the item, where nobody can hear of that: the child is a plain
+  /// event without observers. `old` is what it represented, for the caller to let go of. False,
+  /// with nothing changed, when the child must be asked to do it.
+  [[nodiscard]] bool replaceUnheard(KRAVTWVItemVexil& child, std::size_t index,
+                                    platform::Value& old) const;
+
+  /// Compares children with the items at the same places, from `first` up to but not including
+  /// `end`, and adds the places where they differ. Yields where it stopped, because that child must
+  /// be asked: where there is more to it than a plain event with a record.
+  [[nodiscard]] std::size_t compareEvents(const KRAVTWVItemArray& children, std::size_t first,
+                                          std::size_t end, platform::IndexSet& changes) const;
+
+  /// For a loop that has children take over records and has come to `index`: begins to fetch what
+  /// it will look at some turns later.
+  void prefetchToReplace(const KRAVTWVItemArray& children, std::size_t index) const;
 
  private:
   [[nodiscard]] std::optional<bool> isRowEqualTo(const KRAVTWVItemVexil& child,
                                                  std::size_t index) const;
+  void prefetchToCompare(const KRAVTWVItemArray& children, std::size_t index) const;
 
   std::shared_ptr<const KRAVTWVItemArray> _items;
   std::shared_ptr<const FreshEvents> _events;
@@ -149,6 +162,17 @@ inline void FreshEvents::note(KRAVTWVItemVexil& event, std::size_t index) const 
   if (lineage) {
     ItemFields::setEqualRecord(event, {lineage->list, static_cast<Place>(place(index))});
   }
+}
+
+inline bool FreshList::replaceUnheard(KRAVTWVItemVexil& child, std::size_t index,
+                                      platform::Value& old) const {
+  if (!_events || child.isObserved() || !ItemFields::isPlainEvent(child)) {
+    return false;
+  }
+  old = _events->record(index);
+  ItemFields::exchangeRepresentedObject(child, old);
+  _events->note(child, index);
+  return true;
 }
 
 inline std::optional<bool> FreshList::isEqualTo(KRAVTWVItemVexil& child, std::size_t index) const {

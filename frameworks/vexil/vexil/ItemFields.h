@@ -16,6 +16,11 @@ struct ItemFields {
   static const platform::Value& representedObject(const Item& item) {
     return item._representedObject;
   }
+  /// As `setRepresentedObject` does when nobody observes the item; `object` is the old one then.
+  static void exchangeRepresentedObject(Item& item, platform::Value& object) {
+    item.exchange(item._representedObject, object);
+    item._equalRecord = {};
+  }
   /// Null where there are none, or no array of them.
   static std::shared_ptr<KRAVTWVItemArray> children(const Item& item) {
     return item._rare ? item._rare->_children : nullptr;
@@ -40,9 +45,9 @@ struct ItemFields {
     __builtin_prefetch(item);
     __builtin_prefetch(reinterpret_cast<const char*>(item) + sizeof(Item) - 1);
   }
-  static void prefetchRecord(const Item* item) {
+  static void prefetchRecord(const Item* item, std::size_t lines = 3) {
     if (item != nullptr) {
-      item->_representedObject.prefetch();
+      item->_representedObject.prefetch(lines);
     }
   }
 };

@@ -66,7 +66,7 @@ void ItemMerge::run(KRAVTWVItemVexil& receiver, FreshList fresh, bool isPrivate)
   // An observer may let go of the last hold on the receiver while this is at work on it.
   open(std::static_pointer_cast<Item>(receiver.shared_from_this()), std::move(fresh), isPrivate);
   while (!_levels.empty()) {
-    if (_levels.back().next < _levels.back().changed.size()) {
+    if (_levels.back().run < _levels.back().changed.runs().size()) {
       replaceNext();
       continue;
     }
@@ -81,7 +81,7 @@ void ItemMerge::open(std::shared_ptr<Item> receiver, FreshList fresh, bool isPri
   if (fresh.size() == 0 && receiver->currentChildren().empty()) {
     return;
   }
-  std::vector<std::size_t> changed;
+  IndexSet changed;
   if (auto changes = fresh.changesInPlace(receiver->currentChildren())) {
     changed = std::move(*changes);  // the usual refresh: nothing came and nothing went
   } else {
@@ -91,13 +91,9 @@ void ItemMerge::open(std::shared_ptr<Item> receiver, FreshList fresh, bool isPri
   if (changed.empty()) {
     return;
   }
-  IndexSet indexes;
-  for (const std::size_t index : changed) {
-    indexes.insert(index);
-  }
   auto replacement =
-      receiver->willChangeValuesAtIndexesForKey(ChangeKind::replacement, indexes, childrenKey());
-  _levels.push_back({std::move(receiver), std::move(fresh), std::move(changed), 0, isPrivate,
+      receiver->willChangeValuesAtIndexesForKey(ChangeKind::replacement, changed, childrenKey());
+  _levels.push_back({std::move(receiver), std::move(fresh), std::move(changed), 0, 0, isPrivate,
                      std::move(replacement)});
 }
 
@@ -135,20 +131,23 @@ bool ItemMerge::isEqual(const std::shared_ptr<Item>& child, const FreshList& fre
   return known ? *known : child->isEqual(*fresh.item(index));
 }
 
-std::vector<std::size_t> ItemMerge::changedIndexes(const Item& receiver, const FreshList& fresh,
-                                                   const IndexSet& inserted, bool isPrivate) {
+IndexSet ItemMerge::changedIndexes(const Item& receiver, const FreshList& fresh,
+                                   const IndexSet& inserted, bool isPrivate) {
   const KRAVTWVItemArray& children = receiver.currentChildren();
-  std::vector<std::size_t> changed;
+  IndexSet changed;
   const auto compareUpTo = [&](std::size_t first, std::size_t end) {
     for (std::size_t i = first; i < end; ++i) {
+      i = fresh.compareEvents(children, i, std::min(end, fresh.size()), changed);
+      if (i == end) {
+        return;
+      }
       if (i >= fresh.size()) {
         // An identifier occurs twice, or an observer brought children in.
         throw platform::RangeError("there is no fresh item " + std::to_string(i) +
                                    " for a child that stayed");
       }
-      fresh.prefetch(children, i);
       if (!isEqual(children[i], fresh, i, isPrivate)) {
-        changed.push_back(i);
+        changed.insert(i);
       }
     }
   };
@@ -163,10 +162,20 @@ std::vector<std::size_t> ItemMerge::changedIndexes(const Item& receiver, const F
 
 void ItemMerge::replaceNext() {
   Level& level = _levels.back();
-  const std::size_t index = level.changed[level.next++];
+  const IndexSet::Run& run = level.changed.runs()[level.run];
+  const std::size_t index = run.first + level.inRun;
+  if (++level.inRun == run.count) {
+    ++level.run;
+    level.inRun = 0;
+  }
   const KRAVTWVItemArray& children = level.receiver->currentChildren();
   if (index >= children.size() || index >= level.fresh.size()) {
     throw platform::RangeError("items became fewer while they were merged");
+  }
+  level.fresh.prefetchToReplace(children, index);
+  Value represented;  // by the child; goes last, as anything can happen when it does
+  if (level.fresh.replaceUnheard(*children[index], index, represented)) {
+    return;
   }
   const KRAVTWVItemArray* const items = level.fresh.hostItems();
   const bool isPrivate = items != nullptr && level.isPrivate &&

@@ -27,9 +27,10 @@ class ItemMerge {
   struct Level {
     std::shared_ptr<Item> receiver;
     FreshList fresh;
-    std::vector<std::size_t> changed;
-    std::size_t next = 0;  // position in `changed`
-    bool isPrivate;        // the receiver and the fresh items' owner, as ItemComparison has it
+    platform::IndexSet changed;
+    std::size_t run = 0;    // of those of `changed`, the one that is being worked through
+    std::size_t inRun = 0;  // and what was done of it
+    bool isPrivate;         // the receiver and the fresh items' owner, as ItemComparison has it
     platform::PendingChange replacement;
   };
 
@@ -37,10 +38,9 @@ class ItemMerge {
   void open(std::shared_ptr<Item> receiver, FreshList fresh, bool isPrivate);
   /// Yields the positions of what was inserted.
   platform::IndexSet removeAndInsert(Item& receiver, const FreshList& fresh);
-  [[nodiscard]] std::vector<std::size_t> changedIndexes(const Item& receiver,
-                                                        const FreshList& fresh,
-                                                        const platform::IndexSet& inserted,
-                                                        bool isPrivate);
+  [[nodiscard]] platform::IndexSet changedIndexes(const Item& receiver, const FreshList& fresh,
+                                                  const platform::IndexSet& inserted,
+                                                  bool isPrivate);
   [[nodiscard]] bool isEqual(const std::shared_ptr<Item>& child, const FreshList& fresh,
                              std::size_t index, bool isPrivate);
   /// Takes over the content of the next item of the innermost level, and goes into its children.

@@ -62,7 +62,8 @@ KRAVTWVItemVexil::~KRAVTWVItemVexil() {
 }
 
 std::shared_ptr<KRAVTWVItemVexil> KRAVTWVItemVexil::itemWithRepresentedObject(Value object) {
-  return std::make_shared<KRAVTWVItemVexil>(std::move(object));
+  return std::allocate_shared<KRAVTWVItemVexil>(
+      platform::detail::PooledAllocator<KRAVTWVItemVexil>(), std::move(object));
 }
 
 // --- keys
@@ -131,7 +132,7 @@ void KRAVTWVItemVexil::setRepresentedObject(Value object) {
   auto change = willChangeValueForKey(key);
   {
     const std::lock_guard lock(propertyLock());
-    std::swap(_representedObject, object);
+    swap(_representedObject, object);
     _equalRecord = {};
   }
   didChangeValueForKey(std::move(change));
@@ -227,9 +228,9 @@ bool KRAVTWVItemVexil::isLeaf() const {
   return _childrenState != Children::made || _rare->_children->empty();
 }
 
-const KRAVTWVItemArray& KRAVTWVItemVexil::currentChildren() const {
+const KRAVTWVItemArray& KRAVTWVItemVexil::noChildren() {
   static const KRAVTWVItemArray none;
-  return _childrenState == Children::made ? *_rare->_children : none;
+  return none;
 }
 
 KRAVTWVItemArray& KRAVTWVItemVexil::childrenForAdding() {
@@ -398,10 +399,25 @@ Value KRAVTWVItemVexil::valuesAtIndexesForKey(const IndexSet& indexes, const Key
   if (!indexes.empty() && *indexes.last() >= children.size()) {
     throw platform::RangeError("there is no child " + std::to_string(*indexes.last()));
   }
-  std::vector<Value> items;
-  items.reserve(indexes.count());
-  indexes.forEach([&](std::size_t index) { items.emplace_back(children[index]); });
-  return Value::array(std::move(items));
+  platform::ArrayMaker items(indexes.count());
+  std::size_t next = 0;
+  indexes.forEach([&](std::size_t index) { items.set(next++, Value(children[index])); });
+  return items.take();
+}
+
+bool KRAVTWVItemVexil::areValuesAtIndexesForKey(const Value& values, const IndexSet& indexes,
+                                                const Key& key) const {
+  const KRAVTWVItemArray& children = currentChildren();
+  if (key != childrenKey() || values.elements().size() != indexes.count() ||
+      (!indexes.empty() && *indexes.last() >= children.size())) {
+    return false;
+  }
+  auto value = values.elements().begin();
+  return std::ranges::all_of(indexes.runs(), [&](const IndexSet::Run& run) {
+    const auto first = children.begin() + static_cast<std::ptrdiff_t>(run.first);
+    return std::all_of(first, first + static_cast<std::ptrdiff_t>(run.count),
+                       [&](const auto& child) { return (value++)->object() == child; });
+  });
 }
 
 KRAVTWVItemArray KRAVTWVItemVexil::recursiveChildren() const {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <platform/BlockPool.h>
 #include <platform/Files.h>
 #include <platform/IndexSet.h>
 #include <platform/NetService.h>
@@ -245,6 +246,9 @@ class KRAVTWVItemVexil : public platform::Observable {
   static const platform::KeyTable& itemKeyTable();
   [[nodiscard]] platform::Value valuesAtIndexesForKey(const platform::IndexSet& indexes,
                                                       const platform::Key& key) const override;
+  [[nodiscard]] bool areValuesAtIndexesForKey(const platform::Value& values,
+                                              const platform::IndexSet& indexes,
+                                              const platform::Key& key) const override;
 
   /// Whether `other`, which is of another class than the receiver, is of a subclass of it.
   /// `KRAVTWVKind` overrides this for every kind.
@@ -265,7 +269,10 @@ class KRAVTWVItemVexil : public platform::Observable {
 
   [[nodiscard]] bool isLeaf() const;
   /// For compound operations: the children, or null where there are none; and the array to add to.
-  [[nodiscard]] const KRAVTWVItemArray& currentChildren() const;
+  [[nodiscard]] const KRAVTWVItemArray& currentChildren() const {
+    return _childrenState == Children::made ? *_rare->_children : noChildren();
+  }
+  [[nodiscard]] static const KRAVTWVItemArray& noChildren();
   [[nodiscard]] KRAVTWVItemArray& childrenForAdding();
   void insertChildren(const detail::FreshList& fresh, const platform::IndexSet& indexes);
   void setChildrenValue(const platform::Value& children);
@@ -297,13 +304,13 @@ class KRAVTWVKind : public Base {
   using Base::Base;
 
   static std::shared_ptr<Self> itemWithRepresentedObject(platform::Value object) {
-    return std::make_shared<Self>(std::move(object));
+    return makeItem(std::move(object));
   }
   static std::shared_ptr<Self> itemWithLabelUniqueID(platform::Value label,
                                                      platform::Value uniqueID)
     requires std::derived_from<Self, KRAVTWVGroupVexil>
   {
-    return std::make_shared<Self>(std::move(label), std::move(uniqueID));
+    return makeItem(std::move(label), std::move(uniqueID));
   }
   static std::shared_ptr<Self> itemWithEvent(platform::Value event)
     requires std::derived_from<Self, KRAVTWVEventVexil>
@@ -329,12 +336,12 @@ class KRAVTWVKind : public Base {
   static std::shared_ptr<Self> itemWithNetDomain(platform::Value name)
     requires std::derived_from<Self, KRAVTWVNetDomainVexil>
   {
-    return std::make_shared<Self>(name, name);
+    return makeItem(name, name);
   }
   static std::shared_ptr<Self> itemWithNetService(std::shared_ptr<platform::NetService> service)
     requires std::derived_from<Self, KRAVTWVNetServiceVexil>
   {
-    return std::make_shared<Self>(std::move(service));
+    return makeItem(std::move(service));
   }
 
   /// What was decoded from a pasteboard, as an item: `KRAVTWVGroupVexil` and `KRAVTWVEventVexil`
@@ -354,12 +361,19 @@ class KRAVTWVKind : public Base {
     } else if (detail::isEventFromPasteboard(propertyList, type)) {
       return Self::itemWithEvent(propertyList);
     }
-    auto bare = std::make_shared<Self>(platform::Value());
+    auto bare = makeItem(platform::Value());
     bare->setChildren(nullptr);
     return bare;
   }
 
  protected:
+  /// What all factories make items with.
+  template <class... Arguments>
+  static std::shared_ptr<Self> makeItem(Arguments&&... arguments) {
+    return std::allocate_shared<Self>(platform::detail::PooledAllocator<Self>(),
+                                      std::forward<Arguments>(arguments)...);
+  }
+
   [[nodiscard]] bool isKindOfReceiversClass(const KRAVTWVItemVexil& other) const override {
     return typeid(*this) == typeid(Self) && dynamic_cast<const Self*>(&other) != nullptr;
   }
