@@ -74,7 +74,14 @@ void Container::discard(Container* container) noexcept {
 
 void Container::destroy(Container* container) noexcept {
   const std::size_t size = sizeof(Container) + container->ownCount * sizeof(Value);
-  std::destroy_n(container->first(), container->ownCount);
+  const std::span<Value> values(container->first(), container->ownCount);
+  constexpr std::size_t ahead = 12;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    if (i + ahead < values.size()) {
+      values[i + ahead].prefetch(1);  // where references are counted
+    }
+    std::destroy_at(&values[i]);
+  }
   container->~Container();
   deallocateBlock(container, size);
 }

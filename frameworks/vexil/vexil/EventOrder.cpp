@@ -193,12 +193,11 @@ bool EventOrder::Search::lookAt(std::size_t begin, std::size_t end) {
 /// A record that equals the one held at a place, and surely will.
 void EventOrder::Search::settleEqual(std::size_t index, Place place) {
   const Value& record = _records[index];
-  if (_held[place].sharesStorageWith(record)) {
-    record.noteHint(place);
-  }
   find(index, place);
   if (byPlace) {
     put(place, place, record);
+  } else if (_held[place].sharesStorageWith(record)) {
+    record.noteHint(place);
   }
 }
 

@@ -23,6 +23,22 @@ const Key& eventIdentifierKey() {
 /// How many turns before it is needed each thing is fetched.
 constexpr std::size_t ahead = 6;
 
+/// For a loop that compares children with records at the same places and has come to `index`:
+/// begins to fetch what it will look at some turns later.
+void prefetchToCompare(const KRAVTWVItemArray& children, const FreshEvents& events,
+                       std::size_t index) {
+  if (index + 3 * ahead >= children.size() || index + ahead >= events.size()) {
+    return;
+  }
+  ItemFields::prefetch(children[index + 3 * ahead].get());
+  const auto& next = children[index + ahead];
+  if (next && ItemFields::equalRecord(*next).list() == 0) {
+    // The records themselves will be compared.
+    ItemFields::prefetchRecord(next.get());
+    events.record(index + ahead).prefetch();
+  }
+}
+
 const std::shared_ptr<const KRAVTWVItemArray>& noItems() {
   static const auto none = std::make_shared<const KRAVTWVItemArray>();
   return none;
@@ -55,7 +71,7 @@ std::shared_ptr<KRAVTWVItemVexil> FreshEvents::item(std::size_t index) const {
   if (parent) {
     made->setParent(parent);
   }
-  note(*made, index);
+  KnownRecords(*this).note(*made, index);
   return made;
 }
 
@@ -80,16 +96,17 @@ std::optional<platform::IndexSet> FreshList::changesInPlace(
   }
   platform::FieldReader identifierOf(eventIdentifierKey());
   platform::FieldReader identifierOfChild(eventIdentifierKey());
+  const KnownRecords records(*_events);
   platform::IndexSet changes;
   for (std::size_t i = 0; i < children.size(); ++i) {
-    prefetchToCompare(children, i);
+    prefetchToCompare(children, *_events, i);
     if (!children[i] || !ItemFields::isPlainEvent(*children[i])) {
       return std::nullopt;
     }
     KRAVTWVItemVexil& child = *children[i];
-    const std::optional<bool> known = _events->known(child, i);
+    const std::optional<bool> known = records.areEqual(child, i);
     if (known == true) {
-      _events->note(child, i);  // and records of such lists have identifiers
+      records.note(child, i);  // and records of such lists have identifiers
       continue;
     }
     const Value& identifier = identifierOf(_events->record(i));
@@ -97,7 +114,7 @@ std::optional<platform::IndexSet> FreshList::changesInPlace(
         !(identifierOfChild(ItemFields::representedObject(child)) == identifier)) {
       return std::nullopt;
     }
-    if (known || !_events->isEqualTo(child, i)) {
+    if (known || !records.compare(child, i)) {
       changes.insert(i);
     }
   }
@@ -204,14 +221,13 @@ std::optional<bool> FreshList::isRowEqualTo(const KRAVTWVItemVexil& child,
       (children ? children->size() : 0) != events.size()) {
     return false;
   }
+  const KnownRecords records(events);
   for (std::size_t i = 0; i < events.size(); ++i) {
-    if (i + ahead < events.size()) {
-      ItemFields::prefetch((*children)[i + ahead].get());
-    }
+    ItemFields::prefetch((*children)[std::min(i + ahead, events.size() - 1)].get());
     if (!(*children)[i] || !ItemFields::isPlainEvent(*(*children)[i])) {
       return std::nullopt;
     }
-    if (!events.isEqualTo(*(*children)[i], i)) {
+    if (!records.compare(*(*children)[i], i)) {
       return false;
     }
   }
@@ -221,7 +237,7 @@ std::optional<bool> FreshList::isRowEqualTo(const KRAVTWVItemVexil& child,
 void FreshList::noteEqual(KRAVTWVItemVexil& child, std::size_t index) const {
   if (_events && ItemFields::isPlainEvent(child) &&
       ItemFields::representedObject(child).sharesStorageWith(_events->record(index))) {
-    _events->note(child, index);
+    KnownRecords(*_events).note(child, index);
   }
 }
 
@@ -230,13 +246,13 @@ std::size_t FreshList::compareEvents(const KRAVTWVItemArray& children, std::size
   if (!_events) {
     return first;
   }
-  const FreshEvents& events = *_events;
+  const KnownRecords records(*_events);
   for (std::size_t i = first; i < end; ++i) {
-    prefetchToCompare(children, i);
+    prefetchToCompare(children, *_events, i);
     if (!ItemFields::isPlainEvent(*children[i])) {
       return i;
     }
-    if (!events.isEqualTo(*children[i], i)) {
+    if (!records.compare(*children[i], i)) {
       changes.insert(i);
     }
   }
@@ -248,19 +264,6 @@ void FreshList::prefetchToReplace(const KRAVTWVItemArray& children, std::size_t 
     ItemFields::prefetch(children[index + 2 * ahead].get());
     ItemFields::prefetchRecord(children[index + ahead].get(), 1);
     _events->record(index + ahead).prefetch(1);
-  }
-}
-
-void FreshList::prefetchToCompare(const KRAVTWVItemArray& children, std::size_t index) const {
-  if (index + 3 * ahead >= children.size() || index + 2 * ahead >= size()) {
-    return;
-  }
-  ItemFields::prefetch(children[index + 3 * ahead].get());
-  const auto& next = children[index + ahead];
-  if (_events && next && ItemFields::equalRecord(*next).list() == 0) {
-    // The records themselves will be compared.
-    ItemFields::prefetchRecord(next.get());
-    _events->record(index + ahead).prefetch();
   }
 }
 

@@ -38,14 +38,36 @@ struct FreshEvents {
     return records.elements()[place(index)];
   }
   [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> item(std::size_t index) const;
+};
 
-  /// Whether the record at `index` equals that of a plain event: from what the event remembers,
-  /// where possible. If so, the event remembers the record.
-  [[nodiscard]] bool isEqualTo(KRAVTWVItemVexil& event, std::size_t index) const;
-  /// The answer, as far as the event remembers it.
-  [[nodiscard]] std::optional<bool> known(const KRAVTWVItemVexil& event, std::size_t index) const;
+/// What the lineage of records says of them, at hand for a loop over many events.
+class KnownRecords {
+ public:
+  explicit KnownRecords(const FreshEvents& events);
+
+  /// Whether the record at `index` equals that of a plain event, as far as the event remembers it.
+  [[nodiscard]] std::optional<bool> areEqual(const KRAVTWVItemVexil& event,
+                                             std::size_t index) const;
+  /// The same for certain. If so, the event remembers the record.
+  [[nodiscard]] bool compare(KRAVTWVItemVexil& event, std::size_t index) const;
   /// Has a plain event that represents an equal of the record remember it.
-  void note(KRAVTWVItemVexil& event, std::size_t index) const;
+  void note(KRAVTWVItemVexil& event, std::size_t index) const {
+    if (_list != 0) {
+      ItemFields::setEqualRecord(event, {_list, place(index)});
+    }
+  }
+
+ private:
+  using Place = PlaceTable::Place;
+  [[nodiscard]] Place place(std::size_t index) const {
+    return _selection == nullptr ? static_cast<Place>(index) : _selection[index];
+  }
+
+  const platform::Value* _records;
+  const Place* _selection = nullptr;
+  std::uint64_t _list = 0;  // 0 where nothing is known
+  std::uint64_t _listBefore = 0;
+  const Place* _origins = nullptr;
 };
 
 /// A freshly built list of items, as a merge asks for it. Most refreshes bring what is there
@@ -116,52 +138,55 @@ class FreshList {
  private:
   [[nodiscard]] std::optional<bool> isRowEqualTo(const KRAVTWVItemVexil& child,
                                                  std::size_t index) const;
-  void prefetchToCompare(const KRAVTWVItemArray& children, std::size_t index) const;
 
   std::shared_ptr<const KRAVTWVItemArray> _items;
   std::shared_ptr<const FreshEvents> _events;
   std::shared_ptr<const std::vector<FreshEvents>> _eventsOfRows;
 };
 
-inline bool FreshEvents::isEqualTo(KRAVTWVItemVexil& event, std::size_t index) const {
+inline KnownRecords::KnownRecords(const FreshEvents& events)
+    : _records(events.records.elements().data()) {
+  if (events.selection) {
+    _selection = events.selection->data() + events.first;
+  }
+  if (events.lineage) {
+    _list = events.lineage->list;
+    _listBefore = events.lineage->listBefore;
+    _origins = events.lineage->origins.data();
+  }
+}
+
+inline std::optional<bool> KnownRecords::areEqual(const KRAVTWVItemVexil& event,
+                                                  std::size_t index) const {
+  const RecordAddress address = ItemFields::equalRecord(event);
+  if (_list == 0 || address.list() == 0) {
+    return std::nullopt;
+  }
+  if (address.list() == _listBefore) {
+    // Of records with different identifiers none equals the other.
+    const Place origin = _origins[place(index)];
+    return origin == PlaceTable::nowhere || (origin & EventLineage::unsure) == 0
+               ? std::optional(origin == address.place())
+               : std::nullopt;
+  }
+  return address.list() == _list ? std::optional(address.place() == place(index)) : std::nullopt;
+}
+
+inline bool KnownRecords::compare(KRAVTWVItemVexil& event, std::size_t index) const {
   const platform::Value& object = ItemFields::representedObject(event);
-  std::optional<bool> isEqual = known(event, index);
+  const platform::Value& record = _records[place(index)];
+  std::optional<bool> isEqual = areEqual(event, index);
   if (!isEqual && !object.isAbsent()) {
-    isEqual = object.plainlyEquals(record(index));
+    isEqual = object.plainlyEquals(record);
   }
   if (!isEqual) {
     // What an object says of itself may be otherwise the next time, so it is not remembered.
-    return !object.isAbsent() && object == record(index);
+    return !object.isAbsent() && object == record;
   }
   if (*isEqual) {
     note(event, index);
   }
   return *isEqual;
-}
-
-inline std::optional<bool> FreshEvents::known(const KRAVTWVItemVexil& event,
-                                              std::size_t index) const {
-  const RecordAddress address = ItemFields::equalRecord(event);
-  if (!lineage || address.list() == 0) {
-    return std::nullopt;
-  }
-  if (address.list() == lineage->list) {
-    return address.place() == place(index);
-  }
-  if (address.list() != lineage->listBefore) {
-    return std::nullopt;
-  }
-  // Of records with different identifiers none equals the other.
-  const Place origin = lineage->origins[place(index)];
-  return origin == PlaceTable::nowhere || (origin & EventLineage::unsure) == 0
-             ? std::optional(origin == address.place())
-             : std::nullopt;
-}
-
-inline void FreshEvents::note(KRAVTWVItemVexil& event, std::size_t index) const {
-  if (lineage) {
-    ItemFields::setEqualRecord(event, {lineage->list, static_cast<Place>(place(index))});
-  }
 }
 
 inline bool FreshList::replaceUnheard(KRAVTWVItemVexil& child, std::size_t index,
@@ -171,7 +196,7 @@ inline bool FreshList::replaceUnheard(KRAVTWVItemVexil& child, std::size_t index
   }
   old = _events->record(index);
   ItemFields::exchangeRepresentedObject(child, old);
-  _events->note(child, index);
+  KnownRecords(*_events).note(child, index);
   return true;
 }
 
@@ -179,8 +204,9 @@ inline std::optional<bool> FreshList::isEqualTo(KRAVTWVItemVexil& child, std::si
   if (!_events) {
     return isRowEqualTo(child, index);
   }
-  return ItemFields::isPlainEvent(child) ? std::optional(_events->isEqualTo(child, index))
-                                         : std::nullopt;
+  return ItemFields::isPlainEvent(child)
+             ? std::optional(KnownRecords(*_events).compare(child, index))
+             : std::nullopt;
 }
 
 /// The identifiers of items, absent ones included. Raises `InvalidArgument` for a null pointer.

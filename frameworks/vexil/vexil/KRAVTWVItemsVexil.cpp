@@ -6,6 +6,7 @@
 #include <vexil/ItemMerge.h>
 #include <vexil/KRAVTWVItemsVexil.h>
 #include <vexil/LiteralRefresh.h>
+#include <vexil/RowsOfEvents.h>
 
 #include <algorithm>
 #include <compare>
@@ -128,95 +129,9 @@ const KeyTable& KRAVTWVEventsVexil::keyTable() const {
 
 // --- event store
 
-namespace {
-
-bool isEnginesOwn(const Value& domain) {
-  static const Key typeKey(kTWDomainType);
-  const Value& type = domain[typeKey];
-  return type.isString() && type.string() == kTWDomainType_Engine;
-}
-
-/// Gives each row its share of the events, in their order; `rowOfEvent` may be nowhere.
-void selectByRow(const std::vector<detail::PlaceTable::Place>& rowOfEvent,
-                 std::vector<detail::FreshEvents>& rows) {
-  using detail::PlaceTable;
-  for (const PlaceTable::Place row : rowOfEvent) {
-    if (row != PlaceTable::nowhere) {
-      ++rows[row].end;
-    }
-  }
-  const auto selection = std::make_shared<std::vector<PlaceTable::Place>>(rowOfEvent.size());
-  std::size_t first = 0;
-  for (detail::FreshEvents& row : rows) {
-    row.selection = selection;
-    row.first = first;
-    first += std::exchange(row.end, first);
-  }
-  for (std::size_t i = 0; i < rowOfEvent.size(); ++i) {
-    if (rowOfEvent[i] != PlaceTable::nowhere) {
-      (*selection)[rows[rowOfEvent[i]].end++] = static_cast<PlaceTable::Place>(i);
-    }
-  }
-}
-
-/// What `itemsWithEventsAndDomains` makes, with the event items left out that are not needed, for
-/// events of which no two are equal; nothing when two domains share their events.
-std::optional<detail::FreshList> freshRows(
-    const Value& events, const std::shared_ptr<const detail::EventLineage>& lineage,
-    const Value& domains) {
-  using detail::PlaceTable;
-  auto rows = std::make_shared<KRAVTWVItemArray>();
-  std::vector<detail::FreshEvents> eventsOfRows;
-  std::vector<Value> identifiers;
-  PlaceTable rowsByIdentifier(domains.elements().size());
-  const auto rowOf = [&](const Value& identifier, std::uint64_t hash) {
-    return rowsByIdentifier.find(
-        hash, [&](PlaceTable::Place row) { return identifiers[row] == identifier; });
-  };
-  const auto identifierIn = [](const Value& value) -> const Value& {
-    static const Value none("");
-    return value.isString() ? value : none;
-  };
-  platform::FieldReader identifierOf{Key(kTWDomainUniqueID)};
-  for (const Value& domain : domains.elements()) {
-    if (isEnginesOwn(domain)) {
-      continue;
-    }
-    const Value& identifier = identifierIn(identifierOf(domain));
-    if (rowOf(identifier, identifier.hash()) != PlaceTable::nowhere) {
-      return std::nullopt;
-    }
-    rowsByIdentifier.insert(identifier.hash(), static_cast<PlaceTable::Place>(rows->size()));
-    identifiers.push_back(identifier);
-    rows->push_back(KRAVTWVDomainVexil::itemWithDomain(domain));
-    eventsOfRows.push_back({.records = events, .lineage = lineage, .parent = rows->back()});
-  }
-  const std::span<const Value> records = events.elements();
-  const std::vector<PlaceTable::Place> rowOfEvent = [&] {
-    std::vector<PlaceTable::Place> found(records.size());
-    platform::FieldReader domainOf{Key(kTWEventDomain)};
-    constexpr std::size_t ahead = 12;
-    for (std::size_t i = 0; i < records.size(); ++i) {
-      if (i + ahead < records.size()) {
-        records[i + ahead].prefetch();
-      }
-      const Value& identifier = identifierIn(domainOf(records[i]));
-      found[i] = rowOf(identifier, identifier.hash());
-    }
-    return found;
-  }();
-  selectByRow(rowOfEvent, eventsOfRows);
-  if (rows->size() == 1) {
-    // The row goes, and with it what its events would have had for a parent.
-    eventsOfRows.front().parent = nullptr;
-    return detail::FreshList(std::move(eventsOfRows.front()));
-  }
-  return detail::FreshList(std::move(rows), std::move(eventsOfRows));
-}
-
-}  // namespace
-
-KRAVTWVEventStoreVexil::KRAVTWVEventStoreVexil() : _order(std::make_unique<detail::EventOrder>()) {}
+KRAVTWVEventStoreVexil::KRAVTWVEventStoreVexil()
+    : _order(std::make_unique<detail::EventOrder>()),
+      _rowsOfEvents(std::make_unique<detail::RowsOfEvents>()) {}
 
 KRAVTWVEventStoreVexil::~KRAVTWVEventStoreVexil() = default;
 
@@ -252,7 +167,7 @@ void KRAVTWVEventStoreVexil::rebuild() {
   const Value domains = orderedDomains();
   const auto lineage = _order->lineageOf(events);
   if (lineage && !LiteralRefresh::isWanted()) {
-    if (auto rows = freshRows(events, lineage, domains)) {
+    if (auto rows = _rowsOfEvents->freshRows(events, lineage, domains)) {
       mergeIntoRoot(std::move(*rows));
       return;
     }
@@ -274,7 +189,7 @@ std::shared_ptr<KRAVTWVItemArray> KRAVTWVEventStoreVexil::itemsWithEventsAndDoma
 
   auto items = std::make_shared<KRAVTWVItemArray>();
   for (const Value& domain : domains.elements()) {
-    if (isEnginesOwn(domain)) {
+    if (detail::isEnginesOwn(domain)) {
       continue;
     }
     items->push_back(KRAVTWVDomainVexil::itemWithDomain(domain));

@@ -16,6 +16,7 @@
 namespace detail {
 class EventOrder;
 class FreshList;
+class RowsOfEvents;
 }  // namespace detail
 
 /// Keys of collections, for hosts that observe one or set it by key.
@@ -163,6 +164,7 @@ class KRAVTWVEventStoreVexil : public KRAVTWVItemsVexil {
   platform::Value _orderedDomains = platform::Value::array({});
   platform::Value _sortedEvents = platform::Value::array({});
   const std::unique_ptr<detail::EventOrder> _order;
+  const std::unique_ptr<detail::RowsOfEvents> _rowsOfEvents;
 };
 
 /// What the engine is doing: three groups that are always there, each with an item a record, in the
