@@ -13,7 +13,8 @@
 //     W6     events under fifty domains, with an observer on the tree; one event has changed
 //     W7r    registering an observer on every item of the tree; W7u withdrawing it
 //     WB     making the records, which no other figure contains
-//     MEM    bytes held for each record: by the records alone; by them and a list that shows them
+//     MEM    bytes held for each record: by the records alone; by them and a list that shows them;
+//            by all of it after a refresh with one changed
 //
 // New records are made before the clock starts, and old ones stay until a workload is done. An
 // observer counts what it is told of. What came out is compared with the model before anything is
@@ -122,7 +123,10 @@ void registrationWorkload(std::size_t size) {
 /// The first of all, as memory that has been used before is kept for what comes, and would not
 /// show.
 void measureMemory(std::size_t size) {
-  const std::vector<WorkloadEvent> events = WorkloadModel(size).shuffled(1);
+  WorkloadModel model(size);
+  const std::vector<WorkloadEvent> events = model.shuffled(1);
+  model.changeOne();
+  const std::vector<WorkloadEvent> next = model.shuffled(2);
   const std::size_t before = bytesHeld();
   Value records = recordsOf(events);
   const std::size_t withRecords = bytesHeld();
@@ -130,8 +134,10 @@ void measureMemory(std::size_t size) {
   watched.collection->setEvents(records);
   records = Value();
   const std::size_t withList = bytesHeld();
-  std::printf("vexil MEM %zu %zu %zu\n", size, (withRecords - before) / size,
-              (withList - before) / size);
+  watched.collection->setEvents(recordsOf(next));
+  const std::size_t afterRefresh = bytesHeld();
+  std::printf("vexil MEM %zu %zu %zu %zu\n", size, (withRecords - before) / size,
+              (withList - before) / size, (afterRefresh - before) / size);
   std::fflush(stdout);
 }
 

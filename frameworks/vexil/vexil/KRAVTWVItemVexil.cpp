@@ -140,7 +140,20 @@ void KRAVTWVItemVexil::setRepresentedObject(Value object) {
 
 void KRAVTWVItemVexil::setParent(const std::shared_ptr<KRAVTWVItemVexil>& parent) {
   static const Key key("parent");
-  assign(key, _parent, std::weak_ptr(parent));
+  assign(key, _parent, parent ? parent->referenceToSelf() : detail::ItemReference());
+}
+
+detail::ItemReference KRAVTWVItemVexil::referenceToSelf() {
+  Rare& rare = this->rare();
+  if (auto known = read(rare._self); known.refers()) {
+    return known;
+  }
+  detail::ItemReference made(std::static_pointer_cast<KRAVTWVItemVexil>(shared_from_this()));
+  const std::lock_guard lock(propertyLock());
+  if (!rare._self.refers()) {
+    rare._self = std::move(made);
+  }
+  return rare._self;
 }
 
 void KRAVTWVItemVexil::setParentValue(const Value& parent) {

@@ -8,6 +8,7 @@
 #include <platform/Observable.h>
 #include <platform/Pasteboard.h>
 #include <platform/Value.h>
+#include <vexil/ItemReference.h>
 #include <vexil/RecordAddress.h>
 
 #include <atomic>
@@ -284,13 +285,15 @@ class KRAVTWVItemVexil : public platform::Observable {
     platform::Value _uniqueID;
     platform::Value _label;
     std::shared_ptr<KRAVTWVItemArray> _children;
+    detail::ItemReference _self;  // for those whose parent this is
   };
   [[nodiscard]] Rare& rare() const;
+  [[nodiscard]] detail::ItemReference referenceToSelf();
   [[nodiscard]] platform::Value readRare(platform::Value Rare::*field) const;
 
   mutable Children _childrenState = Children::unmade;
   platform::Value _representedObject;
-  std::weak_ptr<KRAVTWVItemVexil> _parent;
+  detail::ItemReference _parent;
   mutable std::unique_ptr<Rare> _rare;  // once it is there, it stays
   detail::RecordAddress _equalRecord;   // one that equals the represented object
 };
