@@ -540,4 +540,13 @@ TEST_F(EventStore, ARaisingObserverOfTheTreeLeavesWhatWasDoneSoFar) {
   EXPECT_EQ(outline(root), "root=[b1=Three]");
 }
 
+TEST_F(EventStore, TakesDomainsThatItWasMadeToHoldForEventsThatHaveNotChanged) {
+  showBoth();
+  store->setOrderedDomains(records({barn, attic}));
+  store->setEvents(records({one, two, eventOf("B", "b1", "Three"), eventOf("B", "b2", "Two")}));
+  EXPECT_EQ(outline(root), "root=[B=Barn 9[b1=Three b2=Two] A=Attic 7[a1=One a2=Two]]");
+  store->setEvents(records({two, three}));
+  EXPECT_EQ(outline(root), "root=[B=Barn 9[b1=Three] A=Attic 7[a2=Two]]");
+}
+
 }  // namespace

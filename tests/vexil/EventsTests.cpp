@@ -402,4 +402,27 @@ RC_GTEST_PROP(EventList, ShowsOneItemARecordInTheOrderOfNamesAndIdentifiers, ())
   }
 }
 
+// As a number it has the hash 0.
+TEST_F(Events, OfTheIdentifierZeroComeAndGo) {
+  const auto event = [](int identifier) {
+    return eventRecord(identifier, "name " + std::to_string(identifier));
+  };
+  list->setEvents(records({event(0), event(1), event(2)}));
+  list->setEvents(records({event(2), event(1)}));
+  list->setEvents(records({event(2), event(0), event(1)}));
+  list->setEvents(records({event(2), event(3), event(0)}));
+  EXPECT_EQ(outline(list->root()), "root=[0=name 0 2=name 2 3=name 3]");
+}
+
+TEST_F(Events, ThatAreObservedAnnounceTheirNewRecords) {
+  list->setEvents(records({eventRecord(1, "A"), eventRecord(2, "B")}));
+  const ItemPointer second = (*root->children())[1];
+  (void)recorder->take();
+  recorder->watch(second, "enabled");
+  list->setEvents(records({eventRecord(1, "A", true), eventRecord(2, "B", true)}));
+  EXPECT_EQ(treeNotices(),
+            "2 enabled setting old=false new=true\n"
+            "root children replacement {0-1} old=[1, 2] new=[1, 2]\n");
+}
+
 }  // namespace
