@@ -34,7 +34,8 @@ class PrefixSort {
  private:
   static constexpr std::size_t few = 12;
 
-  /// The entries agree in the words before `word`.
+  /// The entries agree in the words before `word`. The recursion is at most as deep as there are
+  /// digits in a prefix.
   template <class ComesBefore>
   static void sort(std::span<Entry> entries, std::span<Entry> spare, std::size_t word,
                    const ComesBefore& comesBefore) {
@@ -53,10 +54,8 @@ class PrefixSort {
       std::ranges::sort(entries, comesBefore);
     } else if (entries.size() <= 256) {
       distribute<5>(entries, spare, word, differing, comesBefore);
-    } else if (entries.size() <= 8192) {
-      distribute<8>(entries, spare, word, differing, comesBefore);
     } else {
-      distribute<11>(entries, spare, word, differing, comesBefore);
+      distribute<8>(entries, spare, word, differing, comesBefore);
     }
   }
 
