@@ -9,9 +9,9 @@
 
 namespace platform::detail {
 
-/// Blocks of one size, cut from slabs. A block has no header, and neighbours lie side by side:
-/// that is a tenth less memory for a record, and a fraction of the instructions of a general
-/// allocator. Any thread may allocate and deallocate.
+/// Blocks of one size, cut from slabs. A block has no header, and neighbours lie side by side: that
+/// takes less memory than a general allocator does, and a fraction of its instructions. Any thread
+/// may allocate and deallocate.
 ///
 /// A slab without blocks in use is kept while there are no more such slabs than others, and a few:
 /// the next list of records takes as much memory as the one that it replaces. Others go back.
