@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -547,6 +548,41 @@ TEST_F(EventStore, TakesDomainsThatItWasMadeToHoldForEventsThatHaveNotChanged) {
   EXPECT_EQ(outline(root), "root=[B=Barn 9[b1=Three b2=Two] A=Attic 7[a1=One a2=Two]]");
   store->setEvents(records({two, three}));
   EXPECT_EQ(outline(root), "root=[B=Barn 9[b1=Three] A=Attic 7[a2=Two]]");
+}
+
+TEST_F(EventStore, FindsOutEventsWithoutAnIdentifierBelowARowThatHasChanged) {
+  store->setEvents(records({eventOf("A", {}, "One"), eventOf("A", "a2", "Two")}));
+  store->setDomains(records({attic, barn}));
+  EXPECT_THROW(store->setDomains(records({domainRecord("A", "Attic 8"), barn})), InvalidArgument);
+}
+
+/// Has something done when it goes.
+class Farewell : public platform::Object {
+ public:
+  explicit Farewell(std::function<void()> action) : _action(std::move(action)) {}
+  ~Farewell() override { _action(); }
+
+ private:
+  std::function<void()> _action;
+};
+
+TEST_F(EventStore, CanBeRefreshedByARecordThatGoes) {
+  const Value engine = Value::dictionary(
+      {{kTWDomainUniqueID, "E"},
+       {kTWDomainType, kTWDomainType_Engine},
+       {"guest",
+        Value(std::make_shared<Farewell>(
+            [&store = store, many = records({one, two, three})] { store->setEvents(many); }))}});
+  store->setEvents(records({three}));
+  store->setDomains(records({engine, attic, barn}));
+  const std::string before = outline(root);
+  EXPECT_EQ(before, "root=[A=Attic 7 B=Barn 9[b1=Three]]");
+  {
+    Value held = store->orderedDomains();
+    store->setOrderedDomains(records({attic, barn}));
+  }
+  store->setEvents(records({three, two}));
+  EXPECT_EQ(outline(root), "root=[A=Attic 7[a2=Two] B=Barn 9[b1=Three]]");
 }
 
 }  // namespace

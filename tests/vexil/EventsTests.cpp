@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <set>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -423,6 +424,51 @@ TEST_F(Events, ThatAreObservedAnnounceTheirNewRecords) {
   EXPECT_EQ(treeNotices(),
             "2 enabled setting old=false new=true\n"
             "root children replacement {0-1} old=[1, 2] new=[1, 2]\n");
+}
+
+/// Has the list refreshed whenever it is compared, and refuses to be hashed.
+class Busybody : public platform::Object {
+ public:
+  Busybody(std::weak_ptr<KRAVTWVEventsVexil> list, Value events)
+      : _list(std::move(list)), _events(std::move(events)) {}
+  [[nodiscard]] bool isEqual(const platform::Object& other) const override {
+    if (const auto list = _list.lock()) {
+      list->setEvents(_events);
+    }
+    return this == &other;
+  }
+  [[nodiscard]] std::size_t hash() const override { throw std::runtime_error("not to be hashed"); }
+
+ private:
+  std::weak_ptr<KRAVTWVEventsVexil> _list;
+  Value _events;
+};
+
+TEST_F(Events, CanBeRefreshedByWhatARecordRefersTo) {
+  const auto event = [&](int identifier, const Value& guest) {
+    return Value::dictionary({{kTWEventUniqueID, identifier},
+                              {kTWEventName, "name " + std::to_string(identifier)},
+                              {"guest", guest}});
+  };
+  const auto guest = [&] {
+    return Value(std::make_shared<Busybody>(list, records({event(7, {}), event(8, {})})));
+  };
+  list->setEvents(records({event(1, {}), event(2, guest()), event(3, {}), event(4, {})}));
+  list->setEvents(records({event(4, {}), event(1, {}), event(2, guest()), event(3, {})}));
+  EXPECT_EQ(list->sortedEvents().elements().size(), 4U);
+  list->setEvents(records({event(3, {}), event(1, {})}));
+  EXPECT_EQ(outline(root), "root=[1=name 1 3=name 3]");
+}
+
+TEST_F(Events, WhoseIdentifiersAreObjectsAreNotHashedToBeOrdered) {
+  const auto event = [&](const Value& identifier, const char* name) {
+    return eventRecord(identifier, name);
+  };
+  const Value odd(std::make_shared<Busybody>(std::weak_ptr<KRAVTWVEventsVexil>(), Value()));
+  const Value events = records({event(1, "A"), event(odd, "B"), event(3, "C")});
+  list->setSortedEvents(events);
+  list->setEvents(records({event(3, "C"), event(odd, "B"), event(1, "A")}));
+  EXPECT_EQ(list->sortedEvents(), events);
 }
 
 }  // namespace

@@ -312,4 +312,17 @@ TEST(HostSubclass, AddsTheRepresentedObjectToWhatAKeyDependsOnAnyway) {
             (Lines{"isGroup setting old=false new=true", "isGroup setting old=true new=true"}));
 }
 
+class AlignedEvent : public KRAVTWVKind<AlignedEvent, KRAVTWVEventVexil> {
+ public:
+  using KRAVTWVKind::KRAVTWVKind;
+  alignas(32) char aligned[32] = {};
+};
+
+TEST(HostSubclass, MayNeedMoreAlignmentThanAnyKind) {
+  const auto first = AlignedEvent::itemWithEvent(Value());
+  const auto second = AlignedEvent::itemWithEvent(Value());
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(first->aligned) % 32, 0U);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(second->aligned) % 32, 0U);
+}
+
 }  // namespace

@@ -300,7 +300,7 @@ Value someDomains(Choices& choices) {
   std::vector<Value> domains;
   for (const char* domain : {"A", "B", "C"}) {
     if (!choices.oneIn(4)) {
-      domains.push_back(test::domainRecord(domain, domain, {}));
+      domains.push_back(test::domainRecord(domain, choices.oneIn(3) ? "renamed" : domain, {}));
     }
   }
   if (choices.oneIn(6)) {

@@ -5,7 +5,7 @@
 #include <platform/SpinLock.h>
 
 #include <cstddef>
-#include <new>
+#include <memory>
 
 namespace platform::detail {
 
@@ -80,7 +80,8 @@ class BlockPool {
 /// `size` is what was asked for.
 void deallocateBlock(void* block, std::size_t size) noexcept;
 
-/// Has `std::allocate_shared` take an object and its counts from a pool.
+/// Has `std::allocate_shared` take an object and its counts from a pool, unless they must be
+/// aligned more than pools do.
 template <class T>
 struct PooledAllocator {
   using value_type = T;
@@ -90,10 +91,15 @@ struct PooledAllocator {
   PooledAllocator(const PooledAllocator<Other>&) noexcept {}
 
   [[nodiscard]] T* allocate(std::size_t count) {
-    static_assert(alignof(T) <= alignof(void*));
+    if constexpr (alignof(T) > alignof(void*)) {
+      return std::allocator<T>().allocate(count);
+    }
     return static_cast<T*>(allocateBlock(count * sizeof(T)));
   }
   void deallocate(T* objects, std::size_t count) noexcept {
+    if constexpr (alignof(T) > alignof(void*)) {
+      return std::allocator<T>().deallocate(objects, count);
+    }
     deallocateBlock(objects, count * sizeof(T));
   }
   friend bool operator==(const PooledAllocator&, const PooledAllocator&) { return true; }

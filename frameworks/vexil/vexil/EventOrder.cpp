@@ -24,6 +24,11 @@ const Key& identifierKey() {
   return key;
 }
 
+/// Whether an identifier can be looked for: a text or number, which runs no foreign code.
+bool isPlain(const Value& identifier) {
+  return identifier.isString() || identifier.isNumber();
+}
+
 }  // namespace
 
 std::uint64_t EventLineage::nextNumber() {
@@ -159,7 +164,8 @@ bool EventOrder::Search::lookAt(std::size_t begin, std::size_t end) {
       candidate = _isGuessing ? _order._lastPlaces[i] : nowhere;
     }
     if (candidate == nowhere) {
-      hashes[i - begin] = _reader.identifier(record).hash();
+      const Value& identifier = _reader.identifier(record);
+      hashes[i - begin] = isPlain(identifier) ? identifier.hash() : 0;
       _order._placesByIdentifier.prefetch(hashes[i - begin]);
     }
   }
@@ -241,30 +247,51 @@ bool EventOrder::Search::settle(std::size_t index, Place candidate) {
 }
 
 EventOrder::Place EventOrder::Search::findExactly(const Value& identifier) const {
+  if (!isPlain(identifier)) {
+    return nowhere;
+  }
   return _order._placesByIdentifier.find(
       identifier.hash(), [&](Place place) { return _held[place][identifierKey()] == identifier; });
 }
 
 EventOrder::Answer EventOrder::compare(const Value& held, const Value& events) {
-  if (!LiteralRefresh::isWanted() && !held.elements().empty() && events.isArray()) {
-    if (!held.sharesStorageWith(_known)) {
-      know(knownOrderOf(held));
-    }
-    if (_lineage && learnIdentifiers()) {
-      Search search(*this, events.elements());
-      if (search.run()) {
-        if (auto answer = arrange(search)) {
-          return std::move(*answer);
-        }
-      }
+  const Value before = _known;  // goes last, as anything can happen when it does
+  // Objects in records are asked whether they are equal, and could have the collection refreshed.
+  const bool isNested = std::exchange(_isAtWork, true);
+  struct AtWork {
+    bool& isAtWork;
+    bool wasAtWork;
+    ~AtWork() { isAtWork = wasAtWork; }
+  } const atWork{_isAtWork, isNested};
+
+  if (!isNested) {
+    if (auto answer = compareByIdentifier(held, events)) {
+      return std::move(*answer);
     }
   }
   OrderedEvents sorted = inEventOrder(events);
   const bool isHeld = !held.isAbsent() && held == sorted.list;
-  if (!isHeld) {
-    know(sorted);
+  if (isHeld || isNested) {
+    return {std::move(sorted.list), isHeld, nullptr};
   }
-  return {std::move(sorted.list), isHeld, isHeld ? nullptr : _lineage};
+  know(sorted);
+  return {std::move(sorted.list), false, _lineage};
+}
+
+/// Nothing when the list must be sorted.
+std::optional<EventOrder::Answer> EventOrder::compareByIdentifier(const Value& held,
+                                                                  const Value& events) {
+  if (LiteralRefresh::isWanted() || held.elements().empty() || !events.isArray()) {
+    return std::nullopt;
+  }
+  if (!held.sharesStorageWith(_known)) {
+    know(knownOrderOf(held));
+  }
+  if (!_lineage || !learnIdentifiers()) {
+    return std::nullopt;
+  }
+  Search search(*this, events.elements());
+  return search.run() ? arrange(search) : std::nullopt;
 }
 
 void EventOrder::know(const OrderedEvents& events) {
@@ -294,7 +321,8 @@ bool EventOrder::learnIdentifiers() {
   for (std::size_t i = 0; i < records.size(); ++i) {
     if (i + 2 * ahead < records.size()) {
       records[i + 2 * ahead].prefetch();
-      _placesByIdentifier.prefetch(reader.identifier(records[i + ahead]).hash());
+      const Value& identifier = reader.identifier(records[i + ahead]);
+      _placesByIdentifier.prefetch(isPlain(identifier) ? identifier.hash() : 0);
     }
     if (!learnIdentifier(records, static_cast<Place>(i))) {
       return false;
@@ -307,11 +335,10 @@ bool EventOrder::learnIdentifiers() {
 /// nothing is known any more.
 bool EventOrder::learnIdentifier(std::span<const Value> records, Place place) {
   const Value& identifier = records[place][identifierKey()];
-  const std::uint64_t hash = identifier.hash();
-  const Place known = _placesByIdentifier.find(
-      hash, [&](Place other) { return records[other][identifierKey()] == identifier; });
+  const std::uint64_t hash = isPlain(identifier) ? identifier.hash() : 0;
+  const auto isTheSame = [&](Place other) { return records[other][identifierKey()] == identifier; };
   _identifiersDiffer =
-      known == PlaceTable::nowhere && (identifier.isString() || identifier.isNumber());
+      isPlain(identifier) && _placesByIdentifier.find(hash, isTheSame) == PlaceTable::nowhere;
   if (!_identifiersDiffer || !_placesByIdentifier.hasRoomFor(1)) {
     _placesByIdentifier.clear();
     return _identifiersDiffer;

@@ -33,8 +33,8 @@ class EventOrder {
   /// `held` is what the collection holds, whoever has set it. Raises what sorting raises.
   [[nodiscard]] Answer compare(const platform::Value& held, const platform::Value& events);
 
-  /// The lineage of `list`, the one of the last answer; null where no two of its records must share
-  /// a place in the order and that is not known.
+  /// The lineage of `list`, the one of the last answer; null for any other list, and where two of
+  /// its records may share a place in the order.
   [[nodiscard]] std::shared_ptr<const EventLineage> lineageOf(const platform::Value& list) const {
     return list.sharesStorageWith(_known) ? _lineage : nullptr;
   }
@@ -43,12 +43,15 @@ class EventOrder {
   using Place = PlaceTable::Place;
   class Search;
 
+  [[nodiscard]] std::optional<Answer> compareByIdentifier(const platform::Value& held,
+                                                          const platform::Value& events);
   void know(const OrderedEvents& events);
   [[nodiscard]] bool learnIdentifiers();
   bool learnIdentifier(std::span<const platform::Value> records, Place place);
   void followPlaces(Search& search, std::span<const Place> newPlaces);
   [[nodiscard]] std::optional<Answer> arrange(Search& search);
 
+  bool _isAtWork = false;
   platform::Value _known;  // the list that all this is about
   // Null where records share a place in the order.
   std::shared_ptr<const EventLineage> _lineage;

@@ -73,8 +73,9 @@ class KnownRecords {
 /// A freshly built list of items, as a merge asks for it. Most refreshes bring what is there
 /// already, so a collection may hand over records in place of event items, and domain items whose
 /// events are such. Then no more items are made than are inserted, and a live item is compared with
-/// a record rather than with an item that wraps it. To an observer it is all the same: of fresh
-/// items only those that are inserted are ever seen.
+/// a record rather than with an item that wraps it. To an observer it is all the same, as of fresh
+/// items only those that are inserted are ever seen; but for one thing: the fresh row that is the
+/// parent of an event inserted below a row that stays has no children while the merge goes on.
 class FreshList {
  public:
   /// Items as they are. A null pointer is an empty list.
@@ -112,9 +113,10 @@ class FreshList {
   [[nodiscard]] platform::Value representedObject(std::size_t index) const;
   [[nodiscard]] FreshList childrenOf(std::size_t index) const;
 
-  /// `child.isEqual` of the item, where that can be told without the item: nothing otherwise. What
-  /// is equal remembers it.
-  [[nodiscard]] std::optional<bool> isEqualTo(KRAVTWVItemVexil& child, std::size_t index) const;
+  /// `child.isEqual` of the item, a row with its events, where that can be told without making
+  /// these: nothing otherwise. Events that are equal remember it.
+  [[nodiscard]] std::optional<bool> isRowEqualTo(const KRAVTWVItemVexil& child,
+                                                 std::size_t index) const;
 
   /// To be called when a child has taken over the represented object of the item.
   void noteEqual(KRAVTWVItemVexil& child, std::size_t index) const;
@@ -136,9 +138,6 @@ class FreshList {
   void prefetchToReplace(const KRAVTWVItemArray& children, std::size_t index) const;
 
  private:
-  [[nodiscard]] std::optional<bool> isRowEqualTo(const KRAVTWVItemVexil& child,
-                                                 std::size_t index) const;
-
   std::shared_ptr<const KRAVTWVItemArray> _items;
   std::shared_ptr<const FreshEvents> _events;
   std::shared_ptr<const std::vector<FreshEvents>> _eventsOfRows;
@@ -149,7 +148,8 @@ inline KnownRecords::KnownRecords(const FreshEvents& events)
   if (events.selection) {
     _selection = events.selection->data() + events.first;
   }
-  if (events.lineage) {
+  // Whoever lacks an identifier must be found out.
+  if (events.lineage && events.lineage->areIdentified) {
     _list = events.lineage->list;
     _listBefore = events.lineage->listBefore;
     _origins = events.lineage->origins.data();
@@ -198,15 +198,6 @@ inline bool FreshList::replaceUnheard(KRAVTWVItemVexil& child, std::size_t index
   ItemFields::exchangeRepresentedObject(child, old);
   KnownRecords(*_events).note(child, index);
   return true;
-}
-
-inline std::optional<bool> FreshList::isEqualTo(KRAVTWVItemVexil& child, std::size_t index) const {
-  if (!_events) {
-    return isRowEqualTo(child, index);
-  }
-  return ItemFields::isPlainEvent(child)
-             ? std::optional(KnownRecords(*_events).compare(child, index))
-             : std::nullopt;
 }
 
 /// The identifiers of items, absent ones included. Raises `InvalidArgument` for a null pointer.

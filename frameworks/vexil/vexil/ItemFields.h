@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Internal to items: what compound operations read without going through the atomic getters. They
-// belong to one thread at a time, so nobody changes a field meanwhile.
+// Internal to items: what compound operations read and set without going through the properties,
+// which are atomic and announced. They belong to one thread at a time, so nobody changes a field
+// meanwhile.
 #pragma once
 
 #include <vexil/KRAVTWVItemVexil.h>

@@ -127,7 +127,7 @@ bool ItemMerge::isEqual(const std::shared_ptr<Item>& child, const FreshList& fre
   if (const KRAVTWVItemArray* items = fresh.hostItems()) {
     return _comparison.equal(child, (*items)[index], isPrivate);
   }
-  const std::optional<bool> known = fresh.isEqualTo(*child, index);
+  const std::optional<bool> known = fresh.isRowEqualTo(*child, index);
   return known ? *known : child->isEqual(*fresh.item(index));
 }
 
@@ -172,24 +172,25 @@ void ItemMerge::replaceNext() {
   if (index >= children.size() || index >= level.fresh.size()) {
     throw platform::RangeError("items became fewer while they were merged");
   }
-  level.fresh.prefetchToReplace(children, index);
-  Value represented;  // by the child; goes last, as anything can happen when it does
-  if (level.fresh.replaceUnheard(*children[index], index, represented)) {
-    return;
-  }
-  const KRAVTWVItemArray* const items = level.fresh.hostItems();
-  const bool isPrivate = items != nullptr && level.isPrivate &&
-                         ItemComparison::isPrivate(children[index], (*items)[index]);
-  // Held here, because an observer may change either array.
-  const std::shared_ptr<Item> old = children[index];
   if (level.fresh.isLeaf()) {
-    announce(*old, [&] { old->setRepresentedObject(level.fresh.representedObject(index)); });
-    level.fresh.noteEqual(*old, index);
+    level.fresh.prefetchToReplace(children, index);
+    // Held here, because whoever hears of this may change the array.
+    const std::shared_ptr<Item> old = children[index];
+    if (Value represented; level.fresh.replaceUnheard(*old, index, represented)) {
+      represented = Value();  // of which a destructor may hear
+    } else {
+      announce(*old, [&] { old->setRepresentedObject(level.fresh.representedObject(index)); });
+      level.fresh.noteEqual(*old, index);
+    }
     if (!old->currentChildren().empty()) {
       open(old, FreshList(nullptr), false);
     }
     return;
   }
+  const KRAVTWVItemArray* const items = level.fresh.hostItems();
+  const bool isPrivate = items != nullptr && level.isPrivate &&
+                         ItemComparison::isPrivate(children[index], (*items)[index]);
+  const std::shared_ptr<Item> old = children[index];
   if (items == nullptr) {
     announce(*old, [&] { old->setRepresentedObject(level.fresh.representedObject(index)); });
     open(old, level.fresh.childrenOf(index), false);

@@ -86,8 +86,8 @@ using KRAVTWVItemArray = std::vector<std::shared_ptr<KRAVTWVItemVexil>>;
 /// child's parent, and nothing but `setParent` ever changes it again. In particular an item that
 /// `replaceChildren` inserts keeps the parent it had, and a removed one too.
 ///
-/// Threads. Every property is atomic by itself. Operations on children, and any change of an
-/// observed tree, belong to one thread at a time.
+/// Threads. Every property is atomic by itself. Operations on children, making an item the parent
+/// of another, and any change of an observed tree, belong to one thread at a time.
 ///
 /// No operation recurses with the depth of the tree. Only items that represent items recurse, with
 /// the length of that chain, when they are compared or hashed. A tree must not contain itself.
@@ -269,7 +269,7 @@ class KRAVTWVItemVexil : public platform::Observable {
   enum class Children : std::uint8_t { absent, unmade, made };
 
   [[nodiscard]] bool isLeaf() const;
-  /// For compound operations: the children, or null where there are none; and the array to add to.
+  /// For compound operations: the children, and the array to add to.
   [[nodiscard]] const KRAVTWVItemArray& currentChildren() const {
     return _childrenState == Children::made ? *_rare->_children : noChildren();
   }

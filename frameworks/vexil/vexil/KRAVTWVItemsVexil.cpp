@@ -172,6 +172,7 @@ void KRAVTWVEventStoreVexil::rebuild() {
       return;
     }
   }
+  const auto forgotten = std::exchange(*_rowsOfEvents, {});
   replaceRootChildren(itemsWithEventsAndDomains(events, domains));
 }
 

@@ -45,6 +45,7 @@ bool isEnginesOwn(const Value& domain) {
 std::optional<FreshList> RowsOfEvents::freshRows(const Value& events,
                                                  const std::shared_ptr<const EventLineage>& lineage,
                                                  const Value& domains) {
+  const Value domainsBefore = _domains;  // goes last, as anything can happen when it does
   auto items = std::make_shared<KRAVTWVItemArray>();
   std::vector<FreshEvents> eventsOfRows;
   std::vector<Value> identifiers;
