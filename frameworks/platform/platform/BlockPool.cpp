@@ -80,8 +80,9 @@ void BlockPool::deallocate(void* block) noexcept {
 }
 
 BlockPool::Slab* BlockPool::slabOf(void* block) noexcept {
-  const auto address = reinterpret_cast<std::uintptr_t>(block);
-  return reinterpret_cast<Slab*>(address & ~std::uintptr_t{slabAlignment - 1});
+  const auto offset = reinterpret_cast<std::uintptr_t>(block) % slabAlignment;
+  return reinterpret_cast<Slab*>(static_cast<char*>(block) - offset);
+});
 }
 
 BlockPool::Slab* BlockPool::makeSlab() {

@@ -235,7 +235,8 @@ class Value {
 
   friend void swap(Value& a, Value& b) noexcept {
     if (a._tag == tagObject || b._tag == tagObject) {
-      Value other(std::move(a));
+      Value other;
+      other.take(a);
       a.take(b);
       b.take(other);
       return;
@@ -319,7 +320,7 @@ class Value {
   }
   // Word by word, as compilers take the three together by way of the stack.
   [[nodiscard]] std::uint64_t word(std::size_t index) const noexcept {
-    std::uint64_t word;
+    std::uint64_t word = 0;
     static_assert(3 * sizeof word == sizeof(Value));
     std::memcpy(&word, reinterpret_cast<const char*>(this) + index * sizeof word, sizeof word);
     return word;
