@@ -82,7 +82,6 @@ void BlockPool::deallocate(void* block) noexcept {
 BlockPool::Slab* BlockPool::slabOf(void* block) noexcept {
   const auto offset = reinterpret_cast<std::uintptr_t>(block) % slabAlignment;
   return reinterpret_cast<Slab*>(static_cast<char*>(block) - offset);
-});
 }
 
 BlockPool::Slab* BlockPool::makeSlab() {
