@@ -96,12 +96,12 @@ TEST(RecordShape, WorksWithManyKeys) {
   EXPECT_TRUE(record["key1000"].isAbsent());
 }
 
-TEST(RecordShape, TakesOneAllocationARecord) {
+TEST(RecordShape, TakesAtMostOneAllocationARecord) {
   const RecordShape shape({"id", "name", "enabled"});
   std::vector<Value> values{1, "short", true};
   Value record;
-  EXPECT_EQ(test::allocationsOf([&] { record = shape.record(std::span(values)); }), 1U);
-  EXPECT_EQ(test::allocationsOf([&] { const Value copy = record; }), 0U);
+  EXPECT_LE(test::allocationsOf([&] { record = shape.record(std::span(values)); }), 1U);
+  EXPECT_LE(test::allocationsOf([&] { const Value copy = record; }), 0U);
 }
 
 }  // namespace
