@@ -11,8 +11,6 @@
 #include <algorithm>
 #include <compare>
 #include <iterator>
-#include <optional>
-#include <span>
 #include <unordered_map>
 #include <utility>
 #include <vector>
