@@ -175,6 +175,43 @@ TEST(AddChildren, StopsAtANullPointer) {
   EXPECT_EQ(identifiers(*root->children()), "[a]");
 }
 
+/// Equals those of its number, and counts how often one is asked.
+class Counting : public platform::Object {
+ public:
+  Counting(int number, int& asked) : _number(number), _asked(asked) {}
+  [[nodiscard]] bool isEqual(const Object& other) const override {
+    ++_asked;
+    const auto* counting = dynamic_cast<const Counting*>(&other);
+    return counting != nullptr && counting->_number == _number;
+  }
+  [[nodiscard]] std::size_t hash() const override { return static_cast<std::size_t>(_number); }
+
+ private:
+  int _number;
+  int& _asked;
+};
+
+TEST(AddChildren, AsksOnlyTheItemsThatCanBeEqual) {
+  constexpr int count = 500;
+  int asked = 0;
+  const auto number = [&](int i) {
+    return KRAVTWVItemVexil::itemWithRepresentedObject(std::make_shared<Counting>(i, asked));
+  };
+  KRAVTWVItemArray twice;
+  for (int i = 0; i < 2 * count; ++i) {
+    twice.push_back(number(i % count));
+  }
+  const auto root = plainItem("root");
+  root->addChildren(twice);
+  EXPECT_EQ(root->children()->size(), count);
+  EXPECT_EQ(asked, count);
+  // The same again: each gives way to itself, which need not be asked.
+  const KRAVTWVItemArray same = *root->children();
+  root->addChildren(same);
+  EXPECT_EQ(*root->children(), same);
+  EXPECT_EQ(asked, count);
+}
+
 /// Items of a few classes and contents, so that many are equal, some in one direction only.
 ItemPointer anyItem() {
   const Value object = *rc::gen::element(Value(), Value("x"), Value("y"), Value(1), Value(1.0));

@@ -46,18 +46,21 @@ const std::shared_ptr<const KRAVTWVItemArray>& noItems() {
 
 }  // namespace
 
-std::vector<Value> anyIdentifiersOf(const KRAVTWVItemArray& items) {
+std::vector<Value> anyIdentifiersOf(const std::shared_ptr<const KRAVTWVItemArray>& items) {
   std::vector<Value> identifiers;
-  identifiers.reserve(items.size());
+  identifiers.reserve(items->size());
   platform::FieldReader identifierOf(eventIdentifierKey());
-  for (const auto& item : items) {
+  for (std::size_t i = 0; i < items->size(); ++i) {
+    const auto& item = (*items)[i];
     if (!item) {
       throw platform::InvalidArgument("an array of items holds a null pointer");
     }
     if (ItemFields::isPlainEvent(*item)) {
       identifiers.push_back(identifierOf(ItemFields::representedObject(*item)));
     } else {
-      identifiers.push_back(item->uniqueID());
+      const auto held = item;  // a host's kind may take it out when it is asked
+      identifiers.push_back(held->uniqueID());
+      identifierOf = platform::FieldReader(eventIdentifierKey());  // as records may go
     }
   }
   return identifiers;
@@ -90,15 +93,17 @@ FreshList::FreshList(std::shared_ptr<const KRAVTWVItemArray> rows,
       _eventsOfRows(std::make_shared<const std::vector<FreshEvents>>(std::move(eventsOfRows))) {}
 
 std::optional<platform::IndexSet> FreshList::changesInPlace(
-    const KRAVTWVItemArray& children) const {
+    const KRAVTWVItemVexil& receiver) const {
+  const KRAVTWVItemArray& children = ItemFields::currentChildren(receiver);
   if (!_events || _events->size() != children.size()) {
     return std::nullopt;
   }
+  const std::shared_ptr<KRAVTWVItemArray> held = ItemFields::children(receiver);
   platform::FieldReader identifierOf(eventIdentifierKey());
   platform::FieldReader identifierOfChild(eventIdentifierKey());
   const KnownRecords records(*_events);
   platform::IndexSet changes;
-  for (std::size_t i = 0; i < children.size(); ++i) {
+  for (std::size_t i = 0; i < _events->size(); ++i) {
     prefetchToCompare(children, *_events, i);
     if (!children[i] || !ItemFields::isPlainEvent(*children[i])) {
       return std::nullopt;
@@ -114,7 +119,15 @@ std::optional<platform::IndexSet> FreshList::changesInPlace(
         !(identifierOfChild(ItemFields::representedObject(child)) == identifier)) {
       return std::nullopt;
     }
-    if (known || !records.compare(child, i)) {
+    std::optional<bool> isEqual = known ? known : records.compareAtOnce(child, i);
+    if (!isEqual) {
+      isEqual = records.compareByAsking(child, i);
+      identifierOfChild = platform::FieldReader(eventIdentifierKey());  // as records may go
+      if (ItemFields::children(receiver) != held || held->size() != _events->size()) {
+        return std::nullopt;
+      }
+    }
+    if (!*isEqual) {
       changes.insert(i);
     }
   }
@@ -163,7 +176,7 @@ std::optional<IdentifierDifference> FreshList::knownDifference(
 
 std::vector<Value> FreshList::identifiers() const {
   if (!_events) {
-    return anyIdentifiersOf(*_items);
+    return anyIdentifiersOf(_items);
   }
   std::vector<Value> identifiers;
   identifiers.reserve(_events->size());
@@ -205,20 +218,33 @@ FreshList FreshList::childrenOf(std::size_t index) const {
   return {ItemFields::children(*(*_items)[index])};
 }
 
-std::optional<bool> FreshList::isRowEqualTo(const KRAVTWVItemVexil& child,
-                                            std::size_t index) const {
-  if (!_eventsOfRows) {
+std::optional<bool> FreshList::isEqualTo(KRAVTWVItemVexil& child, std::size_t index) const {
+  if (_eventsOfRows) {
+    return isRowEqualTo(child, index);
+  }
+  if (!_events || !ItemFields::isPlainEvent(child)) {
     return std::nullopt;
   }
+  const KnownRecords records(*_events);
+  const std::optional<bool> isEqual = records.compareAtOnce(child, index);
+  return isEqual ? isEqual : records.compareByAsking(child, index);
+}
+
+std::optional<bool> FreshList::isRowEqualTo(const KRAVTWVItemVexil& child,
+                                            std::size_t index) const {
   const KRAVTWVItemVexil& row = *(*_items)[index];
   if (typeid(child) != typeid(row) || !ItemFields::hasChildrenArray(child)) {
     return std::nullopt;
   }
-  const Value& object = ItemFields::representedObject(child);
-  const std::shared_ptr<KRAVTWVItemArray> children = ItemFields::children(child);
+  const auto heldChild = child.weak_from_this().lock();
+  const Value object = child.representedObject();
+  if (object.isAbsent() || object != ItemFields::representedObject(row)) {
+    return false;
+  }
   const FreshEvents& events = (*_eventsOfRows)[index];
-  if (object.isAbsent() || object != ItemFields::representedObject(row) ||
-      (children ? children->size() : 0) != events.size()) {
+  const std::shared_ptr<KRAVTWVItemArray> children = ItemFields::children(child);
+  const auto areAsMany = [&] { return (children ? children->size() : 0) == events.size(); };
+  if (!areAsMany()) {
     return false;
   }
   const KnownRecords records(events);
@@ -227,7 +253,14 @@ std::optional<bool> FreshList::isRowEqualTo(const KRAVTWVItemVexil& child,
     if (!(*children)[i] || !ItemFields::isPlainEvent(*(*children)[i])) {
       return std::nullopt;
     }
-    if (!records.compare(*(*children)[i], i)) {
+    std::optional<bool> isEqual = records.compareAtOnce(*(*children)[i], i);
+    if (!isEqual) {
+      isEqual = records.compareByAsking(*(*children)[i], i);
+      if (!areAsMany()) {
+        return false;  // by now
+      }
+    }
+    if (!*isEqual) {
       return false;
     }
   }
@@ -252,7 +285,11 @@ std::size_t FreshList::compareEvents(const KRAVTWVItemArray& children, std::size
     if (!ItemFields::isPlainEvent(*children[i])) {
       return i;
     }
-    if (!records.compare(*children[i], i)) {
+    const std::optional<bool> isEqual = records.compareAtOnce(*children[i], i);
+    if (!isEqual) {
+      return i;
+    }
+    if (!*isEqual) {
       changes.insert(i);
     }
   }

@@ -48,8 +48,17 @@ class KnownRecords {
   /// Whether the record at `index` equals that of a plain event, as far as the event remembers it.
   [[nodiscard]] std::optional<bool> areEqual(const KRAVTWVItemVexil& event,
                                              std::size_t index) const;
-  /// The same for certain. If so, the event remembers the record.
-  [[nodiscard]] bool compare(KRAVTWVItemVexil& event, std::size_t index) const;
+  /// The same of any plain event; nothing where an object of a host must be asked. If they are
+  /// equal, the event remembers the record.
+  [[nodiscard]] std::optional<bool> compareAtOnce(KRAVTWVItemVexil& event, std::size_t index) const;
+  /// The same, with whatever runs. Nothing is remembered, as objects may answer otherwise the next
+  /// time.
+  [[nodiscard]] bool compareByAsking(const KRAVTWVItemVexil& event, std::size_t index) const {
+    // Copies: whoever is asked may give the event another record, or let go of it.
+    const platform::Value object = ItemFields::representedObject(event);
+    const platform::Value record = _records[place(index)];
+    return object == record;
+  }
   /// Has a plain event that represents an equal of the record remember it.
   void note(KRAVTWVItemVexil& event, std::size_t index) const {
     if (_list != 0) {
@@ -92,10 +101,11 @@ class FreshList {
     return _events || _eventsOfRows ? nullptr : _items.get();
   }
 
-  /// Where this list differs from `children`, when all identifiers are there and stand at the same
-  /// places in both, and all this can be told without making an item: nothing otherwise.
+  /// Where this list differs from the receiver's children, when all identifiers are there and stand
+  /// at the same places in both, and all this can be told without making an item: nothing
+  /// otherwise, and when the children became others while objects were asked.
   [[nodiscard]] std::optional<platform::IndexSet> changesInPlace(
-      const KRAVTWVItemArray& children) const;
+      const KRAVTWVItemVexil& receiver) const;
 
   /// Which identifiers are not in the other list, where that can be told without a look at them.
   [[nodiscard]] std::optional<IdentifierDifference> knownDifference(
@@ -113,10 +123,9 @@ class FreshList {
   [[nodiscard]] platform::Value representedObject(std::size_t index) const;
   [[nodiscard]] FreshList childrenOf(std::size_t index) const;
 
-  /// `child.isEqual` of the item, a row with its events, where that can be told without making
-  /// these: nothing otherwise. Events that are equal remember it.
-  [[nodiscard]] std::optional<bool> isRowEqualTo(const KRAVTWVItemVexil& child,
-                                                 std::size_t index) const;
+  /// `child.isEqual` of the item, a record or a row with its events, where that can be told without
+  /// making items: nothing otherwise. Events that are equal remember it.
+  [[nodiscard]] std::optional<bool> isEqualTo(KRAVTWVItemVexil& child, std::size_t index) const;
 
   /// To be called when a child has taken over the represented object of the item.
   void noteEqual(KRAVTWVItemVexil& child, std::size_t index) const;
@@ -128,8 +137,9 @@ class FreshList {
                                     platform::Value& old) const;
 
   /// Compares children with the items at the same places, from `first` up to but not including
-  /// `end`, and adds the places where they differ. Yields where it stopped, because that child must
-  /// be asked: where there is more to it than a plain event with a record.
+  /// `end`, and adds the places where they differ. Runs no foreign code: it yields where it
+  /// stopped, because an object must be asked there, or there is more to the child than a plain
+  /// event.
   [[nodiscard]] std::size_t compareEvents(const KRAVTWVItemArray& children, std::size_t first,
                                           std::size_t end, platform::IndexSet& changes) const;
 
@@ -138,6 +148,9 @@ class FreshList {
   void prefetchToReplace(const KRAVTWVItemArray& children, std::size_t index) const;
 
  private:
+  [[nodiscard]] std::optional<bool> isRowEqualTo(const KRAVTWVItemVexil& child,
+                                                 std::size_t index) const;
+
   std::shared_ptr<const KRAVTWVItemArray> _items;
   std::shared_ptr<const FreshEvents> _events;
   std::shared_ptr<const std::vector<FreshEvents>> _eventsOfRows;
@@ -172,21 +185,20 @@ inline std::optional<bool> KnownRecords::areEqual(const KRAVTWVItemVexil& event,
   return address.list() == _list ? std::optional(address.place() == place(index)) : std::nullopt;
 }
 
-inline bool KnownRecords::compare(KRAVTWVItemVexil& event, std::size_t index) const {
-  const platform::Value& object = ItemFields::representedObject(event);
-  const platform::Value& record = _records[place(index)];
+inline std::optional<bool> KnownRecords::compareAtOnce(KRAVTWVItemVexil& event,
+                                                       std::size_t index) const {
   std::optional<bool> isEqual = areEqual(event, index);
-  if (!isEqual && !object.isAbsent()) {
-    isEqual = object.plainlyEquals(record);
-  }
   if (!isEqual) {
-    // What an object says of itself may be otherwise the next time, so it is not remembered.
-    return !object.isAbsent() && object == record;
+    const platform::Value& object = ItemFields::representedObject(event);
+    if (object.isAbsent()) {
+      return false;
+    }
+    isEqual = object.plainlyEquals(_records[place(index)]);
   }
-  if (*isEqual) {
+  if (isEqual == true) {
     note(event, index);
   }
-  return *isEqual;
+  return isEqual;
 }
 
 inline bool FreshList::replaceUnheard(KRAVTWVItemVexil& child, std::size_t index,
@@ -200,7 +212,9 @@ inline bool FreshList::replaceUnheard(KRAVTWVItemVexil& child, std::size_t index
   return true;
 }
 
-/// The identifiers of items, absent ones included. Raises `InvalidArgument` for a null pointer.
-[[nodiscard]] std::vector<platform::Value> anyIdentifiersOf(const KRAVTWVItemArray& items);
+/// The identifiers of items, absent ones included. An item may change the array when it is asked.
+/// Raises `InvalidArgument` for a null pointer.
+[[nodiscard]] std::vector<platform::Value> anyIdentifiersOf(
+    const std::shared_ptr<const KRAVTWVItemArray>& items);
 
 }  // namespace detail

@@ -22,10 +22,33 @@ bool canReferToObject(const platform::Value& value, int& partsToLookAt) {
 
 }  // namespace
 
-ItemComparison::Verdict ItemComparison::judge(const Item& left, const Item& right) {
+std::optional<ItemComparison::Verdict> ItemComparison::judgeAtOnce(const Item& left,
+                                                                   const Item& right) {
   if (&left == &right) {
     return Verdict::equal;
   }
+  const Item& receiver = left;
+  const Item& other = right;
+  if (typeid(receiver) != typeid(other)) {
+    return std::nullopt;  // a host's kind may have its own class test
+  }
+  return judgeContentAtOnce(left, right);
+}
+
+std::optional<ItemComparison::Verdict> ItemComparison::judgeContentAtOnce(const Item& left,
+                                                                          const Item& right) {
+  if (left._representedObject.isAbsent()) {
+    return Verdict::unequal;
+  }
+  const std::optional<bool> areEqual =
+      left._representedObject.plainlyEquals(right._representedObject);
+  if (!areEqual) {
+    return std::nullopt;
+  }
+  return *areEqual ? judgeChildren(left, right) : Verdict::unequal;
+}
+
+ItemComparison::Verdict ItemComparison::judge(const Item& left, const Item& right) {
   const Item& receiver = left;
   const Item& other = right;
   if (typeid(receiver) != typeid(other) && !left.isKindOfReceiversClass(right)) {
@@ -35,8 +58,14 @@ ItemComparison::Verdict ItemComparison::judge(const Item& left, const Item& righ
 }
 
 ItemComparison::Verdict ItemComparison::judgeContent(const Item& left, const Item& right) {
-  if (left._representedObject.isAbsent() || left._representedObject != right._representedObject ||
-      left._childrenState == Item::Children::absent ||
+  // Copies: whoever is asked may give the items others.
+  const platform::Value object = left._representedObject;
+  const platform::Value other = right._representedObject;
+  return !object.isAbsent() && object == other ? judgeChildren(left, right) : Verdict::unequal;
+}
+
+ItemComparison::Verdict ItemComparison::judgeChildren(const Item& left, const Item& right) {
+  if (left._childrenState == Item::Children::absent ||
       right._childrenState == Item::Children::absent ||
       left.currentChildren().size() != right.currentChildren().size()) {
     return Verdict::unequal;
@@ -44,22 +73,33 @@ ItemComparison::Verdict ItemComparison::judgeContent(const Item& left, const Ite
   return left.currentChildren().empty() ? Verdict::equal : Verdict::childrenDecide;
 }
 
-bool ItemComparison::equal(const Item& left, const Item& right) {
-  const Verdict verdict = judge(left, right);
-  if (verdict != Verdict::childrenDecide) {
-    return verdict == Verdict::equal;
+bool ItemComparison::areEqual(const Item& left, const Item& right) {
+  std::optional<Verdict> verdict = judgeAtOnce(left, right);
+  HeldItem heldLeft;
+  HeldItem heldRight;
+  if (!verdict) {
+    heldLeft = left.weak_from_this().lock();
+    heldRight = right.weak_from_this().lock();
+    verdict = judge(left, right);
   }
-  _open.push_back({&left, &right, 0, false, false});
-  return compareOpen();
+  if (*verdict != Verdict::childrenDecide) {
+    return *verdict == Verdict::equal;
+  }
+  ItemComparison comparison;
+  comparison._open.push_back({&left, &right, 0, false, false});
+  return comparison.compareOpen();
 }
 
-bool ItemComparison::equalContent(const Item& left, const Item& right) {
+bool ItemComparison::haveEqualContent(const Item& left, const Item& right) {
+  const HeldItem heldLeft = left.weak_from_this().lock();
+  const HeldItem heldRight = right.weak_from_this().lock();
   const Verdict verdict = judgeContent(left, right);
   if (verdict != Verdict::childrenDecide) {
     return verdict == Verdict::equal;
   }
-  _open.push_back({&left, &right, 0, false, false});
-  return compareOpen();
+  ItemComparison comparison;
+  comparison._open.push_back({&left, &right, 0, false, false});
+  return comparison.compareOpen();
 }
 
 bool ItemComparison::equal(const ItemPointer& left, const ItemPointer& right,
@@ -67,13 +107,23 @@ bool ItemComparison::equal(const ItemPointer& left, const ItemPointer& right,
   if (const auto known = remembered(left, right)) {
     return *known;
   }
-  const Verdict verdict = judge(*left, *right);
-  if (verdict != Verdict::childrenDecide) {
-    return verdict == Verdict::equal;
+  _foreignCodeRan = false;
+  std::optional<Verdict> verdict = judgeAtOnce(*left, *right);
+  Pair pair{left.get(), right.get(), 0, false, false};
+  if (verdict == Verdict::childrenDecide) {
+    pair.isPrivate = parentsArePrivate && isPrivate(left, right);
+  } else if (!verdict) {
+    pair.heldLeft = left;
+    pair.heldRight = right;
+    prepareForForeignCode();
+    verdict = judge(*pair.left, *pair.right);
   }
-  _open.push_back({left.get(), right.get(), 0, parentsArePrivate && isPrivate(left, right), false});
+  if (*verdict != Verdict::childrenDecide) {
+    return *verdict == Verdict::equal;
+  }
+  _open.push_back(std::move(pair));
   const bool areEqual = compareOpen();
-  if (!areEqual) {
+  if (!areEqual && !_foreignCodeRan) {
     // Of equal items, nobody will ask what lies below.
     for (const auto& [item, answer] : _found) {
       _answers.insert_or_assign(item, answer);
@@ -110,22 +160,43 @@ std::optional<bool> ItemComparison::remembered(const ItemPointer& left,
              : std::nullopt;
 }
 
+/// What is open stays what it is, whatever happens; what was found before may not.
+void ItemComparison::prepareForForeignCode() {
+  for (; _heldCount < _open.size(); ++_heldCount) {
+    Pair& pair = _open[_heldCount];
+    pair.heldLeft = pair.left->weak_from_this().lock();
+    pair.heldRight = pair.right->weak_from_this().lock();
+  }
+  _foreignCodeRan = true;
+  forget();
+}
+
+void ItemComparison::closeInnermost() {
+  _open.pop_back();
+  _heldCount = std::min(_heldCount, _open.size());
+}
+
 bool ItemComparison::compareOpen() {
   while (!_open.empty()) {
     Pair& pair = _open.back();
     const KRAVTWVItemArray& children = pair.left->currentChildren();
-    if (pair.next == children.size()) {
-      const Pair done = pair;
-      _open.pop_back();
-      if (done.allArePrivate) {
-        _found.push_back({done.left, {done.right, true}});
-      } else if (!_open.empty()) {
+    const KRAVTWVItemArray& others = pair.right->currentChildren();
+    if (children.size() != others.size()) {
+      return closeUnequal(false);  // foreign code has changed them
+    }
+    if (pair.next >= children.size()) {
+      const bool isToBeRemembered = pair.allArePrivate && !_foreignCodeRan;
+      if (isToBeRemembered) {
+        _found.push_back({pair.left, {pair.right, true}});
+      }
+      closeInnermost();
+      if (!isToBeRemembered && !_open.empty()) {
         _open.back().allArePrivate = false;
       }
       continue;
     }
     const ItemPointer& left = children[pair.next];
-    const ItemPointer& right = pair.right->currentChildren()[pair.next];
+    const ItemPointer& right = others[pair.next];
     ++pair.next;
     if (const auto known = remembered(left, right)) {
       if (!*known) {
@@ -133,16 +204,25 @@ bool ItemComparison::compareOpen() {
       }
       continue;
     }
-    switch (judge(*left, *right)) {
+    Pair inner{left.get(), right.get(), 0, false, false};
+    std::optional<Verdict> verdict = judgeAtOnce(*left, *right);
+    if (verdict) {
+      inner.isPrivate = pair.isPrivate && isPrivate(left, right);
+    } else {
+      inner.heldLeft = left;
+      inner.heldRight = right;
+      prepareForForeignCode();
+      verdict = judge(*inner.left, *inner.right);
+    }
+    switch (*verdict) {
       case Verdict::equal:
-        pair.allArePrivate = pair.allArePrivate && isPrivate(left, right);
+        pair.allArePrivate = pair.allArePrivate && inner.isPrivate;
         break;
       case Verdict::unequal:
-        return closeUnequal(pair.isPrivate && isPrivate(left, right));
-      case Verdict::childrenDecide: {
-        const bool areAllPrivate = pair.isPrivate && isPrivate(left, right);
-        _open.push_back({left.get(), right.get(), 0, areAllPrivate, areAllPrivate});
-      }
+        return closeUnequal(inner.isPrivate);
+      case Verdict::childrenDecide:
+        inner.allArePrivate = inner.isPrivate;
+        _open.push_back(std::move(inner));
     }
   }
   return true;
@@ -152,11 +232,12 @@ bool ItemComparison::compareOpen() {
 bool ItemComparison::closeUnequal(bool remember) {
   // The first of them is asked for just once.
   for (; _open.size() > 1; _open.pop_back()) {
-    if (remember) {
+    if (remember && !_foreignCodeRan) {
       _found.push_back({_open.back().left, {_open.back().right, false}});
     }
   }
   _open.clear();
+  _heldCount = 0;
   return false;
 }
 

@@ -22,6 +22,10 @@ struct ItemFields {
     item.exchange(item._representedObject, object);
     item._equalRecord = {};
   }
+  /// Those that there are now; a reference that holds until foreign code runs.
+  static const KRAVTWVItemArray& currentChildren(const Item& item) {
+    return item.currentChildren();
+  }
   /// Null where there are none, or no array of them.
   static std::shared_ptr<KRAVTWVItemArray> children(const Item& item) {
     return item._rare ? item._rare->_children : nullptr;

@@ -23,14 +23,16 @@ const Key& childrenKey() {
   return key;
 }
 
-/// Raises for the first of some identifiers that is absent; `itemAt` yields the item it is of.
+/// Raises for the first of some identifiers that is absent. `itemAt` yields the item it is of, or a
+/// null pointer when that is not there any more.
 template <class ItemAt>
 void requireIdentifiers(const std::vector<Value>& identifiers, const ItemAt& itemAt) {
   const auto absent = std::ranges::find_if(identifiers, &Value::isAbsent);
   if (absent != identifiers.end()) {
-    const auto position = static_cast<std::size_t>(absent - identifiers.begin());
+    const std::shared_ptr<KRAVTWVItemVexil> item =
+        itemAt(static_cast<std::size_t>(absent - identifiers.begin()));
     throw platform::InvalidArgument("an item without an identifier cannot be merged: " +
-                                    itemAt(position)->description());
+                                    (item ? item->description() : "it is gone"));
   }
 }
 
@@ -82,7 +84,7 @@ void ItemMerge::open(std::shared_ptr<Item> receiver, FreshList fresh, bool isPri
     return;
   }
   IndexSet changed;
-  if (auto changes = fresh.changesInPlace(receiver->currentChildren())) {
+  if (auto changes = fresh.changesInPlace(*receiver)) {
     changed = std::move(*changes);  // the usual refresh: nothing came and nothing went
   } else {
     const IndexSet inserted = removeAndInsert(*receiver, fresh);
@@ -104,13 +106,28 @@ IndexSet ItemMerge::removeAndInsert(Item& receiver, const FreshList& fresh) {
       fresh.knownDifference(receiver.currentChildren());
   if (!difference) {
     freshIdentifiers = fresh.identifiers();
-    requireIdentifiers(freshIdentifiers, [&](std::size_t index) { return fresh.item(index); });
-    oldIdentifiers = anyIdentifiersOf(receiver.currentChildren());
-    requireIdentifiers(oldIdentifiers,
-                       [&](std::size_t index) { return receiver.currentChildren()[index]; });
+    requireIdentifiers(freshIdentifiers, [&](std::size_t index) {
+      return index < fresh.size() ? fresh.item(index) : nullptr;
+    });
+    const std::shared_ptr<const KRAVTWVItemArray> children = ItemFields::children(receiver);
+    if (children) {
+      oldIdentifiers = anyIdentifiersOf(children);
+      requireIdentifiers(oldIdentifiers, [&](std::size_t index) {
+        return index < children->size() ? (*children)[index] : nullptr;
+      });
+    }
     difference = identifierDifference(oldIdentifiers, freshIdentifiers);
+    // Items, and objects in place of identifiers, can have done anything when they were asked.
+    if (ItemFields::children(receiver) != children ||
+        receiver.currentChildren().size() != oldIdentifiers.size()) {
+      throw platform::RangeError("the children became others while they were merged");
+    }
   }
   auto& [vanished, appeared] = *difference;
+  if (_comparison.remembersAny()) {
+    vanished.forEach(
+        [&](std::size_t index) { _letGoLast.emplace_back(receiver.currentChildren()[index]); });
+  }
   if (!vanished.empty() &&
       announce(receiver, [&] { receiver.removeChildrenAtIndexes(vanished); }) &&
       fresh.hostItems() != nullptr) {
@@ -122,41 +139,44 @@ IndexSet ItemMerge::removeAndInsert(Item& receiver, const FreshList& fresh) {
   return std::move(appeared);
 }
 
-bool ItemMerge::isEqual(const std::shared_ptr<Item>& child, const FreshList& fresh,
-                        std::size_t index, bool isPrivate) {
+bool ItemMerge::isEqual(const KRAVTWVItemArray& children, const FreshList& fresh, std::size_t index,
+                        bool isPrivate) {
   if (const KRAVTWVItemArray* items = fresh.hostItems()) {
-    return _comparison.equal(child, (*items)[index], isPrivate);
+    return _comparison.equal(children[index], (*items)[index], isPrivate);
   }
-  const std::optional<bool> known = fresh.isRowEqualTo(*child, index);
+  const std::shared_ptr<Item> child = children[index];
+  const std::optional<bool> known = fresh.isEqualTo(*child, index);
   return known ? *known : child->isEqual(*fresh.item(index));
 }
 
 IndexSet ItemMerge::changedIndexes(const Item& receiver, const FreshList& fresh,
                                    const IndexSet& inserted, bool isPrivate) {
-  const KRAVTWVItemArray& children = receiver.currentChildren();
+  const std::size_t count = receiver.currentChildren().size();
   IndexSet changed;
   const auto compareUpTo = [&](std::size_t first, std::size_t end) {
     for (std::size_t i = first; i < end; ++i) {
-      i = fresh.compareEvents(children, i, std::min(end, fresh.size()), changed);
+      // Looked up again, as whoever was asked may have changed them.
+      const KRAVTWVItemArray& children = receiver.currentChildren();
+      i = fresh.compareEvents(children, i, std::min({end, fresh.size(), children.size()}), changed);
       if (i == end) {
         return;
       }
-      if (i >= fresh.size()) {
-        // An identifier occurs twice, or an observer brought children in.
-        throw platform::RangeError("there is no fresh item " + std::to_string(i) +
-                                   " for a child that stayed");
+      if (i >= fresh.size() || i >= children.size()) {
+        // An identifier occurs twice, or foreign code brought children in or took items out.
+        throw platform::RangeError("there is no fresh item for a child that stayed, or no child: " +
+                                   std::to_string(i));
       }
-      if (!isEqual(children[i], fresh, i, isPrivate)) {
+      if (!isEqual(children, fresh, i, isPrivate)) {
         changed.insert(i);
       }
     }
   };
   std::size_t next = 0;
   for (const IndexSet::Run& run : inserted.runs()) {
-    compareUpTo(next, std::min(run.first, children.size()));
+    compareUpTo(next, std::min(run.first, count));
     next = run.end();
   }
-  compareUpTo(next, children.size());
+  compareUpTo(next, count);
   return changed;
 }
 
@@ -197,6 +217,9 @@ void ItemMerge::replaceNext() {
     return;
   }
   const std::shared_ptr<Item> fresh = (*items)[index];
+  if (_comparison.remembersAny()) {
+    _letGoLast.push_back(old->representedObject());
+  }
   announce(*old, [&] { old->setRepresentedObject(fresh->representedObject()); });
   open(old, FreshList(ItemFields::children(*fresh)), isPrivate);
 }

@@ -41,7 +41,8 @@ class ItemMerge {
   [[nodiscard]] platform::IndexSet changedIndexes(const Item& receiver, const FreshList& fresh,
                                                   const platform::IndexSet& inserted,
                                                   bool isPrivate);
-  [[nodiscard]] bool isEqual(const std::shared_ptr<Item>& child, const FreshList& fresh,
+  /// Whether the child at `index` equals the fresh item there.
+  [[nodiscard]] bool isEqual(const KRAVTWVItemArray& children, const FreshList& fresh,
                              std::size_t index, bool isPrivate);
   /// Takes over the content of the next item of the innermost level, and goes into its children.
   void replaceNext();
@@ -51,6 +52,8 @@ class ItemMerge {
 
   ItemComparison _comparison;
   std::vector<Level> _levels;
+  // What the tree lets go of while answers are remembered: destructors can be foreign code.
+  std::vector<platform::Value> _letGoLast;
 };
 
 }  // namespace detail

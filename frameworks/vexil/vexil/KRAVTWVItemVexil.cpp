@@ -2,6 +2,7 @@
 #include <platform/Error.h>
 #include <platform/ManyRegistrations.h>
 #include <vexil/FreshList.h>
+#include <vexil/ItemAddition.h>
 #include <vexil/ItemComparison.h>
 #include <vexil/ItemMerge.h>
 #include <vexil/ItemWalk.h>
@@ -13,7 +14,6 @@
 #include <functional>
 #include <iterator>
 #include <typeinfo>
-#include <unordered_set>
 #include <utility>
 
 constinit const std::string_view KRAVTWVItemVexilKeyPathChildren = "children";
@@ -265,7 +265,7 @@ bool KRAVTWVItemVexil::isKindOfReceiversClass(const KRAVTWVItemVexil& /*other*/)
 
 bool KRAVTWVItemVexil::isEqual(const platform::Object& other) const {
   const auto* item = dynamic_cast<const KRAVTWVItemVexil*>(&other);
-  return item != nullptr && detail::ItemComparison().equal(*this, *item);
+  return item != nullptr && detail::ItemComparison::areEqual(*this, *item);
 }
 
 bool KRAVTWVItemVexil::isEqual(const Value& other) const {
@@ -273,30 +273,32 @@ bool KRAVTWVItemVexil::isEqual(const Value& other) const {
 }
 
 bool KRAVTWVItemVexil::isEqualToItem(const KRAVTWVItemVexil& item) const {
-  return detail::ItemComparison().equalContent(*this, item);
+  return detail::ItemComparison::haveEqualContent(*this, item);
 }
 
 std::size_t KRAVTWVItemVexil::hash() const {
-  // Equal trees have equal objects and equal numbers of children in the same order of a walk.
+  // Equal trees have equal objects and equal numbers of children in the same order of a walk. All
+  // are held, as objects may take the tree apart when they are asked.
+  const Value ownObject = _representedObject;
   std::size_t hashOfChildren = 0;
-  std::vector<const KRAVTWVItemVexil*> pending;
+  KRAVTWVItemArray pending;
   const auto visitChildrenOf = [&](const KRAVTWVItemVexil& item) {
     hashOfChildren = hashOfChildren * 31 + item.currentChildren().size();
-    for (const auto& child : item.currentChildren()) {
-      pending.push_back(child.get());
-    }
+    pending.insert(pending.end(), item.currentChildren().begin(), item.currentChildren().end());
   };
   visitChildrenOf(*this);
   while (!pending.empty()) {
-    const KRAVTWVItemVexil& item = *pending.back();
+    const std::shared_ptr<KRAVTWVItemVexil> item = std::move(pending.back());
     pending.pop_back();
-    hashOfChildren = hashOfChildren * 31 + item._representedObject.hash();
-    visitChildrenOf(item);
+    const Value object = item->_representedObject;
+    hashOfChildren = hashOfChildren * 31 + object.hash();
+    visitChildrenOf(*item);
   }
-  return 31 * _representedObject.hash() + hashOfChildren + 961;
+  return 31 * ownObject.hash() + hashOfChildren + 961;
 }
 
 std::string KRAVTWVItemVexil::description() const {
+  const auto held = weak_from_this().lock();  // a kind may let go of it when it is asked
   return defaultDescription() + " { " + uniqueID().displayText() + ", " + label().displayText() +
          " }";
 }
@@ -307,43 +309,61 @@ void KRAVTWVItemVexil::addChild(std::shared_ptr<KRAVTWVItemVexil> child) {
   if (!child) {
     throw platform::InvalidArgument("a null pointer cannot be added as a child");
   }
-  std::erase_if(childrenForAdding(),
-                [&](const auto& element) { return element == child || element->isEqual(*child); });
-  child->setParent(std::static_pointer_cast<KRAVTWVItemVexil>(shared_from_this()));
+  const auto held = std::static_pointer_cast<KRAVTWVItemVexil>(shared_from_this());
+  KRAVTWVItemArray equal;
+  for (std::size_t i = 0; i < currentChildren().size(); ++i) {
+    const std::shared_ptr<KRAVTWVItemVexil> element = currentChildren()[i];
+    if (element == child || element->isEqual(*child)) {
+      equal.push_back(element);
+    }
+  }
+  removeChildrenIn(equal);
+  child->setParent(held);
   childrenForAdding().push_back(std::move(child));
 }
 
-void KRAVTWVItemVexil::addChildren(const KRAVTWVItemArray& children) {
-  // Only items with equal hashes can be equal, so the others need not be compared. An item that
-  // represents nothing equals itself alone.
-  const auto hashOf = [](const KRAVTWVItemVexil& item) {
-    return item._representedObject.isAbsent() ? std::hash<const void*>{}(&item) : item.hash();
-  };
-  std::unordered_set<std::size_t> hashes;
-  for (const auto& child : currentChildren()) {
-    hashes.insert(hashOf(*child));
-  }
-  // A copy, because what is added may be this item's own array.
-  const KRAVTWVItemArray added(children.begin(), children.end());
-  for (const auto& child : added) {
-    if (!child || !hashes.insert(hashOf(*child)).second) {
-      addChild(child);
-      continue;
-    }
-    child->setParent(std::static_pointer_cast<KRAVTWVItemVexil>(shared_from_this()));
-    childrenForAdding().push_back(child);
-  }
-}
-
-void KRAVTWVItemVexil::removeChildrenAtIndexes(const IndexSet& indexes) {
-  if (indexes.empty()) {
+/// Takes out what is there of some items, wherever it stands by now. The caller holds them.
+void KRAVTWVItemVexil::removeChildrenIn(KRAVTWVItemArray& items) {
+  if (items.empty()) {
     return;
   }
-  if (*indexes.last() >= currentChildren().size()) {
-    throw platform::RangeError("there is no child " + std::to_string(*indexes.last()) +
-                               " to be removed");
+  std::ranges::sort(items);
+  std::erase_if(childrenForAdding(),
+                [&](const auto& child) { return std::ranges::binary_search(items, child); });
+}
+
+void KRAVTWVItemVexil::addChildren(const KRAVTWVItemArray& children) {
+  const auto held = std::static_pointer_cast<KRAVTWVItemVexil>(shared_from_this());
+  // Copies, because what is added may be this item's own array, and hosts' code may change both.
+  const detail::ItemAddition addition{KRAVTWVItemArray(currentChildren()),
+                                      KRAVTWVItemArray(children)};
+  KRAVTWVItemArray equal = addition.goneOfPresent();
+  removeChildrenIn(equal);
+  for (const detail::ItemAddition::Entry& entry : addition.added()) {
+    entry.item->setParent(held);
+    if (!entry.isGone) {
+      childrenForAdding().push_back(entry.item);
+    }
   }
+  addition.throwFailure();
+}
+
+void KRAVTWVItemVexil::removeChildrenAtIndexes(const IndexSet& indexesToRemove) {
+  if (indexesToRemove.empty()) {
+    return;
+  }
+  // Copied when a host's code runs before they are used, as it may change its own.
+  std::optional<IndexSet> copy;
+  const IndexSet& indexes = isObserved() ? copy.emplace(indexesToRemove) : indexesToRemove;
+  const auto checkThatTheyAreThere = [&] {
+    if (*indexes.last() >= currentChildren().size()) {
+      throw platform::RangeError("there is no child " + std::to_string(*indexes.last()) +
+                                 " to be removed");
+    }
+  };
+  checkThatTheyAreThere();
   auto change = willChangeValuesAtIndexesForKey(ChangeKind::removal, indexes, childrenKey());
+  checkThatTheyAreThere();   // again, as getters may have changed them
   KRAVTWVItemArray removed;  // lets go of them after the change, as that may run foreign code
   removed.reserve(indexes.count());
   KRAVTWVItemArray& children = *_rare->_children;
@@ -364,29 +384,40 @@ void KRAVTWVItemVexil::removeChildrenAtIndexes(const IndexSet& indexes) {
 
 /// Inserts the items of `fresh` at `indexes`, so that each stands there afterwards.
 void KRAVTWVItemVexil::insertChildren(const detail::FreshList& fresh, const IndexSet& indexes) {
-  const std::size_t count = currentChildren().size() + indexes.count();
-  // An observer of the removal may have taken items out of either array.
-  if (*indexes.last() >= fresh.size()) {
-    throw platform::RangeError("the fresh items became fewer while they were merged");
-  }
-  if (*indexes.last() >= count) {
-    throw platform::RangeError("an identifier occurs twice: a child cannot be inserted at " +
-                               std::to_string(*indexes.last()));
-  }
-  auto change = willChangeValuesAtIndexesForKey(ChangeKind::insertion, indexes, childrenKey());
-  KRAVTWVItemArray& children = childrenForAdding();
-  KRAVTWVItemArray merged;
-  merged.reserve(count);
-  auto stayed = std::make_move_iterator(children.begin());
-  for (const IndexSet::Run& run : indexes.runs()) {
-    const auto stayedEnd = stayed + static_cast<std::ptrdiff_t>(run.first - merged.size());
-    merged.insert(merged.end(), stayed, stayedEnd);
-    stayed = stayedEnd;
-    for (std::size_t index = run.first; index < run.end(); ++index) {
-      merged.push_back(fresh.item(index));
+  const auto checkThatTheyFit = [&] {
+    // Foreign code may have taken items out of either array.
+    if (*indexes.last() >= fresh.size()) {
+      throw platform::RangeError("the fresh items became fewer while they were merged");
     }
+    if (*indexes.last() >= currentChildren().size() + indexes.count()) {
+      throw platform::RangeError("an identifier occurs twice: a child cannot be inserted at " +
+                                 std::to_string(*indexes.last()));
+    }
+  };
+  checkThatTheyFit();
+  auto change = willChangeValuesAtIndexesForKey(ChangeKind::insertion, indexes, childrenKey());
+  checkThatTheyFit();  // again, as getters may have changed them
+  // The fresh items take their places first: while that can fail, the children stay as they are.
+  KRAVTWVItemArray& children = childrenForAdding();
+  KRAVTWVItemArray merged(children.size() + indexes.count());
+  indexes.forEach([&](std::size_t index) {
+    merged[index] = fresh.item(index);
+    if (!merged[index]) {
+      throw platform::InvalidArgument("an array of items holds a null pointer");
+    }
+  });
+  auto stayed = children.begin();
+  std::size_t next = 0;
+  const auto takeUpTo = [&](std::size_t end) {
+    const auto stayedEnd = stayed + static_cast<std::ptrdiff_t>(end - next);
+    std::move(stayed, stayedEnd, merged.begin() + static_cast<std::ptrdiff_t>(next));
+    stayed = stayedEnd;
+  };
+  for (const IndexSet::Run& run : indexes.runs()) {
+    takeUpTo(run.first);
+    next = run.end();
   }
-  merged.insert(merged.end(), stayed, std::make_move_iterator(children.end()));
+  takeUpTo(merged.size());
   children.swap(merged);
   didChangeValuesAtIndexesForKey(std::move(change));
 }
@@ -459,6 +490,7 @@ void KRAVTWVItemVexil::removeObserverForRecursiveChildrenWithContext(
 // --- paths
 
 std::string KRAVTWVItemVexil::path() const {
+  const auto held = weak_from_this().lock();  // a kind may let go of it when it is asked
   std::vector<std::string> identifiers{std::string(stringIdentifier(uniqueID(), *this))};
   for (auto item = parent(); item; item = item->parent()) {
     identifiers.emplace_back(stringIdentifier(item->uniqueID(), *item));
@@ -471,24 +503,30 @@ std::string KRAVTWVItemVexil::path() const {
 }
 
 std::shared_ptr<KRAVTWVItemVexil> KRAVTWVItemVexil::itemWithPath(std::string_view path) const {
-  // The items still to be asked for what is left of the path, the next one last.
-  std::vector<std::pair<const KRAVTWVItemVexil*, std::string_view>> pending{{this, path}};
+  const auto held = std::static_pointer_cast<KRAVTWVItemVexil>(
+      std::const_pointer_cast<Observable>(shared_from_this()));
+  // All is held and copied, because kinds may change everything when they are asked.
+  const std::string wanted(path);
+  struct Pending {
+    std::shared_ptr<KRAVTWVItemVexil> item;
+    std::size_t start;  // of what is left of the path
+  };
+  std::vector<Pending> pending{{held, 0}};  // the next one last
   while (!pending.empty()) {
-    const auto [item, remainder] = pending.back();
+    const Pending next = std::move(pending.back());
     pending.pop_back();
-    const Value identifier = item->uniqueID();
-    const std::string prefix = "/" + std::string(stringIdentifier(identifier, *item));
-    if (!remainder.starts_with(prefix)) {
+    const Value identifier = next.item->uniqueID();
+    const std::string prefix = "/" + std::string(stringIdentifier(identifier, *next.item));
+    if (wanted.compare(next.start, prefix.size(), prefix) != 0) {
       continue;
     }
-    const std::string_view rest = remainder.substr(prefix.size());
-    if (rest.empty()) {
-      return std::static_pointer_cast<KRAVTWVItemVexil>(
-          std::const_pointer_cast<Observable>(item->shared_from_this()));
+    const std::size_t rest = next.start + prefix.size();
+    if (rest == wanted.size()) {
+      return next.item;
     }
-    const KRAVTWVItemArray& children = item->currentChildren();
+    const KRAVTWVItemArray& children = next.item->currentChildren();
     for (auto child = children.rbegin(); child != children.rend(); ++child) {
-      pending.emplace_back(child->get(), rest);
+      pending.push_back({*child, rest});
     }
   }
   return nullptr;

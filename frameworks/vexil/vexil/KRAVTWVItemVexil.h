@@ -276,6 +276,7 @@ class KRAVTWVItemVexil : public platform::Observable {
   [[nodiscard]] static const KRAVTWVItemArray& noChildren();
   [[nodiscard]] KRAVTWVItemArray& childrenForAdding();
   void insertChildren(const detail::FreshList& fresh, const platform::IndexSet& indexes);
+  void removeChildrenIn(KRAVTWVItemArray& items);
   void setChildrenValue(const platform::Value& children);
   void setParentValue(const platform::Value& parent);
   [[nodiscard]] platform::Value childrenValue() const;
