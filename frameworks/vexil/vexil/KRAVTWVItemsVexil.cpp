@@ -82,6 +82,17 @@ void KRAVTWVItemsVexil::replaceRootChildren(const std::shared_ptr<const KRAVTWVI
   }
 }
 
+void KRAVTWVItemsVexil::rebuildRootChildren() {
+  const auto held = weak_from_this().lock();
+  const auto item = root();
+  if (!item) {
+    return;
+  }
+  if (auto items = itemsOfInput()) {
+    item->setChildren(std::move(items));
+  }
+}
+
 void KRAVTWVItemsVexil::mergeIntoRoot(detail::FreshList items) {
   if (const auto item = root()) {
     detail::ItemMerge().run(*item, std::move(items), false);
@@ -104,7 +115,8 @@ void KRAVTWVEventsVexil::setSortedEvents(Value sortedEvents) {
 }
 
 void KRAVTWVEventsVexil::setEvents(const Value& events) {
-  const auto [sorted, isHeld, lineage] = _order->compare(sortedEvents(), events);
+  const auto held = weak_from_this().lock();
+  const auto [sorted, isHeld, lineage] = _order->compare(sortedEvents(), Value(events));
   if (isHeld) {
     return;
   }
@@ -114,6 +126,10 @@ void KRAVTWVEventsVexil::setEvents(const Value& events) {
   } else {
     mergeIntoRoot(detail::FreshList(detail::FreshEvents{sorted, lineage}));
   }
+}
+
+std::shared_ptr<KRAVTWVItemArray> KRAVTWVEventsVexil::itemsOfInput() const {
+  return itemsOf(sortedEvents(), &KRAVTWVEventVexil::itemWithEvent);
 }
 
 const KeyTable& KRAVTWVEventsVexil::keyTable() const {
@@ -143,16 +159,19 @@ void KRAVTWVEventStoreVexil::setSortedEvents(Value sortedEvents) {
 }
 
 void KRAVTWVEventStoreVexil::setDomains(const Value& domains) {
-  requireArray(domains);
-  if (areEqualLists(orderedDomains(), domains)) {
+  const auto held = weak_from_this().lock();
+  const Value fresh = domains;
+  requireArray(fresh);
+  if (areEqualLists(orderedDomains(), fresh)) {
     return;
   }
-  setOrderedDomains(domains);
+  setOrderedDomains(fresh);
   rebuild();
 }
 
 void KRAVTWVEventStoreVexil::setEvents(const Value& events) {
-  const auto [sorted, isHeld, lineage] = _order->compare(sortedEvents(), events);
+  const auto held = weak_from_this().lock();
+  const auto [sorted, isHeld, lineage] = _order->compare(sortedEvents(), Value(events));
   if (isHeld) {
     return;
   }
@@ -174,8 +193,15 @@ void KRAVTWVEventStoreVexil::rebuild() {
   replaceRootChildren(itemsWithEventsAndDomains(events, domains));
 }
 
+std::shared_ptr<KRAVTWVItemArray> KRAVTWVEventStoreVexil::itemsOfInput() const {
+  return itemsWithEventsAndDomains(sortedEvents(), orderedDomains());
+}
+
 std::shared_ptr<KRAVTWVItemArray> KRAVTWVEventStoreVexil::itemsWithEventsAndDomains(
-    const Value& events, const Value& domains) {
+    const Value& eventsOfHost, const Value& domainsOfHost) {
+  // Copies: adding children asks objects, and their host may change what it handed over.
+  const Value events = eventsOfHost;
+  const Value domains = domainsOfHost;
   static const Key eventDomainKey(kTWEventDomain);
   static const Key domainIdentifierKey(kTWDomainUniqueID);
 
@@ -220,7 +246,7 @@ const KeyTable& KRAVTWVEventStoreVexil::keyTable() const {
 KRAVTWVEngineVexil::KRAVTWVEngineVexil() : KRAVTWVEngineVexil(typeid(KRAVTWVEngineVexil)) {}
 
 KRAVTWVEngineVexil::KRAVTWVEngineVexil(const std::type_info& ownClass) {
-  updateItems(platform::Bundle::forClass(ownClass));
+  replaceRootChildren(itemsLabelledFrom(platform::Bundle::forClass(ownClass)));
 }
 
 KRAVTWVEngineVexil::~KRAVTWVEngineVexil() = default;
@@ -254,18 +280,26 @@ void KRAVTWVEngineVexil::setAvailable(const Value& events) {
 
 void KRAVTWVEngineVexil::accept(const Value& list, Value (KRAVTWVEngineVexil::*held)() const,
                                 void (KRAVTWVEngineVexil::*hold)(Value)) {
-  requireArray(list);
-  if (!areEqualLists((this->*held)(), list)) {
-    (this->*hold)(list);
+  const auto heldSelf = weak_from_this().lock();
+  const Value fresh = list;
+  requireArray(fresh);
+  if (!areEqualLists((this->*held)(), fresh)) {
+    (this->*hold)(fresh);
     updateItemsForEngine();
   }
 }
 
 void KRAVTWVEngineVexil::updateItemsForEngine() {
-  updateItems(platform::Bundle::forClassOf(*this));
+  const auto held = weak_from_this().lock();
+  replaceRootChildren(itemsOfInput());
 }
 
-void KRAVTWVEngineVexil::updateItems(const platform::Bundle& strings) {
+std::shared_ptr<KRAVTWVItemArray> KRAVTWVEngineVexil::itemsOfInput() const {
+  return itemsLabelledFrom(platform::Bundle::forClassOf(*this));
+}
+
+std::shared_ptr<KRAVTWVItemArray> KRAVTWVEngineVexil::itemsLabelledFrom(
+    const platform::Bundle& strings) const {
   const auto group = [&strings](std::string_view uniqueID, std::string_view textKey,
                                 const Value& records, const auto& makeItem) {
     auto item = KRAVTWVGroupVexil::itemWithLabelUniqueID(strings.localizedString(textKey, textKey),
@@ -284,7 +318,7 @@ void KRAVTWVEngineVexil::updateItems(const platform::Bundle& strings) {
                           [](const Value& trigger) {
                             return KRAVTWVQueuedTriggerVexil::itemWithQueuedTrigger(trigger);
                           }));
-  replaceRootChildren(std::move(groups));
+  return groups;
 }
 
 const KeyTable& KRAVTWVEngineVexil::keyTable() const {

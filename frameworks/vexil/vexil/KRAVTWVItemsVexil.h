@@ -38,6 +38,10 @@ extern const std::string_view KRAVTWVEngineVexilKeyPathAvailable;    ///< "avail
 /// its items anew; the merge keeps those that are shown. All of a collection, its tree and its
 /// observers belong to one thread at a time; single properties are atomic.
 ///
+/// Observers, and the objects that records hold, may do anything while a setter is at work: refresh
+/// the collection, change its tree or let go of it. The setter goes on with what it was handed; it
+/// throws `RangeError` where the tree has become another one by then.
+///
 /// It can stand as the data source of an outline view, and answers none of its questions: views
 /// reach the tree through `root`.
 class KRAVTWVItemsVexil : public platform::Observable, public platform::OutlineViewDataSource {
@@ -53,9 +57,24 @@ class KRAVTWVItemsVexil : public platform::Observable, public platform::OutlineV
   /// happens without a root. A null pointer is an empty array.
   void replaceRootChildren(const std::shared_ptr<const KRAVTWVItemArray>& items);
 
+  /// Builds all items anew from the input that is held and sets them as the root's children,
+  /// whatever these were, in one announcement: a setting of "children"
+  /// (`KRAVTWVItemVexil::setChildren`), of which a tree observer tells its delegate as a removal of
+  /// all old items and a setting with the new ones. Nothing is compared, so no item stays and no
+  /// identifier is needed. Nothing happens without a root, and in a collection that holds no input.
+  ///
+  /// A host needs it when a setter has thrown out of the merge, because an identifier was missing
+  /// or occurred twice, or because foreign code changed the tree in the middle: then the input is
+  /// stored, but the tree is not in line with it, and setting an equal input again does nothing.
+  void rebuildRootChildren();
+
  protected:
   [[nodiscard]] const platform::KeyTable& keyTable() const override { return itemsKeyTable(); }
   static const platform::KeyTable& itemsKeyTable();
+
+  /// What `rebuildRootChildren` sets: an item for each part of the input that is held. A null
+  /// pointer means that there is no input, as in this class. A host's own collection overrides it.
+  [[nodiscard]] virtual std::shared_ptr<KRAVTWVItemArray> itemsOfInput() const { return nullptr; }
 
   /// `replaceRootChildren` with items of which only those are made that are needed; of the library.
   void mergeIntoRoot(detail::FreshList items);
@@ -102,6 +121,7 @@ class KRAVTWVEventsVexil : public KRAVTWVItemsVexil {
 
  protected:
   [[nodiscard]] const platform::KeyTable& keyTable() const override;
+  [[nodiscard]] std::shared_ptr<KRAVTWVItemArray> itemsOfInput() const override;
 
  private:
   platform::Value _sortedEvents = platform::Value::array({});
@@ -157,6 +177,7 @@ class KRAVTWVEventStoreVexil : public KRAVTWVItemsVexil {
 
  protected:
   [[nodiscard]] const platform::KeyTable& keyTable() const override;
+  [[nodiscard]] std::shared_ptr<KRAVTWVItemArray> itemsOfInput() const override;
 
  private:
   void rebuild();
@@ -211,11 +232,13 @@ class KRAVTWVEngineVexil : public KRAVTWVItemsVexil {
   explicit KRAVTWVEngineVexil(const std::type_info& ownClass);
 
   [[nodiscard]] const platform::KeyTable& keyTable() const override;
+  [[nodiscard]] std::shared_ptr<KRAVTWVItemArray> itemsOfInput() const override;
 
  private:
   void accept(const platform::Value& list, platform::Value (KRAVTWVEngineVexil::*held)() const,
               void (KRAVTWVEngineVexil::*hold)(platform::Value));
-  void updateItems(const platform::Bundle& strings);
+  [[nodiscard]] std::shared_ptr<KRAVTWVItemArray> itemsLabelledFrom(
+      const platform::Bundle& strings) const;
 
   platform::Value _activeEvents = platform::Value::array({});
   platform::Value _pendingTriggers = platform::Value::array({});
