@@ -230,15 +230,27 @@ std::optional<bool> FreshList::isEqualTo(KRAVTWVItemVexil& child, std::size_t in
   return isEqual ? isEqual : records.compareByAsking(child, index);
 }
 
-std::optional<bool> FreshList::isRowEqualTo(const KRAVTWVItemVexil& child,
-                                            std::size_t index) const {
+std::optional<bool> FreshList::isRowEqualTo(KRAVTWVItemVexil& child, std::size_t index) const {
   const KRAVTWVItemVexil& row = *(*_items)[index];
   if (typeid(child) != typeid(row) || !ItemFields::hasChildrenArray(child)) {
     return std::nullopt;
   }
-  const auto heldChild = child.weak_from_this().lock();
-  const Value object = child.representedObject();
-  if (object.isAbsent() || object != ItemFields::representedObject(row)) {
+  std::shared_ptr<KRAVTWVItemVexil> held;  // from when the first object is asked
+  const auto hold = [&] {
+    if (!held) {
+      held = std::static_pointer_cast<KRAVTWVItemVexil>(child.shared_from_this());
+    }
+  };
+  if (ItemFields::representedObject(child).isAbsent()) {
+    return false;
+  }
+  std::optional<bool> isObjectEqual =
+      ItemFields::representedObject(child).plainlyEquals(ItemFields::representedObject(row));
+  if (!isObjectEqual) {
+    hold();
+    isObjectEqual = child.representedObject() == row.representedObject();
+  }
+  if (!*isObjectEqual) {
     return false;
   }
   const FreshEvents& events = (*_eventsOfRows)[index];
@@ -251,10 +263,11 @@ std::optional<bool> FreshList::isRowEqualTo(const KRAVTWVItemVexil& child,
   for (std::size_t i = 0; i < events.size(); ++i) {
     ItemFields::prefetch((*children)[std::min(i + ahead, events.size() - 1)].get());
     if (!(*children)[i] || !ItemFields::isPlainEvent(*(*children)[i])) {
-      return std::nullopt;
+      return held ? std::optional(held->isEqual(*item(index))) : std::nullopt;
     }
     std::optional<bool> isEqual = records.compareAtOnce(*(*children)[i], i);
     if (!isEqual) {
+      hold();
       isEqual = records.compareByAsking(*(*children)[i], i);
       if (!areAsMany()) {
         return false;  // by now

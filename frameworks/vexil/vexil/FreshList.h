@@ -124,7 +124,8 @@ class FreshList {
   [[nodiscard]] FreshList childrenOf(std::size_t index) const;
 
   /// `child.isEqual` of the item, a record or a row with its events, where that can be told without
-  /// making items: nothing otherwise. Events that are equal remember it.
+  /// making items. Nothing otherwise, and then no object was asked. Events that are equal remember
+  /// it.
   [[nodiscard]] std::optional<bool> isEqualTo(KRAVTWVItemVexil& child, std::size_t index) const;
 
   /// To be called when a child has taken over the represented object of the item.
@@ -148,8 +149,7 @@ class FreshList {
   void prefetchToReplace(const KRAVTWVItemArray& children, std::size_t index) const;
 
  private:
-  [[nodiscard]] std::optional<bool> isRowEqualTo(const KRAVTWVItemVexil& child,
-                                                 std::size_t index) const;
+  [[nodiscard]] std::optional<bool> isRowEqualTo(KRAVTWVItemVexil& child, std::size_t index) const;
 
   std::shared_ptr<const KRAVTWVItemArray> _items;
   std::shared_ptr<const FreshEvents> _events;

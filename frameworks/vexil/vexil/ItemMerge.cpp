@@ -144,9 +144,11 @@ bool ItemMerge::isEqual(const KRAVTWVItemArray& children, const FreshList& fresh
   if (const KRAVTWVItemArray* items = fresh.hostItems()) {
     return _comparison.equal(children[index], (*items)[index], isPrivate);
   }
+  if (const std::optional<bool> known = fresh.isEqualTo(*children[index], index)) {
+    return *known;
+  }
   const std::shared_ptr<Item> child = children[index];
-  const std::optional<bool> known = fresh.isEqualTo(*child, index);
-  return known ? *known : child->isEqual(*fresh.item(index));
+  return child->isEqual(*fresh.item(index));
 }
 
 IndexSet ItemMerge::changedIndexes(const Item& receiver, const FreshList& fresh,

@@ -397,28 +397,35 @@ void KRAVTWVItemVexil::insertChildren(const detail::FreshList& fresh, const Inde
   checkThatTheyFit();
   auto change = willChangeValuesAtIndexesForKey(ChangeKind::insertion, indexes, childrenKey());
   checkThatTheyFit();  // again, as getters may have changed them
-  // The fresh items take their places first: while that can fail, the children stay as they are.
-  KRAVTWVItemArray& children = childrenForAdding();
-  KRAVTWVItemArray merged(children.size() + indexes.count());
+  // All that can fail comes first, so that the children are never left half done.
+  KRAVTWVItemArray arrived;
+  arrived.reserve(indexes.count());
   indexes.forEach([&](std::size_t index) {
-    merged[index] = fresh.item(index);
-    if (!merged[index]) {
+    arrived.push_back(fresh.item(index));
+    if (!arrived.back()) {
       throw platform::InvalidArgument("an array of items holds a null pointer");
     }
   });
-  auto stayed = children.begin();
-  std::size_t next = 0;
-  const auto takeUpTo = [&](std::size_t end) {
-    const auto stayedEnd = stayed + static_cast<std::ptrdiff_t>(end - next);
-    std::move(stayed, stayedEnd, merged.begin() + static_cast<std::ptrdiff_t>(next));
-    stayed = stayedEnd;
-  };
-  for (const IndexSet::Run& run : indexes.runs()) {
-    takeUpTo(run.first);
-    next = run.end();
+  KRAVTWVItemArray& children = childrenForAdding();
+  if (children.empty()) {
+    children.swap(arrived);
+  } else {
+    KRAVTWVItemArray merged;
+    merged.reserve(children.size() + arrived.size());
+    auto stayed = std::make_move_iterator(children.begin());
+    auto next = std::make_move_iterator(arrived.begin());
+    const auto take = [&merged](auto& from, std::size_t count) {
+      const auto end = from + static_cast<std::ptrdiff_t>(count);
+      merged.insert(merged.end(), from, end);
+      from = end;
+    };
+    for (const IndexSet::Run& run : indexes.runs()) {
+      take(stayed, run.first - merged.size());
+      take(next, run.count);
+    }
+    merged.insert(merged.end(), stayed, std::make_move_iterator(children.end()));
+    children.swap(merged);
   }
-  takeUpTo(merged.size());
-  children.swap(merged);
   didChangeValuesAtIndexesForKey(std::move(change));
 }
 
