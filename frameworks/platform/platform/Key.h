@@ -54,15 +54,21 @@ class Key {
 
 namespace detail {
 
-/// The same from the bits of a value that holds a short string. Multiplications of 64 bits to 128
-/// spread every bit over the whole.
+/// Both halves of a product: multiplications of 64 bits to 128 spread every bit over the whole.
+[[nodiscard]] inline std::uint64_t folded(std::uint64_t a, std::uint64_t b) noexcept {
+  __extension__ using Wide = unsigned __int128;
+  const Wide product = static_cast<Wide>(a) * b;
+  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+}
+
+/// The hash of two in their order.
+[[nodiscard]] inline std::size_t mixedHash(std::size_t first, std::size_t second) noexcept {
+  return folded(first ^ 0xa0761d6478bd642fU, second ^ 0xe7037ed1a0b428dbU);
+}
+
+/// The hash of a text from the bits of a value that holds it as a short string.
 [[nodiscard]] inline std::size_t hashOfShortText(std::uint64_t first, std::uint64_t second,
                                                  std::uint64_t third) noexcept {
-  const auto folded = [](std::uint64_t a, std::uint64_t b) {
-    __extension__ using Wide = unsigned __int128;
-    const Wide product = static_cast<Wide>(a) * b;
-    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
-  };
   return folded(first ^ 0xa0761d6478bd642fU, second ^ 0xe7037ed1a0b428dbU) ^
          folded(third ^ 0x8ebc6af09c88c6e3U, 0x589965cc75374cc3U);
 }

@@ -252,19 +252,23 @@ class Value {
     return a.hasBitsOf(b) || ((a._tag > maxInline || b._tag > maxInline) && equal(a, b));
   }
 
-  /// Whether the two are equal, where that shows at once and for good: without asking objects,
-  /// whose answers may change, and from a few dozen parts. Nothing otherwise.
+  /// Whether the two are equal, where that shows without asking an object, so that the answer holds
+  /// for good and no foreign code runs. Nothing where all is equal but for objects that would have
+  /// to be asked: a difference anywhere is an answer, even behind them.
   [[nodiscard]] std::optional<bool> plainlyEquals(const Value& other) const {
-    int parts = 64;
-    return hasBitsOf(other) ? std::optional(true) : equalAtOnce(*this, other, parts);
+    return hasBitsOf(other) ? std::optional(true) : equalWithoutAsking(*this, other);
   }
 
+  /// A number that equal values share. Objects are asked for theirs.
   [[nodiscard]] std::size_t hash() const {
     if (_tag <= maxInline) {
       return detail::hashOfShortText(word(0), word(1), word(2));
     }
-    return hash(0);
+    return hashOfOther();
   }
+
+  /// The hash, where no object must be asked for its own; nothing otherwise. No foreign code runs.
+  [[nodiscard]] std::optional<std::size_t> plainHash() const;
 
   /// Natural comparison, for sorting: absent first, then null, then booleans and numbers by
   /// numeric value with NaN before the others, strings by code point, dates by instant with NaN
@@ -352,14 +356,16 @@ class Value {
   void share(const Value& other) noexcept;
   void drop() noexcept;
   [[nodiscard]] std::weak_ordering compareNumber(const Value& other) const noexcept;
-  [[nodiscard]] std::size_t hashOfNumber() const noexcept;
-  [[nodiscard]] std::size_t hash(int depth) const;
-  struct Comparison;
+  [[nodiscard]] std::size_t hashOfOther() const;
+  [[nodiscard]] std::size_t hashOfLeaf() const noexcept;
+  class Hashing;
+  class Comparison;
   static bool equal(const Value& a, const Value& b);
+  static bool areEqualLeaves(const Value& a, const Value& b) noexcept;
+  static std::optional<bool> equalWithoutAsking(const Value& a, const Value& b);
   static std::optional<bool> equalAtOnce(const Value& a, const Value& b, int& parts);
   static std::optional<bool> equalAtOnce(const detail::Container& left,
                                          const detail::Container& right, int& parts);
-  static bool equalButFor(const Value& a, const Value& b, int depth, Comparison& comparison);
 
   alignas(8) std::byte _storage[maxInline];
   std::uint8_t _tag;
