@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <new>
 
 namespace test {
 
@@ -11,6 +12,41 @@ namespace test {
 
 /// How many more pieces of memory the calling thread has taken than given back.
 [[nodiscard]] std::ptrdiff_t liveAllocations() noexcept;
+
+/// How many bytes the calling thread has asked for so far.
+[[nodiscard]] std::size_t bytesTaken() noexcept;
+
+/// While it lives, one allocation of the calling thread fails with `std::bad_alloc`: the one that
+/// `before` others come before. One alive at a time.
+class FailingAllocation {
+ public:
+  explicit FailingAllocation(std::size_t before) noexcept;
+  FailingAllocation(const FailingAllocation&) = delete;
+  FailingAllocation& operator=(const FailingAllocation&) = delete;
+  ~FailingAllocation();
+
+  /// Whether it has failed already.
+  [[nodiscard]] bool hasFailed() const noexcept;
+};
+
+/// Runs `body` again and again, each time with a later one of its allocations failing, until none
+/// of them fails. `prepare` runs before each time, with all the memory that it wants. How often an
+/// allocation failed.
+template <class Prepare, class Body>
+std::size_t failEachAllocation(Prepare&& prepare, Body&& body) {
+  for (std::size_t before = 0;; ++before) {
+    prepare();
+    const FailingAllocation failing(before);
+    try {
+      body();
+    } catch (const std::bad_alloc&) {
+      continue;
+    }
+    if (!failing.hasFailed()) {
+      return before;
+    }
+  }
+}
 
 /// How often `body` takes memory.
 template <class Body>
