@@ -199,4 +199,39 @@ TEST_F(ObservationHandle, MayStandInTheOwnerThatItsClosureKeeps) {
   EXPECT_TRUE(watch.expired());
 }
 
+TEST_F(ObservationHandle, MayBeAssignedByItsOwnClosure) {
+  Observation observation;
+  observation =
+      observe(shelf, "label", ObservingOptions::newValue, [&](const ChangeRecord& change) {
+        observation = labelObservation("second");
+        notices.push_back("first: " + test::describe("it", change));
+      });
+  shelf->setLabel("a");
+  shelf->setLabel("b");
+  EXPECT_EQ(notices, (Notices{"first: it set new=\"a\"", "second: it set new=\"b\""}));
+}
+
+TEST_F(ObservationHandle, MayBeAssignedWhereOnlyItsClosureKeepsIt) {
+  struct Owner {
+    Observation observation;
+  };
+  for (const bool isRunning : {true, false}) {
+    auto owner = std::make_shared<Owner>();
+    Owner* const raw = owner.get();
+    const std::weak_ptr<Owner> watch = owner;
+    const auto assign = [raw, this] { raw->observation = labelObservation("second"); };
+    owner->observation = observe(shelf, "label", ObservingOptions::newValue,
+                                 [owner, &assign](const ChangeRecord&) { assign(); });
+    owner.reset();
+    if (isRunning) {
+      shelf->setLabel("a");
+    } else {
+      assign();
+    }
+    EXPECT_TRUE(watch.expired());
+    shelf->setLabel("b");
+    EXPECT_EQ(notices, Notices()) << "its owner went, and it with it";
+  }
+}
+
 }  // namespace

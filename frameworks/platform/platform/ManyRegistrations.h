@@ -13,7 +13,9 @@ namespace platform {
 namespace detail {
 
 /// Remembers which list of observers an object got in place of which, and does the same to objects
-/// that had the same one. It owes the lists the references of those objects until it goes.
+/// that had the same one. References to the new list are taken in advance, many at once, and those
+/// to the old one are given back later: so the lists never have fewer than are in use, whatever
+/// else is done with the objects meanwhile.
 class ListChanges {
  public:
   ListChanges(const ListChanges&) = delete;
@@ -25,35 +27,53 @@ class ListChanges {
 
   /// False when it has to be found out what becomes of the object's list.
   [[nodiscard]] bool repeat(Observable& object) noexcept {
-    if (object._observers != _last.before || !_last.isKnown ||
+    if (object._observers.get() != _last.before || _last.repetitions == _last.inAdvance ||
         object._changesInProgress.load(std::memory_order_relaxed) != 0) {
       return false;
     }
-    object._observers = _last.after;
+    (void)object._observers.leave();
+    object._observers = ObserverListPointer::adopting(_last.after);
     ++_last.repetitions;
     return true;
   }
 
-  /// What `change` makes of the object's list is to be repeated. It may raise.
+  /// What `change` makes of the object's list is to be repeated. It may throw.
   template <class Change>
   void learn(Observable& object, const Change& change) {
     settle(std::exchange(_last, {}));
     _last.before = retainedListOf(object);
     change();
-    _last.after = retainedListOf(object);
-    _last.isKnown = true;
+    _last.after = retainedListOf(object, inAdvance);
+    _last.inAdvance = inAdvance;
+  }
+
+  /// `removeObserver`, but false when there is no such registration.
+  static bool withdraw(Observable& object, const std::shared_ptr<Observer>& observer,
+                       const Key& key, const ContextToken* context) {
+    return object.withdraw(observer, key, context);
   }
 
  private:
+  static constexpr std::uint32_t inAdvance = std::uint32_t{1} << 16;
+
+  /// Holds a reference to each list, those to `after` that are not used up, and those to `before`
+  /// of the objects that have `after` now.
   struct ListChange {
     ObserverList* before = nullptr;
     ObserverList* after = nullptr;
     std::uint32_t repetitions = 0;
-    bool isKnown = false;
+    std::uint32_t inAdvance = 0;
   };
   // By value, so that a loop over objects can have all of it in registers.
-  static void settle(ListChange change) noexcept;
-  static ObserverList* retainedListOf(const Observable& object) noexcept;
+  static void settle(ListChange change) noexcept {
+    release(change.before, change.repetitions + 1);
+    release(change.after, change.inAdvance - change.repetitions + 1);
+  }
+  static ObserverList* retainedListOf(const Observable& object,
+                                      std::uint32_t further = 0) noexcept {
+    retain(object._observers.get(), further + 1);
+    return object._observers.get();
+  }
 
   ListChange _last;
 };
@@ -68,7 +88,7 @@ class ListChanges {
 ///       registrations.addTo(*node);
 ///     }
 ///
-/// While it lives, no other thread may use the objects' registrations, nor any of the objects go.
+/// The objects may be used in any way meanwhile, also with others of these, and may go.
 class ManyRegistrations : detail::ListChanges {
  public:
   /// Keeps references to its arguments.
@@ -76,7 +96,7 @@ class ManyRegistrations : detail::ListChanges {
                     ObservingOptions options, const ContextToken* context)
       : _observer(observer), _key(key), _options(options), _context(context) {}
 
-  /// Raises what `addObserver` raises.
+  /// Throws what `addObserver` throws.
   void addTo(Observable& object) {
     if (!repeat(object)) {
       learn(object, [&] { object.addObserver(_observer, _key, _options, _context); });
@@ -98,7 +118,7 @@ class ManyWithdrawals : detail::ListChanges {
                   const ContextToken* context)
       : _observer(observer), _key(key), _context(context) {}
 
-  /// Raises what `removeObserver` raises.
+  /// Throws what `removeObserver` throws.
   void removeFrom(Observable& object) {
     if (!repeat(object)) {
       learn(object, [&] { object.removeObserver(_observer, _key, _context); });
@@ -110,5 +130,28 @@ class ManyWithdrawals : detail::ListChanges {
   Key _key;
   const ContextToken* _context;
 };
+
+namespace detail {
+
+/// Internal: the same, but objects without such a registration are left as they are.
+class ManyQuietWithdrawals : ListChanges {
+ public:
+  ManyQuietWithdrawals(const std::shared_ptr<Observer>& observer, const Key& key,
+                       const ContextToken* context)
+      : _observer(observer), _key(key), _context(context) {}
+
+  void removeFrom(Observable& object) {
+    if (!repeat(object)) {
+      learn(object, [&] { (void)withdraw(object, _observer, _key, _context); });
+    }
+  }
+
+ private:
+  std::shared_ptr<Observer> _observer;
+  Key _key;
+  const ContextToken* _context;
+};
+
+}  // namespace detail
 
 }  // namespace platform

@@ -1,206 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <platform/ChangeInProgress.h>
+#include <platform/DependentKeys.h>
 #include <platform/Error.h>
-#include <platform/ManyRegistrations.h>
 #include <platform/Observable.h>
 #include <platform/ObserverList.h>
 
 #include <algorithm>
 #include <array>
-#include <numeric>
-#include <typeindex>
-#include <unordered_map>
+#include <new>
+#include <utility>
+#include <vector>
 
 namespace platform {
 
 using detail::ChangeInProgress;
 using detail::ObserverList;
+using detail::ObserverListPointer;
 using detail::Registration;
-
-namespace {
-
-/// What an observed key is to the key that changes.
-enum class Relation : std::uint8_t { none, same, dependent };
-
-using AffectingKeys = std::vector<Key>;
-
-/// All keys on which `key` of this class depends, directly or through others.
-AffectingKeys affectingKeys(const Observable& object, const Key& key) {
-  AffectingKeys result;
-  AffectingKeys unexplored{key};
-  while (!unexplored.empty()) {
-    const Key next = std::move(unexplored.back());
-    unexplored.pop_back();
-    for (const std::string& text : object.keyPathsForValuesAffectingValueForKey(next)) {
-      const Key affecting(text);
-      if (std::ranges::find(result, affecting) == result.end()) {
-        result.push_back(affecting);
-        unexplored.push_back(affecting);
-      }
-    }
-  }
-  return result;
-}
-
-bool contains(const AffectingKeys& keys, const Key& key) {
-  return std::ranges::find(keys, key) != keys.end();
-}
-
-/// What the classes have answered on this thread.
-struct AnswersOfClasses {
-  ~AnswersOfClasses() { areGone = true; }
-
-  const AffectingKeys& affectingKeysOf(const Observable& object, const Key& key) {
-    // A merge asks the same question of node after node, so the last answer is kept at hand.
-    const std::type_info& type = typeid(object);
-    if (lastClass == &type && *lastKey == key) {
-      return *lastAnswer;
-    }
-    auto& keys = classes[type];
-    auto found = keys.find(key);
-    if (found == keys.end()) {
-      found = keys.emplace(key, affectingKeys(object, key)).first;
-    }
-    lastClass = &type;
-    lastKey = &found->first;
-    lastAnswer = &found->second;
-    return found->second;
-  }
-
-  std::unordered_map<std::type_index, std::unordered_map<Key, AffectingKeys>> classes;
-  const std::type_info* lastClass = nullptr;
-  const Key* lastKey = nullptr;
-  const AffectingKeys* lastAnswer = nullptr;
-
-  static thread_local bool areGone;
-};
-
-thread_local bool AnswersOfClasses::areGone = false;
-
-Relation relation(const Observable& object, const Key& observed, const Key& changed) {
-  if (observed == changed) {
-    return Relation::same;
-  }
-  // Objects in thread-local and static storage may change after what the thread kept has gone.
-  if (AnswersOfClasses::areGone) {
-    return contains(affectingKeys(object, observed), changed) ? Relation::dependent
-                                                              : Relation::none;
-  }
-  thread_local AnswersOfClasses answers;
-  return contains(answers.affectingKeysOf(object, observed), changed) ? Relation::dependent
-                                                                      : Relation::none;
-}
-
-}  // namespace
-
-namespace detail {
-
-/// A change between its will-change and the end of its delivery. Those of one thread know each
-/// other, so that a withdrawal is noted wherever the registration is still to be told.
-struct ChangeInProgress {
-  /// What the observers of one key are told.
-  struct Telling {
-    Key key;
-    bool wantsOld = false;
-    bool wantsNew = false;
-    ChangeRecord record;
-  };
-
-  explicit ChangeInProgress(std::shared_ptr<Observable> changing)
-      : object(std::move(changing)),
-        list(ObserverList::retain(object->_observers)),
-        registrations(list->registrations()),
-        tellingOf(registrations.size(), none),
-        withdrawn(registrations.size(), false) {
-    outer = std::exchange(innermost, this);
-    if (outer != nullptr) {
-      outer->inner = this;
-    }
-    object->_changesInProgress.fetch_add(1, std::memory_order_relaxed);
-  }
-  ChangeInProgress(const ChangeInProgress&) = delete;
-  ChangeInProgress& operator=(const ChangeInProgress&) = delete;
-  ~ChangeInProgress() {
-    (inner == nullptr ? innermost : inner->outer) = outer;
-    if (outer != nullptr) {
-      outer->inner = inner;
-    }
-    object->_changesInProgress.fetch_sub(1, std::memory_order_relaxed);
-    ObserverList::release(list);
-  }
-
-  Telling& tellingFor(std::size_t position, const Key& key, ChangeKind kind) {
-    auto found = std::ranges::find(tellings, key, &Telling::key);
-    if (found == tellings.end()) {
-      found = tellings.insert(found, Telling{key, false, false, {kind, {}, {}, {}}});
-    }
-    tellingOf[position] = static_cast<std::size_t>(found - tellings.begin());
-    return *found;
-  }
-
-  /// Calls `visit` for every change of `object` that is in progress on this thread.
-  template <class Visit>
-  static void forEachOf(const Observable& object, Visit&& visit) {
-    if (object._changesInProgress.load(std::memory_order_relaxed) == 0) {
-      return;
-    }
-    for (ChangeInProgress* change = innermost; change != nullptr; change = change->outer) {
-      if (change->object.get() == &object) {
-        visit(*change);
-      }
-    }
-  }
-
-  void noteAdded() {
-    followPositions();
-    positions.push_back(none);
-  }
-  void noteRemoved(std::size_t position) {
-    followPositions();
-    if (positions[position] != none) {
-      withdrawn[positions[position]] = true;
-    }
-    positions.erase(positions.begin() + static_cast<std::ptrdiff_t>(position));
-  }
-
-  thread_local static ChangeInProgress* innermost;
-  static constexpr std::size_t none = static_cast<std::size_t>(-1);
-
-  ChangeInProgress* outer = nullptr;
-  ChangeInProgress* inner = nullptr;
-  std::shared_ptr<Observable> object;
-  ObserverList* list;  // as it was at will-change; keeps what `registrations` points to
-  std::vector<const Registration*> registrations;
-  std::vector<std::size_t> tellingOf;  // for each registration; `none` when it is not concerned
-  std::vector<bool> withdrawn;         // for each registration, since will-change
-  std::vector<Telling> tellings;
-
- private:
-  void followPositions() {
-    if (!following) {
-      following = true;
-      positions.resize(registrations.size());
-      std::iota(positions.begin(), positions.end(), std::size_t{0});
-    }
-  }
-  // For each registration that the object has now, its place in `registrations`, or `none` when it
-  // came later. Made when the first one comes or goes.
-  std::vector<std::size_t> positions;
-  bool following = false;
-};
-
-thread_local ChangeInProgress* ChangeInProgress::innermost = nullptr;
-
-}  // namespace detail
-
-void detail::ListChanges::settle(ListChange change) noexcept {
-  ObserverList::retain(change.after, change.repetitions);
-  ObserverList::release(change.before, change.repetitions + 1);
-  ObserverList::release(change.after);
-}
-
-ObserverList* detail::ListChanges::retainedListOf(const Observable& object) noexcept {
-  return ObserverList::retain(object._observers);
-}
+using detail::Relation;
 
 PendingChange::PendingChange() noexcept = default;
 PendingChange::PendingChange(PendingChange&&) noexcept = default;
@@ -209,9 +26,7 @@ PendingChange::~PendingChange() = default;
 PendingChange::PendingChange(std::unique_ptr<detail::ChangeInProgress> change) noexcept
     : _change(std::move(change)) {}
 
-Observable::~Observable() {
-  ObserverList::release(_observers);
-}
+Observable::~Observable() = default;
 
 void Observable::addObserver(const std::shared_ptr<Observer>& observer, const Key& key,
                              ObservingOptions options, const ContextToken* context) {
@@ -219,66 +34,79 @@ void Observable::addObserver(const std::shared_ptr<Observer>& observer, const Ke
     throw InvalidArgument("an absent observer cannot be registered");
   }
   // Those who come and go under a key that never changes would otherwise pile up.
-  while (_observers != nullptr && _observers->last().observer.expired()) {
+  while (_observers && _observers->last().observer.expired()) {
     forgetRegistrations(std::array{_observers->count() - 1});
   }
-  ObserverList* before = _observers;
-  _observers = ObserverList::adding(before, {observer, observer.get(), key, options, context});
-  ObserverList::release(before);
-  ChangeInProgress::forEachOf(*this, [](ChangeInProgress& change) { change.noteAdded(); });
+  if (_observers && _observers->count() >= _observers->sweepAt()) {
+    sweep();
+  }
+  _observers = ObserverList::adding(_observers, {observer, observer.get(), key, options, context});
 }
 
 void Observable::removeObserver(const std::shared_ptr<Observer>& observer, const Key& key,
                                 const ContextToken* context) {
-  for (const ObserverList* list = _observers; list != nullptr; list = list->before()) {
+  if (!withdraw(observer, key, context)) {
+    throw InvalidArgument("no such observer is registered for \"" + std::string(key.text()) + "\"");
+  }
+}
+
+bool Observable::withdraw(const std::shared_ptr<Observer>& observer, const Key& key,
+                          const ContextToken* context) {
+  for (const ObserverList* list = _observers.get(); list != nullptr; list = list->before().get()) {
     if (list->last().isOf(observer, key, context)) {
       forgetRegistrations(std::array{list->count() - 1});
-      return;
+      return true;
     }
   }
-  throw InvalidArgument("no such observer is registered for \"" + std::string(key.text()) + "\"");
+  return false;
 }
 
+/// `positions` are in ascending order. Nothing is done when there is no memory.
 void Observable::forgetRegistrations(std::span<const std::size_t> positions) {
-  ObserverList* const old = _observers;
-  ObserverList* list = old;
-  while (list != nullptr && list->count() > positions.front()) {
-    list = list->before();
-  }
-  list = ObserverList::retain(list);
-  if (positions.front() + positions.size() < old->count()) {
-    const std::vector<const Registration*> registrations = old->registrations();
-    for (std::size_t i = positions.front(); i < registrations.size(); ++i) {
-      if (!std::ranges::binary_search(positions, i)) {
-        ObserverList* longer = ObserverList::adding(list, *registrations[i]);
-        ObserverList::release(list);
-        list = longer;
-      }
+  // Those that stay behind the first that goes, the last one first.
+  std::vector<const Registration*> staying;
+  const ObserverListPointer old = _observers;
+  const ObserverListPointer* before = &old;
+  const std::size_t left = old->count() - positions.size();
+  staying.reserve(left - positions.front());
+  auto going = positions.rbegin();
+  for (std::size_t i = old->count(); i-- > positions.front(); before = &(*before)->before()) {
+    if (going != positions.rend() && *going == i) {
+      ++going;
+    } else {
+      staying.push_back(&(*before)->last());
     }
   }
-  _observers = list;
-  ObserverList::release(old);
-  // From the end, so that the positions before stay what they are.
-  ChangeInProgress::forEachOf(*this, [positions](ChangeInProgress& change) {
-    std::for_each(positions.rbegin(), positions.rend(),
-                  [&](std::size_t position) { change.noteRemoved(position); });
-  });
+  ObserverListPointer list = *before;
+  const std::size_t sweepAt = std::min(old->sweepAt(), ObserverList::nextSweep(left));
+  for (auto registration = staying.rbegin(); registration != staying.rend(); ++registration) {
+    list = ObserverList::adding(list, **registration);
+    list->sweepNotBefore(sweepAt);
+  }
+  _observers = std::move(list);
+  ChangeInProgress::noteWithdrawn(*this, positions);
 }
 
-void Observable::sweep() {
-  if (_observers == nullptr) {
+/// Does nothing when there is no memory for it: there is a next time.
+void Observable::sweep() noexcept try {
+  if (!_observers) {
     return;
   }
-  const std::vector<const Registration*> registrations = _observers->registrations();
   std::vector<std::size_t> gone;
-  for (std::size_t i = 0; i < registrations.size(); ++i) {
-    if (registrations[i]->observer.expired()) {
+  const ObserverList* list = _observers.get();
+  for (std::size_t i = list->count(); i-- > 0; list = list->before().get()) {
+    if (list->last().observer.expired()) {
       gone.push_back(i);
     }
   }
   if (!gone.empty()) {
+    std::ranges::reverse(gone);
     forgetRegistrations(gone);
   }
+  if (_observers) {
+    _observers->sweepNotBefore(ObserverList::nextSweep(_observers->count()));
+  }
+} catch (const std::bad_alloc&) {
 }
 
 bool Observable::isReadable(const Key& key) const {
@@ -344,41 +172,47 @@ PendingChange Observable::willChangeValuesAtIndexesForKey(ChangeKind kind, const
   return begin(kind, &indexes, key);
 }
 
-PendingChange Observable::begin(ChangeKind kind, const IndexSet* indexes, const Key& key) {
-  const auto relationTo = [&](const Key& observed) {
-    const Relation related = relation(*this, observed, key);
-    return related == Relation::dependent && !isReadable(observed) ? Relation::none : related;
-  };
-  bool concerned = false;
-  for (const ObserverList* list = _observers; list != nullptr && !concerned;
-       list = list->before()) {
-    concerned = relationTo(list->last().key) != Relation::none;
+bool Observable::mayConcernAnyone(const Key& key) const {
+  for (const ObserverList* list = _observers.get(); list != nullptr; list = list->before().get()) {
+    if (detail::knownRelation(*this, list->last().key, key) != Relation::none) {
+      return true;
+    }
   }
+  return false;
+}
+
+PendingChange Observable::begin(ChangeKind kind, const IndexSet* indexes, const Key& key) {
   // An object that is still being made, or is already going, is nobody's to observe.
-  const std::shared_ptr<Observable> self = concerned ? weak_from_this().lock() : nullptr;
+  const std::shared_ptr<Observable> self =
+      mayConcernAnyone(key) ? weak_from_this().lock() : nullptr;
   if (!self) {
     return {};
   }
-  auto change = std::make_unique<ChangeInProgress>(self);
-  for (std::size_t i = 0; i < change->registrations.size(); ++i) {
-    const Registration& registration = *change->registrations[i];
-    const Relation related = relationTo(registration.key);
-    if (related == Relation::none) {
+  auto change = std::make_unique<ChangeInProgress>(self, kind, indexes, key);
+  bool isConcerned = false;
+  for (auto& notice : change->notices) {
+    const Registration& registration = *notice.registration;
+    const Relation related = detail::relation(*this, registration.key, key);
+    if (related == Relation::none ||
+        (related == Relation::dependent && !isReadable(registration.key))) {
       continue;
     }
-    auto& telling = change->tellingFor(i, registration.key,
-                                       related == Relation::same ? kind : ChangeKind::setting);
-    if (telling.record.kind != ChangeKind::setting && !telling.record.indexes) {
-      telling.record.indexes = *indexes;
-    }
-    telling.wantsOld |=
+    isConcerned = true;
+    notice.telling = change->tellingOf(registration.key);
+    change->tellings[notice.telling].wantsOld |=
         wants(registration.options, ObservingOptions::oldValue) && !registration.observer.expired();
   }
-  for (auto& telling : change->tellings) {
+  if (!isConcerned) {
+    return {};
+  }
+  const auto readOldValue = [this](ChangeInProgress::Telling& telling) {
     if (telling.wantsOld && telling.record.kind != ChangeKind::insertion) {
       telling.record.oldValue = valueTold(telling.key, telling.record);
     }
-  }
+  };
+  auto& tellings = change->tellings;
+  std::for_each(tellings.begin() + 1, tellings.end(), readOldValue);
+  readOldValue(tellings.front());
   return PendingChange(std::move(change));
 }
 
@@ -390,6 +224,33 @@ Value Observable::valueTold(const Key& key, const ChangeRecord& record) const {
   return value.isAbsent() ? Value::null() : value;
 }
 
+/// Reads what it can; the first exception, if there was one.
+std::exception_ptr Observable::readNewValues(ChangeInProgress& change) const noexcept {
+  for (const auto& notice : change.notices) {
+    const Registration& registration = *notice.registration;
+    if (notice.isToBeDelivered() && !registration.observer.expired()) {
+      change.tellings[notice.telling].wantsNew |=
+          wants(registration.options, ObservingOptions::newValue);
+    }
+  }
+  std::exception_ptr thrown;
+  for (auto& telling : change.tellings) {
+    ChangeRecord& record = telling.record;
+    if (!telling.wantsNew || record.kind == ChangeKind::removal) {
+      continue;
+    }
+    try {
+      const bool areTheOldOnes =
+          record.kind == ChangeKind::replacement && telling.wantsOld &&
+          areValuesAtIndexesForKey(record.oldValue, *record.indexes, telling.key);
+      record.newValue = areTheOldOnes ? record.oldValue : valueTold(telling.key, record);
+    } catch (...) {
+      thrown = thrown ? thrown : std::current_exception();
+    }
+  }
+  return thrown;
+}
+
 void Observable::finish(PendingChange pending) {
   if (!pending._change) {
     return;
@@ -398,36 +259,19 @@ void Observable::finish(PendingChange pending) {
   if (change.object.get() != this) {
     throw InvalidArgument("a change was announced by another object than it is ended by");
   }
-  const auto isToBeTold = [&change](std::size_t i) {
-    return change.tellingOf[i] != ChangeInProgress::none && !change.withdrawn[i];
-  };
-  for (std::size_t i = 0; i < change.registrations.size(); ++i) {
-    if (isToBeTold(i) && !change.registrations[i]->observer.expired()) {
-      change.tellings[change.tellingOf[i]].wantsNew |=
-          wants(change.registrations[i]->options, ObservingOptions::newValue);
-    }
-  }
-  for (auto& telling : change.tellings) {
-    if (telling.wantsNew && telling.record.kind != ChangeKind::removal) {
-      ChangeRecord& record = telling.record;
-      const bool areTheOldOnes =
-          record.kind == ChangeKind::replacement && telling.wantsOld &&
-          areValuesAtIndexesForKey(record.oldValue, *record.indexes, telling.key);
-      record.newValue = areTheOldOnes ? record.oldValue : valueTold(telling.key, record);
-    }
-  }
+  const std::exception_ptr thrown = readNewValues(change);
   bool someAreGone = false;
-  for (std::size_t i = 0; i < change.registrations.size(); ++i) {
-    if (!isToBeTold(i)) {
+  for (const auto& notice : change.notices) {
+    if (!notice.isToBeDelivered()) {
       continue;
     }
-    const Registration& registration = *change.registrations[i];
+    const Registration& registration = *notice.registration;
     const std::shared_ptr<Observer> observer = registration.observer.lock();
     if (!observer) {
       someAreGone = true;
       continue;
     }
-    const auto& telling = change.tellings[change.tellingOf[i]];
+    const auto& telling = change.tellings[notice.telling];
     const bool withOld = wants(registration.options, ObservingOptions::oldValue);
     const bool withNew = wants(registration.options, ObservingOptions::newValue);
     if (withOld == telling.wantsOld && withNew == telling.wantsNew) {
@@ -443,6 +287,9 @@ void Observable::finish(PendingChange pending) {
   }
   if (someAreGone) {
     sweep();
+  }
+  if (thrown) {
+    std::rethrow_exception(thrown);
   }
 }
 

@@ -3,11 +3,13 @@
 
 #include <platform/KeyTable.h>
 #include <platform/Object.h>
+#include <platform/ObserverListPointer.h>
 #include <platform/Observing.h>
 #include <platform/SpinLock.h>
 
 #include <atomic>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -18,7 +20,6 @@
 namespace platform {
 
 namespace detail {
-class ObserverList;
 class ListChanges;
 struct ChangeInProgress;
 }  // namespace detail
@@ -50,19 +51,30 @@ class [[nodiscard]] PendingChange {
 /// - an exception out of an observer passes through to whoever made the change. Observers behind it
 ///   are not told of this change; the registrations stay as they are.
 /// Neither side keeps the other alive. A registration of an observer that is gone is skipped, and
-/// swept at the next delivery, or before the next registration when it is the latest; an object
-/// that goes takes its registrations with it.
+/// swept at the next delivery; or before another registration, when it is the latest or when so
+/// many have been made since the last time that looking at all of them costs each little. An object
+/// that goes takes its registrations with it. One that is still being made, or is already going,
+/// may announce changes, and nobody hears of them.
 ///
 /// A key can depend on others (`keyPathsForValuesAffectingValueForKey`). When one of those changes
 /// in whatever way, the observers of the dependent key are told of a setting, with its old and new
 /// value.
 ///
 /// Old values are taken at will-change and new ones at did-change, before the first notice, and
-/// only when some registration asks for them. An object that nobody observes pays one test of a
-/// pointer.
+/// only when some registration asks for them. The value of the changing key itself is the last that
+/// is read before the change and the first after it, so that no getter of a dependent key comes in
+/// between. An object that nobody observes pays one test of a pointer.
+///
+/// Getters may do what observers may. What a getter throws at will-change leaves that operation:
+/// nothing is announced then. What one throws at did-change keeps nobody from hearing, as the
+/// change is done: the value that could not be read is absent in the record, and the exception
+/// passes through to whoever made the change after the last notice. An exception out of an observer
+/// goes before it. A change that a getter makes at did-change is nested in this one, so it is
+/// delivered first.
 ///
 /// Threads: single properties are atomic. Registering, withdrawing and every change of an observed
-/// object belong to one thread at a time.
+/// object belong to one thread at a time. A change may end on another thread than it began on, when
+/// the object belongs to that one by then.
 ///
 /// Cost: objects observed by the same observers under the same keys share one list of them, so
 /// registering an observer on every node of a tree allocates once, not once a node. Registering is
@@ -73,17 +85,17 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
   ~Observable() override;
 
   /// Registers `observer` for changes of `key`, which need not be a key of this object: nothing is
-  /// ever heard of one that is not. Raises `InvalidArgument` when the observer is absent.
+  /// ever heard of one that is not. Throws `InvalidArgument` when the observer is absent.
   void addObserver(const std::shared_ptr<Observer>& observer, const Key& key,
                    ObservingOptions options, const ContextToken* context);
 
-  /// Withdraws the latest registration of this observer under this key and context. Raises
+  /// Withdraws the latest registration of this observer under this key and context. Throws
   /// `InvalidArgument` when there is none.
   void removeObserver(const std::shared_ptr<Observer>& observer, const Key& key,
                       const ContextToken* context);
 
   /// Whether there is any registration, be it of an observer that is gone.
-  [[nodiscard]] bool isObserved() const noexcept { return _observers != nullptr; }
+  [[nodiscard]] bool isObserved() const noexcept { return _observers.get() != nullptr; }
 
   /// The value under a key. Raises `UndefinedKey` when the object has none to read.
   [[nodiscard]] Value valueForKey(const Key& key) const;
@@ -94,8 +106,8 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
   void setValueForKey(const Value& value, const Key& key);
 
   /// The keys on which `key` depends directly; a class operation, so the answer must depend on the
-  /// receiver's class alone. It is asked once per class, key and thread. None, unless a class says
-  /// so.
+  /// receiver's class alone. It is asked once per class, key and thread, and again after very many
+  /// others. None, unless a class says so.
   [[nodiscard]] virtual std::set<std::string> keyPathsForValuesAffectingValueForKey(
       const Key& key) const;
 
@@ -156,14 +168,18 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
  private:
   friend class detail::ListChanges;
   friend struct detail::ChangeInProgress;
+  [[nodiscard]] bool mayConcernAnyone(const Key& key) const;
   PendingChange begin(ChangeKind kind, const IndexSet* indexes, const Key& key);
   void finish(PendingChange change);
   [[nodiscard]] bool isReadable(const Key& key) const;
   [[nodiscard]] Value valueTold(const Key& key, const ChangeRecord& record) const;
+  [[nodiscard]] std::exception_ptr readNewValues(detail::ChangeInProgress& change) const noexcept;
+  bool withdraw(const std::shared_ptr<Observer>& observer, const Key& key,
+                const ContextToken* context);
   void forgetRegistrations(std::span<const std::size_t> positions);
-  void sweep();
+  void sweep() noexcept;
 
-  detail::ObserverList* _observers = nullptr;
+  detail::ObserverListPointer _observers;
   std::atomic<std::uint32_t> _changesInProgress{0};
   mutable detail::SpinLock _propertyLock;
 };

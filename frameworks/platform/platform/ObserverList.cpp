@@ -5,9 +5,10 @@
 
 namespace platform::detail {
 
-ObserverList::ObserverList(ObserverList* before, const Registration& registration)
-    : _count(before == nullptr ? 1 : before->_count + 1),
-      _before(retain(before)),
+ObserverList::ObserverList(const ObserverListPointer& before, const Registration& registration)
+    : _count(before ? before->_count + 1 : 1),
+      _sweepAt(before ? before->sweepAt() : nextSweep(0)),
+      _before(before),
       _last(registration) {}
 
 ObserverList::Successor& ObserverList::successorOf(ObserverList* list) {
@@ -16,8 +17,9 @@ ObserverList::Successor& ObserverList::successorOf(ObserverList* list) {
   return list == nullptr ? first : list->_successor;
 }
 
-ObserverList* ObserverList::adding(ObserverList* list, const Registration& registration) {
-  Successor& successor = successorOf(list);
+ObserverListPointer ObserverList::adding(const ObserverListPointer& list,
+                                         const Registration& registration) {
+  Successor& successor = successorOf(list.get());
   {
     const std::lock_guard lock(successor.lock);
     if (ObserverList* next = successor.list; next != nullptr) {
@@ -27,40 +29,38 @@ ObserverList* ObserverList::adding(ObserverList* list, const Registration& regis
           !known.observer.owner_before(registration.observer) &&
           !registration.observer.owner_before(known.observer) &&
           next->_references.retainUnlessGone()) {
-        return next;
+        return ObserverListPointer::adopting(next);
       }
     }
   }
-  auto* made = new ObserverList(list, registration);
+  auto made = ObserverListPointer::adopting(new ObserverList(list, registration));
   const std::lock_guard lock(successor.lock);
-  successor.list = made;
+  successor.list = made.get();
   return made;
 }
 
-void ObserverList::release(ObserverList* list, std::uint32_t times) noexcept {
+void retain(ObserverList* list, std::uint32_t times) noexcept {
+  if (list != nullptr) {
+    list->_references.retain(times);
+  }
+}
+
+void release(ObserverList* list, std::uint32_t times) noexcept {
+  // A loop, since lists may be long.
   while (list != nullptr && list->_references.release(times)) {
-    ObserverList* before = list->_before;
-    Successor& successor = successorOf(before);
+    ObserverList* const before = list->_before.get();
+    ObserverList::Successor& successor = ObserverList::successorOf(before);
     {
       const std::lock_guard lock(successor.lock);
       if (successor.list == list) {
         successor.list = nullptr;
       }
     }
+    (void)list->_before.leave();
     delete list;
     list = before;
     times = 1;
   }
-}
-
-std::vector<const Registration*> ObserverList::registrations() const {
-  std::vector<const Registration*> result(_count);
-  const ObserverList* list = this;
-  for (std::size_t i = _count; i > 0; --i) {
-    result[i - 1] = &list->_last;
-    list = list->_before;
-  }
-  return result;
 }
 
 }  // namespace platform::detail

@@ -2,14 +2,16 @@
 // Internal to observation.
 #pragma once
 
+#include <platform/ObserverListPointer.h>
 #include <platform/Observing.h>
 #include <platform/RefCount.h>
 #include <platform/SpinLock.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 namespace platform::detail {
 
@@ -37,37 +39,44 @@ class ObserverList {
   ObserverList(const ObserverList&) = delete;
   ObserverList& operator=(const ObserverList&) = delete;
 
-  /// `list` (null for none) and one more registration; the caller owns a reference to the result.
-  static ObserverList* adding(ObserverList* list, const Registration& registration);
-
-  static ObserverList* retain(ObserverList* list, std::uint32_t times = 1) noexcept {
-    if (list != nullptr) {
-      list->_references.retain(times);
-    }
-    return list;
-  }
-  static void release(ObserverList* list, std::uint32_t times = 1) noexcept;
+  /// `list` (null for none) and one more registration.
+  static ObserverListPointer adding(const ObserverListPointer& list,
+                                    const Registration& registration);
 
   [[nodiscard]] const Registration& last() const { return _last; }
-  [[nodiscard]] ObserverList* before() const { return _before; }
+  [[nodiscard]] const ObserverListPointer& before() const { return _before; }
   [[nodiscard]] std::size_t count() const { return _count; }
 
-  /// All registrations, first to last; they live as long as the list.
-  [[nodiscard]] std::vector<const Registration*> registrations() const;
+  /// When a list has this many registrations, those whose observers are gone are to be swept before
+  /// the next one is added. Doubled each time, so that sweeping costs each registration little.
+  [[nodiscard]] std::size_t sweepAt() const { return _sweepAt.load(std::memory_order_relaxed); }
+  void sweepNotBefore(std::size_t count) const {
+    if (count > sweepAt()) {
+      _sweepAt.store(count, std::memory_order_relaxed);
+    }
+  }
+  /// The next time when so many are left.
+  [[nodiscard]] static std::size_t nextSweep(std::size_t left) {
+    return std::max<std::size_t>(2 * left, 8);
+  }
 
  private:
+  friend void retain(ObserverList* list, std::uint32_t times) noexcept;
+  friend void release(ObserverList* list, std::uint32_t times) noexcept;
+
   struct Successor {
     SpinLock lock;
     ObserverList* list = nullptr;  // not owned; cleared by the list as it goes
   };
   static Successor& successorOf(ObserverList* list);
 
-  ObserverList(ObserverList* before, const Registration& registration);
+  ObserverList(const ObserverListPointer& before, const Registration& registration);
   ~ObserverList() = default;
 
   RefCount _references;
   std::size_t _count;
-  ObserverList* _before;
+  mutable std::atomic<std::size_t> _sweepAt;
+  ObserverListPointer _before;
   Registration _last;
   Successor _successor;
 };

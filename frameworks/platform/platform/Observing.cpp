@@ -3,6 +3,7 @@
 #include <platform/Observable.h>
 #include <platform/Observing.h>
 
+#include <new>
 #include <string>
 #include <utility>
 
@@ -18,10 +19,10 @@ void Observer::observeValueForKeyPathOfObjectChangeContext(
 }
 
 namespace {
-
 constexpr ContextToken closureContext("platform.observe");
+}
 
-class ClosureObserver : public Observer {
+class detail::ClosureObserver : public Observer {
  public:
   explicit ClosureObserver(std::function<void(const ChangeRecord&)> notify)
       : _notify(std::move(notify)) {}
@@ -29,22 +30,26 @@ class ClosureObserver : public Observer {
   void observeValueForKeyPathOfObjectChangeContext(const Key&, const std::shared_ptr<Observable>&,
                                                    const ChangeRecord& change,
                                                    const ContextToken*) override {
-    _notify(change);
+    if (!_hasEnded) {
+      _notify(change);
+    }
   }
+  /// Calls the closure no more, though it may be running.
+  void end() noexcept { _hasEnded = true; }
 
  private:
   std::function<void(const ChangeRecord&)> _notify;
+  bool _hasEnded = false;
 };
 
-}  // namespace
-
 Observation::Observation(std::weak_ptr<Observable> object, Key key,
-                         std::shared_ptr<Observer> observer)
+                         std::shared_ptr<detail::ClosureObserver> observer)
     : _object(std::move(object)), _key(std::move(key)), _observer(std::move(observer)) {}
 
 Observation& Observation::operator=(Observation&& other) noexcept {
   if (this != &other) {
-    end();
+    // Ended last, since this handle may go with its closure.
+    const Observation old(std::move(*this));
     _object = std::move(other._object);
     _key = std::move(other._key);
     _observer = std::move(other._observer);
@@ -53,11 +58,19 @@ Observation& Observation::operator=(Observation&& other) noexcept {
 }
 
 void Observation::end() noexcept {
-  const std::shared_ptr<Observer> observer = std::move(_observer);
+  const std::shared_ptr<detail::ClosureObserver> observer = std::move(_observer);
   const std::shared_ptr<Observable> object = _object.lock();
   _object.reset();
-  if (observer && object) {
-    object->removeObserver(observer, *_key, &closureContext);
+  if (!observer) {
+    return;
+  }
+  observer->end();
+  if (object) {
+    try {
+      object->removeObserver(observer, *_key, &closureContext);
+    } catch (const std::bad_alloc&) {
+      // It stands among others until it is swept; nobody is called for it.
+    }
   }
 }
 
@@ -66,7 +79,7 @@ Observation observe(const std::shared_ptr<Observable>& object, const Key& key,
   if (!object || !notify) {
     throw InvalidArgument("an observation needs an object and something to call");
   }
-  auto observer = std::make_shared<ClosureObserver>(std::move(notify));
+  auto observer = std::make_shared<detail::ClosureObserver>(std::move(notify));
   object->addObserver(observer, key, options, &closureContext);
   return {object, key, std::move(observer)};
 }

@@ -14,6 +14,10 @@ namespace platform {
 
 class Observable;
 
+namespace detail {
+class ClosureObserver;
+}
+
 /// What happened to a property. The numbers are the ones that views know.
 enum class ChangeKind : unsigned {
   setting = 1,      ///< the whole value was set
@@ -95,17 +99,19 @@ class [[nodiscard]] Observation {
   Observation& operator=(Observation&& other) noexcept;
   ~Observation() { end(); }
 
-  /// Withdraws the registration; nothing happens when it has ended or the object is gone.
+  /// Withdraws the registration; nothing happens when it has ended or the object is gone. The
+  /// handle itself may go by this, where only its closure keeps it.
   void end() noexcept;
 
  private:
   friend Observation observe(const std::shared_ptr<Observable>&, const Key&, ObservingOptions,
                              std::function<void(const ChangeRecord&)>);
-  Observation(std::weak_ptr<Observable> object, Key key, std::shared_ptr<Observer> observer);
+  Observation(std::weak_ptr<Observable> object, Key key,
+              std::shared_ptr<detail::ClosureObserver> observer);
 
   std::weak_ptr<Observable> _object;
   std::optional<Key> _key;
-  std::shared_ptr<Observer> _observer;
+  std::shared_ptr<detail::ClosureObserver> _observer;
 };
 
 /// Calls `notify` for every change of `key` of `object` until the handle ends. Order, re-entrancy
