@@ -400,13 +400,16 @@ TEST_F(ItemsObserver, DoesNotKnowOtherContextsEvenWithTheSameText) {
   EXPECT_EQ(delegate->take(), "");
 }
 
-TEST_F(ItemsObserver, DoesNotFollowWhatIsAddedUnannounced) {
-  const auto added = plainItem("added");
+TEST_F(ItemsObserver, DoesNotFollowWhatIsAddedUnannouncedAndReportsItsRemoval) {
+  const auto added = plainItem("added", {plainItem("below")});
   root->addChild(added);
   EXPECT_EQ(delegate->take(), "");
   EXPECT_FALSE(added->isObserved());
-  EXPECT_THROW(root->removeChildrenAtIndexes({2}), InvalidArgument);
+  added->replaceChildren(items({plainItem("new")}));
   EXPECT_EQ(delegate->take(), "");
+  root->removeChildrenAtIndexes({0, 2});
+  EXPECT_EQ(delegate->take(), "report removal [a, added] {0, 2} of root\n");
+  EXPECT_FALSE(isAnyObserved({a, a1, leaf, added}));
 }
 
 TEST_F(ItemsObserver, TakesNoAbsentListOfChildren) {

@@ -4,6 +4,7 @@
 #include <vexil/ItemWalk.h>
 #include <vexil/KRAVTWVItemsObserver.h>
 
+#include <new>
 #include <utility>
 
 constinit const std::string_view KRAVTWVItemsObserverKeyPathRoot = "root";
@@ -46,6 +47,17 @@ void walkThroughTreesIn(const Value& items, const Visit& visit) {
   }
 }
 
+void registerOn(const Value& items, const std::shared_ptr<platform::Observer>& observer) {
+  platform::ManyRegistrations registrations(observer, childrenKey(), ObservingOptions::both,
+                                            &childrenContext);
+  walkThroughTreesIn(items, [&](KRAVTWVItemVexil& item) { registrations.addTo(item); });
+}
+
+void withdrawFrom(const Value& items, const std::shared_ptr<platform::Observer>& observer) {
+  platform::detail::ManyQuietWithdrawals withdrawals(observer, childrenKey(), &childrenContext);
+  walkThroughTreesIn(items, [&](KRAVTWVItemVexil& item) { withdrawals.removeFrom(item); });
+}
+
 KRAVTWVItemArray itemsIn(const Value& values) {
   KRAVTWVItemArray items;
   items.reserve(values.elements().size());
@@ -56,6 +68,27 @@ KRAVTWVItemArray itemsIn(const Value& values) {
 }
 
 }  // namespace
+
+/// What stands in the place of an items observer on the items of one tree, and hands on to it what
+/// it hears. It goes when the root is set or cleared: registrations that cannot be found then are
+/// those of an observer that is gone.
+class KRAVTWVItemsObserver::Watch : public platform::Observer {
+ public:
+  explicit Watch(const std::shared_ptr<KRAVTWVItemsObserver>& observer) : _observer(observer) {}
+
+  void observeValueForKeyPathOfObjectChangeContext(
+      const Key& keyPath, const std::shared_ptr<platform::Observable>& object,
+      const ChangeRecord& change, const ContextToken* context) override {
+    if (const auto observer = _observer.lock()) {
+      observer->observeValueForKeyPathOfObjectChangeContext(keyPath, object, change, context);
+    }
+  }
+  /// Hands on nothing more, though it may be held by a delivery.
+  void end() noexcept { _observer.reset(); }
+
+ private:
+  std::weak_ptr<KRAVTWVItemsObserver> _observer;
+};
 
 std::shared_ptr<KRAVTWVItemsObserver> KRAVTWVItemsObserver::init() {
   std::shared_ptr<KRAVTWVItemsObserver> observer(new KRAVTWVItemsObserver);
@@ -101,10 +134,6 @@ const platform::KeyTable& KRAVTWVItemsObserver::keyTable() const {
   return table;
 }
 
-std::shared_ptr<platform::Observer> KRAVTWVItemsObserver::self() {
-  return std::static_pointer_cast<KRAVTWVItemsObserver>(shared_from_this());
-}
-
 void KRAVTWVItemsObserver::observeValueForKeyPathOfObjectChangeContext(
     const Key& keyPath, const std::shared_ptr<platform::Observable>& object,
     const ChangeRecord& change, const ContextToken* context) {
@@ -118,18 +147,37 @@ void KRAVTWVItemsObserver::observeValueForKeyPathOfObjectChangeContext(
 }
 
 void KRAVTWVItemsObserver::rootDidChange(const ChangeRecord& change) {
-  if (const auto oldRoot = itemIn(change.oldValue)) {
-    oldRoot->removeObserverForRecursiveChildrenWithContext(self(), &childrenContext);
-  }
+  leave(itemIn(change.oldValue));
   if (const auto newRoot = itemIn(change.newValue)) {
-    newRoot->addObserverForRecursiveChildrenWithOptionContext(self(), ObservingOptions::both,
+    _watch =
+        std::make_shared<Watch>(std::static_pointer_cast<KRAVTWVItemsObserver>(shared_from_this()));
+    newRoot->addObserverForRecursiveChildrenWithOptionContext(_watch, ObservingOptions::both,
                                                               &childrenContext);
+  }
+}
+
+void KRAVTWVItemsObserver::leave(const std::shared_ptr<KRAVTWVItemVexil>& oldRoot) noexcept {
+  const auto watch = std::exchange(_watch, nullptr);
+  if (!watch) {
+    return;
+  }
+  watch->end();
+  if (oldRoot) {
+    try {
+      platform::detail::ManyQuietWithdrawals withdrawals(watch, childrenKey(), &childrenContext);
+      detail::ItemWalk::throughTree(*oldRoot,
+                                    [&](KRAVTWVItemVexil& item) { withdrawals.removeFrom(item); });
+    } catch (const std::bad_alloc&) {
+      // The rest is left over.
+    }
   }
 }
 
 void KRAVTWVItemsObserver::childrenDidChange(const std::shared_ptr<KRAVTWVItemVexil>& parent,
                                              const ChangeRecord& change) {
+  // The delegate may let go of this, and set another root.
   const auto observer = std::static_pointer_cast<KRAVTWVItemsObserver>(shared_from_this());
+  const std::shared_ptr<Watch> watch = _watch;
   const auto report = [&](ChangeKind kind, const Value& items) {
     if (const auto delegate = this->delegate()) {
       delegate->itemsObserverDidObserveItemsIndexesParent(observer, kind, itemsIn(items),
@@ -137,15 +185,18 @@ void KRAVTWVItemsObserver::childrenDidChange(const std::shared_ptr<KRAVTWVItemVe
     }
   };
   const bool isReplacement = change.kind == ChangeKind::replacement;
-  if (!change.oldValue.isAbsent()) {
-    withdrawFrom(change.oldValue);
+  if (watch && !change.oldValue.isAbsent()) {
+    withdrawFrom(change.oldValue, watch);
     if (!isReplacement) {
       // Also of a setting: to a view, the old list is gone.
       report(ChangeKind::removal, change.oldValue);
     }
   }
+  if (!watch || watch != _watch) {
+    return;
+  }
   if (!change.newValue.isAbsent()) {
-    registerOn(change.newValue);
+    registerOn(change.newValue, watch);
     if (!isReplacement) {
       report(change.kind, change.newValue);
     }
@@ -153,17 +204,4 @@ void KRAVTWVItemsObserver::childrenDidChange(const std::shared_ptr<KRAVTWVItemVe
   if (isReplacement) {
     report(ChangeKind::replacement, change.oldValue);
   }
-}
-
-void KRAVTWVItemsObserver::registerOn(const Value& items) {
-  const std::shared_ptr<platform::Observer> observer = self();
-  platform::ManyRegistrations registrations(observer, childrenKey(), ObservingOptions::both,
-                                            &childrenContext);
-  walkThroughTreesIn(items, [&](KRAVTWVItemVexil& item) { registrations.addTo(item); });
-}
-
-void KRAVTWVItemsObserver::withdrawFrom(const Value& items) {
-  const std::shared_ptr<platform::Observer> observer = self();
-  platform::ManyWithdrawals withdrawals(observer, childrenKey(), &childrenContext);
-  walkThroughTreesIn(items, [&](KRAVTWVItemVexil& item) { withdrawals.removeFrom(item); });
 }

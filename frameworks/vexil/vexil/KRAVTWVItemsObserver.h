@@ -40,17 +40,20 @@ class KRAVTWVItemsObserverDelegate : public platform::Object {
 /// It is registered for "children" on every item of the tree, and keeps that in step: subtrees that
 /// are inserted are registered on, subtrees that are removed withdrawn from, each before the
 /// delegate hears of it. What `addChild` adds is not announced and so not followed; let the root be
-/// watched when the tree has been built.
+/// watched when the tree has been built. That such items are removed or replaced is reported like
+/// that of any others.
 ///
 /// Order of reports: a child's own removals and insertions during a merge come before the
-/// replacement that they are part of. Setting the root reports nothing.
+/// replacement that they are part of. Setting the root reports nothing. A delegate that sets the
+/// root while it is being told, be it the same one, hears nothing more of the changes in progress.
 ///
-/// Root and delegate are held weakly. A tree that goes clears `root` without an announcement;
-/// registrations that are left over, because root was not cleared in time, are never called and do
-/// no harm.
+/// Root and delegate are held weakly. A tree that goes clears `root` without an announcement.
+/// Registrations that are left over are never called and do no harm: those on a tree whose observer
+/// is gone, and, once `root` has been set or cleared, those on items that were taken out of the
+/// tree unannounced. So the root can be set and cleared at any time; withdrawing throws nothing.
 ///
-/// Raises `InvalidArgument` out of a change when the tree holds items that it was never registered
-/// on and now has to withdraw from, or when a list of children is set from or to an absent one.
+/// Throws `InvalidArgument` out of a change when a list of children is set from or to an absent
+/// one.
 class KRAVTWVItemsObserver : public platform::Observable, public platform::Observer {
  public:
   /// An observer without root and delegate. It is made here and not by its constructor because it
@@ -78,15 +81,16 @@ class KRAVTWVItemsObserver : public platform::Observable, public platform::Obser
   [[nodiscard]] const platform::KeyTable& keyTable() const override;
 
  private:
+  class Watch;
+
   void rootDidChange(const platform::ChangeRecord& change);
   void childrenDidChange(const std::shared_ptr<KRAVTWVItemVexil>& parent,
                          const platform::ChangeRecord& change);
-  void registerOn(const platform::Value& items);
-  void withdrawFrom(const platform::Value& items);
-  [[nodiscard]] std::shared_ptr<platform::Observer> self();
+  void leave(const std::shared_ptr<KRAVTWVItemVexil>& oldRoot) noexcept;
   void setRootValue(const platform::Value& root);
   void setDelegateValue(const platform::Value& delegate);
 
   std::weak_ptr<KRAVTWVItemVexil> _root;
   std::weak_ptr<KRAVTWVItemsObserverDelegate> _delegate;
+  std::shared_ptr<Watch> _watch;  // what is registered on the tree
 };
