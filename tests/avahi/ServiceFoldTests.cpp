@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <avahi/ServiceFold.h>
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 
 #include <algorithm>
 #include <set>
 #include <string>
 #include <tuple>
 #include <vector>
+
+#include "../support/Property.h"
 
 namespace {
 
@@ -62,7 +63,7 @@ TEST(FinalDot, AfterAnEscapedBackslashIsOne) {
   EXPECT_EQ(withFinalDot(R"(\\.)"), R"(\\.)");
 }
 
-RC_GTEST_PROP(FinalDot, AddedTwiceIsAddedOnce, ()) {
+PROPERTY(FinalDot, AddedTwiceIsAddedOnce, ()) {
   const auto name = *rc::gen::container<std::string>(rc::gen::element('a', '.', '\\'));
   const std::string once = withFinalDot(name);
   RC_ASSERT(once.ends_with('.'));
@@ -178,7 +179,7 @@ TEST(ServiceFold, BeginsAnewAfterItGaveUpEverything) {
 }
 
 /// However copies come and go, what was found and not lost is what has a copy.
-RC_GTEST_PROP(ServiceFold, AgreesWithTheSetOfAllCopies, ()) {
+PROPERTY(ServiceFold, AgreesWithTheSetOfAllCopies, ()) {
   using Copy = std::tuple<std::string, std::string, int, int>;
   ServiceFold fold;
   std::set<Copy> copies;

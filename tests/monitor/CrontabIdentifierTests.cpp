@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 
 #include <algorithm>
 #include <map>
@@ -8,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "../support/Property.h"
 #include "TableSupport.h"
 #include "monitor/Crontab.h"
 
@@ -92,7 +92,7 @@ std::vector<Made> madeTable() {
   return *rc::gen::container<std::vector<Made>>(madeJob());
 }
 
-RC_GTEST_PROP(JobIdentifiers, AreUniqueOverTables, ()) {
+PROPERTY(JobIdentifiers, AreUniqueOverTables, ()) {
   std::set<std::string> seen;
   for (const char* table : {"etc/crontab", "etc/cron.d/a", "etc/cron.d/a1", "crontabs/a"}) {
     TableInfo info = kSystemInfo;
@@ -106,7 +106,7 @@ RC_GTEST_PROP(JobIdentifiers, AreUniqueOverTables, ()) {
   }
 }
 
-RC_GTEST_PROP(JobIdentifiers, StayWhenTheOwnScheduleOrStateIsEdited, ()) {
+PROPERTY(JobIdentifiers, StayWhenTheOwnScheduleOrStateIsEdited, ()) {
   std::vector<Made> made = madeTable();
   RC_PRE(!made.empty());
   const Lines before = identifiersIn(textOf(made));
@@ -116,7 +116,7 @@ RC_GTEST_PROP(JobIdentifiers, StayWhenTheOwnScheduleOrStateIsEdited, ()) {
   RC_ASSERT(identifiersIn(textOf(made)) == before);
 }
 
-RC_GTEST_PROP(JobIdentifiers, StayWhenOtherLinesAreShuffled, ()) {
+PROPERTY(JobIdentifiers, StayWhenOtherLinesAreShuffled, ()) {
   const std::vector<Made> made = madeTable();
   std::vector<Made> shuffled = made;
   for (std::size_t i = shuffled.size(); i > 1; --i) {
@@ -135,7 +135,7 @@ RC_GTEST_PROP(JobIdentifiers, StayWhenOtherLinesAreShuffled, ()) {
   RC_ASSERT(byUserAndCommand(made) == byUserAndCommand(shuffled));
 }
 
-RC_GTEST_PROP(JobIdentifiers, StayWhenLinesThatAreNoTwinsComeAndGo, ()) {
+PROPERTY(JobIdentifiers, StayWhenLinesThatAreNoTwinsComeAndGo, ()) {
   const std::vector<Made> made = madeTable();
   const Lines before = identifiersIn(textOf(made));
   std::string text;

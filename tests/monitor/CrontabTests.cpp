@@ -2,12 +2,12 @@
 #include "monitor/Crontab.h"
 
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
+#include "../support/Property.h"
 #include "TableSupport.h"
 #include "monitor/Text.h"
 
@@ -341,7 +341,7 @@ TEST(DisabledJobs, MayBelongToAUserCalledLikeAPlaceholder) {
   EXPECT_EQ(linesOf(parseTable(info, "#@daily a\n").jobs), Lines{"1 - [a] @daily | username | a"});
 }
 
-RC_GTEST_PROP(Crontab, AnyBytesAreRead, (const std::string& bytes)) {
+PROPERTY(Crontab, AnyBytesAreRead, (const std::string& bytes)) {
   for (const TableInfo& info : {kSystemInfo, kUserInfo}) {
     const ParsedTable parsed = parseTable(info, bytes);
     for (const Job& job : parsed.jobs) {
@@ -401,7 +401,7 @@ rc::Gen<std::string> tableLikeText() {
                       });
 }
 
-RC_GTEST_PROP(Crontab, EveryLineIsAJobOrAWarningOrPassedOver, ()) {
+PROPERTY(Crontab, EveryLineIsAJobOrAWarningOrPassedOver, ()) {
   const std::string text = *tableLikeText();
   for (const TableInfo& info : {kSystemInfo, kUserInfo}) {
     const ParsedTable parsed = parseTable(info, text);

@@ -2,7 +2,6 @@
 #include "monitor/Schedule.h"
 
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 
 #include <algorithm>
 #include <cctype>
@@ -10,6 +9,8 @@
 #include <string>
 #include <type_traits>
 #include <vector>
+
+#include "../support/Property.h"
 
 namespace monitor {
 namespace {
@@ -300,7 +301,7 @@ MadeField madeField(int low, int high) {
   return field;
 }
 
-RC_GTEST_PROP(Schedule, EveryWellFormedFieldSetsItsValues, ()) {
+PROPERTY(Schedule, EveryWellFormedFieldSetsItsValues, ()) {
   const MadeField minutes = madeField(0, 59);
   const MadeField hours = madeField(0, 23);
   const MadeField days = madeField(1, 31);
@@ -322,7 +323,7 @@ RC_GTEST_PROP(Schedule, EveryWellFormedFieldSetsItsValues, ()) {
   RC_ASSERT(schedule.daysOfWeekStarred() == (weekdays.text.front() == '*'));
 }
 
-RC_GTEST_PROP(Schedule, TextOfItsOwnAlphabetIsReadOrRefused, ()) {
+PROPERTY(Schedule, TextOfItsOwnAlphabetIsReadOrRefused, ()) {
   const auto text =
       *rc::gen::container<std::string>(rc::gen::elementOf(std::string("0123456789*/-, @amondjs")));
   const auto parsed = parseSchedule(text);

@@ -2,11 +2,11 @@
 #include "monitor/ShortName.h"
 
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 
 #include <string>
 #include <vector>
 
+#include "../support/Property.h"
 #include "monitor/Text.h"
 
 namespace monitor {
@@ -153,7 +153,7 @@ TEST(ShortName, IsCutAtACharacter) {
   EXPECT_EQ(shortNameOf("echo " + tickets), "echo " + shown.substr(0, 42 * 4) + "…");
 }
 
-RC_GTEST_PROP(ShortName, IsNeverEmptyOrLongForShellLikeText, ()) {
+PROPERTY(ShortName, IsNeverEmptyOrLongForShellLikeText, ()) {
   const auto letters = std::string("ab /-'\"`\\$()&|;<>%=[]{}!.1");
   const auto command = *rc::gen::container<std::string>(rc::gen::elementOf(letters));
   RC_PRE(!trimmed(command).empty());
@@ -162,7 +162,7 @@ RC_GTEST_PROP(ShortName, IsNeverEmptyOrLongForShellLikeText, ()) {
   RC_ASSERT(name.size() <= 48U + 2U);
 }
 
-RC_GTEST_PROP(ShortName, TakesAnyText, (const std::string& bytes)) {
+PROPERTY(ShortName, TakesAnyText, (const std::string& bytes)) {
   const std::string name = shortNameOf(printable(bytes));
   RC_ASSERT(printable(name) == name);
 }

@@ -2,10 +2,11 @@
 #include "monitor/Text.h"
 
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 
 #include <string>
 #include <string_view>
+
+#include "../support/Property.h"
 
 namespace monitor {
 namespace {
@@ -57,7 +58,7 @@ TEST(PrintableText, ReplacesControlCharacters) {
   EXPECT_EQ(printable("\u0085\u009Bx\u00A0"), "\uFFFD\uFFFDx\u00A0");
 }
 
-RC_GTEST_PROP(PrintableText, IsWellFormedWhateverTheBytes, (const std::string& bytes)) {
+PROPERTY(PrintableText, IsWellFormedWhateverTheBytes, (const std::string& bytes)) {
   RC_ASSERT(charactersOf(printable(bytes)) >= 0);
   RC_ASSERT(printable(printable(bytes)) == printable(bytes));
 }
@@ -101,7 +102,7 @@ TEST(ShortenedText, CutsBetweenCharacters) {
   EXPECT_EQ(shortened("🎫🎫🎫", 2), "🎫…");
 }
 
-RC_GTEST_PROP(ShortenedText, NeverHasMoreCharactersThanAllowed, (const std::string& bytes)) {
+PROPERTY(ShortenedText, NeverHasMoreCharactersThanAllowed, (const std::string& bytes)) {
   const std::string text = printable(bytes);
   const auto limit = *rc::gen::inRange<int>(1, 20);
   const std::string cut = shortened(text, static_cast<std::size_t>(limit));

@@ -2,7 +2,6 @@
 // Blocks of one size, of which each is somebody's own until it is given back.
 #include <gtest/gtest.h>
 #include <platform/BlockPool.h>
-#include <rapidcheck/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -13,6 +12,8 @@
 #include <span>
 #include <utility>
 #include <vector>
+
+#include "../support/Property.h"
 
 namespace {
 
@@ -38,7 +39,7 @@ class Filled {
   unsigned char _byte;
 };
 
-RC_GTEST_PROP(AnyUseOfABlockPool, LeavesBlocksThatAreInUseAlone, (unsigned seed)) {
+PROPERTY(AnyUseOfABlockPool, LeavesBlocksThatAreInUseAlone, (unsigned seed)) {
   std::mt19937 random(seed);
   const std::size_t size = (1 + random() % (BlockPool::largest / 8)) * 8;
   BlockPool pool(size);

@@ -3,10 +3,11 @@
 // another without a gap.
 #include <gtest/gtest.h>
 #include <platform/Calendar.h>
-#include <rapidcheck/gtest.h>
 #include <support/DateTesting.h>
 
 #include <optional>
+
+#include "../support/Property.h"
 
 namespace {
 
@@ -36,7 +37,7 @@ Date anyDate() {
   return {static_cast<double>(*rc::gen::inRange<std::int64_t>(-3'187'296'000, 3'124'224'000))};
 }
 
-RC_GTEST_PROP(AnyCalendar, FindsBackTheDayThatItSplit, ()) {
+PROPERTY(AnyCalendar, FindsBackTheDayThatItSplit, ()) {
   const User user(anyLocale(), anyZone());
   const Calendar calendar = Calendar::current();
   const Date date = anyDate();
@@ -48,7 +49,7 @@ RC_GTEST_PROP(AnyCalendar, FindsBackTheDayThatItSplit, ()) {
   RC_ASSERT(calendar.startOfDay(*start)->seconds == start->seconds);
 }
 
-RC_GTEST_PROP(AnyCalendar, HasADayUntilItsEndAndThenAnother, ()) {
+PROPERTY(AnyCalendar, HasADayUntilItsEndAndThenAnother, ()) {
   const User user(anyLocale(), anyZone());
   const Calendar calendar = Calendar::current();
   const Date date = anyDate();
@@ -64,7 +65,7 @@ RC_GTEST_PROP(AnyCalendar, HasADayUntilItsEndAndThenAnother, ()) {
   RC_ASSERT(calendar.components(*end + -0.001) == day);
 }
 
-RC_GTEST_PROP(AnyCalendar, CountsOnFromAnyDayToTheNext, ()) {
+PROPERTY(AnyCalendar, CountsOnFromAnyDayToTheNext, ()) {
   const User user(anyLocale(), anyZone());
   const Calendar calendar = Calendar::current();
   const Date date = anyDate();
@@ -76,7 +77,7 @@ RC_GTEST_PROP(AnyCalendar, CountsOnFromAnyDayToTheNext, ()) {
   RC_ASSERT(calendar.date(next)->seconds == end.seconds);
 }
 
-RC_GTEST_PROP(AnyCalendar, ReachesOverTenThousandYears, ()) {
+PROPERTY(AnyCalendar, ReachesOverTenThousandYears, ()) {
   const User user(anyLocale(), "UTC");
   const Calendar calendar = Calendar::current();
   // The years 1 to 9999.

@@ -2,7 +2,6 @@
 // Values with keys: entries, look-up, duplicates, many keys.
 #include <gtest/gtest.h>
 #include <platform/Value.h>
-#include <rapidcheck/gtest.h>
 
 #include <map>
 #include <string>
@@ -10,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "../support/Property.h"
 #include "../support/ValueGenerators.h"
 
 namespace {
@@ -137,7 +137,7 @@ TEST_P(DictionaryOfSize, IsEqualToOneInAnyOtherOrder) {
 INSTANTIATE_TEST_SUITE_P(Sizes, DictionaryOfSize,
                          testing::Values(1, 2, 11, 12, 13, 15, 16, 17, 32, 33, 100, 10'000));
 
-RC_GTEST_PROP(DictionaryProperty, ReadsLikeAMapFilledInTheSameOrder, ()) {
+PROPERTY(DictionaryProperty, ReadsLikeAMapFilledInTheSameOrder, ()) {
   const auto entries = *rc::gen::container<std::vector<std::pair<int, int>>>(
       rc::gen::pair(rc::gen::inRange(0, 30), rc::gen::inRange(-1, 5)));
   Entries given;

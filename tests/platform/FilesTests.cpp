@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 #include <platform/Files.h>
-#include <rapidcheck/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,6 +15,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+
+#include "../support/Property.h"
 
 namespace {
 
@@ -137,7 +138,7 @@ TEST(FileURL, ThatWasWrittenNamesTheSamePlace) {
   }
 }
 
-RC_GTEST_PROP(FileURL, OfAnyNameNamesTheSamePlaceWhenReadAgain, (std::string name)) {
+PROPERTY(FileURL, OfAnyNameNamesTheSamePlaceWhenReadAgain, (std::string name)) {
   std::erase(name, '/');
   std::erase(name, '\0');
   const FileURL file = FileURL::directory("/tmp").appendingFile("x" + name);

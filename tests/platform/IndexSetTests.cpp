@@ -2,11 +2,12 @@
 #include <gtest/gtest.h>
 #include <platform/Error.h>
 #include <platform/IndexSet.h>
-#include <rapidcheck/gtest.h>
 
 #include <set>
 #include <type_traits>
 #include <vector>
+
+#include "../support/Property.h"
 
 namespace {
 
@@ -106,7 +107,7 @@ TEST(IndexSet, RefusesWhatIsNoPositionOfAnyList) {
   EXPECT_FALSE(set.contains(SIZE_MAX));
 }
 
-RC_GTEST_PROP(IndexSetProperty, BehavesLikeAnOrderedSet, ()) {
+PROPERTY(IndexSetProperty, BehavesLikeAnOrderedSet, ()) {
   const auto indexes =
       *rc::gen::container<std::vector<std::size_t>>(rc::gen::inRange<std::size_t>(0, 40));
   IndexSet set;

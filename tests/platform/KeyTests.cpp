@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <platform/Key.h>
 #include <platform/Value.h>
-#include <rapidcheck/gtest.h>
 
 #include <string>
 #include <thread>
@@ -12,6 +11,7 @@
 #include <vector>
 
 #include "../support/AllocationCounter.h"
+#include "../support/Property.h"
 
 namespace {
 
@@ -78,8 +78,7 @@ TEST(Key, HashesLikeAStringOfTheSameCharacters) {
   EXPECT_EQ(platform::Value("name").hash(), platform::hashOfText("name"));
 }
 
-RC_GTEST_PROP(KeyProperty, AgreesWithTheCharacters,
-              (const std::string& one, const std::string& other)) {
+PROPERTY(KeyProperty, AgreesWithTheCharacters, (const std::string& one, const std::string& other)) {
   const Key a(one);
   const Key b(other);
   RC_ASSERT((a == b) == (one == other));

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <platform/Error.h>
 #include <platform/ManyRegistrations.h>
-#include <rapidcheck/gtest.h>
 
 #include <algorithm>
 #include <memory>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "../support/AllocationCounter.h"
+#include "../support/Property.h"
 #include "../support/RecordingObserver.h"
 #include "Shelf.h"
 
@@ -288,7 +288,7 @@ struct World {
   std::shared_ptr<RecordingObserver> two = RecordingObserver::make("two", notices);
 };
 
-RC_GTEST_PROP(ManyObjectsProperty, AreObservedAsIfOneAfterTheOther, ()) {
+PROPERTY(ManyObjectsProperty, AreObservedAsIfOneAfterTheOther, ()) {
   World atOnce;
   World oneByOne;
   for (const Call& made : *rc::gen::container<std::vector<Call>>(call())) {

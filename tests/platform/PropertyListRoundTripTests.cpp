@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Values written and read again, and files read and written again.
+#include "../support/Property.h"
 #include "../support/PropertyListTesting.h"
 #include "../support/ValueGenerators.h"
 
 #include <platform/PropertyList.h>
-#include <rapidcheck/gtest.h>
 
 #include <cmath>
 #include <string>
@@ -102,7 +102,7 @@ Value anyPropertyList(Format format) {
   return made.back();
 }
 
-RC_GTEST_PROP(PropertyListRoundTrip, AnyValueComesBackFromBinaryToTheLastBit, ()) {
+PROPERTY(PropertyListRoundTrip, AnyValueComesBackFromBinaryToTheLastBit, ()) {
   const Value value = anyPropertyList(Format::binary);
   const std::string file = binaryFile(value);
   const auto read = readBinary(file);
@@ -113,7 +113,7 @@ RC_GTEST_PROP(PropertyListRoundTrip, AnyValueComesBackFromBinaryToTheLastBit, ()
   RC_ASSERT(binaryFile(*read) == file);
 }
 
-RC_GTEST_PROP(PropertyListRoundTrip, AnyValueComesBackFromXML, ()) {
+PROPERTY(PropertyListRoundTrip, AnyValueComesBackFromXML, ()) {
   const Value value = anyPropertyList(Format::xml);
   const std::string file = xmlFile(value);
   const auto read = readXML(file);
@@ -122,21 +122,21 @@ RC_GTEST_PROP(PropertyListRoundTrip, AnyValueComesBackFromXML, ()) {
   RC_ASSERT(xmlFile(*read) == file);
 }
 
-RC_GTEST_PROP(PropertyListRoundTrip, AFileIsTheSameEveryTime, ()) {
+PROPERTY(PropertyListRoundTrip, AFileIsTheSameEveryTime, ()) {
   const Value value = anyPropertyList(Format::xml);
   const Value copy = value;  // NOLINT(performance-unnecessary-copy-initialization): the point
   RC_ASSERT(binaryFile(value) == binaryFile(copy));
   RC_ASSERT(xmlFile(value) == xmlFile(copy));
 }
 
-RC_GTEST_PROP(PropertyListRoundTrip, ACopyMadeOtherwiseComesBackEqual, ()) {
+PROPERTY(PropertyListRoundTrip, ACopyMadeOtherwiseComesBackEqual, ()) {
   const Value value = anyPropertyList(Format::binary);
   const auto read = readBinary(binaryFile(test::equalButMadeOtherwise(value)));
   RC_ASSERT(static_cast<bool>(read));
   RC_ASSERT(*read == value);
 }
 
-RC_GTEST_PROP(PropertyListRoundTrip, AFileIsNoLargerForWhatIsShared, ()) {
+PROPERTY(PropertyListRoundTrip, AFileIsNoLargerForWhatIsShared, ()) {
   const Value value = anyPropertyList(Format::binary);
   const std::size_t once = binaryFile(Value::array({value})).size();
   const std::size_t often = binaryFile(Value::array(std::vector<Value>(100, value))).size();

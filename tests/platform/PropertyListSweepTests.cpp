@@ -2,11 +2,11 @@
 // Good files spoilt in every place, and bytes of no meaning: a reader refuses or accepts, and a
 // value it accepts is whole.
 #include "../support/BinaryPropertyListBuilder.h"
+#include "../support/Property.h"
 #include "../support/PropertyListTesting.h"
 #include "../support/ValueGenerators.h"
 
 #include <platform/PropertyList.h>
-#include <rapidcheck/gtest.h>
 
 #include <cmath>
 #include <string>
@@ -119,12 +119,11 @@ TEST(PropertyListSweep, FilesWithABytePutInOrTakenOut) {
   }
 }
 
-RC_GTEST_PROP(PropertyListProperties, ArbitraryBytesAreReadOrRefused,
-              (const std::vector<char>& bytes)) {
+PROPERTY(PropertyListProperties, ArbitraryBytesAreReadOrRefused, (const std::vector<char>& bytes)) {
   readAnyWay({bytes.data(), bytes.size()});
 }
 
-RC_GTEST_PROP(PropertyListProperties, ArbitraryObjectsInAGoodFrameAreReadOrRefused, ()) {
+PROPERTY(PropertyListProperties, ArbitraryObjectsInAGoodFrameAreReadOrRefused, ()) {
   BinaryPropertyListBuilder list;
   list.offsetSize = 2;
   list.objects = *rc::gen::container<std::vector<std::string>>(rc::gen::nonEmpty<std::string>());
@@ -176,7 +175,7 @@ Value expressible(const Value& value) {
   }
 }
 
-RC_GTEST_PROP(PropertyListProperties, AnyValueReadsBackFromItsBinaryFile, (const Value& any)) {
+PROPERTY(PropertyListProperties, AnyValueReadsBackFromItsBinaryFile, (const Value& any)) {
   const Value value = expressible(any);
   BinaryPropertyListBuilder list;
   list.offsetSize = *rc::gen::inRange<std::size_t>(3, 9);

@@ -2,7 +2,6 @@
 // Equality and hash.
 #include <gtest/gtest.h>
 #include <platform/Value.h>
-#include <rapidcheck/gtest.h>
 
 #include <cmath>
 #include <limits>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "../support/AllocationCounter.h"
+#include "../support/Property.h"
 #include "../support/ValueGenerators.h"
 
 namespace {
@@ -214,27 +214,26 @@ TEST(ValueEquality, LooksOnceAtWidePartsThatAValueSharesWithItself) {
   EXPECT_EQ(wide().hash(), wide().hash());
 }
 
-RC_GTEST_PROP(ValueProperty, IsEqualToItselfAndItsCopies, (const Value& value)) {
+PROPERTY(ValueProperty, IsEqualToItselfAndItsCopies, (const Value& value)) {
   const Value copy = value;  // NOLINT(performance-unnecessary-copy-initialization): the point
   RC_ASSERT(value == value);
   RC_ASSERT(copy == value);
   RC_ASSERT(copy.hash() == value.hash());
 }
 
-RC_GTEST_PROP(ValueProperty, IsEqualToTheSameContentMadeOtherwise, (const Value& value)) {
+PROPERTY(ValueProperty, IsEqualToTheSameContentMadeOtherwise, (const Value& value)) {
   const Value other = test::equalButMadeOtherwise(value);
   RC_ASSERT(value == other);
   RC_ASSERT(other == value);
   RC_ASSERT(value.hash() == other.hash());
 }
 
-RC_GTEST_PROP(ValueProperty, EqualityIsSymmetricAndAgreesWithTheHash,
-              (const Value& a, const Value& b)) {
+PROPERTY(ValueProperty, EqualityIsSymmetricAndAgreesWithTheHash, (const Value& a, const Value& b)) {
   RC_ASSERT((a == b) == (b == a));
   RC_ASSERT(a != b || a.hash() == b.hash());
 }
 
-RC_GTEST_PROP(ValueProperty, NumbersThatAreEqualHashTheSame, ()) {
+PROPERTY(ValueProperty, NumbersThatAreEqualHashTheSame, ()) {
   const Value a = *test::anyNumber();
   const Value b = *test::anyNumber();
   RC_CLASSIFY(a == b);
@@ -242,7 +241,7 @@ RC_GTEST_PROP(ValueProperty, NumbersThatAreEqualHashTheSame, ()) {
   RC_ASSERT(a != b || a.hash() == b.hash());
 }
 
-RC_GTEST_PROP(ValueProperty, IsAKeyOfAnUnorderedSet, ()) {
+PROPERTY(ValueProperty, IsAKeyOfAnUnorderedSet, ()) {
   const auto values = *test::small(rc::gen::arbitrary<std::vector<Value>>());
   std::unordered_set<Value> set(values.begin(), values.end());
   std::vector<Value> unique;
@@ -257,14 +256,14 @@ RC_GTEST_PROP(ValueProperty, IsAKeyOfAnUnorderedSet, ()) {
   }
 }
 
-RC_GTEST_PROP(ValueProperty, DiffersFromItselfWithOneElementMore, ()) {
+PROPERTY(ValueProperty, DiffersFromItselfWithOneElementMore, ()) {
   const auto elements = *test::small(rc::gen::container<std::vector<Value>>(test::anyValue(2)));
   std::vector<Value> longer = elements;
   longer.push_back(*test::anyValue(1));
   RC_ASSERT(Value::array(elements) != Value::array(longer));
 }
 
-RC_GTEST_PROP(ValueProperty, CopiesAndMovesKeepTheContent, (const Value& a, const Value& b)) {
+PROPERTY(ValueProperty, CopiesAndMovesKeepTheContent, (const Value& a, const Value& b)) {
   const std::string description = a.description();
   Value copy(a);
   Value moved(std::move(copy));

@@ -2,7 +2,6 @@
 // Natural comparison.
 #include <gtest/gtest.h>
 #include <platform/Value.h>
-#include <rapidcheck/gtest.h>
 
 #include <algorithm>
 #include <array>
@@ -11,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "../support/Property.h"
 #include "../support/ValueGenerators.h"
 
 namespace {
@@ -124,15 +124,14 @@ bool areEquivalent(const Value& a, const Value& b) {
   return !isLess(a, b) && !isLess(b, a);
 }
 
-RC_GTEST_PROP(ValueOrderProperty, IsAStrictWeakOrder,
-              (const Value& a, const Value& b, const Value& c)) {
+PROPERTY(ValueOrderProperty, IsAStrictWeakOrder, (const Value& a, const Value& b, const Value& c)) {
   RC_ASSERT(!isLess(a, a));
   RC_ASSERT(!(isLess(a, b) && isLess(b, a)));
   RC_ASSERT(!(isLess(a, b) && isLess(b, c)) || isLess(a, c));
   RC_ASSERT(!(areEquivalent(a, b) && areEquivalent(b, c)) || areEquivalent(a, c));
 }
 
-RC_GTEST_PROP(ValueOrderProperty, OfNumbersIsAStrictWeakOrderInWhichEquivalentMeansEqual, ()) {
+PROPERTY(ValueOrderProperty, OfNumbersIsAStrictWeakOrderInWhichEquivalentMeansEqual, ()) {
   const Value a = *test::anyNumber();
   const Value b = *test::anyNumber();
   const Value c = *test::anyNumber();
@@ -143,18 +142,18 @@ RC_GTEST_PROP(ValueOrderProperty, OfNumbersIsAStrictWeakOrderInWhichEquivalentMe
   RC_ASSERT(areEquivalent(a, b) == (a == b));
 }
 
-RC_GTEST_PROP(ValueOrderProperty, OfScalarsCallsExactlyEqualOnesEquivalent, ()) {
+PROPERTY(ValueOrderProperty, OfScalarsCallsExactlyEqualOnesEquivalent, ()) {
   const Value a = *test::anyScalar();
   const Value b = *test::anyScalar();
   RC_ASSERT(areEquivalent(a, b) == (a == b));
   RC_ASSERT(areEquivalent(a, test::equalButMadeOtherwise(a)));
 }
 
-RC_GTEST_PROP(ValueOrderProperty, IsTheSameSeenFromTheOtherSide, (const Value& a, const Value& b)) {
+PROPERTY(ValueOrderProperty, IsTheSameSeenFromTheOtherSide, (const Value& a, const Value& b)) {
   RC_ASSERT((a.compare(b) <=> 0) == (0 <=> b.compare(a)));
 }
 
-RC_GTEST_PROP(ValueOrderProperty, SortsAnyInput, ()) {
+PROPERTY(ValueOrderProperty, SortsAnyInput, ()) {
   auto values = *rc::gen::resize(30, rc::gen::container<std::vector<Value>>(test::anyValue(1)));
   std::ranges::stable_sort(values, isLess);
   for (std::size_t i = 0; i < values.size(); ++i) {
@@ -164,7 +163,7 @@ RC_GTEST_PROP(ValueOrderProperty, SortsAnyInput, ()) {
   }
 }
 
-RC_GTEST_PROP(AnyTwoTexts, AreOrderedAsTheirPrefixesAre, ()) {
+PROPERTY(AnyTwoTexts, AreOrderedAsTheirPrefixesAre, ()) {
   const auto text = [] {
     std::string made = *rc::gen::container<std::string>(rc::gen::element('a', '\0', '\xFF'));
     return std::string(*rc::gen::element<std::size_t>(0, 7, 15, 22, 23, 24), 'b') + made;

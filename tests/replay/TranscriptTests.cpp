@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <platform/Files.h>
 #include <platform/Log.h>
-#include <rapidcheck/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -13,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "../support/Property.h"
 #include "ScenarioSupport.h"
 
 namespace {
@@ -173,7 +173,7 @@ rc::Gen<Value> anyStep() {
   });
 }
 
-RC_GTEST_PROP(RandomScenarios, ReadTheSameEachTime, ()) {
+PROPERTY(RandomScenarios, ReadTheSameEachTime, ()) {
   std::vector<Value> steps = {
       test::group("A", "x", "a"),
       sendToClass("itemWithEvent:", "KRAVTWVEventVexil", {"event"}, "b"),

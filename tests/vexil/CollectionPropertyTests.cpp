@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Whatever a collection was given before, it shows what a new one shows that is given the same now.
+#include "../support/Property.h"
 #include "CollectionTesting.h"
 
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 
 #include <algorithm>
 #include <compare>
@@ -40,7 +40,7 @@ Value drawn(std::string_view identifiers, const rc::Gen<Value>& record, const pl
   return *rc::gen::inRange(0, 8) == 0 ? Value() : records(std::move(all));
 }
 
-RC_GTEST_PROP(AnyEventStore, ShowsWhatANewOneShowsThatIsGivenTheLastInputs, ()) {
+PROPERTY(AnyEventStore, ShowsWhatANewOneShowsThatIsGivenTheLastInputs, ()) {
   const auto text = [](const char* letters) {
     return rc::gen::map(rc::gen::elementOf(std::string(letters)),
                         [](char letter) { return Value(std::string(1, letter)); });
@@ -99,7 +99,7 @@ bool isInOrder(const KRAVTWVNetServiceArray& services) {
   });
 }
 
-RC_GTEST_PROP(AnyServices, AreHeldOnceInOrderAndShownAsIfBuiltAnew, ()) {
+PROPERTY(AnyServices, AreHeldOnceInOrderAndShownAsIfBuiltAnew, ()) {
   const auto anyService = rc::gen::map(
       rc::gen::tuple(rc::gen::element("a", "A", "b", "c"), rc::gen::element("t.", "u."),
                      rc::gen::element("local.", "LOCAL.", "Local.", "Work.", "alpha.")),

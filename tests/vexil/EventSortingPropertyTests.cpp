@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // The order of events, against a sort that compares whole records' keys and nothing else.
+#include "../support/Property.h"
 #include "CollectionTesting.h"
 
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 
 #include <algorithm>
 #include <compare>
@@ -68,7 +68,7 @@ class Names {
   std::mt19937 _random;
 };
 
-RC_GTEST_PROP(AnyListOfEvents, IsSortedByNameAndThenByIdentifierStably, (unsigned seed)) {
+PROPERTY(AnyListOfEvents, IsSortedByNameAndThenByIdentifierStably, (unsigned seed)) {
   Names names(seed);
   const unsigned count = std::vector{3U, 13U, 40U, 300U}[names.below(4)];
   const bool areNamesOdd = names.below(4) == 0;

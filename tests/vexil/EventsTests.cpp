@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // The collection without a rule of its own, and the flat list of events.
+#include "../support/Property.h"
 #include "../support/Recorder.h"
 
 #include <platform/Error.h>
 #include <vexil/KRAVTWVItemsVexil.h>
 
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 
 #include <algorithm>
 #include <set>
@@ -373,7 +373,7 @@ TEST_F(Events, ARaisingObserverOfTheArrayKeepsTheTree) {
   EXPECT_TRUE(root->children()->empty());
 }
 
-RC_GTEST_PROP(EventList, ShowsOneItemARecordInTheOrderOfNamesAndIdentifiers, ()) {
+PROPERTY(EventList, ShowsOneItemARecordInTheOrderOfNamesAndIdentifiers, ()) {
   const auto list = std::make_shared<KRAVTWVEventsVexil>();
   const auto root = list->root();
   for (int refresh = 0; refresh < 4; ++refresh) {

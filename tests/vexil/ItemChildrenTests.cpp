@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Adding and removing children, access by position, and the walk over all descendants.
+#include "../support/Property.h"
 #include "ItemTesting.h"
 
 #include <gtest/gtest.h>
 #include <platform/Error.h>
-#include <rapidcheck/gtest.h>
 
 #include <algorithm>
 #include <set>
@@ -251,7 +251,7 @@ void addNaively(KRAVTWVItemArray& children, const ItemPointer& child) {
   children = kept;
 }
 
-RC_GTEST_PROP(AddChildrenProperty, IsAddChildForEach, ()) {
+PROPERTY(AddChildrenProperty, IsAddChildForEach, ()) {
   KRAVTWVItemArray pool;
   for (int i = *rc::gen::inRange(1, 12); i > 0; --i) {
     pool.push_back(anyItem());
@@ -328,7 +328,7 @@ TEST(RemoveChildren, IsSeenByObserversWhenItIsDone) {
   EXPECT_EQ(seen, "[b]");
 }
 
-RC_GTEST_PROP(RemoveChildrenProperty, KeepsExactlyTheOthersInOrder, ()) {
+PROPERTY(RemoveChildrenProperty, KeepsExactlyTheOthersInOrder, ()) {
   const auto count = *rc::gen::inRange<std::size_t>(1, 30);
   const auto chosen =
       *rc::gen::container<std::set<std::size_t>>(rc::gen::inRange<std::size_t>(0, count));
@@ -398,8 +398,7 @@ void walkNaively(const KRAVTWVItemVexil& item, KRAVTWVItemArray& result) {
   }
 }
 
-RC_GTEST_PROP(RecursiveChildrenProperty, AreTheRecursiveWalk,
-              (const std::vector<unsigned>& parents)) {
+PROPERTY(RecursiveChildrenProperty, AreTheRecursiveWalk, (const std::vector<unsigned>& parents)) {
   KRAVTWVItemArray items{plainItem("0")};
   for (const unsigned parent : parents) {
     items.push_back(plainItem(std::to_string(items.size()).c_str()));

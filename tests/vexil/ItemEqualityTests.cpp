@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Equality by content, its direction, and the hash that agrees with it.
+#include "../support/Property.h"
 #include "ItemTesting.h"
 
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 
 #include <functional>
 
@@ -233,7 +233,7 @@ rc::Gen<Sketch> anySketch(int depth) {
                                     children);
 }
 
-RC_GTEST_PROP(ItemEqualityProperty, IsTheRuleAndTheHashAgrees, ()) {
+PROPERTY(ItemEqualityProperty, IsTheRuleAndTheHashAgrees, ()) {
   const Sketch left = *anySketch(2);
   const bool similar = *rc::gen::arbitrary<bool>();
   Sketch right = similar ? left : *anySketch(2);

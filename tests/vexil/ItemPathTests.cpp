@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Paths from a root to its descendants, and the items they lead to.
+#include "../support/Property.h"
 #include "ItemTesting.h"
 
 #include <gtest/gtest.h>
 #include <platform/Error.h>
-#include <rapidcheck/gtest.h>
 
 #include <set>
 #include <string_view>
@@ -186,14 +186,14 @@ KRAVTWVItemArray anyTree() {
   return items;
 }
 
-RC_GTEST_PROP(ItemPathProperty, LeadsWhereTheRecursiveSearchLeads, ()) {
+PROPERTY(ItemPathProperty, LeadsWhereTheRecursiveSearchLeads, ()) {
   const KRAVTWVItemArray items = anyTree();
   std::string path = (*rc::gen::elementOf(items))->path();
   path += *rc::gen::element<std::string>("", "", "", "/a", "/ab", "b", "/");
   RC_ASSERT(items[0]->itemWithPath(path) == foundNaively(items[0], path));
 }
 
-RC_GTEST_PROP(ItemPathProperty, LeadsToAnItemOfThatPath, ()) {
+PROPERTY(ItemPathProperty, LeadsToAnItemOfThatPath, ()) {
   const KRAVTWVItemArray items = anyTree();
   for (const auto& item : items) {
     const auto found = items[0]->itemWithPath(item->path());

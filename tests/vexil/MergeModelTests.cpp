@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // The merge remembers what it compared. These tests merge random trees twice, with the library and
 // word by word, and want the same notices, errors, trees and objects.
+#include "../support/Property.h"
 #include "MergeScenarios.h"
 
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 
 #include <map>
 
@@ -307,31 +307,31 @@ void mergeBothWays(Spices spices) {
   }
 }
 
-RC_GTEST_PROP(MergeModel, TreesThatNobodyWatchesAreMergedToTheLetter, ()) {
+PROPERTY(MergeModel, TreesThatNobodyWatchesAreMergedToTheLetter, ()) {
   mergeBothWays({});
 }
 
-RC_GTEST_PROP(MergeModel, WatchedTreesAreMergedToTheLetter, ()) {
+PROPERTY(MergeModel, WatchedTreesAreMergedToTheLetter, ()) {
   mergeBothWays({.watching = true});
 }
 
-RC_GTEST_PROP(MergeModel, IdentifiersThatOccurTwiceOrNotAtAllFailToTheLetter, ()) {
+PROPERTY(MergeModel, IdentifiersThatOccurTwiceOrNotAtAllFailToTheLetter, ()) {
   mergeBothWays({.misuse = true, .watching = true});
 }
 
-RC_GTEST_PROP(MergeModel, ItemsAndArraysAtSeveralPlacesAreMergedToTheLetter, ()) {
+PROPERTY(MergeModel, ItemsAndArraysAtSeveralPlacesAreMergedToTheLetter, ()) {
   mergeBothWays({.sharing = true});
 }
 
-RC_GTEST_PROP(MergeModel, WatchedItemsAtSeveralPlacesAreMergedToTheLetter, ()) {
+PROPERTY(MergeModel, WatchedItemsAtSeveralPlacesAreMergedToTheLetter, ()) {
   mergeBothWays({.sharing = true, .misuse = true, .watching = true});
 }
 
-RC_GTEST_PROP(MergeModel, ObserversThatInterfereAreObeyedToTheLetter, ()) {
+PROPERTY(MergeModel, ObserversThatInterfereAreObeyedToTheLetter, ()) {
   mergeBothWays({.watching = true, .interfering = true});
 }
 
-RC_GTEST_PROP(MergeModel, ObserversThatInterfereWithSharedItemsAreObeyedToTheLetter, ()) {
+PROPERTY(MergeModel, ObserversThatInterfereWithSharedItemsAreObeyedToTheLetter, ()) {
   mergeBothWays({.sharing = true, .misuse = true, .watching = true, .interfering = true});
 }
 

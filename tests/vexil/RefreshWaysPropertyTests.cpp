@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // A refresh that takes the shorter ways and one that sorts, compares and makes everything: nobody
 // who watches can tell which is which, whatever records come and whatever a host does to its tree.
+#include "../support/Property.h"
 #include "CollectionTesting.h"
 
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 #include <vexil/LiteralRefresh.h>
 
 #include <algorithm>
@@ -357,19 +357,19 @@ void expectNobodyToTell(std::uint32_t seed, int oddity) {
   }
 }
 
-RC_GTEST_PROP(RefreshWays, AreTheSameToTheHostOfAnEventList, (std::uint32_t seed)) {
+PROPERTY(RefreshWays, AreTheSameToTheHostOfAnEventList, (std::uint32_t seed)) {
   expectNobodyToTell<KRAVTWVEventsVexil>(seed, 0);
 }
 
-RC_GTEST_PROP(RefreshWays, AreTheSameToTheHostOfAnEventListWithOddRecords, (std::uint32_t seed)) {
+PROPERTY(RefreshWays, AreTheSameToTheHostOfAnEventListWithOddRecords, (std::uint32_t seed)) {
   expectNobodyToTell<KRAVTWVEventsVexil>(seed, *rc::gen::inRange(6, 60));
 }
 
-RC_GTEST_PROP(RefreshWays, AreTheSameToTheHostOfAnEventStore, (std::uint32_t seed)) {
+PROPERTY(RefreshWays, AreTheSameToTheHostOfAnEventStore, (std::uint32_t seed)) {
   expectNobodyToTell<KRAVTWVEventStoreVexil>(seed, 0);
 }
 
-RC_GTEST_PROP(RefreshWays, AreTheSameToTheHostOfAnEventStoreWithOddRecords, (std::uint32_t seed)) {
+PROPERTY(RefreshWays, AreTheSameToTheHostOfAnEventStoreWithOddRecords, (std::uint32_t seed)) {
   expectNobodyToTell<KRAVTWVEventStoreVexil>(seed, *rc::gen::inRange(6, 60));
 }
 

@@ -2,7 +2,6 @@
 // A text holds until the instant that is told and not beyond, whoever and wherever the user is.
 #include <gtest/gtest.h>
 #include <platform/Clock.h>
-#include <rapidcheck/gtest.h>
 #include <support/DateTesting.h>
 #include <vexil/KRAVTWVRelativeDateTransformer.h>
 
@@ -13,6 +12,8 @@
 #include <memory>
 #include <optional>
 #include <vector>
+
+#include "../support/Property.h"
 
 namespace {
 
@@ -65,7 +66,7 @@ Value textAt(const KRAVTWVRelativeDateTransformer& dates, Date now, Date date) {
   return dates.transformedValue(date);
 }
 
-RC_GTEST_PROP(AnyRelativeDate, HasOneTextUntilTheInstantThatIsToldAndThenAnother, ()) {
+PROPERTY(AnyRelativeDate, HasOneTextUntilTheInstantThatIsToldAndThenAnother, ()) {
   const User user(anyLocale(), anyZone());
   const KRAVTWVRelativeDateTransformer dates;
   const Date now = anyDate();
@@ -93,7 +94,7 @@ RC_GTEST_PROP(AnyRelativeDate, HasOneTextUntilTheInstantThatIsToldAndThenAnother
   }
 }
 
-RC_GTEST_PROP(AnyRelativeDate, IsTodayExactlyWhenTheClockShowsTheSameDay, ()) {
+PROPERTY(AnyRelativeDate, IsTodayExactlyWhenTheClockShowsTheSameDay, ()) {
   const char* const zone = anyZone();
   const User user("en_US", zone);
   const KRAVTWVRelativeDateTransformer dates;
@@ -106,7 +107,7 @@ RC_GTEST_PROP(AnyRelativeDate, IsTodayExactlyWhenTheClockShowsTheSameDay, ()) {
   RC_ASSERT((dates.relativeDaysAway(date) == 0) == (dayOf(date) == dayOf(now)));
 }
 
-RC_GTEST_PROP(AnyRelativeDate, HasOneOfThreeAnswersAndThreeTexts, (double seconds)) {
+PROPERTY(AnyRelativeDate, HasOneOfThreeAnswersAndThreeTexts, (double seconds)) {
   const KRAVTWVRelativeDateTransformer dates;
   const Date date{seconds};
   const ScopedClock clock(Date{0});

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // What holds of every merge of items whose identifiers occur once.
+#include "../support/Property.h"
 #include "../support/Recorder.h"
 
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 
 #include <algorithm>
 #include <iterator>
@@ -66,7 +66,7 @@ rc::Gen<std::vector<int>> anyIdentifiers() {
                       });
 }
 
-RC_GTEST_PROP(ReplaceChildren, AViewThatFollowsTheNoticesShowsTheFreshContent, ()) {
+PROPERTY(ReplaceChildren, AViewThatFollowsTheNoticesShowsTheFreshContent, ()) {
   const auto build = [](const std::vector<int>& identifiers) {
     KRAVTWVItemArray events;
     for (const int identifier : identifiers) {
