@@ -471,4 +471,30 @@ TEST_F(Events, WhoseIdentifiersAreObjectsAreNotHashedToBeOrdered) {
   EXPECT_EQ(list->sortedEvents(), events);
 }
 
+/// Gives the answers that it is told to, one each time it is compared.
+struct Fickle : platform::Object {
+  [[nodiscard]] bool isEqual(const platform::Object& /*other*/) const override {
+    const bool answer = answers.at(0) == 'y';
+    answers.erase(0, 1);
+    return answer;
+  }
+  [[nodiscard]] std::size_t hash() const override { return 1; }
+  static inline std::string answers;
+};
+
+TEST_F(Events, AskWhatARecordRefersToOnceForTheListAndOnceForTheTree) {
+  const auto refresh = [&](const char* answers, int revision) {
+    const Value guest(std::make_shared<Fickle>());
+    Fickle::answers = answers;
+    list->setEvents(records(
+        {Value::dictionary({{kTWEventUniqueID, 1}, {kTWEventName, "A"}, {"guest", guest}}),
+         Value::dictionary({{kTWEventUniqueID, 2}, {kTWEventName, "B"}, {"note", revision}})}));
+    EXPECT_EQ(Fickle::answers, "");
+    return treeNotices();
+  };
+  (void)refresh("", 1);
+  EXPECT_EQ(refresh("yn", 2), "root children replacement {0-1} old=[1, 2] new=[1, 2]\n");
+  EXPECT_EQ(refresh("ny", 3), "root children replacement {1} old=[2] new=[2]\n");
+}
+
 }  // namespace

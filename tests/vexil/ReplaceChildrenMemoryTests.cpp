@@ -183,4 +183,47 @@ TEST(ReplaceChildrenMemory, AFreshArrayThatIsPartOfTheTreeIsComparedAnew) {
   EXPECT_EQ(outline(root), "root[p[g k[m[n=Old]]] k[m[n=Old]]]");
 }
 
+// root - p1 - x        below each the same x,        x - y - z - v - w
+//      - p2 - x        which all else hangs on:                - s
+//      - p3 - x
+TEST(ReplaceChildrenMemory, AnItemBelowThreeParentsShowsWhatTheLastOfThemIsGiven) {
+  const auto build = [](const char* above, const char* w, const char* s) {
+    const auto v = eventItem("v", "V", {eventItem("w", w)});
+    return plainItem("x", {eventItem("y", above, {eventItem("z", above, {v, eventItem("s", s)})})});
+  };
+  const auto belowEach = [](ItemPointer one, ItemPointer two, ItemPointer three) {
+    return items({plainItem("p1", {std::move(one)}), plainItem("p2", {std::move(two)}),
+                  plainItem("p3", {std::move(three)})});
+  };
+  const auto root = plainItem("root");
+  {
+    const auto x = build("Same", "Old", "Old");
+    root->replaceChildren(belowEach(x, x, x));
+  }
+  // Of what the first and the third parent are given only s differs at first. The second one then
+  // changes w, too, so the third has to change it back.
+  auto oneAndThree = build("Same", "Old", "New");
+  auto two = build("Other", "Other", "Other");
+  const auto& three = oneAndThree;
+  root->replaceChildren(belowEach(oneAndThree, std::move(two), three));
+  const std::string shown = "[x[y=Same[z=Same[v=V[w=Old] s=New]]]]";
+  EXPECT_EQ(outline(root), "root[p1" + shown + " p2" + shown + " p3" + shown + "]");
+}
+
+// root - b - h - b        The array of h is what root is given. Before root comes to its own a,
+//      - a     - a        the a of h takes over what is below this h's counterpart.
+TEST(ReplaceChildrenMemory, AnArrayThatIsGivenWhileItIsSomeItemsOwnIsFollowedAsItChanges) {
+  const auto a = [](const char* w, const char* s) {
+    return plainItem("a", {plainItem("v", {eventItem("w", w)}), eventItem("s", s)});
+  };
+  const auto root = plainItem("root");
+  {
+    const auto given = plainItem("h", {plainItem("b"), a("Given", "Given")});
+    const auto b = plainItem("b", {plainItem("h", {plainItem("b", {given}), a("Old", "New")})});
+    root->replaceChildren(items({b, a("Old", "Old")}));
+  }
+  root->replaceChildren(root->childAtIndex(0)->childAtIndex(0)->children());
+  EXPECT_EQ(outline(root), "root[b[h[b a[v[w=Given] s=Given]]] a[v[w=Given] s=Given]]");
+}
+
 }  // namespace
