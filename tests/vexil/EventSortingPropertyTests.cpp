@@ -4,6 +4,7 @@
 #include "CollectionTesting.h"
 
 #include <gtest/gtest.h>
+#include <platform/Error.h>
 
 #include <algorithm>
 #include <compare>
@@ -80,12 +81,20 @@ PROPERTY(AnyListOfEvents, IsSortedByNameAndThenByIdentifierStably, (unsigned see
     }
     all.push_back(eventOf({}, std::to_string(names.below(count)), name));
   }
+  // Whoever lacks an identifier cannot be merged, which is found out once the list is stored. That
+  // identifiers occur twice does no harm as long as the tree is empty.
+  const bool isComplete = names.below(3) != 0;
+  if (!isComplete) {
+    all.insert(all.begin() + names.below(count + 1), eventOf({}, {}, names.next()));
+  }
   const Value events = records(std::move(all));
-  // Identifiers that occur twice have the merge complain, once the list is stored.
   const auto collection = std::make_shared<KRAVTWVEventsVexil>();
-  try {
+  if (isComplete) {
     collection->setEvents(events);
-  } catch (const std::exception&) {
+    RC_ASSERT(collection->root()->children()->size() == count);
+  } else {
+    RC_ASSERT_THROWS_AS(collection->setEvents(events), platform::InvalidArgument);
+    RC_ASSERT(collection->root()->children()->empty());
   }
   RC_ASSERT(areTheSame(collection->sortedEvents(), sortedByComparison(events)));
 }
