@@ -178,6 +178,13 @@ class World : public std::enable_shared_from_this<World<Collection>> {
     show(*collection->root(), 0);
   }
 
+  /// One of all the items that were ever told of, which may have left the tree.
+  [[nodiscard]] ItemPointer known(std::size_t which) const {
+    const auto found = std::ranges::find(_names, which % (_names.size() + 1),
+                                         [](const auto& named) { return named.second; });
+    return found == _names.end() ? nullptr : found->first;
+  }
+
   std::shared_ptr<Collection> collection = std::make_shared<Collection>();
   std::string told;
   std::function<void(World&)> meanwhile;  // once, in the next notice
@@ -236,24 +243,34 @@ class World : public std::enable_shared_from_this<World<Collection>> {
   std::vector<platform::Observation> _observations;
 };
 
-/// Something that a host does to the tree behind its collection's back.
+/// Something that a host does to the tree behind its collection's back: to the children of the
+/// root, or of one of its rows.
 template <class Collection>
 std::function<void(World<Collection>&)> meddling(Choices& choices, Records& records) {
   const auto at = static_cast<std::size_t>(choices.below(6));
+  const auto other = static_cast<std::size_t>(choices.below(40));
+  const bool isInRow = choices.oneIn(2);
   const Value record = records.any();
-  const int what = choices.below(8);
-  return [at, record, what](World<Collection>& world) {
-    const auto children = world.collection->root()->children();
-    if (at >= children->size()) {
+  const int what = choices.below(11);
+  return [at, other, isInRow, record, what](World<Collection>& world) {
+    ItemPointer parent = world.collection->root();
+    if (const auto rows = parent->children(); isInRow && other < rows->size()) {
+      parent = (*rows)[other];
+    }
+    const auto children = parent->children();
+    if (!children || at >= children->size()) {
       return;
     }
     const ItemPointer item = (*children)[at];
+    // Without children, so that no item comes to stand below itself.
+    ItemPointer leaf = world.known(other);
+    leaf = leaf && !leaf->isExpandable() ? leaf : nullptr;
     switch (what) {
       case 0:
         item->setRepresentedObject(record);
         break;
       case 1:
-        world.collection->root()->removeChildrenAtIndexes(platform::IndexSet{at});
+        parent->removeChildrenAtIndexes(platform::IndexSet{at});
         break;
       case 2:
         std::ranges::reverse(*children);
@@ -269,6 +286,17 @@ std::function<void(World<Collection>&)> meddling(Choices& choices, Records& reco
         break;
       case 6:
         world.watch(item);
+        break;
+      case 7:  // another kind in its place, of an equal record
+        (*children)[at] = KRAVTWVOnDemandVexil::itemWithEvent(item->representedObject());
+        break;
+      case 8:  // an item of an older list, or one that stands elsewhere, in place of another
+        (*children)[at] = leaf && leaf != parent ? leaf : item;
+        break;
+      case 9:  // the same below a parent more
+        if (leaf && leaf != item && item->children()) {
+          item->children()->push_back(leaf);
+        }
         break;
       default:
         world.collection->setSortedEvents(Value::array({record}));
