@@ -4,14 +4,17 @@
 #include <gtest/gtest.h>
 #include <platform/DateFormatter.h>
 #include <platform/Error.h>
+#include <rapidcheck/gtest.h>
 #include <support/DateTesting.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <optional>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 namespace {
 
@@ -152,10 +155,99 @@ TEST(DateFormatter, UnderstandsBothWaysOfNamingALocale) {
             icuText(date, DateFormat::kShort, DateFormat::kNone, "th_TH@calendar=gregorian"));
 }
 
+/// Texts that are no locale, as hosts get them from settings and files.
+const std::vector<std::string>& noLocales() {
+  static const std::vector<std::string> texts = {
+      "German (Germany)",
+      "abcdefghijkl",
+      "de@=",
+      "de@a=b;c",
+      "de@calendar=",
+      "de@calendar=;numbers=latn",
+      "de@numbers=traditio",  // a locale, for which there are no formats
+      "de@calendar=islamic;numbers=nonsense",
+      "de_DE_" + std::string(300, 'Y'),
+      std::string(160, 'a'),
+      std::string(100'000, 'a'),
+      std::string("de\0", 3),
+      std::string("\0de", 3),
+      std::string("de\0_AT", 6),
+      "\xff\xfe" + std::string(20, '\xc3'),
+  };
+  return texts;
+}
+
+TEST(DateFormatter, TakesWhatIsNoLocaleForTheRootLocale) {
+  const User user("en_US", "UTC");
+  const Date date = at(2026, 1, 31, 14, 42, 7);
+  for (const std::string& text : noLocales()) {
+    const auto made = formatter(FormatStyle::fullStyle, FormatStyle::shortStyle);
+    made->setLocaleIdentifier(text);
+    EXPECT_EQ(made->localeIdentifier(), text);
+    EXPECT_EQ(made->stringFromDate(date), icuText(date, DateFormat::kFull, DateFormat::kShort, ""))
+        << text.substr(0, 40);
+    made->setLocaleIdentifier("sv_SE");
+    EXPECT_EQ(made->stringFromDate(date),
+              icuText(date, DateFormat::kFull, DateFormat::kShort, "sv_SE"));
+  }
+}
+
+TEST(DateFormatter, TakesAUsersLocaleThatIsNoneForTheRootLocale) {
+  // ICU reads it from the environment once, so this needs processes of their own.
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  for (const char* text : {"German (Germany)", "abcdefghijkl"}) {
+    EXPECT_EXIT(
+        {
+          ::setenv("LC_ALL", text, 1);
+          const auto made = formatter(FormatStyle::mediumStyle, FormatStyle::mediumStyle);
+          const auto shown = made->stringFromDate(Date{0});
+          made->setLocaleIdentifier("root");
+          const bool isRoot = shown == made->stringFromDate(Date{0});
+          std::exit(icu::Locale::getDefault().isBogus() && isRoot ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "")
+        << text;
+  }
+}
+
+/// Texts of what locales consist of, in any order.
+rc::Gen<std::string> anyAlmostLocale() {
+  const auto part = rc::gen::oneOf(
+      rc::gen::elementOf(std::vector<std::string>{
+          "de",      "zh",     "ar",       "he",      "DE",      "Hans",        "_",
+          "-",       "@",      "=",        ";",       "-u-",     "-x-",         "-t-",
+          "ca",      "nu",     "calendar", "numbers", "chinese", "islamic",     "indian",
+          "dangi",   "hebrew", "japanese", "native",  "finance", "traditional", "roman",
+          "hanidec", "hc",     "rg",       "uszzzz",  "_POSIX",  ".UTF-8",      "euro",
+          "root",    "und",    "i-klingon"}),
+      rc::gen::container<std::string>(rc::gen::arbitrary<char>()));
+  return rc::gen::map(rc::gen::container<std::vector<std::string>>(part),
+                      [](const std::vector<std::string>& parts) {
+                        std::string text;
+                        for (const std::string& one : parts) {
+                          text += one;
+                        }
+                        return text;
+                      });
+}
+
+RC_GTEST_PROP(DateFormatter, WritesDatesInWhateverItIsPinnedTo, ()) {
+  const auto made = formatter(FormatStyle::fullStyle, FormatStyle::fullStyle);
+  made->setLocaleIdentifier(*anyAlmostLocale());
+  const double day = *rc::gen::inRange(-1'000'000, 1'000'000) * 86'400.0;
+  RC_ASSERT(made->stringFromDate(Date{day}).value_or("") != "");
+}
+
 TEST(DateFormatter, RefusesAZoneThatThereIsNot) {
   DateFormatter formatter;
   formatter.setTimeZoneName("Asia/Tokyo");
-  EXPECT_THROW(formatter.setTimeZoneName("Europe/Atlantis"), platform::InvalidArgument);
+  for (const std::string& name :
+       {std::string("Europe/Atlantis"), std::string("europe/berlin"), std::string("Etc/Unknown"),
+        std::string("GMT+25"), std::string("GMT+1:99"), std::string("UTC\0", 4),
+        std::string("UTC\0x", 5), std::string("\0", 1), std::string("UTC\xff"), std::string(" "),
+        std::string(100'000, 'x')}) {
+    EXPECT_THROW(formatter.setTimeZoneName(name), platform::InvalidArgument) << name.substr(0, 40);
+  }
   EXPECT_EQ(formatter.timeZoneName(), "Asia/Tokyo");
 }
 

@@ -39,6 +39,23 @@ std::unique_ptr<icu::TimeZone> zoneNamed(const std::string& name) {
                    : icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
 }
 
+/// The locale of a name, the user's where there is none. A bogus one, of which ICU could make
+/// nothing, must not reach ICU again: it crashes there.
+icu::Locale localeNamed(const std::string& name) {
+  // To ICU a name would end at its first NUL, and so be another one.
+  if (name.find('\0') != std::string::npos) {
+    return icu::Locale::getRoot();
+  }
+  const icu::Locale locale = name.empty() ? icu::Locale::getDefault() : icu::Locale(name.c_str());
+  return locale.isBogus() ? icu::Locale::getRoot() : locale;
+}
+
+std::unique_ptr<DateFormat> formatOf(FormatStyle date, FormatStyle time,
+                                     const icu::Locale& locale) {
+  return std::unique_ptr<DateFormat>(
+      DateFormat::createDateTimeInstance(styleOf(date), styleOf(time), locale));
+}
+
 }  // namespace
 
 /// Making a format takes fifty times as long as using it, and a list of dates alternates between
@@ -48,16 +65,18 @@ struct DateFormatter::Formats {
   std::map<std::pair<FormatStyle, FormatStyle>, std::unique_ptr<DateFormat>> byStyles;
 
   [[nodiscard]] DateFormat& forSettings(const Settings& settings) {
-    const icu::Locale wanted =
-        settings.locale.empty() ? icu::Locale::getDefault() : icu::Locale(settings.locale.c_str());
+    const icu::Locale wanted = localeNamed(settings.locale);
     if (locale != wanted.getName()) {
       byStyles.clear();
       locale = wanted.getName();
     }
     auto& format = byStyles[{settings.dateStyle, settings.timeStyle}];
     if (!format) {
-      format.reset(DateFormat::createDateTimeInstance(styleOf(settings.dateStyle),
-                                                      styleOf(settings.timeStyle), wanted));
+      format = formatOf(settings.dateStyle, settings.timeStyle, wanted);
+    }
+    // ICU has locales without formats, such as "de@numbers=traditio".
+    if (!format) {
+      format = formatOf(settings.dateStyle, settings.timeStyle, icu::Locale::getRoot());
     }
     if (!format) {
       throw std::runtime_error("there are no date formats");
@@ -103,7 +122,9 @@ void DateFormatter::setLocaleIdentifier(std::string identifier) {
 
 void DateFormatter::setTimeZoneName(std::string name) {
   // What ICU gives for any name that it does not know.
-  if (!name.empty() && *zoneNamed(name) == icu::TimeZone::getUnknown()) {
+  icu::UnicodeString known;
+  if (!name.empty() &&
+      zoneNamed(name)->getID(known) == UNICODE_STRING_SIMPLE(UCAL_UNKNOWN_ZONE_ID)) {
     throw InvalidArgument("no time zone: " + name);
   }
   set(&Settings::timeZone, std::move(name));

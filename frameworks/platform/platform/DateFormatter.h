@@ -57,12 +57,14 @@ class DateFormatter : public Object {
   void setFormatterBehavior(FormatterBehavior behavior);
 
   /// The locale it is pinned to, as ICU or BCP 47 write it ("de_AT", "th-TH-u-ca-gregory"); empty
-  /// where it follows the user's.
+  /// where it follows the user's. Any text may be set and is kept. A text that ICU can make no
+  /// locale or no format of ("German (Germany)", "de@calendar=") writes as the root locale does; so
+  /// does a user's locale of that kind.
   [[nodiscard]] std::string localeIdentifier() const { return settings().locale; }
   void setLocaleIdentifier(std::string identifier);
 
   /// The zone it is pinned to, by its name in the tz database ("Europe/Berlin"); empty where it
-  /// follows the user's. Raises `InvalidArgument` for a name that no zone has.
+  /// follows the user's. Throws `InvalidArgument` for a name that no zone has.
   [[nodiscard]] std::string timeZoneName() const { return settings().timeZone; }
   void setTimeZoneName(std::string name);
 
