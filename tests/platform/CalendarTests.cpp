@@ -2,10 +2,15 @@
 #include <gtest/gtest.h>
 #include <platform/Calendar.h>
 #include <support/DateTesting.h>
+#include <unicode/calendar.h>
+#include <unicode/strenum.h>
 
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -257,6 +262,101 @@ TEST(Calendar, HasNoDayForWhatIsNoInstantOrTooFarAway) {
   EXPECT_NE(calendar.components({3.1e12}), std::nullopt);
   EXPECT_NE(calendar.components({-3.1e12}), std::nullopt);
   EXPECT_EQ(calendar.date({.era = 1, .year = 200'000, .month = 1, .day = 1}), std::nullopt);
+}
+
+// --- every calendar that ICU has
+
+/// A locale with each.
+std::vector<std::string> localesOfEveryCalendar() {
+  UErrorCode error = U_ZERO_ERROR;
+  const std::unique_ptr<icu::StringEnumeration> names(
+      icu::Calendar::getKeywordValuesForLocale("calendar", icu::Locale::getRoot(), false, error));
+  std::vector<std::string> locales;
+  while (const char* name = names->next(nullptr, error)) {
+    locales.push_back("en@calendar=" + std::string(name));
+  }
+  return locales;
+}
+
+TEST(EveryCalendar, IsOneOfMany) {
+  EXPECT_GE(localesOfEveryCalendar().size(), 18U);
+}
+
+TEST(EveryCalendar, BeginsAndEndsItsDaysAtMidnight) {
+  for (const std::string& locale : localesOfEveryCalendar()) {
+    for (const char* zone : {"Asia/Kathmandu", "America/Sao_Paulo"}) {
+      const User user(locale.c_str(), zone);
+      const Calendar calendar = Calendar::current();
+      for (int day = 1; day < 201 * 365; day += 411) {
+        const Date start = at(1900, 1, day);
+        const Date end = at(1900, 1, day + 1);
+        const Date within = start + (end.seconds - start.seconds) * 0.7;
+        ASSERT_EQ(calendar.startOfDay(within), start) << locale << " " << zone << " " << day;
+        ASSERT_EQ(calendar.endOfDay(within), end) << locale << " " << zone << " " << day;
+        ASSERT_EQ(calendar.startOfDay(within, 1), end) << locale << " " << zone << " " << day;
+        auto components = calendar.components(within).value();
+        ASSERT_EQ(calendar.date(components), start) << locale << " " << zone << " " << day;
+        components.day += 1;
+        ASSERT_EQ(calendar.date(components), end) << locale << " " << zone << " " << day;
+      }
+    }
+  }
+}
+
+TEST(EveryCalendar, BeginsAndEndsDaysAtMidnightAsFarAsItReaches) {
+  for (const std::string& locale : localesOfEveryCalendar()) {
+    const User user(locale.c_str(), "UTC");
+    const Calendar calendar = Calendar::current();
+    // ICU puts the numbers of these days together as those of others: the Indian one far in the
+    // past, the Chinese and the Korean one far in the future.
+    for (const double midnight :
+         {-3.1104e12, -1.8144e12, -6.912e11, 0.0, 2.16e12, 2.7648e12, 3.1104e12}) {
+      EXPECT_EQ(calendar.startOfDay({midnight + 40'000}), Date{midnight}) << locale;
+      EXPECT_EQ(calendar.startOfDay({midnight + 40'000}, -2), Date{midnight - 2 * kDay}) << locale;
+      EXPECT_EQ(calendar.startOfDay({midnight + 40'000}, 1), Date{midnight + kDay}) << locale;
+      EXPECT_EQ(calendar.endOfDay({midnight + 40'000}), Date{midnight + kDay}) << locale;
+    }
+  }
+}
+
+TEST(EveryCalendar, HasNoDayWhereANumberLeadsTooFar) {
+  for (const std::string& locale : localesOfEveryCalendar()) {
+    const User user(locale.c_str(), "Europe/Berlin");
+    const Calendar calendar = Calendar::current();
+    const Date noon = at(2026, 1, 31, 12);
+    for (const int number :
+         {std::numeric_limits<int>::min(), std::numeric_limits<int>::min() + 1, -300'000'000,
+          300'000'000, std::numeric_limits<int>::max() - 1, std::numeric_limits<int>::max()}) {
+      for (int DayComponents::*field : {&DayComponents::era, &DayComponents::year,
+                                        &DayComponents::month, &DayComponents::day}) {
+        DayComponents day = calendar.components(noon).value();
+        day.*field = number;
+        EXPECT_EQ(calendar.date(day), std::nullopt) << locale << " " << number;
+      }
+      EXPECT_EQ(calendar.startOfDay(noon, number), std::nullopt) << locale << " " << number;
+      DayComponents day = calendar.components(noon).value();
+      day.weekday = number;
+      EXPECT_EQ(calendar.date(day), at(2026, 1, 31)) << locale << " " << number;
+    }
+  }
+}
+
+TEST(EveryCalendar, TakesAnyNumbers) {
+  // As far as each leads, also all at once: what comes is a day within reach, or none.
+  for (const std::string& locale : localesOfEveryCalendar()) {
+    const User user(locale.c_str(), "UTC");
+    const Calendar calendar = Calendar::current();
+    for (const int year : {-1'000'000, 1'000'000}) {
+      for (const int month : {-3'000'000, 3'000'000}) {
+        for (const int day : {-100'000'000, 100'000'000}) {
+          for (const int era : {-20'000, 0, 1, 20'000}) {
+            const auto date = calendar.date({era, year, month, false, day, 0});
+            EXPECT_TRUE(!date || calendar.components(*date)) << locale;
+          }
+        }
+      }
+    }
+  }
 }
 
 }  // namespace

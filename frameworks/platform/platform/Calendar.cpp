@@ -35,6 +35,14 @@ struct Calendar::System {
     return U_SUCCESS(error) ? std::optional(components) : std::nullopt;
   }
 
+  /// Which day an instant falls on, as a number that is the same in all calendars and one more for
+  /// the day after.
+  [[nodiscard]] int dayNumber(UDate instant, UErrorCode& error) const {
+    const auto splitting = copy();
+    splitting->setTime(instant, error);
+    return splitting->get(UCAL_JULIAN_DAY, error);
+  }
+
   /// The next instant at which the day can change: local midnight, or a change of the clocks.
   [[nodiscard]] UDate nextBoundary(UDate instant, UErrorCode& error) const {
     const icu::TimeZone& zone = calendar->getTimeZone();
@@ -70,7 +78,29 @@ std::optional<DayComponents> Calendar::components(Date date) const {
   return instant ? _system->components(*instant) : std::nullopt;
 }
 
+namespace {
+
+/// Whether no number by itself leads far beyond what calendars reach. ICU computes with integers of
+/// 32 bits, which wrap around.
+bool isWithinReach(const DayComponents& components) {
+  const auto isWithin = [](int number, int most) { return number >= -most && number <= most; };
+  return isWithin(components.era, 20'000) && isWithin(components.year, 1'000'000) &&
+         isWithin(components.month, 3'000'000) && isWithin(components.day, 100'000'000);
+}
+
+/// What a calendar was set to, unless that is out of reach.
+std::optional<Date> dateOf(const icu::Calendar& calendar) {
+  UErrorCode error = U_ZERO_ERROR;
+  const Date date = detail::dateOfCalendarInstant(calendar.getTime(error));
+  return U_SUCCESS(error) && detail::calendarInstant(date) ? std::optional(date) : std::nullopt;
+}
+
+}  // namespace
+
 std::optional<Date> Calendar::date(const DayComponents& components) const {
+  if (!isWithinReach(components)) {
+    return std::nullopt;
+  }
   const auto calendar = _system->copy();
   calendar->clear();
   calendar->set(UCAL_ERA, components.era);
@@ -80,29 +110,36 @@ std::optional<Date> Calendar::date(const DayComponents& components) const {
     calendar->set(UCAL_IS_LEAP_MONTH, 1);
   }
   calendar->set(UCAL_DATE, components.day);
-  UErrorCode error = U_ZERO_ERROR;
-  const Date date = detail::dateOfCalendarInstant(calendar->getTime(error));
-  return U_SUCCESS(error) && detail::calendarInstant(date) ? std::optional(date) : std::nullopt;
+  return dateOf(*calendar);
 }
 
-std::optional<Date> Calendar::startOfDay(Date date) const {
-  const auto day = components(date);
-  return day ? this->date(*day) : std::nullopt;
+std::optional<Date> Calendar::startOfDay(Date date, int daysLater) const {
+  const auto instant = detail::calendarInstant(date);
+  constexpr int mostDays = 100'000'000;
+  if (!instant || daysLater < -mostDays || daysLater > mostDays) {
+    return std::nullopt;
+  }
+  UErrorCode error = U_ZERO_ERROR;
+  const int day = _system->dayNumber(*instant, error) + daysLater;
+  const auto calendar = _system->copy();
+  calendar->clear();
+  calendar->set(UCAL_JULIAN_DAY, day);
+  return U_SUCCESS(error) ? dateOf(*calendar) : std::nullopt;
 }
 
 std::optional<Date> Calendar::endOfDay(Date date) const {
   const auto instant = detail::calendarInstant(date);
-  const auto day = instant ? _system->components(*instant) : std::nullopt;
-  if (!day) {
+  if (!instant) {
     return std::nullopt;
   }
-  UDate next = *instant;
   UErrorCode error = U_ZERO_ERROR;
+  const int day = _system->dayNumber(*instant, error);
+  UDate next = *instant;
   // A boundary need not end the day: clocks are changed at noon, too, and a midnight can come
   // twice.
   do {
     next = _system->nextBoundary(next, error);
-  } while (U_SUCCESS(error) && _system->components(next) == day);
+  } while (U_SUCCESS(error) && _system->dayNumber(next, error) == day);
   return U_SUCCESS(error) ? std::optional(detail::dateOfCalendarInstant(next)) : std::nullopt;
 }
 

@@ -31,9 +31,10 @@ struct DayComponents {
 /// there is no day for an instant beyond, nor for NaN.
 ///
 ///     const Calendar calendar = Calendar::current();
+///     calendar.startOfDay(currentDate(), 1);   // when tomorrow begins
 ///     DayComponents day = calendar.components(currentDate()).value();
 ///     day.day += 1;
-///     calendar.date(day);   // when tomorrow begins, also on the last of a month
+///     calendar.date(day);                      // the same, also on the last of a month
 class Calendar {
  public:
   /// The user's calendar and time zone as they are now: those of ICU's default locale, which need
@@ -48,11 +49,19 @@ class Calendar {
   ///
   /// Numbers beyond their range count on: the 32nd of January is the 1st of February. A day that
   /// the zone skipped, as some did at the date line, begins with the day after it. The weekday is
-  /// not looked at.
+  /// not looked at. Absent where the day is out of reach, or a number alone leads out of it.
+  ///
+  /// From 1900 to 2100 this finds back each day that `components` split, in each calendar that ICU
+  /// has. Far away some calendars of ICU do not: the Indian one before the year -19,000, the
+  /// Chinese and the Korean one after 65,000 and on single days before. `startOfDay` does
+  /// everywhere.
   [[nodiscard]] std::optional<Date> date(const DayComponents& components) const;
 
-  /// The instant at which the day that `date` falls on begins.
-  [[nodiscard]] std::optional<Date> startOfDay(Date date) const;
+  /// The instant at which the day begins that `date` falls on, or that comes `daysLater` after it
+  /// (before it where negative), as `date` says for its numbers.
+  ///
+  /// Days begin at the same instants in all calendars, and none is asked for its numbers here.
+  [[nodiscard]] std::optional<Date> startOfDay(Date date, int daysLater = 0) const;
 
   /// The first instant after `date` that falls on another day.
   ///

@@ -30,13 +30,8 @@ const Key& dateFormatterKey() {
 
 /// Whether the day that begins at `start` is so many days after the one of `now`.
 bool isDaysAfter(const Calendar& calendar, std::optional<Date> start, Date now, int days) {
-  auto day = calendar.components(now);
-  if (!start || !day) {
-    return false;
-  }
-  day->day += days;  // the calendar counts on where the month ends
-  const auto candidate = calendar.date(*day);
-  return candidate && candidate->seconds == start->seconds;
+  const auto candidate = calendar.startOfDay(now, days);
+  return start && candidate && candidate->seconds == start->seconds;
 }
 
 /// The later candidate overrules the one before it, which only matters if midnight comes between.
