@@ -154,6 +154,32 @@ TEST(URL, IsAbsoluteOrRelative) {
   }
 }
 
+TEST(URL, HasAnAuthorityOfUserHostAndPort) {
+  for (const char* text :
+       {"//host:80", "//host:", "//me@host", "//me:secret@host:80/a", "//@host", "//:80", "//",
+        "///a", "//a%20b", "//!$&'()*+,;=", "//[::]", "//[::1]:80/a", "//me@[2001:db8::ff00]",
+        "//[1:2:3:4:5:6:7:8]", "//[::ffff:192.0.2.1]", "//[v1.a:b]", "//[vF.-._~!$&'()*+,;=:]"}) {
+    EXPECT_TRUE(platform::isURL(text)) << text;
+  }
+}
+
+TEST(URL, HasBracketsOnlyAroundAnAddress) {
+  for (const char* text :
+       {"//]][[",       "//[",          "//]",           "//[]",      "//][",
+        "//[::1",       "//::1]",       "//[[::1]]",     "//[::1]a",  "//a[::1]",
+        "//[::1][::1]", "//[host]",     "//[192.0.2.1]", "//[1:2:3]", "//[1:2:3:4:5:6:7:8:9]",
+        "//[::12345]",  "//[::1%25lo]", "//[v1]",        "//[v.a]",   "//[v1.]",
+        "//[vg.a]",     "//[v1.a@b]",   "//[::1]@host",  "//[@::1]",  "file://[/a"}) {
+    EXPECT_FALSE(platform::isURL(text)) << text;
+  }
+}
+
+TEST(URL, HasOneUserAndOnePortAtMost) {
+  for (const char* text : {"//a@b@c", "//host:80:80", "//host:http", "//host:8a/", "//::1/a"}) {
+    EXPECT_FALSE(platform::isURL(text)) << text;
+  }
+}
+
 TEST(URL, HasOnlyCharactersThatMayStandInOne) {
   for (const char* text : {"no url", "1:a", ":a", "a\"b", "<a>", "a|b", "a^b", "{a}", "`", "a\nb",
                            "\x7f", "\u00e9", "a[b]", "http://a/[b]", "a#b#c", "%", "%4", "%4z"}) {
@@ -216,6 +242,27 @@ TEST_F(Directories, AreNotMadeInPlaceOfOrBelowAFile) {
   EXPECT_FALSE(createDirectory(FileURL::directory(root / "file")));
   EXPECT_FALSE(createDirectory(FileURL::directory(root / "file/below")));
   EXPECT_FALSE(createDirectory(FileURL::directory(root / std::string(300, 'n'))));
+}
+
+TEST_F(Directories, AreNotMadeOfANameWithNUL) {
+  const std::string name("new\0er", 6);
+  EXPECT_FALSE(createDirectory(FileURL::directory(root / name)));
+  EXPECT_FALSE(createDirectory(FileURL::directory(root / name / "below")));
+  EXPECT_FALSE(createDirectory(FileURL::directory(root / "above" / name)));
+  EXPECT_TRUE(fs::is_empty(root));
+}
+
+TEST_F(Directories, ForTemporaryFilesIsTheUsualOneWhereARelativeOneHasNoPlace) {
+  const fs::path before = fs::current_path();
+  fs::create_directory(root / "gone");
+  fs::current_path(root / "gone");
+  ::setenv("TMPDIR", "relative", 1);
+  EXPECT_EQ(temporaryDirectory().path(), root / "gone" / "relative");
+  fs::remove(root / "gone");
+  EXPECT_NO_THROW(EXPECT_EQ(temporaryDirectory().absoluteString(), "file:///tmp/"));
+  ::setenv("TMPDIR", root.c_str(), 1);
+  EXPECT_NO_THROW(EXPECT_EQ(temporaryDirectory().path(), root));
+  fs::current_path(before);
 }
 
 TEST_F(Directories, ForTemporaryFilesIsWhatTheEnvironmentSays) {
@@ -341,17 +388,20 @@ TEST_F(AtomicWrite, LeavesTheOldFileWhenThereIsNoRoom) {
 }
 
 TEST_F(AtomicWrite, LeavesFilesOfOtherWritersAlone) {
-  // The name under which the next file would be written, taken by somebody else.
-  EXPECT_TRUE(write("first", "1"));
+  // What earlier processes of the same number left behind when they ended in the middle.
   const std::string prefix = "." + std::to_string(::getpid()) + "-";
-  for (int number = 0; number < 50; ++number) {
+  constexpr int leftOver = 500;
+  for (int number = 0; number < leftOver; ++number) {
     std::ofstream(root / (prefix + std::to_string(number))) << "taken";
   }
-  EXPECT_TRUE(write("second", "2"));
-  EXPECT_EQ(contentOf(root / "second"), "2");
-  for (int number = 0; number < 50; ++number) {
+  for (int number = 0; number < 3; ++number) {
+    EXPECT_TRUE(write("file", std::to_string(number)));
+    EXPECT_EQ(contentOf(root / "file"), std::to_string(number));
+  }
+  for (int number = 0; number < leftOver; ++number) {
     EXPECT_EQ(contentOf(root / (prefix + std::to_string(number))), "taken");
   }
+  EXPECT_EQ(names().size(), leftOver + 1U);
 }
 
 TEST(RandomUUID, HasTheFormOfVersionFourInUpperCase) {

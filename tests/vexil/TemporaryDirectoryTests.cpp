@@ -65,6 +65,7 @@ struct TemporaryDirectory : testing::Test {
   }
   ~TemporaryDirectory() override {
     platform::setLogSink({});
+    randomness() = {};
     previous ? ::setenv("TMPDIR", previous->c_str(), 1) : ::unsetenv("TMPDIR");
     fs::remove_all(base);
   }
@@ -172,15 +173,19 @@ TEST_F(TemporaryDirectory, IsNotOneThatIsThereAlready) {
   EXPECT_TRUE(fs::exists(first->path() / "kept"));
 }
 
-TEST_F(TemporaryDirectory, IsAbsentWhereNoAbsolutePathLeadsToIt) {
+TEST_F(TemporaryDirectory, LiesInTheUsualOneWhereARelativeOneHasNoPlace) {
   const fs::path before = fs::current_path();
   const fs::path gone = base / "gone";
   fs::create_directory(gone);
   fs::current_path(gone);
   fs::remove(gone);
   use("relative");
-  EXPECT_NO_THROW(EXPECT_EQ(fresh(), std::nullopt));
+  const auto url = fresh();
   fs::current_path(before);
+  ASSERT_TRUE(url);
+  EXPECT_EQ(url->path().parent_path(), "/tmp");
+  EXPECT_TRUE(fs::is_empty(url->path()));
+  fs::remove(url->path());
 }
 
 // --- without randomness

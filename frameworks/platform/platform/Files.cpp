@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <arpa/inet.h>
 #include <fcntl.h>
+#include <netinet/in.h>
 #include <platform/ASCIICase.h>
 #include <platform/Files.h>
 #include <platform/TextEncoding.h>
@@ -10,6 +12,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -54,6 +57,49 @@ bool isScheme(std::string_view text) {
          });
 }
 
+bool isPort(std::string_view text) {
+  return std::ranges::all_of(text, [](char character) { return isIn(decimalDigits, character); });
+}
+
+/// Whether a text is what may stand in brackets: an address of version 6, or of one to come.
+bool isAddress(std::string_view text) {
+  if (text.starts_with('v') || text.starts_with('V')) {
+    const std::size_t dot = std::min(text.find('.'), text.size());
+    const std::string_view version = text.substr(1, dot - 1);
+    const std::string_view address = text.substr(std::min(dot + 1, text.size()));
+    const auto isHexDigit = [](char digit) { return detail::digit(digit, 16).has_value(); };
+    return !version.empty() && std::ranges::all_of(version, isHexDigit) && !address.empty() &&
+           address.find_first_of("%@") == std::string_view::npos &&
+           consistsOfPlainCharactersAnd("", address);
+  }
+  std::array<char, INET6_ADDRSTRLEN> copy{};
+  if (text.size() >= copy.size() || text.find('\0') != std::string_view::npos) {
+    return false;
+  }
+  std::ranges::copy(text, copy.begin());
+  in6_addr address{};
+  return ::inet_pton(AF_INET6, copy.data(), &address) == 1;
+}
+
+/// Whether a text is a host, with a user in front and a port behind where they are named.
+bool isAuthority(std::string_view text) {
+  if (const std::size_t at = text.find('@'); at != std::string_view::npos) {
+    if (!consistsOfPlainCharactersAnd("", text.substr(0, at))) {
+      return false;
+    }
+    text.remove_prefix(at + 1);
+  }
+  const std::size_t end = text.starts_with('[') ? text.find(']') : text.find(':');
+  const std::string_view host = text.substr(0, end);
+  const std::string_view rest = text.substr(std::min(end, text.size()));
+  if (text.starts_with('[')) {
+    return rest.starts_with(']') && isAddress(host.substr(1)) &&
+           (rest == "]" || (rest.starts_with("]:") && isPort(rest.substr(2))));
+  }
+  return host.find('@') == std::string_view::npos && consistsOfPlainCharactersAnd("", host) &&
+         (rest.empty() || isPort(rest.substr(1)));
+}
+
 struct URLParts {
   std::optional<std::string_view> scheme;
   std::optional<std::string_view> authority;
@@ -80,10 +126,9 @@ std::optional<URLParts> partsOf(std::string_view url) {
     url.remove_prefix(2 + parts.authority->size());
   }
   parts.path = url;
-  const bool isWellFormed =
-      (!parts.scheme || isScheme(*parts.scheme)) &&
-      (!parts.authority || consistsOfPlainCharactersAnd("[]", *parts.authority)) &&
-      consistsOfPlainCharactersAnd("/", parts.path);
+  const bool isWellFormed = (!parts.scheme || isScheme(*parts.scheme)) &&
+                            (!parts.authority || isAuthority(*parts.authority)) &&
+                            consistsOfPlainCharactersAnd("/", parts.path);
   return isWellFormed ? std::optional(parts) : std::nullopt;
 }
 
@@ -155,11 +200,26 @@ std::optional<FileURL> FileURL::fromAbsoluteString(std::string_view url) {
 // --- files
 
 FileURL temporaryDirectory() {
-  const char* directory = std::getenv("TMPDIR");
-  return FileURL::directory(directory != nullptr && *directory != '\0' ? directory : "/tmp");
+  const char* variable = std::getenv("TMPDIR");
+  const std::filesystem::path directory(variable == nullptr ? "" : variable);
+  std::error_code error;
+  const bool hasPlace = directory.is_absolute() || !std::filesystem::current_path(error).empty();
+  return FileURL::directory(!directory.empty() && hasPlace ? directory : "/tmp");
 }
 
+namespace {
+
+/// To the system a path ends at its first NUL, so it would name another place.
+bool hasNUL(const FileURL& place) {
+  return place.path().native().find('\0') != std::string::npos;
+}
+
+}  // namespace
+
 bool createDirectory(const FileURL& directory) noexcept try {
+  if (hasNUL(directory)) {
+    return false;
+  }
   std::error_code error;
   // An existing parent is no failure, and what else goes wrong shows in the last step.
   std::filesystem::create_directories(directory.path().parent_path(), error);
@@ -174,15 +234,10 @@ namespace {
 class UnnamedFile {
  public:
   explicit UnnamedFile(const std::filesystem::path& directory) {
-    static std::atomic<unsigned> count = 0;
-    constexpr int attempts = 100;
-    for (int attempt = 0; attempt < attempts && _descriptor < 0; ++attempt) {
-      _path = directory / ("." + std::to_string(::getpid()) + "-" + std::to_string(++count));
+    do {
+      _path = directory / ("." + nameOfNobodyElse());
       _descriptor = ::open(_path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
-      if (_descriptor < 0 && errno != EEXIST) {
-        return;
-      }
-    }
+    } while (_descriptor < 0 && errno == EEXIST);
     _isUnnamed = _descriptor >= 0;
   }
   UnnamedFile(const UnnamedFile&) = delete;
@@ -220,6 +275,17 @@ class UnnamedFile {
   }
 
  private:
+  /// A name that is another one at each call. Files of crashed processes are left with theirs, so
+  /// the number of the process, which comes again, does not do.
+  static std::string nameOfNobodyElse() {
+    if (auto name = randomUUID()) {
+      return *std::move(name);
+    }
+    static std::atomic<unsigned> count = 0;
+    const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+    return std::to_string(now) + "-" + std::to_string(::getpid()) + "-" + std::to_string(++count);
+  }
+
   std::filesystem::path _path;
   int _descriptor = -1;
   bool _isUnnamed = false;
@@ -228,8 +294,7 @@ class UnnamedFile {
 }  // namespace
 
 bool writeFileAtomically(const FileURL& file, std::span<const std::byte> bytes) noexcept try {
-  // To the system a path ends at its first NUL, so it would name another file.
-  if (file.path().native().find('\0') != std::string::npos) {
+  if (hasNUL(file)) {
     return false;
   }
   UnnamedFile unnamed(file.path().parent_path());

@@ -19,7 +19,8 @@ namespace platform {
 class FileURL {
  public:
   /// `path` is made absolute against the current directory (which an empty one is), and loses the
-  /// slashes at its end.
+  /// slashes at its end. Throws `std::filesystem::filesystem_error` for a relative path when the
+  /// current directory is gone.
   static FileURL file(const std::filesystem::path& path) { return {path, false}; }
   static FileURL directory(const std::filesystem::path& path) { return {path, true}; }
 
@@ -54,11 +55,13 @@ class FileURL {
   bool _isDirectory;
 };
 
-/// The directory for temporary files: `TMPDIR`, else `/tmp`.
+/// The directory for temporary files: `TMPDIR`, else `/tmp`; `/tmp` also where `TMPDIR` is relative
+/// and the current directory is gone.
 [[nodiscard]] FileURL temporaryDirectory();
 
 /// Makes a directory that was not there before, and the ones above it as needed, for this user
-/// alone. False, with nothing else told, when it cannot be made or is already there.
+/// alone. False, with nothing else told, when it cannot be made or is already there, and, with
+/// nothing made, when the path has a NUL.
 [[nodiscard]] bool createDirectory(const FileURL& directory) noexcept;
 
 /// Writes a file as a whole: under another name in the same directory, down to the disk, and then

@@ -12,6 +12,10 @@ namespace platform {
 ///
 /// Objects are held by `std::shared_ptr` and are not copied. Equality is by identity unless a
 /// class says otherwise.
+///
+/// Fork. All threads share pools of memory and tables, which have locks. In a child that a process
+/// with several threads forks, a lock that another thread held then stays held for ever. So the
+/// child calls nothing of this library, but `exec` or `_exit`.
 class Object {
  public:
   Object(const Object&) = delete;

@@ -93,6 +93,10 @@ PropertyListError systemError() {
 /// All bytes of a regular file, or one more than `most` where it has more.
 PropertyListResult<std::vector<std::byte>> bytesOfFile(const std::filesystem::path& path,
                                                        std::size_t most) {
+  // To the system a path ends at its first NUL, so it would name another file.
+  if (path.native().find('\0') != std::string::npos) {
+    return PropertyListError{Code::fileMissing, "a path has no NUL"};
+  }
   const Descriptor file(path);
   struct stat status {};
   if (file.number() < 0 || ::fstat(file.number(), &status) != 0) {

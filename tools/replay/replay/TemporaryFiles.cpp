@@ -16,14 +16,12 @@ constexpr std::string_view scheme = "file://";
 constexpr std::string_view charactersOfURLs =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/%:";
 
-/// A directory that is made with the first file in it. There is none without randomness, or where
-/// no absolute path leads; files then lie where others lie, and stay.
-std::optional<platform::FileURL> newDirectory() try {
+/// A directory that is made with the first file in it. There is none without randomness; files then
+/// lie where others lie, and stay.
+std::optional<platform::FileURL> newDirectory() {
   const std::optional<std::string> name = platform::randomUUID();
   return name ? std::optional(platform::temporaryDirectory().appendingDirectory(*name))
               : std::nullopt;
-} catch (const std::filesystem::filesystem_error&) {
-  return std::nullopt;
 }
 
 }  // namespace
