@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <platform/PropertyList.h>
 
+#include <functional>
+
 namespace {
 
 using platform::kUTTypeFileURL;
@@ -222,6 +224,117 @@ TEST_F(PasteboardReading, GoesOnWithWhatItBeganWhenTheBoardIsClearedMeanwhile) {
   EXPECT_EQ(read({pasteboardReadingClass<Clearing>()}).size(), 2U) << "the promise was taken back";
   EXPECT_TRUE(board->pasteboardItems().empty());
   Clearing::board.reset();
+}
+
+// --- classes whose code changes what is at work
+
+/// What `Meddling` does when it is asked its types, its options, and for an object.
+struct Meddler {
+  std::function<void()> atTypes;
+  std::function<void()> atOptions;
+  std::function<void()> atObject;
+};
+Meddler& meddler() {
+  static Meddler meddler;
+  return meddler;
+}
+/// Calls a function that may be replaced or go meanwhile.
+void meddle(const std::function<void()>& function) {
+  if (const auto held = function) {
+    held();
+  }
+}
+
+/// A class that runs a host's code whenever it is asked.
+class Meddling : public Read {
+ public:
+  using Read::Read;
+  static std::vector<std::string> readableTypesForPasteboard(const Pasteboard* pasteboard) {
+    EXPECT_EQ(pasteboard->name(), "") << "it is there, whoever let go of it";
+    meddle(meddler().atTypes);
+    return {"list", "other"};
+  }
+  static PasteboardReadingOptions readingOptionsForTypePasteboard(std::string_view /*type*/,
+                                                                  const Pasteboard* pasteboard) {
+    EXPECT_EQ(pasteboard->name(), "");
+    meddle(meddler().atOptions);
+    return PasteboardReadingOptions::asPropertyList;
+  }
+  static std::shared_ptr<Meddling> initWithPasteboardPropertyListOfType(const Value& list,
+                                                                        std::string_view type) {
+    meddle(meddler().atObject);
+    // Of the first type nothing is made, so that the reader goes on.
+    return type == "list" ? nullptr : std::make_shared<Meddling>("meddling", list, type);
+  }
+};
+
+class PasteboardMeddling : public PasteboardReading {
+ protected:
+  void TearDown() override { meddler() = {}; }
+
+  /// Does something at each question in turn; what is read then.
+  void atEachQuestion(const std::function<void()>& before, const std::function<void()>& change,
+                      const std::function<Lines()>& reading, const Lines& expected) {
+    for (std::function<void()> Meddler::*moment :
+         {&Meddler::atTypes, &Meddler::atOptions, &Meddler::atObject}) {
+      before();
+      int calls = 0;
+      meddler() = {};
+      meddler().*moment = [&] {
+        ++calls;
+        change();
+      };
+      EXPECT_EQ(reading(), expected);
+      EXPECT_GT(calls, 0);
+    }
+    meddler() = {};
+  }
+};
+
+TEST_F(PasteboardMeddling, WithTheListOfClassesChangesNothing) {
+  std::vector<platform::PasteboardReadingClass> classes;
+  write({{"list", "1"}, {"other", "2"}});
+  write({{"list", "3"}, {"text", "4"}});
+  for (const bool isReplaced : {false, true}) {
+    atEachQuestion(
+        [&] {
+          classes = {pasteboardReadingClass<Meddling>(), pasteboardReadingClass<Texts>()};
+          classes.shrink_to_fit();
+        },
+        [&] {
+          std::vector<platform::PasteboardReadingClass>().swap(classes);
+          if (isReplaced) {
+            classes.assign(100, pasteboardReadingClass<Bytes>());
+          }
+        },
+        [&] { return read(classes); }, {"meddling of other: \"2\"", "texts of text: \"4\""});
+  }
+}
+
+TEST_F(PasteboardMeddling, WithTheContentsGoesOnWithWhatWasThere) {
+  atEachQuestion(
+      [&] {
+        board->clearContents();
+        write({{"list", "1"}, {"other", "2"}});
+        write({{"list", "3"}, {"other", "4"}});
+      },
+      [&] {
+        board->clearContents();
+        write({{"other", "new"}});
+      },
+      [&] { return read({pasteboardReadingClass<Meddling>()}); },
+      {"meddling of other: \"2\"", "meddling of other: \"4\""});
+}
+
+TEST_F(PasteboardMeddling, MayLetGoOfTheBoard) {
+  atEachQuestion(
+      [&] {
+        board = Pasteboard::unnamed();
+        write({{"list", "1"}, {"other", "2"}});
+        write({{"list", "3"}, {"other", "4"}});
+      },
+      [&] { board.reset(); }, [&] { return read({pasteboardReadingClass<Meddling>()}); },
+      {"meddling of other: \"2\"", "meddling of other: \"4\""});
 }
 
 }  // namespace

@@ -385,6 +385,92 @@ TEST(PasteboardReentrancy, OfAnObjectThatClearsTheBoardAsItGoes) {
   EXPECT_EQ(board->changeCount(), 3);
 }
 
+/// An object that lets go of something when it is asked one of its questions.
+class LettingGo : public Note {
+ public:
+  LettingGo(std::string question, std::function<void()> letGo)
+      : Note({{"a", "1"}, {"b", "2", promised}, {"c", "3", promised}}),
+        _question(std::move(question)),
+        _letGo(std::move(letGo)) {}
+  std::vector<std::string> writableTypesForPasteboard(const Pasteboard* pasteboard) const override {
+    letGoAt("types");
+    return Note::writableTypesForPasteboard(pasteboard);
+  }
+  PasteboardWritingOptions writingOptionsForTypePasteboard(
+      std::string_view type, const Pasteboard* pasteboard) const override {
+    letGoAt("options");
+    return Note::writingOptionsForTypePasteboard(type, pasteboard);
+  }
+  Value pasteboardPropertyListForType(std::string_view type) const override {
+    letGoAt("data");
+    return Note::pasteboardPropertyListForType(type);
+  }
+
+ private:
+  void letGoAt(std::string_view question) const {
+    if (question == _question) {
+      // A copy, as this object may be what goes.
+      const auto letGo = _letGo;
+      letGo();
+    }
+  }
+  std::string _question;
+  std::function<void()> _letGo;
+};
+
+TEST(PasteboardReentrancy, OfAnObjectThatLetsGoOfTheBoardAndItselfWhileItIsWritten) {
+  for (const char* question : {"types", "options", "data"}) {
+    auto board = Pasteboard::unnamed();
+    const std::weak_ptr<Pasteboard> seen = board;
+    std::vector<std::shared_ptr<const platform::PasteboardWriting>> objects;
+    objects.push_back(std::make_shared<LettingGo>(question, [&] {
+      board.reset();
+      objects.clear();
+    }));
+    EXPECT_TRUE(board->writeObjects(objects)) << question;
+    EXPECT_TRUE(seen.expired()) << question;
+  }
+}
+
+TEST(PasteboardReentrancy, OfAnObjectThatLetsGoOfTheBoardAndTheItemWhenItsPromiseIsAskedFor) {
+  using Question = Value (platform::PasteboardItem::*)(std::string_view);
+  for (const Question ask :
+       {&platform::PasteboardItem::dataForType, &platform::PasteboardItem::stringForType,
+        &platform::PasteboardItem::propertyListForType}) {
+    for (const bool isCleared : {false, true}) {
+      auto board = Pasteboard::unnamed();
+      std::shared_ptr<platform::PasteboardItem> item;
+      auto type = std::make_unique<std::string>("B, in letters too many for a short string");
+      auto object = note({{*type, dataOf("(2)"), Note::promised}, {"c", "3", Note::promised}});
+      object->whenAskedForData = [&](auto) {
+        if (isCleared) {
+          board->clearContents();
+        }
+        board.reset();
+        item.reset();
+        type.reset();
+      };
+      EXPECT_TRUE(board->writeObjects({std::move(object)}));
+      item = board->pasteboardItems()[0];
+      const bool isList = ask == &platform::PasteboardItem::propertyListForType;
+      const Value content = (item.get()->*ask)(*type);
+      EXPECT_EQ(content, isList                                          ? Value::array({"2"})
+                         : ask == &platform::PasteboardItem::dataForType ? dataOf("(2)")
+                                                                         : Value("(2)"));
+      EXPECT_EQ(item, nullptr);
+    }
+  }
+}
+
+TEST(PasteboardReentrancy, OfAnObjectThatLetsGoOfTheBoardThatIsAsked) {
+  auto board = Pasteboard::unnamed();
+  auto object = note({{"a", "1", Note::promised}, {"b", "2", Note::promised}});
+  object->whenAskedForData = [&](auto) { board.reset(); };
+  EXPECT_TRUE(board->writeObjects({std::move(object)}));
+  EXPECT_EQ(board.get()->stringForType("a"), Value("1"));
+  EXPECT_EQ(board, nullptr);
+}
+
 TEST(PasteboardErrors, OfAnObjectLeaveTheBoardAsItWas) {
   const auto board = Pasteboard::unnamed();
   EXPECT_TRUE(board->writeObjects({note({{"before", "x"}})}));

@@ -84,15 +84,16 @@ bool PasteboardItem::has(std::string_view type) const {
   });
 }
 
-const Value& PasteboardItem::contentOf(std::string_view type) {
-  static const Value none;
+Value PasteboardItem::contentOf(std::string_view type) {
   const auto found = std::ranges::find_if(_contents, [&](const Content& content) {
     return typeIdentifiersAreEqual(content.type, type);
   });
   if (found == _contents.end()) {
-    return none;
+    return {};
   }
   if (found->isPromised) {
+    // Whoever is asked may let go of this item.
+    const auto self = shared_from_this();
     found->isPromised = false;
     // The last question may be the last that keeps the object.
     const auto object = _object;
@@ -100,6 +101,7 @@ const Value& PasteboardItem::contentOf(std::string_view type) {
       _object.reset();
     }
     found->value = content(object->pasteboardPropertyListForType(found->type));
+    return found->value;  // while this item is held
   }
   return found->value;
 }
@@ -113,18 +115,20 @@ void PasteboardItem::takeBackPromises() {
 }
 
 Value PasteboardItem::dataForType(std::string_view type) {
-  const Value& content = contentOf(type);
+  const Value content = contentOf(type);
   return content.isString() ? Value::data(std::as_bytes(std::span(content.string()))) : content;
 }
 
 Value PasteboardItem::stringForType(std::string_view type) {
-  const Value& content = contentOf(type);
+  const Value content = contentOf(type);
   return content.kind() == Value::Kind::data ? text(content.bytes()) : content;
 }
 
 Value PasteboardItem::propertyListForType(std::string_view type) {
-  const Value& content = contentOf(type);
-  return content.kind() == Value::Kind::data ? propertyList(content.bytes(), type) : content;
+  // Who is asked for the content may own the text of the type.
+  const std::string asked(type);
+  const Value content = contentOf(asked);
+  return content.kind() == Value::Kind::data ? propertyList(content.bytes(), asked) : content;
 }
 
 // --- boards
@@ -163,9 +167,10 @@ bool Pasteboard::writeObjects(
     throw InvalidArgument("a null pointer cannot be written to a pasteboard");
   }
   const std::int64_t count = _changeCount;
-  // A copy, since whoever is asked may change the array.
+  // Whoever is asked may change the array and let go of this board.
   // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
   const std::vector asked(objects);
+  const auto self = shared_from_this();
   std::vector<std::shared_ptr<PasteboardItem>> written;
   for (const auto& object : asked) {
     auto item = std::make_shared<PasteboardItem>(PasteboardItem::Key(), object, this);
@@ -219,9 +224,13 @@ Value Pasteboard::propertyListForType(std::string_view type) {
 
 std::vector<std::shared_ptr<Object>> Pasteboard::readObjects(
     const std::vector<PasteboardReadingClass>& classes) {
+  // Whoever is asked may change the array and let go of this board.
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+  const std::vector asked(classes);
+  const auto self = shared_from_this();
   std::vector<std::shared_ptr<Object>> objects;
   for (const auto& item : pasteboardItems()) {
-    if (auto object = objectFrom(*item, classes)) {
+    if (auto object = objectFrom(*item, asked)) {
       objects.push_back(std::move(object));
     }
   }

@@ -28,12 +28,14 @@
 ///
 /// Ownership. A board holds an object that has promised something until the last of its promises
 /// has been asked for, the contents are cleared, or the board is gone; other objects it does not
-/// hold. Whoever calls an operation of a board or an item holds it meanwhile.
+/// hold. Boards and items hold themselves while one of their operations is at work.
 ///
-/// Re-entrancy. Objects and classes that are asked may use the board. A board that is cleared while
-/// objects are being written takes none of them. Clearing takes back promises, also those of items
-/// that somebody still holds; what has been given stays readable there. An object that is asked for
-/// promised data and asks for the same gets nothing, as that is not there yet.
+/// Re-entrancy. Objects and classes that are asked may use the board, let go of it and of its
+/// items, and change the lists that an operation was handed, which goes on with what it was handed.
+/// A board that is cleared while objects are being written takes none of them. Clearing takes back
+/// promises, also those of items that somebody still holds; what has been given stays readable
+/// there. An object that is asked for promised data and asks for the same gets nothing, as that is
+/// not there yet.
 ///
 /// Errors. What an object throws passes through to whoever caused it to be asked: nothing is
 /// written then, and a promise has come to nothing. Bad data is absent data.
@@ -113,7 +115,7 @@ constexpr PasteboardReadingClass pasteboardReadingClass() {
 }
 
 /// One thing on a board, in all its types.
-class PasteboardItem {
+class PasteboardItem : public std::enable_shared_from_this<PasteboardItem> {
  public:
   // For boards; the key has no other owner.
   class Key {
@@ -151,7 +153,7 @@ class PasteboardItem {
     Value value;  // data or a string; absent while it is promised, and when nothing came
   };
 
-  [[nodiscard]] const Value& contentOf(std::string_view type);
+  [[nodiscard]] Value contentOf(std::string_view type);
   [[nodiscard]] bool has(std::string_view type) const;
   void takeBackPromises();
 
@@ -159,7 +161,7 @@ class PasteboardItem {
   std::vector<Content> _contents;
 };
 
-class Pasteboard {
+class Pasteboard : public std::enable_shared_from_this<Pasteboard> {
  public:
   class Key {
     friend class Pasteboard;
@@ -191,7 +193,7 @@ class Pasteboard {
 
   /// Adds an item for each object, in their order, behind those already there. An object without
   /// content in any type makes none. Whether all of them made one; false, with nothing added, also
-  /// when the board was cleared meanwhile. Raises `InvalidArgument` for a null pointer, with
+  /// when the board was cleared meanwhile. Throws `InvalidArgument` for a null pointer, with
   /// nothing asked or added.
   bool writeObjects(const std::vector<std::shared_ptr<const PasteboardWriting>>& objects);
 
