@@ -250,17 +250,37 @@ TEST(SharedKey, AndShapesComeAndGoOnEveryThread) {
   });
 }
 
+/// Counts what it is told under each key.
+class CountingObserver : public platform::Observer {
+ public:
+  void observeValueForKeyPathOfObjectChangeContext(
+      const platform::Key& keyPath, const std::shared_ptr<platform::Observable>& /*object*/,
+      const platform::ChangeRecord& /*change*/,
+      const platform::ContextToken* /*context*/) override {
+    ++(keyPath.text() == "value" ? values : keyPath.text() == "text" ? texts : others);
+  }
+  std::atomic<int> values = 0;
+  std::atomic<int> texts = 0;
+  std::atomic<int> others = 0;
+};
+
 TEST(SharedObserver, IsRegisteredOnObjectsOfEveryThread) {
-  const auto observer = std::make_shared<platform::Observer>();
+  const auto observer = std::make_shared<CountingObserver>();
+  constexpr int objects = rounds / 4;
   onThreads(threadCount, [&](int) {
-    for (int i = 0; i < rounds / 4; ++i) {
+    for (int i = 0; i < objects; ++i) {
       const auto mine = std::make_shared<Holder>();
       mine->addObserver(observer, "value", ObservingOptions::both, nullptr);
       mine->addObserver(observer, "text", ObservingOptions::none, nullptr);
-      mine->removeObserver(observer, "value", nullptr);
       mine->setValue(i);
+      mine->removeObserver(observer, "value", nullptr);
+      mine->setValue(-i);
+      mine->setText("told");
     }
   });
+  EXPECT_EQ(observer->values, threadCount * objects) << "those set before it withdrew";
+  EXPECT_EQ(observer->texts, threadCount * objects);
+  EXPECT_EQ(observer->others, 0);
 }
 
 TEST(SpinLock, LetsOneThreadInAtATime) {

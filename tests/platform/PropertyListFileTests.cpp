@@ -5,10 +5,15 @@
 
 #include <platform/PropertyList.h>
 
+#include <fcntl.h>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -170,6 +175,12 @@ TEST_F(PropertyListFile, ThatIsMissing) {
   EXPECT_TRUE(test::refused(platform::readPropertyListFile(""), Code::fileMissing));
 }
 
+TEST_F(PropertyListFile, ThatHasNULInItsNameIsMissing) {
+  const auto file = write("file", "a");
+  EXPECT_TRUE(test::refused(platform::readPropertyListFile(file.native() + std::string("\0b", 2)),
+                            Code::fileMissing));
+}
+
 TEST_F(PropertyListFile, ThatIsADirectory) {
   const auto read = platform::readPropertyListFile(path(""));
   ASSERT_TRUE(test::refused(read, Code::notAFile));
@@ -182,16 +193,30 @@ TEST_F(PropertyListFile, ThatIsAPipeDoesNotMakeTheCallerWait) {
   EXPECT_TRUE(test::refused(platform::readPropertyListFile("/dev/zero"), Code::notAFile));
 }
 
-TEST_F(PropertyListFile, ThatMayNotBeRead) {
-  const auto file = write("secret", "a");
-  std::filesystem::permissions(file, std::filesystem::perms::none);
-  const auto read = platform::readPropertyListFile(file);
-  // Nothing is forbidden to the superuser.
-  if (::geteuid() == 0) {
-    EXPECT_TRUE(reads(read, "a"));
-  } else {
-    EXPECT_TRUE(test::refused(read, Code::fileUnreadable));
+/// Whether somebody who may not read all files is refused a file that he may not read, and reads
+/// one that he may. To be called in a process of its own, for it cannot become root again.
+bool ordinaryUserIsRefused(const std::filesystem::path& secret, const std::filesystem::path& open) {
+  constexpr unsigned nobody = 65534;
+  if (::geteuid() == 0 &&
+      (::setgroups(0, nullptr) != 0 || ::setgid(nobody) != 0 || ::setuid(nobody) != 0)) {
+    return false;
   }
+  return test::refused(platform::readPropertyListFile(secret), Code::fileUnreadable) &&
+         reads(platform::readPropertyListFile(open), "a");
+}
+
+TEST_F(PropertyListFile, ThatMayNotBeRead) {
+  namespace fs = std::filesystem;
+  const auto secret = write("secret", "a");
+  const auto open = write("open", "a");
+  fs::permissions(secret, fs::perms::none);
+  fs::permissions(secret.parent_path(), fs::perms(0755));
+  // Nothing is forbidden to the superuser.
+  EXPECT_EXIT(std::_Exit(ordinaryUserIsRefused(secret, open) ? 0 : 1), testing::ExitedWithCode(0),
+              "");
+}
+
+TEST_F(PropertyListFile, ThatHasTooLongAName) {
   const std::string tooLongAName(5000, 'x');
   EXPECT_TRUE(
       test::refused(platform::readPropertyListFile(path(tooLongAName)), Code::fileUnreadable));
@@ -213,6 +238,61 @@ TEST_F(PropertyListFile, ThatTheKernelMakesUpHasNoSizeAndIsReadAllTheSame) {
   const auto read = platform::readPropertyListFile("/proc/self/status");
   ASSERT_FALSE(read);
   EXPECT_EQ(read.error().code, Code::unexpectedCharacter);
+}
+
+/// A program that waits with a text as its name, and the file in which the kernel shows that.
+class NamedProcess {
+ public:
+  explicit NamedProcess(const std::string& name) {
+    std::array<int, 2> input{};
+    if (::pipe2(input.data(), O_CLOEXEC) != 0) {
+      return;
+    }
+    _input = input[1];
+    _id = ::fork();
+    if (_id == 0) {
+      ::dup2(input[0], 0);
+      ::execl("/bin/cat", name.c_str(), nullptr);
+      ::_exit(1);
+    }
+    ::close(input[0]);
+  }
+  NamedProcess(const NamedProcess&) = delete;
+  NamedProcess& operator=(const NamedProcess&) = delete;
+  ~NamedProcess() {
+    ::close(_input);
+    ::waitpid(_id, nullptr, 0);
+  }
+  [[nodiscard]] std::filesystem::path nameFile() const {
+    return "/proc/" + std::to_string(_id) + "/cmdline";
+  }
+
+ private:
+  int _input = -1;
+  pid_t _id = -1;
+};
+
+TEST_F(PropertyListFile, OfNoStatedSizeIsReadWholeHoweverLong) {
+  for (const std::size_t length : {10U, 4091U, 4092U, 4093U, 4094U, 8188U, 50'000U}) {
+    const std::string text(length, 'x');
+    // The kernel ends the name with NUL, which may stand in a comment.
+    const NamedProcess process(text + " //");
+    ASSERT_EQ(std::filesystem::file_size(process.nameFile()), 0U);
+    // Until it is the other program, it has the name of this one.
+    auto read = platform::readPropertyListFile(process.nameFile());
+    for (int attempt = 0; attempt < 10'000 && !reads(read, text); ++attempt) {
+      ::usleep(1000);
+      read = platform::readPropertyListFile(process.nameFile());
+    }
+    EXPECT_TRUE(reads(read, text)) << length;
+    platform::PropertyListLimits limits;
+    limits.inputBytes = length + 4;
+    EXPECT_TRUE(reads(platform::readPropertyListFile(process.nameFile(), limits), text)) << length;
+    limits.inputBytes = length + 3;
+    EXPECT_TRUE(
+        test::refused(platform::readPropertyListFile(process.nameFile(), limits), Code::tooLong))
+        << length;
+  }
 }
 
 }  // namespace
