@@ -49,7 +49,7 @@ def build_host(work, compiler, flags, components, found):
     (work / "CMakeLists.txt").write_text(HOST.format(components=components, found=found))
     (work / "main.cpp").write_text(MAIN)
     build = work / f"build{found}"
-    run("cmake", "-S", work, "-B", build, f"-DCMAKE_PREFIX_PATH={work}/installed",
+    run("cmake", "-G", "Ninja", "-S", work, "-B", build, f"-DCMAKE_PREFIX_PATH={work}/installed",
         f"-DCMAKE_CXX_COMPILER={compiler}", f"-DCMAKE_CXX_FLAGS={flags}")
     run("cmake", "--build", build)
     return build / "host"
@@ -70,11 +70,11 @@ def main():
         for components in ("COMPONENTS nosuch", "COMPONENTS avahi nosuch"):
             (work / "CMakeLists.txt").write_text(HOST.format(components=components, found="TRUE"))
             refused = subprocess.run(
-                ["cmake", "-S", work, "-B", work / "refused",
+                ["cmake", "-G", "Ninja", "-S", work, "-B", work / "refused",
                  f"-DCMAKE_PREFIX_PATH={work}/installed", f"-DCMAKE_CXX_COMPILER={compiler}"],
                 capture_output=True, text=True)
-            if refused.returncode == 0:
-                sys.exit("a component that there is not is found")
+            if refused.returncode == 0 or "nosuch" not in refused.stderr:
+                sys.exit(f"a component that there is not is found: {refused.stderr}")
 
 
 main()

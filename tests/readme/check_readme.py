@@ -34,8 +34,9 @@ def main():
         run("cmake", "--install", build, "--prefix", work / "installed")
         (work / "CMakeLists.txt").write_text(block(text, "cmake"))
         (work / "main.cpp").write_text(block(text, "cpp"))
-        run("cmake", "-S", work, "-B", work / "build", f"-DCMAKE_PREFIX_PATH={work}/installed",
-            f"-DCMAKE_CXX_COMPILER={compiler}", f"-DCMAKE_CXX_FLAGS={flags}")
+        run("cmake", "-G", "Ninja", "-S", work, "-B", work / "build",
+            f"-DCMAKE_PREFIX_PATH={work}/installed", f"-DCMAKE_CXX_COMPILER={compiler}",
+            f"-DCMAKE_CXX_FLAGS={flags}")
         run("cmake", "--build", work / "build")
         printed = run(work / "build" / "host")
         if printed != block(text, "text"):
