@@ -59,4 +59,45 @@ TEST(NetService, IsComparedByContentInsideValues) {
   EXPECT_NE(one, Value::array({service("b"), service("a")}));
 }
 
+TEST(NetService, HasAnIdentifierOfItsThreeParts) {
+  const auto made = service("Office");
+  EXPECT_EQ(made->identifier(), "local.:_ipp._tcp.:Office");
+  EXPECT_TRUE(made->identifier().sharesStorageWith(made->identifier())) << "made once";
+  EXPECT_EQ(service("")->identifier(), "local.:_ipp._tcp.:");
+  EXPECT_EQ(service(Value(), Value(), Value())->identifier(), "(null):(null):(null)");
+  EXPECT_EQ(service(5, "t", true)->identifier(), "true:t:5");
+}
+
+TEST(NetService, MakesItsIdentifierAnewWhereAnObjectDescribesItself) {
+  struct Counter : Object {
+    [[nodiscard]] std::string description() const override { return std::to_string(++count); }
+    mutable int count = 0;
+  };
+  const auto made = service(std::make_shared<Counter>(), "t", "d");
+  EXPECT_EQ(made->identifier(), "d:t:1");
+  EXPECT_EQ(made->identifier(), "d:t:2");
+}
+
+TEST(NetService, FoldsTheCaseOfItsDomain) {
+  const auto made = service("a", "t", "\u00c9T\u00c9 of a domain with many characters.");
+  EXPECT_EQ(made->caseFoldedDomain(), "\u00e9t\u00e9 of a domain with many characters.");
+  EXPECT_TRUE(made->caseFoldedDomain().sharesStorageWith(made->caseFoldedDomain())) << "made once";
+  EXPECT_EQ(service("a", "t", "")->caseFoldedDomain(), "");
+  EXPECT_TRUE(service("a", "t", Value())->caseFoldedDomain().isAbsent());
+  EXPECT_TRUE(service("a", "t", 5)->caseFoldedDomain().isAbsent());
+}
+
+TEST(NetService, ComparesItsValuesWithoutAskingADerivedClass) {
+  struct Unequal : NetService {
+    using NetService::NetService;
+    [[nodiscard]] bool isEqual(const Object& /*other*/) const override { return false; }
+  };
+  const Unequal one("a", "t", "d");
+  EXPECT_FALSE(one.isEqual(*service("a", "t", "d")));
+  EXPECT_TRUE(one.hasValuesOf(*service("a", "t", "d")));
+  EXPECT_FALSE(one.hasValuesOf(*service("b", "t", "d")));
+  EXPECT_FALSE(one.hasValuesOf(*service("a", "u", "d")));
+  EXPECT_FALSE(one.hasValuesOf(*service("a", "t", "e")));
+}
+
 }  // namespace

@@ -1,20 +1,52 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <platform/CaseFolding.h>
 #include <platform/NetService.h>
 
+#include <memory>
 #include <utility>
 
 namespace platform {
 
+template <class Make>
+const Value& NetService::KeptValue::get(const Make& make) const {
+  const Value* kept = ifMade();
+  if (kept == nullptr) {
+    auto made = std::make_unique<const Value>(make());
+    // Of two threads that make it at once, one keeps its own.
+    if (_value.compare_exchange_strong(kept, made.get(), std::memory_order_acq_rel,
+                                       std::memory_order_acquire)) {
+      kept = made.release();
+    }
+  }
+  return *kept;
+}
+
 NetService::NetService(Value name, Value type, Value domain)
     : _name(std::move(name)), _type(std::move(type)), _domain(std::move(domain)) {}
+
+NetService::~NetService() = default;
+
+Value NetService::makeIdentifier() const {
+  const auto make = [this] {
+    return Value(_domain.displayText() + ":" + _type.displayText() + ":" + _name.displayText());
+  };
+  // An object's description may be another the next time.
+  const auto stays = [](const Value& part) { return part.isString() || part.isAbsent(); };
+  return stays(_domain) && stays(_type) && stays(_name) ? _identifier.get(make) : make();
+}
+
+Value NetService::caseFoldedDomain() const {
+  return _domain.isString()
+             ? _caseFoldedDomain.get([this] { return Value(caseFolded(_domain.string())); })
+             : Value();
+}
 
 bool NetService::isEqual(const Object& other) const {
   if (this == &other) {
     return true;
   }
   const auto* service = dynamic_cast<const NetService*>(&other);
-  return service != nullptr && _name == service->_name && _type == service->_type &&
-         _domain == service->_domain;
+  return service != nullptr && hasValuesOf(*service);
 }
 
 std::size_t NetService::hash() const {

@@ -177,20 +177,16 @@ KRAVTWVNetDomainVexil::~KRAVTWVNetDomainVexil() = default;
 // --- network service
 
 KRAVTWVNetServiceVexil::KRAVTWVNetServiceVexil(std::shared_ptr<platform::NetService> service)
-    : KRAVTWVKind(Value(service)) {
-  setNetService(std::move(service));
-}
+    : KRAVTWVKind(Value(service)), _netService(std::move(service)) {}
 
 KRAVTWVNetServiceVexil::~KRAVTWVNetServiceVexil() = default;
 
 Value KRAVTWVNetServiceVexil::uniqueID() const {
-  // Read once, so that the parts are those of one service, and not through `label` and `domain`, so
-  // that a subclass that shows something else keeps its identity.
+  // Not through `label` and `domain`, so that a subclass that shows something else keeps its
+  // identity.
   static const platform::NetService none({}, {}, {});
-  const auto held = netService();
-  const platform::NetService& service = held ? *held : none;
-  return service.domain().displayText() + ":" + service.type().displayText() + ":" +
-         service.name().displayText();
+  const auto service = netService();
+  return (service ? *service : none).identifier();
 }
 
 Value KRAVTWVNetServiceVexil::label() const {
