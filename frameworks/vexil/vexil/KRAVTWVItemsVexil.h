@@ -253,6 +253,15 @@ using KRAVTWVNetServiceArray = std::vector<std::shared_ptr<platform::NetService>
 ///
 /// The shapes order domains differently: groups by plain comparison of their labels, headers
 /// without regard to case. In both, the services of a domain stand by name.
+///
+///     auto services = std::make_shared<KRAVTWVServicesVexil>();
+///     services->addServices(foundSoFar);   // one rebuild
+///     services->addService(another);       // and one for each that comes later
+///
+/// A host's own kind of service may change the collection, or let go of it, when it is asked
+/// whether it is equal, for its hash, or when it goes. Once all are asked, services are added to,
+/// or removed from, the array that is held then. One that the host added meanwhile is not added
+/// twice.
 class KRAVTWVServicesVexil : public KRAVTWVItemsVexil {
  public:
   /// A collection without services; nothing is built before the first change.
@@ -274,24 +283,42 @@ class KRAVTWVServicesVexil : public KRAVTWVItemsVexil {
   void setSortedServices(std::shared_ptr<KRAVTWVNetServiceArray> sortedServices);
 
   /// Adds a service, sorts all (`Value::compare` of domain, then name; stably) and rebuilds the
-  /// items. Nothing happens when an equal one is held. Raises `InvalidArgument` when the service is
-  /// absent; also when it has no domain, but then it is held, and every rebuild raises until it is
-  /// removed.
+  /// items. Nothing happens when an equal one is held: each that is held is asked, and is the
+  /// receiver of `isEqual`. Throws `InvalidArgument` when the service is absent; also when it has
+  /// no domain, but then it is held, and every rebuild throws until it is removed.
   void addService(const std::shared_ptr<platform::NetService>& service);
+
+  /// Adds many services as if each came in turn, but sorts and rebuilds once: for a burst of them.
+  /// What is announced is therefore what one merge announces of all that came. Of equal ones the
+  /// first stays, and nothing happens when equal ones of all are held. Only services of equal
+  /// hashes are asked whether they are equal.
+  ///
+  /// Throws `InvalidArgument`, with nothing changed, when one is a null pointer; also when one has
+  /// no domain, but then all are held.
+  ///
+  /// Cost: as `addService`, and to sort those that are added.
+  void addServices(const KRAVTWVNetServiceArray& services);
 
   /// Removes a service and rebuilds the items. Nothing happens when no equal one is held.
   void removeService(const std::shared_ptr<platform::NetService>& service);
 
+  /// Removes many services as if each went in turn, but rebuilds once. Nothing happens when none of
+  /// them is held; a null pointer among them is not. Asks as `addServices` does.
+  void removeServices(const KRAVTWVNetServiceArray& services);
+
   /// Builds all items and merges them into the root's children. Raises `InvalidArgument` when a
   /// service has no domain.
   ///
-  /// Cost: one item a service and domain, whatever has changed.
+  /// Cost: one item a service and domain, whatever has changed; linear, but for the order of the
+  /// domains.
   void updateItemsForServices();
 
  protected:
   [[nodiscard]] const platform::KeyTable& keyTable() const override;
 
  private:
+  void takeIn(const KRAVTWVNetServiceArray& added);
+  void takeOut(const KRAVTWVNetServiceArray& found);
   void setGroupByDomainValue(const platform::Value& groupByDomain);
   [[nodiscard]] platform::Value sortedServicesValue() const;
   void setSortedServicesValue(const platform::Value& sortedServices);
