@@ -7,6 +7,7 @@
 #include <avahi/PollLoop.h>
 #include <avahi/ServiceBrowser.h>
 #include <platform/Log.h>
+#include <platform/Observing.h>
 #include <unistd.h>
 #include <vexil/KRAVTWVItemsVexil.h>
 
@@ -33,15 +34,26 @@ const char* text(ServiceBrowser::State state) {
   return "unknown";
 }
 
+/// Who is told of services.
+enum class Mode {
+  each,        // a handler, one by one
+  many,        // handlers that take many at once as well
+  collection,  // the collection itself; the host prints what changes in its tree
+};
+
 class Host {
  public:
-  explicit Host(std::string_view type)
-      : _browser(
-            _loop.poll(), type,
-            {[this](const auto& service) { found(service); },
-             [this](const auto& service) { lost(service); }, [this](auto state) { tell(state); }}) {
+  Host(std::string_view type, Mode mode) {
     _services->setGroupByDomain(true);
-    tell(_browser.state());
+    if (mode == Mode::collection) {
+      _changes =
+          platform::observe(_services->root(), KRAVTWVItemVexilKeyPathChildren,
+                            platform::ObservingOptions::none, [this](const auto&) { show(); });
+      _browser = std::make_unique<ServiceBrowser>(_loop.poll(), type, _services);
+    } else {
+      _browser = std::make_unique<ServiceBrowser>(_loop.poll(), type, handlers(mode));
+    }
+    tell(_browser->state());
   }
 
   void run() {
@@ -54,6 +66,25 @@ class Host {
   }
 
  private:
+  ServiceBrowser::Handlers handlers(Mode mode) {
+    ServiceBrowser::Handlers handlers = {[this](const auto& service) { found(service); },
+                                         [this](const auto& service) { lost(service); },
+                                         [this](auto state) { tell(state); }};
+    if (mode == Mode::many) {
+      handlers.foundMany = [this](const auto& services) {
+        std::cout << "found at once: " << services.size() << std::endl;
+        _services->addServices(services);
+        show();
+      };
+      handlers.lostMany = [this](const auto& services) {
+        std::cout << "lost at once: " << services.size() << std::endl;
+        _services->removeServices(services);
+        show();
+      };
+    }
+    return handlers;
+  }
+
   void found(const ServiceBrowser::Service& service) {
     _services->addService(service);
     show();
@@ -70,8 +101,8 @@ class Host {
 
   void tell(ServiceBrowser::State state) {
     std::cout << text(state);
-    if (!_browser.problem().empty()) {
-      std::cout << ": " << _browser.problem();
+    if (!_browser->problem().empty()) {
+      std::cout << ": " << _browser->problem();
     }
     std::cout << std::endl;
   }
@@ -91,19 +122,24 @@ class Host {
   avahi::PollLoop _loop;
   const std::shared_ptr<KRAVTWVServicesVexil> _services = std::make_shared<KRAVTWVServicesVexil>();
   bool _raisesNext = false;
-  ServiceBrowser _browser;
+  platform::Observation _changes;
+  std::unique_ptr<ServiceBrowser> _browser;
 };
 
 }  // namespace
 
 int main(int count, char** arguments) {
-  if (count != 2) {
-    std::cerr << "usage: browsing_host TYPE\n";
+  const std::string_view how = count == 3 ? arguments[2] : "each";
+  const Mode mode = how == "many"         ? Mode::many
+                    : how == "collection" ? Mode::collection
+                                          : Mode::each;
+  if (count < 2 || count > 3) {
+    std::cerr << "usage: browsing_host TYPE [each | many | collection]\n";
     return 2;
   }
   platform::setLogSink([](std::string_view line) { std::cout << "log: " << line << std::endl; });
   try {
-    Host(arguments[1]).run();
+    Host(arguments[1], mode).run();
   } catch (const avahi::BrowsingFailed& failure) {
     std::cerr << failure.what() << '\n';
     return 1;

@@ -166,9 +166,9 @@ class Network:
 class Host:
     """The program under test, and the lines it prints."""
 
-    def __init__(self, processes, program, service_type):
+    def __init__(self, processes, program, *arguments):
         self.process = processes.start(
-            program, service_type, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=None,
+            program, *arguments, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=None,
             text=True)
         self.lines = queue.Queue()
         threading.Thread(target=self._read, daemon=True).start()
@@ -248,6 +248,14 @@ def story(program, processes, directory, interfaces):
     other.expect("browsing", "tree: local. [Web local.:_http._tcp.:Web]", "settled")
     other.close()
 
+    print("a host that takes many at once", flush=True)
+    taker = Host(processes, program, "_ipp._tcp", "many")
+    taker.expect("browsing", "found at once: 2", tree(PRINTER, SCANNER), "settled")
+
+    print("a collection, in which what is there already makes one change", flush=True)
+    collection = Host(processes, program, "_ipp._tcp", "collection")
+    collection.expect("browsing", tree(PRINTER, SCANNER))
+
     print("the cable is pulled", flush=True)
     for end in interfaces[1:]:
         subprocess.run(["ip", "link", "set", end, "down"], check=True)
@@ -259,14 +267,21 @@ def story(program, processes, directory, interfaces):
     network.end(printer)
     host.expect(tree(SCANNER))
 
+    taker.expect(tree(SCANNER))
+
     print("a handler raises, and browsing goes on", flush=True)
     host.write_line()
     printer = network.publish(PRINTER)
     host.expect(tree(PRINTER, SCANNER), "log: While browsing for services: a handler in trouble")
+    taker.expect(tree(PRINTER, SCANNER))
 
     print("the daemon ends", flush=True)
     network.end(daemon)
     host.expect(tree(SCANNER), tree(), NO_DAEMON)
+    taker.expect("lost at once: 2", tree(), NO_DAEMON)
+    taker.close()
+    collection.expect(tree(SCANNER), tree(PRINTER, SCANNER), tree())
+    collection.close()
     network.end(printer)
     network.end(scanner)
 

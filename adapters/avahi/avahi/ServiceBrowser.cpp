@@ -12,7 +12,9 @@
 
 #include <exception>
 #include <new>
+#include <set>
 #include <utility>
+#include <vector>
 
 namespace avahi {
 
@@ -59,7 +61,9 @@ ServiceBrowser::Handlers handlersOf(const std::shared_ptr<KRAVTWVServicesVexil>&
   }
   return {[services](const auto& service) { services->addService(service); },
           [services](const auto& service) { services->removeService(service); },
-          {}};
+          {},
+          [services](const auto& found) { services->addServices(found); },
+          [services](const auto& lost) { services->removeServices(lost); }};
 }
 
 }  // namespace
@@ -86,6 +90,10 @@ class ServiceBrowser::Session {
   void search(AvahiClient* client);
   void reported(AvahiBrowserEvent event, ServiceFold::Place place, const char* name,
                 const char* type, const char* domain);
+  void found(const Service& service);
+  void lost(const Service& service);
+  /// Tells what was found and has not been told.
+  void tellFound();
   void loseAll(int error);
   void tryAgainIn(unsigned milliseconds);
   void enter(State state);
@@ -98,6 +106,8 @@ class ServiceBrowser::Session {
   /// Frees what was made with it, the search included.
   std::unique_ptr<AvahiClient, ClientDeleter> _client;
   ServiceFold _services;
+  /// Of these, the ones that are not told yet, in the order in which they were found.
+  std::vector<Service> _untold;
   State _state = State::waiting;
   /// Why it waits.
   int _error = AVAHI_ERR_NO_DAEMON;
@@ -196,18 +206,20 @@ void ServiceBrowser::Session::reported(AvahiBrowserEvent event, ServiceFold::Pla
   switch (event) {
     case AVAHI_BROWSER_NEW:
       if (const Service service = _services.appeared(name, type, domain, place)) {
-        tell(_handlers.found, service);
+        found(service);
       }
       break;
     case AVAHI_BROWSER_REMOVE:
       if (const Service service = _services.disappeared(name, type, domain, place)) {
-        tell(_handlers.lost, service);
+        lost(service);
       }
       break;
     case AVAHI_BROWSER_ALL_FOR_NOW:
+      tellFound();
       enter(State::settled);
       break;
     case AVAHI_BROWSER_CACHE_EXHAUSTED:
+      tellFound();
       break;
     case AVAHI_BROWSER_FAILURE:
       loseAll(avahi_client_errno(_client.get()));
@@ -216,9 +228,37 @@ void ServiceBrowser::Session::reported(AvahiBrowserEvent event, ServiceFold::Pla
   }
 }
 
-void ServiceBrowser::Session::loseAll(int error) {
-  for (const Service& service : _services.clear()) {
+void ServiceBrowser::Session::found(const Service& service) {
+  if (_handlers.foundMany && _state == State::browsing) {
+    _untold.push_back(service);
+  } else {
+    tell(_handlers.found, service);
+  }
+}
+
+void ServiceBrowser::Session::lost(const Service& service) {
+  if (std::erase(_untold, service) == 0) {
     tell(_handlers.lost, service);
+  }
+}
+
+void ServiceBrowser::Session::tellFound() {
+  if (!_untold.empty()) {
+    tell(_handlers.foundMany, std::exchange(_untold, {}));
+  }
+}
+
+void ServiceBrowser::Session::loseAll(int error) {
+  std::vector<Service> services = _services.clear();
+  const std::set<Service> untold(_untold.begin(), _untold.end());
+  _untold.clear();
+  std::erase_if(services, [&](const Service& service) { return untold.contains(service); });
+  if (!_handlers.lostMany) {
+    for (const Service& service : services) {
+      tell(_handlers.lost, service);
+    }
+  } else if (!services.empty()) {
+    tell(_handlers.lostMany, services);
   }
   _error = error;
   enter(State::waiting);

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class KRAVTWVServicesVexil;
 struct AvahiPoll;
@@ -76,6 +77,12 @@ class ServiceBrowser {
     /// `state()` has changed. `waiting` is told after all services are lost, `browsing` before the
     /// first is found.
     std::function<void(State)> stateChanged;
+    /// With one, services that are found while `browsing` are not told to `found` one by one, but
+    /// to this, many at once in the order in which they were found: what the daemon knows already,
+    /// and before `settled` the rest. One that is lost before it was told is never told.
+    std::function<void(const std::vector<Service>&)> foundMany = {};
+    /// With one, services that are lost because the daemon is are told to this, all at once.
+    std::function<void(const std::vector<Service>&)> lostMany = {};
   };
 
   /// Begins to browse for a type such as "_ipp._tcp", with or without its final dot; a subtype
@@ -84,7 +91,8 @@ class ServiceBrowser {
   /// Raises `platform::InvalidArgument` when that is no type of a service, and `BrowsingFailed`.
   ServiceBrowser(const AvahiPoll& loop, std::string_view type, Handlers handlers);
 
-  /// The same, with `addService` and `removeService` of a collection as the handlers. The browser
+  /// The same, with `addService`, `removeService`, `addServices` and `removeServices` of a
+  /// collection as the handlers, so that a burst of services rebuilds its items once. The browser
   /// keeps the collection alive. Several browsers can fill one collection, each with another type.
   ServiceBrowser(const AvahiPoll& loop, std::string_view type,
                  const std::shared_ptr<KRAVTWVServicesVexil>& services);
