@@ -3,3 +3,4 @@
 
 void addEventListBenchmarks();
 void addCollectionBenchmarks();
+void addServicesBenchmarks();

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What it costs to keep the larger outlines up to date: events under their domains, triggers that
-// wait, services that come one by one. As with the event list, what an observer counts is checked.
+// wait. As with the event list, what an observer counts is checked.
 #include <ternwood/Ternwood.h>
 
-#include <algorithm>
-#include <compare>
 #include <string>
 #include <utility>
 #include <vector>
@@ -86,51 +84,6 @@ void refreshTriggersOneFires(benchmark::State& state) {
   }
 }
 
-std::vector<std::shared_ptr<platform::NetService>> services(std::size_t count) {
-  std::vector<std::shared_ptr<platform::NetService>> services;
-  for (std::size_t i = 0; i < count; ++i) {
-    // Odd factors spread the names over the whole list.
-    services.push_back(std::make_shared<platform::NetService>(
-        "service " + std::to_string(i * 7919 % count), "_sched._tcp.", "local."));
-  }
-  return services;
-}
-
-/// The time is that of all, a service at a time.
-void addServicesOneByOne(benchmark::State& state) {
-  const auto found = services(sizeOf(state));
-  for (auto _ : state) {
-    Watched<KRAVTWVServicesVexil> watched;
-    timed(state, [&] {
-      for (const auto& service : found) {
-        watched.list->addService(service);
-      }
-    });
-    if (watched.delegate->counts != Counts{.inserted = found.size() + 1}) {
-      state.SkipWithError("wrong count");
-    }
-  }
-}
-
-/// What the rebuilds alone cost in that: each service is put into its place while the clock stands.
-void rebuildServicesAsOften(benchmark::State& state) {
-  const auto found = services(sizeOf(state));
-  for (auto _ : state) {
-    Watched<KRAVTWVServicesVexil> watched;
-    KRAVTWVNetServiceArray& held = *watched.list->sortedServices();
-    double seconds = 0;
-    for (const auto& service : found) {
-      held.insert(std::ranges::upper_bound(held, service,
-                                           [](const auto& a, const auto& b) {
-                                             return std::is_lt(a->name().compare(b->name()));
-                                           }),
-                  service);
-      seconds += secondsOf([&] { watched.list->updateItemsForServices(); });
-    }
-    state.SetIterationTime(seconds);
-  }
-}
-
 }  // namespace
 
 void addCollectionBenchmarks() {
@@ -145,14 +98,4 @@ void addCollectionBenchmarks() {
       ->Range(1'000, 100'000)
       ->UseManualTime()
       ->MinTime(0.2);
-  // In proportion to the square, since each addition rebuilds all.
-  const auto addServiceBenchmark = [](const char* name, void (*run)(benchmark::State&)) {
-    benchmark::RegisterBenchmark(name, run)
-        ->RangeMultiplier(10)
-        ->Range(1'000, 10'000)
-        ->UseManualTime()
-        ->Iterations(1);
-  };
-  addServiceBenchmark("services: all added one by one", addServicesOneByOne);
-  addServiceBenchmark("services: the rebuilds in that", rebuildServicesAsOften);
 }
