@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 namespace {
@@ -81,6 +82,13 @@ TEST_F(ListWithAHost, AnItemThatWasTakenOutIsInsertedAnew) {
   EXPECT_EQ(refresh({one, two, event("3", "C", "changed")}),
             "root children insertion {1} new=[2]\n"
             "root children replacement {2} old=[3] new=[3]\n");
+}
+
+TEST_F(ListWithAHost, AnItemThatWasTakenOutIsInsertedAnewWhereAnotherGoes) {
+  root->removeChildrenAtIndexes({2});
+  EXPECT_EQ(refresh({two, three}),
+            "root children removal {0} old=[1]\n"
+            "root children insertion {1} new=[3]\n");
 }
 
 TEST_F(ListWithAHost, ItemsInAnotherOrderTakeOverTheRecordsOfTheirPlaces) {
@@ -179,6 +187,17 @@ TEST_F(StoreWithAHost, ARowOfAnotherKindWithAnEqualRecordIsReplaced) {
   store->setEvents(records({a1, a2, b1, eventOf("B", "b2", "Tomorrow")}));
   EXPECT_EQ(recorder->take(), "root children replacement {0-1} old=[A, B] new=[A, B]\n");
   EXPECT_EQ(other->representedObject(), domainRecord("A", "Attic 7"));
+}
+
+TEST_F(StoreWithAHost, AListThatNeverCameToTheTreeDoesNotDecideWhereEventsBelong) {
+  {
+    const auto refusal =
+        platform::observe(store, "sortedEvents", platform::ObservingOptions::both,
+                          [](const auto&) { throw std::runtime_error("refused"); });
+    EXPECT_THROW(store->setEvents(records({b1, a2})), std::runtime_error);
+  }
+  store->setEvents(records({b1, eventOf("B", "b2", "Tomorrow"), a2}));
+  EXPECT_EQ(outline(root), "root=[A=Attic 7[a2=Two] B=Barn 9[b1=Three b2=Tomorrow]]");
 }
 
 }  // namespace
