@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Texts are computed with ICU, whose locale data change from year to year; they are written down
 // only where a locale and a zone are pinned that have been the same for long.
+#include "../support/Property.h"
+
 #include <gtest/gtest.h>
 #include <platform/DateFormatter.h>
 #include <platform/Error.h>
-#include <rapidcheck/gtest.h>
 #include <support/DateTesting.h>
 
 #include <cmath>
@@ -231,7 +232,7 @@ rc::Gen<std::string> anyAlmostLocale() {
                       });
 }
 
-RC_GTEST_PROP(DateFormatter, WritesDatesInWhateverItIsPinnedTo, ()) {
+PROPERTY(DateFormatter, WritesDatesInWhateverItIsPinnedTo, ()) {
   const auto made = formatter(FormatStyle::fullStyle, FormatStyle::fullStyle);
   made->setLocaleIdentifier(*anyAlmostLocale());
   const double day = *rc::gen::inRange(-1'000'000, 1'000'000) * 86'400.0;

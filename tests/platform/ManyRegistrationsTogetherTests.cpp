@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <platform/Error.h>
 #include <platform/ManyRegistrations.h>
-#include <rapidcheck/gtest.h>
 
 #include <array>
 #include <cstdint>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "../support/AllocationCounter.h"
+#include "../support/Property.h"
 #include "../support/RecordingObserver.h"
 #include "Shelf.h"
 
@@ -277,7 +277,7 @@ class World {
   std::shared_ptr<Shelf> _changing;
 };
 
-RC_GTEST_PROP(ManyRegistrationsTogetherProperty, DoWhatEachCallByItselfDoes, ()) {
+PROPERTY(ManyRegistrationsTogetherProperty, DoWhatEachCallByItselfDoes, ()) {
   World atOnce(true);
   World oneByOne(false);
   const auto steps = *rc::gen::scale(3.0, rc::gen::container<std::vector<Step>>(step()));

@@ -2,7 +2,6 @@
 // What shows of equality and hash without asking objects.
 #include <gtest/gtest.h>
 #include <platform/Value.h>
-#include <rapidcheck/gtest.h>
 
 #include <array>
 #include <limits>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "../support/AllocationCounter.h"
+#include "../support/Property.h"
 #include "../support/SmallStack.h"
 #include "../support/ValueGenerators.h"
 
@@ -238,15 +238,15 @@ Value withObjects(const Value& value, const std::array<Value, 2>& objects, std::
   return random() % 32 == 0 ? Value("another leaf") : value;
 }
 
-RC_GTEST_PROP(PlainEqualityProperty, AgreesWithEqualityWithoutObjects,
-              (const Value& a, const Value& b)) {
+PROPERTY(PlainEqualityProperty, AgreesWithEqualityWithoutObjects,
+         (const Value& a, const Value& b)) {
   RC_ASSERT(a.plainlyEquals(b) == std::optional(a == b));
   RC_ASSERT(a.plainlyEquals(test::equalButMadeOtherwise(a)) == std::optional(true));
   RC_ASSERT(a.plainHash() == std::optional(a.hash()));
 }
 
-RC_GTEST_PROP(PlainEqualityProperty, IsUnknownOnlyWhereAnObjectDecides,
-              (const Value& value, unsigned seed)) {
+PROPERTY(PlainEqualityProperty, IsUnknownOnlyWhereAnObjectDecides,
+         (const Value& value, unsigned seed)) {
   int asked = 0;
   const std::array<Value, 2> objects{std::make_shared<Asked>(asked),
                                      std::make_shared<Asked>(asked)};

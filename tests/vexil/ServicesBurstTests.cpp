@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Many network services added and removed at once, and what each way of adding announces.
+#include "../support/Property.h"
 #include "CollectionTesting.h"
 
 #include <platform/CaseFolding.h>
 #include <platform/Error.h>
 
 #include <gtest/gtest.h>
-#include <rapidcheck.h>
-#include <rapidcheck/gtest.h>
 
 #include <algorithm>
 #include <compare>
@@ -312,7 +311,7 @@ Services anyServices() {
   return services;
 }
 
-RC_GTEST_PROP(AnyServicesInTurn, AreHeldShownAndAnnouncedAsByASimplerCollection, ()) {
+PROPERTY(AnyServicesInTurn, AreHeldShownAndAnnouncedAsByASimplerCollection, ()) {
   const auto collection = std::make_shared<Collection>();
   Model model;
   const auto recorder = Recorder::make();
