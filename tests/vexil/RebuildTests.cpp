@@ -79,6 +79,18 @@ TEST(Rebuild, OfAnEngineShowsItsGroups) {
   EXPECT_EQ(outline(engine->root()), shown);
 }
 
+TEST(Rebuild, OfServicesShowsThemByDomain) {
+  const auto services = std::make_shared<KRAVTWVServicesVexil>();
+  services->addService(std::make_shared<platform::NetService>("alpha", "_a._tcp.", "local."));
+  const std::string shown = outline(services->root());
+  services->root()->setChildren(nullptr);
+  services->rebuildRootChildren();
+  EXPECT_EQ(outline(services->root()), shown);
+  services->setGroupByDomain(true);
+  services->rebuildRootChildren();
+  EXPECT_EQ(outline(services->root()), "root=[local.=local.[local.:_a._tcp.:alpha=alpha]]");
+}
+
 TEST(Rebuild, WithoutARootDoesNothing) {
   const auto list = std::make_shared<KRAVTWVEventsVexil>();
   list->setRoot(nullptr);

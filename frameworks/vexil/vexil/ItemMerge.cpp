@@ -131,7 +131,10 @@ IndexSet ItemMerge::removeAndInsert(Item& receiver, const FreshList& fresh) {
   if (!vanished.empty() &&
       announce(receiver, [&] { receiver.removeChildrenAtIndexes(vanished); }) &&
       fresh.hostItems() != nullptr) {
-    appeared = appearedAmong(fresh.identifiers(), freshIdentifiers, oldIdentifiers);
+    const std::vector<Value> identifiers = fresh.identifiers();
+    if (identifiers != freshIdentifiers) {
+      appeared = appearedAmong(identifiers, freshIdentifiers, oldIdentifiers);
+    }
   }
   if (!appeared.empty()) {
     announce(receiver, [&] { receiver.insertChildren(fresh, appeared); });

@@ -315,6 +315,7 @@ class KRAVTWVServicesVexil : public KRAVTWVItemsVexil {
 
  protected:
   [[nodiscard]] const platform::KeyTable& keyTable() const override;
+  [[nodiscard]] std::shared_ptr<KRAVTWVItemArray> itemsOfInput() const override;
 
  private:
   void takeIn(const KRAVTWVNetServiceArray& added);

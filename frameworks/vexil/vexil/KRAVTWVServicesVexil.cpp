@@ -333,12 +333,16 @@ void KRAVTWVServicesVexil::takeOut(const KRAVTWVNetServiceArray& found) {
 
 void KRAVTWVServicesVexil::updateItemsForServices() {
   const auto self = weak_from_this().lock();
+  replaceRootChildren(itemsOfInput());
+}
+
+std::shared_ptr<KRAVTWVItemArray> KRAVTWVServicesVexil::itemsOfInput() const {
   const auto services = sortedServices();
   std::vector<ServicesOfDomain> domains =
       services ? byDomain(*services) : std::vector<ServicesOfDomain>();
-  replaceRootChildren(std::make_shared<KRAVTWVItemArray>(
+  return std::make_shared<KRAVTWVItemArray>(
       groupByDomain() ? groups(std::move(domains))
-                      : rows(std::move(domains), services ? services->size() : 0)));
+                      : rows(std::move(domains), services ? services->size() : 0));
 }
 
 const KeyTable& KRAVTWVServicesVexil::keyTable() const {
