@@ -3,4 +3,5 @@
 
 void addEventListBenchmarks();
 void addCollectionBenchmarks();
+void addObservationBenchmarks();
 void addServicesBenchmarks();

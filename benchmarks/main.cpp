@@ -7,6 +7,7 @@
 int main(int argc, char** argv) {
   addEventListBenchmarks();
   addCollectionBenchmarks();
+  addObservationBenchmarks();
   addServicesBenchmarks();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {

@@ -76,7 +76,7 @@ class AnswersOfClasses {
       asked.answers.clear();
       asked.name = type.name();
     }
-    _count += asked.answers.emplace(key, keys).second ? 1 : 0;
+    _count += asked.answers.emplace(key, keys).second ? 1U : 0U;
   }
 
   static thread_local bool areGone;
