@@ -27,13 +27,12 @@ class ListChanges {
 
   /// False when it has to be found out what becomes of the object's list.
   [[nodiscard]] bool repeat(Observable& object) noexcept {
-    if (object._observers.get() != _last.before || _last.repetitions == _last.inAdvance ||
+    if (object._observers.get() != _last.before || _last.left == 0 ||
         object._changesInProgress.load(std::memory_order_relaxed) != 0) {
       return false;
     }
-    (void)object._observers.leave();
-    object._observers = ObserverListPointer::adopting(_last.after);
-    ++_last.repetitions;
+    object._observers.exchangeUncounted(_last.after);
+    --_last.left;
     return true;
   }
 
@@ -44,7 +43,7 @@ class ListChanges {
     _last.before = retainedListOf(object);
     change();
     _last.after = retainedListOf(object, inAdvance);
-    _last.inAdvance = inAdvance;
+    _last.inAdvance = _last.left = inAdvance;
   }
 
   /// `removeObserver`, but false when there is no such registration.
@@ -61,13 +60,13 @@ class ListChanges {
   struct ListChange {
     ObserverList* before = nullptr;
     ObserverList* after = nullptr;
-    std::uint32_t repetitions = 0;
     std::uint32_t inAdvance = 0;
+    std::uint32_t left = 0;
   };
   // By value, so that a loop over objects can have all of it in registers.
   static void settle(ListChange change) noexcept {
-    release(change.before, change.repetitions + 1);
-    release(change.after, change.inAdvance - change.repetitions + 1);
+    release(change.before, change.inAdvance - change.left + 1);
+    release(change.after, change.left + 1);
   }
   static ObserverList* retainedListOf(const Observable& object,
                                       std::uint32_t further = 0) noexcept {

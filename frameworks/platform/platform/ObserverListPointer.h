@@ -40,6 +40,9 @@ class ObserverListPointer {
   /// Leaves the reference to the caller.
   [[nodiscard]] ObserverList* leave() noexcept { return std::exchange(_list, nullptr); }
 
+  /// Holds a reference to `list` that somebody took in advance, and owes them the one that it held.
+  void exchangeUncounted(ObserverList* list) noexcept { _list = list; }
+
   [[nodiscard]] ObserverList* get() const noexcept { return _list; }
   [[nodiscard]] ObserverList* operator->() const noexcept { return _list; }
   [[nodiscard]] explicit operator bool() const noexcept { return _list != nullptr; }
