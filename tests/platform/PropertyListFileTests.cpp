@@ -280,7 +280,7 @@ TEST_F(PropertyListFile, OfNoStatedSizeIsReadWholeHoweverLong) {
     ASSERT_EQ(std::filesystem::file_size(process.nameFile()), 0U);
     // Until it is the other program, it has the name of this one.
     auto read = platform::readPropertyListFile(process.nameFile());
-    for (int attempt = 0; attempt < 10'000 && !reads(read, text); ++attempt) {
+    for (int attempt = 0; attempt < 1000 && !reads(read, text); ++attempt) {
       ::usleep(1000);
       read = platform::readPropertyListFile(process.nameFile());
     }
