@@ -35,10 +35,11 @@ std::optional<chrono::minutes> firstTime(const Schedule& schedule, chrono::minut
 
 /// The first local minute from `from` on that the schedule names, up to the day `last`.
 std::optional<LocalMinute> firstMatch(const Schedule& schedule, LocalMinute from,
-                                      chrono::local_days last) {
+                                      chrono::local_days last, SearchCost& cost) {
   auto day = chrono::floor<chrono::days>(from);
   chrono::minutes time = from - day;
   while (day <= last) {
+    ++cost.days;
     const chrono::year_month_day date(day);
     if (!schedule.months()[static_cast<unsigned>(date.month())]) {
       day = chrono::local_days((date.year() / date.month() + chrono::months(1)) / 1);
@@ -63,7 +64,10 @@ LocalMinute localMinute(Instant instant, chrono::seconds offset) {
 
 }  // namespace
 
-std::optional<Instant> nextDue(const Schedule& schedule, Instant after, const Zone& zone) {
+std::optional<Instant> nextDue(const Schedule& schedule, Instant after, const Zone& zone,
+                               SearchCost* cost) {
+  SearchCost uncounted;
+  SearchCost& counted = cost != nullptr ? *cost : uncounted;
   if (schedule.isReboot()) {
     return std::nullopt;
   }
@@ -72,6 +76,7 @@ std::optional<Instant> nextDue(const Schedule& schedule, Instant after, const Zo
                                 kPatience);
   Instant from = after + chrono::seconds(1);
   while (true) {
+    ++counted.periods;
     const Zone::Period period = zone.periodAt(from);
     const chrono::seconds change = period.offset - period.offsetBefore;
     const bool madeUpFor = !schedule.timeStarred() && chrono::abs(change) < kCorrection;
@@ -79,14 +84,14 @@ std::optional<Instant> nextDue(const Schedule& schedule, Instant after, const Zo
     if (madeUpFor && change.count() != 0) {
       const LocalMinute resumed = localMinute(period.begin, period.offsetBefore);
       if (change.count() > 0 && from == period.begin) {
-        const auto skipped = firstMatch(schedule, resumed, last);
+        const auto skipped = firstMatch(schedule, resumed, last, counted);
         if (skipped && *skipped < localMinute(period.begin, period.offset)) {
           return period.begin;
         }
       }
       begin = std::max(begin, resumed);
     }
-    const auto match = firstMatch(schedule, begin, last);
+    const auto match = firstMatch(schedule, begin, last, counted);
     if (!match) {
       return std::nullopt;
     }

@@ -8,6 +8,12 @@
 
 namespace monitor {
 
+/// What a search took.
+struct SearchCost {
+  int days = 0;     ///< looks at a day, or at a month without one
+  int periods = 0;  ///< looks at a period between changes of the clock
+};
+
 /// The first minute after an instant at which a schedule is due by the clocks of a zone.
 ///
 /// Where clocks are changed by less than three hours, the rules are those that cron(8) documents
@@ -24,8 +30,9 @@ namespace monitor {
 /// how long 29 February takes to fall on a certain weekday across a year 2100. So nothing is a
 /// schedule that never comes ("0 0 30 2 *").
 ///
-/// Cost: a look at each day in question until one matches, and at most two changes of the clock.
+/// Cost: a look at each day in question until one matches, and at most two changes of the clock. It
+/// is added to `cost` where that is given.
 [[nodiscard]] std::optional<Instant> nextDue(const Schedule& schedule, Instant after,
-                                             const Zone& zone);
+                                             const Zone& zone, SearchCost* cost = nullptr);
 
 }  // namespace monitor

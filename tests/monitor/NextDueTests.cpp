@@ -321,14 +321,24 @@ TEST(NextDue, ARebootIsNotDueByTheClock) {
   EXPECT_EQ(nextDue(scheduleOf("@reboot"), kNoon, kBerlin), std::nullopt);
 }
 
-TEST(NextDue, IsFastForSchedulesThatAreDueRarely) {
-  const auto begin = steady_clock::now();
-  for (int i = 0; i < 200; ++i) {
-    EXPECT_TRUE(nextDue(scheduleOf("0 0 29 2 */7"), kNoon, kBerlin));
-    EXPECT_FALSE(nextDue(scheduleOf("0 0 30 2 *"), kNoon, kBerlin));
-  }
-  // Stepping through the minutes of these years would take minutes.
-  EXPECT_LT(steady_clock::now() - begin, 5s);
+TEST(NextDue, LooksAtDaysAndNotAtMinutesForSchedulesThatAreDueRarely) {
+  // Of each year the days of February, and once each other month.
+  constexpr int looksInAYear = 29 + 11;
+  constexpr int years = 42;
+  SearchCost never;
+  EXPECT_FALSE(nextDue(scheduleOf("0 0 30 2 *"), kNoon, kBerlin, &never));
+  EXPECT_GT(never.days, 40 * (looksInAYear - 1));
+  EXPECT_LE(never.days, years * looksInAYear);
+  EXPECT_EQ(never.periods, 1);
+  // It is found once from each period that is looked at.
+  SearchCost rarely;
+  EXPECT_TRUE(nextDue(scheduleOf("0 0 29 2 */7"), kNoon, kBerlin, &rarely));
+  EXPECT_LE(rarely.periods, 3);
+  EXPECT_LE(rarely.days, rarely.periods * years * looksInAYear);
+  SearchCost often;
+  EXPECT_TRUE(nextDue(scheduleOf("* * * * *"), kNoon, kBerlin, &often));
+  EXPECT_EQ(often.days, 1);
+  EXPECT_EQ(often.periods, 1);
 }
 
 TEST(Zone, HasTheChangesOfItsYears) {

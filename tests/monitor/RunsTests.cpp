@@ -2,8 +2,14 @@
 #include "monitor/Runs.h"
 
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <array>
 #include <chrono>
+#include <csignal>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -124,8 +130,77 @@ TEST_F(ProcessTree, NeedNotBeThere) {
   EXPECT_EQ(numbers(), std::vector<int>());
 }
 
+/// A daemon of this machine's own: a process called crond, below which one process stays and others
+/// come and go every few milliseconds.
+class RestlessDaemon {
+ public:
+  RestlessDaemon() {
+    std::array<int, 2> numbers{};
+    if (::pipe(numbers.data()) != 0) {
+      return;
+    }
+    _id = ::fork();
+    if (_id == 0) {
+      ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+      ::prctl(PR_SET_NAME, "crond");
+      const pid_t steady = ::fork();
+      if (steady == 0) {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        ::prctl(PR_SET_NAME, "steady (1) S 2");
+        ::pause();
+      }
+      static_cast<void>(::write(numbers[1], &steady, sizeof steady));
+      while (true) {
+        const pid_t fleeting = ::fork();
+        if (fleeting == 0) {
+          ::usleep(3000);
+          ::_exit(0);
+        }
+        ::waitpid(fleeting, nullptr, 0);
+      }
+    }
+    EXPECT_EQ(::read(numbers[0], &_steady, sizeof _steady), ssize_t{sizeof _steady});
+    ::close(numbers[0]);
+    ::close(numbers[1]);
+  }
+  RestlessDaemon(const RestlessDaemon&) = delete;
+  RestlessDaemon& operator=(const RestlessDaemon&) = delete;
+  ~RestlessDaemon() {
+    ::kill(_id, SIGKILL);
+    ::waitpid(_id, nullptr, 0);
+  }
+
+  [[nodiscard]] int id() const { return _id; }
+  [[nodiscard]] int steady() const { return _steady; }
+
+ private:
+  pid_t _id = -1;
+  pid_t _steady = -1;
+};
+
 TEST(Processes, OfThisMachineCanBeReadWhileTheyComeAndGo) {
-  EXPECT_NO_THROW((void)readCronProcesses("/proc", "/etc/passwd"));
+  const RestlessDaemon daemon;
+  const Instant now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  std::set<int> fleeting;
+  for (int round = 0; round < 500 && (round < 10 || fleeting.empty()); ++round) {
+    std::set<int> seen;
+    for (const Process& process : readCronProcesses("/proc", "/etc/passwd")) {
+      EXPECT_TRUE(seen.insert(process.id).second);
+      EXPECT_NE(process.id, daemon.id());
+      if (process.parent == daemon.id() && process.id != daemon.steady()) {
+        fleeting.insert(process.id);
+      }
+      if (process.id == daemon.steady()) {
+        EXPECT_EQ(process.parent, daemon.id());
+        EXPECT_TRUE(process.name == "steady (1) S 2" || process.name == "crond") << process.name;
+        EXPECT_FALSE(process.arguments.empty());
+        ASSERT_TRUE(process.started);
+        EXPECT_LT(std::chrono::abs(*process.started - now), std::chrono::hours(1));
+      }
+    }
+    EXPECT_TRUE(seen.contains(daemon.steady()));
+  }
+  EXPECT_FALSE(fleeting.empty()) << "nothing came and went meanwhile";
 }
 
 // --- which job a process runs

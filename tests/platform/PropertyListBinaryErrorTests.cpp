@@ -83,6 +83,15 @@ TEST(BinaryPropertyListErrors, AnotherMagicOrVersion) {
   }
 }
 
+TEST(BinaryPropertyListErrors, AnotherVersionIsToldFromWhatIsNoneAtAll) {
+  const auto messageOf = [](const std::string& magic) { return readBinary(magic).error().message; };
+  EXPECT_EQ(messageOf("bplist15" + std::string(50, '\0')),
+            "a binary property list of another version than 00");
+  for (const char* text : {"bplist", "bplist0", "xplist00 and more", "{ a = b; }"}) {
+    EXPECT_EQ(messageOf(text), "a binary property list begins with bplist00") << text;
+  }
+}
+
 TEST(BinaryPropertyListErrors, NoObjects) {
   BinaryPropertyListBuilder list = good();
   list.count = 0;
@@ -116,6 +125,7 @@ TEST(BinaryPropertyListErrors, OffsetsOfImpossibleSizes) {
     BinaryPropertyListBuilder list = good();
     list.offsetSizeInTrailer = size % 256;  // and 0
     EXPECT_TRUE(refused(readBinary(list.file()), Code::badTrailer, offsetSizeOf(list))) << size;
+    EXPECT_EQ(readBinary(list.file()).error().message, "the size of offsets is not 1 to 8 bytes");
   }
 }
 
@@ -124,6 +134,8 @@ TEST(BinaryPropertyListErrors, ReferencesOfImpossibleSizes) {
     BinaryPropertyListBuilder list = good();
     list.referenceSizeInTrailer = size % 256;  // and 0
     EXPECT_TRUE(refused(readBinary(list.file()), Code::badTrailer, referenceSizeOf(list))) << size;
+    EXPECT_EQ(readBinary(list.file()).error().message,
+              "the size of references is not 1 to 8 bytes");
   }
 }
 
