@@ -167,6 +167,15 @@ TEST(BinaryPropertyListErrors, AGapBeforeTheTrailer) {
   }
 }
 
+TEST(BinaryPropertyListErrors, AGapShorterThanAnOffset) {
+  for (const std::size_t size : {1U, 7U}) {
+    BinaryPropertyListBuilder list = good();
+    list.offsetSize = 8;
+    list.gap = std::string(size, '\0');
+    EXPECT_TRUE(refused(readBinary(list.file()), Code::badTrailer, countOf(list))) << size;
+  }
+}
+
 TEST(BinaryPropertyListErrors, BytesBehindTheTrailer) {
   EXPECT_FALSE(readBinary(good().file() + '\n'));
   EXPECT_FALSE(readBinary(good().file() + std::string(32, '\0')));
