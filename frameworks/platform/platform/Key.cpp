@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <platform/Key.h>
 
-#include <algorithm>
-#include <array>
-#include <bit>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <unordered_map>
@@ -35,7 +33,7 @@ namespace {
 
 struct KeyTable {
   std::mutex mutex;
-  std::unordered_map<std::string_view, KeyText*> texts;
+  std::unordered_map<std::string_view, KeyText*, HashOfText> texts;
 };
 
 // Never destroyed: keys in static storage outlive any order of destruction.
@@ -44,6 +42,14 @@ KeyTable& keyTable() {
   return table;
 }
 
+struct Destroy {
+  void operator()(KeyText* text) const noexcept {
+    text->~KeyText();
+    ::operator delete(text);
+  }
+};
+
+/// The caller owns a reference.
 const KeyText* intern(std::string_view text) {
   KeyTable& table = keyTable();
   const std::lock_guard lock(table.mutex);
@@ -57,12 +63,12 @@ const KeyText* intern(std::string_view text) {
     table.texts.erase(found);
   }
   void* memory = ::operator new(sizeof(KeyText) + text.size());
-  auto* made = new (memory) KeyText(text);
-  table.texts.emplace(made->text(), made);
-  return made;
+  std::unique_ptr<KeyText, Destroy> made(new (memory) KeyText(text));
+  table.texts.emplace(made->text(), made.get());
+  return made.release();
 }
 
-void discard(const KeyText* text) {
+void discard(const KeyText* text) noexcept {
   KeyTable& table = keyTable();
   {
     const std::lock_guard lock(table.mutex);
@@ -71,8 +77,7 @@ void discard(const KeyText* text) {
       table.texts.erase(found);
     }
   }
-  text->~KeyText();
-  ::operator delete(const_cast<KeyText*>(text));
+  Destroy()(const_cast<KeyText*>(text));
 }
 
 }  // namespace
@@ -96,19 +101,6 @@ std::string_view Key::text() const noexcept {
 
 std::size_t Key::hash() const noexcept {
   return _text->hash;
-}
-
-std::size_t hashOfText(std::string_view text) noexcept {
-  constexpr std::size_t most = 23;  // what a value holds without an allocation
-  if (text.size() > most) {
-    return std::hash<std::string_view>{}(text);
-  }
-  // As the bits of such a value: the characters, zeros, and the length at the end.
-  std::array<char, most + 1> bytes{};
-  std::ranges::copy(text, bytes.begin());
-  bytes[most] = static_cast<char>(text.size());
-  const auto words = std::bit_cast<std::array<std::uint64_t, 3>>(bytes);
-  return detail::hashOfShortText(words[0], words[1], words[2]);
 }
 
 }  // namespace platform

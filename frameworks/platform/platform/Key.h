@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <platform/Hash.h>
 #include <platform/RefCount.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -48,32 +48,6 @@ class Key {
  private:
   const detail::KeyText* _text;
 };
-
-/// The hash of a string's bytes: that of a key, and that of a string value.
-[[nodiscard]] std::size_t hashOfText(std::string_view text) noexcept;
-
-namespace detail {
-
-/// Both halves of a product: multiplications of 64 bits to 128 spread every bit over the whole.
-[[nodiscard]] inline std::uint64_t folded(std::uint64_t a, std::uint64_t b) noexcept {
-  __extension__ using Wide = unsigned __int128;
-  const Wide product = static_cast<Wide>(a) * b;
-  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
-}
-
-/// The hash of two in their order.
-[[nodiscard]] inline std::size_t mixedHash(std::size_t first, std::size_t second) noexcept {
-  return folded(first ^ 0xa0761d6478bd642fU, second ^ 0xe7037ed1a0b428dbU);
-}
-
-/// The hash of a text from the bits of a value that holds it as a short string.
-[[nodiscard]] inline std::size_t hashOfShortText(std::uint64_t first, std::uint64_t second,
-                                                 std::uint64_t third) noexcept {
-  return folded(first ^ 0xa0761d6478bd642fU, second ^ 0xe7037ed1a0b428dbU) ^
-         folded(third ^ 0x8ebc6af09c88c6e3U, 0x589965cc75374cc3U);
-}
-
-}  // namespace detail
 
 }  // namespace platform
 

@@ -2,7 +2,6 @@
 #include <platform/PropertyListBuilder.h>
 
 #include <algorithm>
-#include <cstring>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -23,21 +22,8 @@ std::optional<PropertyListError> errorOfLength(std::span<const std::byte> bytes,
 }
 
 std::uint32_t hashOf(std::span<const std::byte> bytes) {
-  constexpr std::uint64_t factor = 0x9E3779B97F4A7C15;
-  std::uint64_t hash = bytes.size() * factor;
-  std::uint64_t word = 0;
-  for (; bytes.size() >= sizeof word; bytes = bytes.subspan(sizeof word)) {
-    std::memcpy(&word, bytes.data(), sizeof word);
-    hash = (hash ^ word) * factor;
-    hash ^= hash >> 32;
-  }
-  word = 0;
-  for (const std::byte byte : bytes) {
-    word = (word << 8) | std::to_integer<std::uint64_t>(byte);
-  }
-  hash = (hash ^ word) * factor;
-  hash ^= hash >> 32;
-  return static_cast<std::uint32_t>(hash * factor >> 32);
+  return static_cast<std::uint32_t>(
+      hashOfText({reinterpret_cast<const char*>(bytes.data()), bytes.size()}));
 }
 
 std::uint64_t budgetOf(const PropertyListLimits& limits, std::uint64_t bytes) {
@@ -50,7 +36,7 @@ std::uint64_t budgetOf(const PropertyListLimits& limits, std::uint64_t bytes) {
 Value DictionaryMaker::make(std::span<const Key> keys, std::span<Value> values) {
   std::size_t hash = keys.size();
   for (const Key& key : keys) {
-    hash = hash * 31 + key.hash();
+    hash = mixedHash(hash, key.hash());
   }
   Known& known = _known[hash % _known.size()];
   if (std::ranges::equal(known.example.keys(), keys)) {

@@ -10,17 +10,12 @@
 namespace platform {
 
 using detail::Container;
+using detail::hashOfInteger;
 using detail::mixedHash;
 
 namespace {
 
-/// The hash of a number that is a whole one, whatever its type.
-std::size_t hashOfInteger(std::uint64_t bits) {
-  bits ^= bits >> 32;
-  bits *= 0x9e3779b97f4a7c15U;
-  return bits ^ (bits >> 29);
-}
-
+/// As the integer, where there is one.
 std::size_t hashOfReal(double real) {
   constexpr double twoTo63 = 9223372036854775808.0;
   constexpr double twoTo64 = 18446744073709551616.0;
@@ -188,9 +183,9 @@ std::size_t Value::hashOfLeaf() const noexcept {
     case tagLargeInteger:
       return hashOfInteger(load<std::uint64_t>());
     case tagDate:
-      return hashOfReal(load<double>()) ^ static_cast<std::size_t>(tagDate);
+      return mixedHash(hashOfReal(load<double>()), tagDate);
     case tagData:
-      return hashOfText(load<const detail::Bytes*>()->text()) + 1;
+      return mixedHash(hashOfText(load<const detail::Bytes*>()->text()), tagData);
     default:
       return isNull() ? 1 : 0;
   }
