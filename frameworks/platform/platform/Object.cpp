@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <functional>
+#include <new>
 #include <sstream>
 #include <typeinfo>
 #include <utility>
@@ -38,7 +39,11 @@ void releaseWithoutRecursion(std::shared_ptr<Object>&& object) noexcept {
     return;
   }
   if (queue != nullptr) {
-    queue->push_back(std::move(object));
+    try {
+      queue->push_back(std::move(object));
+    } catch (const std::bad_alloc&) {
+      object.reset();  // without room in the list, this one goes by recursion
+    }
     return;
   }
   std::vector<std::shared_ptr<Object>> pending;

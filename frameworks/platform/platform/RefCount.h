@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <utility>
 
 namespace platform::detail {
 
@@ -49,6 +50,43 @@ class RefCount {
 
  private:
   mutable std::atomic<std::uint32_t> _count{1};
+};
+
+/// Owns one reference to something that is counted by hand, so that it comes back whatever is
+/// thrown. Such a thing has a `RefCount references`, and `release(const T*)` gives a reference back
+/// and destroys the thing with the last.
+template <class T>
+class Reference {
+ public:
+  Reference() noexcept = default;
+  /// Takes over a reference that the caller owns.
+  explicit Reference(const T* owned) noexcept : _referred(owned) {}
+  Reference(const Reference& other) noexcept : _referred(other._referred) {
+    if (_referred != nullptr) {
+      _referred->references.retain();
+    }
+  }
+  Reference(Reference&& other) noexcept : _referred(other.handOver()) {}
+  Reference& operator=(Reference other) noexcept {
+    swap(other);
+    return *this;
+  }
+  ~Reference() {
+    if (_referred != nullptr) {
+      T::release(_referred);
+    }
+  }
+
+  [[nodiscard]] const T* get() const noexcept { return _referred; }
+  const T* operator->() const noexcept { return _referred; }
+  explicit operator bool() const noexcept { return _referred != nullptr; }
+
+  /// The caller owns the reference from now on.
+  [[nodiscard]] const T* handOver() noexcept { return std::exchange(_referred, nullptr); }
+  void swap(Reference& other) noexcept { std::swap(_referred, other._referred); }
+
+ private:
+  const T* _referred = nullptr;
 };
 
 }  // namespace platform::detail

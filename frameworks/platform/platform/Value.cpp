@@ -32,19 +32,19 @@ Value Value::array(std::vector<Value> elements) {
 }
 
 Value Value::array(std::span<Value> elements) {
-  Container* container = Container::makeRaw(elements.size(), nullptr);
+  Container* container = Container::makeRaw(elements.size());
   std::uninitialized_move(elements.begin(), elements.end(), container->first());
   return {tagArray, container};
 }
 
 Value Value::array(std::initializer_list<Value> elements) {
-  Container* container = Container::makeRaw(elements.size(), nullptr);
+  Container* container = Container::makeRaw(elements.size());
   std::uninitialized_copy(elements.begin(), elements.end(), container->first());
   return {tagArray, container};
 }
 
 ArrayMaker::ArrayMaker(std::size_t count)
-    : _array(Value::tagArray, Container::make(count, nullptr)),
+    : _array(Value::tagArray, Container::makeAbsent(count)),
       _values(_array.load<Container*>()->values()) {}
 
 namespace {
@@ -238,13 +238,8 @@ RecordShape::RecordShape(std::span<const Key> keys) {
   _shape = Shape::intern(keys);
 }
 
-RecordShape::RecordShape(const RecordShape& other) noexcept : _shape(other._shape) {
-  _shape->references.retain();
-}
-
-RecordShape::~RecordShape() {
-  Shape::release(_shape);
-}
+RecordShape::RecordShape(const RecordShape& other) noexcept = default;
+RecordShape::~RecordShape() = default;
 
 Value RecordShape::record(std::span<Value> values) const {
   checkCount(values.size());
@@ -256,7 +251,6 @@ Value RecordShape::record(std::span<Value> values) const {
     return Value::dictionary(std::move(entries));
   }
   Container* container = Container::makeRaw(values.size(), _shape);
-  _shape->references.retain();
   std::uninitialized_move(values.begin(), values.end(), container->first());
   return {Value::tagDictionary, container};
 }
@@ -268,7 +262,6 @@ Value RecordShape::record(std::initializer_list<Value> values) const {
     return record(std::span(copies));
   }
   Container* container = Container::makeRaw(values.size(), _shape);
-  _shape->references.retain();
   std::uninitialized_copy(values.begin(), values.end(), container->first());
   return {Value::tagDictionary, container};
 }

@@ -410,7 +410,7 @@ class RecordShape {
   explicit RecordShape(std::span<const Key> keys);
   RecordShape(const RecordShape& other) noexcept;
   RecordShape& operator=(RecordShape other) noexcept {
-    std::swap(_shape, other._shape);
+    _shape.swap(other._shape);
     return *this;
   }
   ~RecordShape();
@@ -423,7 +423,7 @@ class RecordShape {
  private:
   void checkCount(std::size_t count) const;
 
-  const detail::Shape* _shape;
+  detail::Reference<detail::Shape> _shape;
 };
 
 template <class Objects>

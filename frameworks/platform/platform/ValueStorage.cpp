@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <unordered_map>
@@ -28,13 +29,13 @@ void Bytes::discard(const Bytes* bytes) noexcept {
   deallocateBlock(const_cast<Bytes*>(bytes), size);
 }
 
-Container* Container::makeRaw(std::size_t count, const Shape* shape) {
+Container* Container::makeRaw(std::size_t count, Reference<Shape> shape) {
   if (count > std::numeric_limits<std::uint32_t>::max()) {
     throw std::length_error("a container holds at most 2^32-1 values");
   }
   void* memory = allocateBlock(sizeof(Container) + count * sizeof(Value));
-  auto* made = new (memory) Container{.references = {}, .ownCount = 0, .shape = shape};
-  if (shape == nullptr) {
+  auto* made = new (memory) Container{.references = {}, .ownCount = 0, .shape = shape.handOver()};
+  if (made->shape == nullptr) {
     made->ownCount = static_cast<std::uint32_t>(count);
   } else {
     new (&made->hint) std::atomic<std::uint32_t>(0);
@@ -42,8 +43,8 @@ Container* Container::makeRaw(std::size_t count, const Shape* shape) {
   return made;
 }
 
-Container* Container::make(std::size_t count, const Shape* shape) {
-  Container* made = makeRaw(count, shape);
+Container* Container::makeAbsent(std::size_t count) {
+  Container* made = makeRaw(count);
   std::uninitialized_default_construct_n(made->first(), count);
   return made;
 }
@@ -97,19 +98,19 @@ struct ShapeTable {
     return table;
   }
 
-  const Shape* intern(std::span<const Key> keys, std::size_t hash) {
+  Reference<Shape> intern(std::span<const Key> keys, std::size_t hash) {
     const std::lock_guard lock(mutex);
     const auto [begin, end] = shapes.equal_range(hash);
     for (auto found = begin; found != end; ++found) {
       if (std::ranges::equal(found->second->keys(), keys) &&
           found->second->references.retainUnlessGone()) {
-        return found->second;
+        return Reference<Shape>(found->second);
       }
     }
     void* memory = ::operator new(Shape::allocationSize(keys.size()));
-    auto* made = new (memory) Shape(keys, hash);
-    shapes.emplace(hash, made);
-    return made;
+    std::unique_ptr<Shape, Destroy> made(new (memory) Shape(keys, hash));
+    shapes.emplace(hash, made.get());
+    return Reference<Shape>(made.release());
   }
 
   void discard(const Shape* shape) {
@@ -120,11 +121,18 @@ struct ShapeTable {
           std::find_if(begin, end, [&](const auto& entry) { return entry.second == shape; });
       shapes.erase(found);
     }
-    auto keys = std::span(const_cast<Key*>(shape->keys().data()), shape->count);
-    std::destroy(keys.begin(), keys.end());
-    shape->~Shape();
-    ::operator delete(const_cast<Shape*>(shape));
+    Destroy()(const_cast<Shape*>(shape));
   }
+
+ private:
+  struct Destroy {
+    void operator()(Shape* shape) const noexcept {
+      auto keys = std::span(const_cast<Key*>(shape->keys().data()), shape->count);
+      std::destroy(keys.begin(), keys.end());
+      shape->~Shape();
+      ::operator delete(shape);
+    }
+  };
 };
 
 std::uint32_t Shape::slotsFor(std::size_t count) {
@@ -154,19 +162,19 @@ Shape::Shape(std::span<const Key> keys, std::size_t keysHash)
   }
 }
 
-const Shape* Shape::intern(std::span<const Key> keys) {
+Reference<Shape> Shape::intern(std::span<const Key> keys) {
   if (keys.size() > std::numeric_limits<std::uint32_t>::max() / 8) {
     throw std::length_error("too many keys in one dictionary");
   }
   std::size_t hash = keys.size();
   for (const Key& key : keys) {
-    hash = hash * 31 + key.hash();
+    hash = mixedHash(hash, key.hash());
   }
   return ShapeTable::shared().intern(keys, hash);
 }
 
 void Shape::release(const Shape* shape) noexcept {
-  if (shape != nullptr && shape->references.release()) {
+  if (shape->references.release()) {
     ShapeTable::shared().discard(shape);
   }
 }

@@ -35,7 +35,7 @@ struct Shape {
   std::uint32_t indexMask;  // slots of the hash table less one; 0 without a table
   std::size_t hash;
 
-  static const Shape* intern(std::span<const Key> keys);
+  static Reference<Shape> intern(std::span<const Key> keys);
   static void release(const Shape* shape) noexcept;
 
   [[nodiscard]] std::span<const Key> keys() const {
@@ -68,10 +68,11 @@ struct Container {
     Container* nextToGo;  // once nobody refers to it
   };
 
-  /// Room for `count` values, which the caller constructs, all of them and without raising.
-  static Container* makeRaw(std::size_t count, const Shape* shape);
-  /// The same with absent values.
-  static Container* make(std::size_t count, const Shape* shape);
+  /// Room for the elements of an array or the values of a dictionary, which the caller constructs,
+  /// all of them and without throwing.
+  static Container* makeRaw(std::size_t count, Reference<Shape> shape = {});
+  /// An array of absent values.
+  static Container* makeAbsent(std::size_t count);
   /// Destroys a container that nobody refers to any more.
   static void discard(Container* container) noexcept;
 
