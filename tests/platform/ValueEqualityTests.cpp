@@ -214,6 +214,112 @@ TEST(ValueEquality, LooksOnceAtWidePartsThatAValueSharesWithItself) {
   EXPECT_EQ(wide().hash(), wide().hash());
 }
 
+/// Levels that hold, in turns, the same array twice and two equal arrays. It does not matter for
+/// equality which comes first; of two parts that are compared, only one is ever shared.
+Value halfShared(int levels, bool beginsShared, const Value& leaf) {
+  const auto copy = [](const Value& value) {
+    return Value::array(std::vector<Value>(value.elements().begin(), value.elements().end()));
+  };
+  Value value = Value::array({leaf});
+  for (int level = 0; level < levels; ++level) {
+    value = (level % 2 == 0) == beginsShared ? Value::array({value, value})
+                                             : Value::array({copy(value), copy(value)});
+  }
+  return value;
+}
+
+TEST(ValueEquality, LooksOnceAtPartsThatOneOfTheValuesShares) {
+  EXPECT_TRUE(halfShared(200, true, "leaf") == halfShared(200, false, "leaf"));
+  EXPECT_TRUE(halfShared(200, false, "leaf") == halfShared(200, true, "leaf"));
+  EXPECT_FALSE(halfShared(200, true, "leaf") == halfShared(200, false, "other"));
+  EXPECT_EQ(halfShared(200, true, "leaf").hash(), halfShared(200, false, "leaf").hash());
+}
+
+TEST(ValueEquality, AsksNoMoreOftenThanThereArePairsOfParts) {
+  struct Counting : Object {
+    explicit Counting(int& times) : asked(times) {}
+    [[nodiscard]] bool isEqual(const Object& /*other*/) const override {
+      ++asked;
+      return true;
+    }
+    [[nodiscard]] std::size_t hash() const override {
+      ++asked;
+      return 1;
+    }
+    int& asked;
+  };
+  int asked = 0;
+  const Value one = halfShared(60, true, std::make_shared<Counting>(asked));
+  const Value other = halfShared(60, false, std::make_shared<Counting>(asked));
+  EXPECT_TRUE(one == other);
+  EXPECT_LT(asked, 10'000);
+  asked = 0;
+  EXPECT_EQ(one.hash(), other.hash());
+  EXPECT_LT(asked, 10'000);
+}
+
+TEST(ValueEquality, HashesAPartOnceHoweverOftenItOccurs) {
+  const Value row = Value::array(std::vector<Value>(1000, Value(std::string(100, 'x'))));
+  const Value part = Value::array(std::vector<Value>(1000, row));
+  const Value all = Value::array(std::vector<Value>(100'000, part));
+  EXPECT_EQ(all.hash(), Value::array(std::vector<Value>(100'000, part)).hash());
+}
+
+/// Assigns to the values that are being asked for, and so lets go of what they hold.
+class Meddler : public Object {
+ public:
+  explicit Meddler(std::vector<Value*>& places) : _places(places) {}
+  [[nodiscard]] bool isEqual(const Object& /*other*/) const override {
+    clear();
+    return _is == 1;
+  }
+  [[nodiscard]] std::size_t hash() const override {
+    clear();
+    return _is;
+  }
+  [[nodiscard]] std::string description() const override {
+    clear();
+    return std::string(50, static_cast<char>('0' + _is));
+  }
+
+ private:
+  void clear() const {
+    for (Value* const place : _places) {
+      *place = "gone";
+    }
+  }
+
+  std::vector<Value*>& _places;
+  std::size_t _is = 1;
+};
+
+TEST(ValueEquality, SurvivesObjectsThatAssignToWhatIsCompared) {
+  std::vector<Value*> places;
+  const auto bare = [&] { return Value(std::make_shared<Meddler>(places)); };
+  const auto list = [&] { return Value::array({bare(), std::string(100, 'x'), bare()}); };
+  const auto record = [&] {
+    return Value::dictionary({{"a", bare()}, {"b", list()}, {"c", std::string(100, 'x')}});
+  };
+  Value one;
+  Value other;
+  places = {&one, &other};
+  for (int kind = 0; kind < 3; ++kind) {
+    const auto make = [&] { return kind == 0 ? bare() : kind == 1 ? list() : record(); };
+    one = make();
+    other = make();
+    EXPECT_TRUE(one == other);
+    EXPECT_EQ(one, "gone");
+    one = make();
+    const std::size_t hash = one.hash();
+    EXPECT_EQ(one, "gone");
+    EXPECT_EQ(hash, make().hash());
+    one = make();
+    const std::string description = one.description();
+    EXPECT_EQ(one, "gone");
+    EXPECT_NE(description.find(std::string(50, '1')), std::string::npos);
+  }
+}
+
 PROPERTY(ValueProperty, IsEqualToItselfAndItsCopies, (const Value& value)) {
   const Value copy = value;  // NOLINT(performance-unnecessary-copy-initialization): the point
   RC_ASSERT(value == value);

@@ -83,7 +83,8 @@ std::string Value::description() const {
       appendScalar(text, value);
     }
   };
-  begin(*this);
+  const Value held(*this);  // as an object that is asked may assign to this value, or destroy it
+  begin(held);
   while (!open.empty()) {
     const Value& container = *open.back().container;
     const auto children = container.isArray() ? container.elements() : container.values();
