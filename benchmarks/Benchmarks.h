@@ -5,3 +5,4 @@ void addEventListBenchmarks();
 void addCollectionBenchmarks();
 void addObservationBenchmarks();
 void addServicesBenchmarks();
+void addValueBenchmarks();

@@ -9,6 +9,7 @@ int main(int argc, char** argv) {
   addCollectionBenchmarks();
   addObservationBenchmarks();
   addServicesBenchmarks();
+  addValueBenchmarks();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return 1;
