@@ -38,6 +38,8 @@ std::size_t hashOfReal(double real) {
 constexpr std::size_t hashedFreely = 1024;
 constexpr std::size_t hashedForEach = 32;
 
+constexpr int partsOfUsualRecords = 64;
+
 }  // namespace
 
 /// One question for the hash of a container: goes through it without recursion, and but once
@@ -51,6 +53,10 @@ class Value::Hashing {
   /// Nothing where an object would have to be asked.
   std::optional<std::size_t> hash(const Value& root);
 
+  /// The same for usual records, a few plain values, at a fraction of the cost; nothing where it
+  /// takes more than `parts` values.
+  static std::optional<std::size_t> hashAtOnce(const Container& container, int& parts);
+
  private:
   /// A container whose parts before `next` are in the hash.
   struct Open {
@@ -60,6 +66,9 @@ class Value::Hashing {
     bool isRemembered = false;
   };
 
+  static std::size_t added(std::size_t hash, const detail::Shape* shape, std::uint32_t position,
+                           std::size_t hashOfPart);
+  static std::size_t closed(std::size_t hash, const detail::Shape* shape, std::uint32_t count);
   void open(const Container& container);
   void add(std::size_t hashOfPart);
   std::size_t close();
@@ -92,14 +101,49 @@ void Value::Hashing::open(const Container& container) {
   }
 }
 
+/// The hash of the first parts with that of the next one, which stands at `position`.
+inline std::size_t Value::Hashing::added(std::size_t hash, const detail::Shape* shape,
+                                         std::uint32_t position, std::size_t hashOfPart) {
+  // A sum, because equal dictionaries may have their keys in another order.
+  return shape == nullptr ? mixedHash(hash, hashOfPart)
+                          : hash + mixedHash(shape->keys()[position].hash(), hashOfPart);
+}
+
+/// The hash of a container from that of all its parts.
+inline std::size_t Value::Hashing::closed(std::size_t hash, const detail::Shape* shape,
+                                          std::uint32_t count) {
+  return mixedHash(hash, 2 * std::size_t{count} + (shape == nullptr ? 1U : 0U));
+}
+
+std::optional<std::size_t> Value::Hashing::hashAtOnce(const Container& container, int& parts) {
+  const std::span<const Value> values = container.values();
+  if (values.size() >= static_cast<std::size_t>(parts)) {
+    return std::nullopt;
+  }
+  parts -= static_cast<int>(values.size()) + 1;
+  std::size_t hash = 0;
+  std::uint32_t position = 0;
+  for (const Value& value : values) {
+    std::optional<std::size_t> hashOfPart;
+    if (value._tag <= maxInline) {
+      hashOfPart = detail::hashOfShortText(value.word(0), value.word(1), value.word(2));
+    } else if (value._tag < tagArray) {
+      hashOfPart = value.hashOfLeaf();
+    } else if (value._tag != tagObject) {
+      hashOfPart = hashAtOnce(*value.load<const Container*>(), parts);
+    }
+    if (!hashOfPart) {
+      return std::nullopt;
+    }
+    hash = added(hash, container.shape, position++, *hashOfPart);
+  }
+  return closed(hash, container.shape, position);
+}
+
 /// Adds the hash of the next part of the innermost container.
 void Value::Hashing::add(std::size_t hashOfPart) {
   Open& open = innermost();
-  const detail::Shape* const shape = open.container->shape;
-  // A sum, because equal dictionaries may have their keys in another order.
-  open.hash = shape == nullptr ? mixedHash(open.hash, hashOfPart)
-                               : open.hash + mixedHash(shape->keys()[open.next].hash(), hashOfPart);
-  ++open.next;
+  open.hash = added(open.hash, open.container->shape, open.next++, hashOfPart);
 }
 
 /// The hash of the innermost container, which is complete.
@@ -108,8 +152,7 @@ std::size_t Value::Hashing::close() {
   if (_depth-- > _outer.size()) {
     _inner.pop_back();
   }
-  const bool isArray = open.container->shape == nullptr;
-  const std::size_t hash = mixedHash(open.hash, 2 * open.next + (isArray ? 1U : 0U));
+  const std::size_t hash = closed(open.hash, open.container->shape, open.next);
   if (open.isRemembered) {
     _known.emplace(open.container, hash);
   }
@@ -155,7 +198,12 @@ std::optional<std::size_t> Value::plainHash() const {
   if (_tag < tagArray) {
     return hashOfLeaf();
   }
-  return _tag == tagObject ? std::nullopt : Hashing(Hashing::Objects::stop).hash(*this);
+  if (_tag == tagObject) {
+    return std::nullopt;
+  }
+  int parts = partsOfUsualRecords;
+  const auto hash = Hashing::hashAtOnce(*load<const Container*>(), parts);
+  return hash ? hash : Hashing(Hashing::Objects::stop).hash(*this);
 }
 
 std::size_t Value::hashOfOther() const {
@@ -167,7 +215,9 @@ std::size_t Value::hashOfOther() const {
     const std::shared_ptr<Object> held = object();
     return held->hash();
   }
-  return *Hashing(Hashing::Objects::ask).hash(*this);
+  int parts = partsOfUsualRecords;
+  const auto hash = Hashing::hashAtOnce(*load<const Container*>(), parts);
+  return hash ? *hash : *Hashing(Hashing::Objects::ask).hash(*this);
 }
 
 /// The hash of what is neither array, dictionary nor object.
