@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "../support/AllocationCounter.h"
-#include "../support/FailingAllocations.h"
 
 namespace {
 
@@ -25,7 +24,7 @@ template <class Make>
 void expectNothingLeftBehind(const Make& make) {
   make();  // tables of all texts and shapes grow once
   const std::ptrdiff_t before = test::liveAllocations();
-  EXPECT_GT(test::forEachFailingAllocation(make), 0U);
+  EXPECT_GT(test::failEachAllocation(make), 0U);
   EXPECT_EQ(test::liveAllocations(), before);
 }
 

@@ -48,6 +48,12 @@ std::size_t failEachAllocation(Prepare&& prepare, Body&& body) {
   }
 }
 
+/// The same where there is nothing to prepare.
+template <class Body>
+std::size_t failEachAllocation(Body&& body) {
+  return failEachAllocation([] {}, body);
+}
+
 /// How often `body` takes memory.
 template <class Body>
 [[nodiscard]] std::size_t allocationsOf(Body&& body) {
