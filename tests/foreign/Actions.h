@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a host does in the middle of an operation.
+#pragma once
+
+#include "World.h"
+
+#include <span>
+#include <string_view>
+
+namespace foreign {
+
+struct Action {
+  std::string_view name;
+  void (*perform)(World& world);
+  /// Whether it leaves by an exception, which must then be what the operation ends with.
+  bool throws = false;
+};
+
+[[nodiscard]] std::span<const Action> actions();
+
+/// Performs an action as a host does that is ready for what its own calls may throw.
+void perform(const Action& action, World& world);
+
+}  // namespace foreign

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Operations.h"
+
+#include <utility>
+
+namespace foreign {
+
+std::vector<Scene> scenesOf(Kind kind, std::initializer_list<Place> places) {
+  // Alone and observed, of the library's kinds and the host's; then what takes another way.
+  const auto scene = [&](Content content, bool isObserved, bool isHosted, bool isLiteral) {
+    return Scene{.kind = kind,
+                 .content = content,
+                 .isObserved = isObserved,
+                 .isHosted = isHosted,
+                 .isLiteral = isLiteral};
+  };
+  std::vector<Scene> all;
+  for (const Place place : places) {
+    for (Scene each :
+         {scene(Content::objects, false, false, false), scene(Content::objects, true, false, false),
+          scene(Content::objects, false, true, false), scene(Content::objects, true, true, false),
+          scene(Content::plain, true, false, false),
+          scene(Content::identifiers, false, true, false),
+          scene(Content::identifiers, true, false, false),
+          scene(Content::objects, true, false, true)}) {
+      each.place = place;
+      all.push_back(each);
+    }
+  }
+  return all;
+}
+
+std::vector<Scene> scenesOfItems() {
+  std::vector<Scene> all;
+  const auto add = [&](Kind kind, Place place, bool isObserved, bool isHosted,
+                       Content content = Content::objects) {
+    all.push_back({.kind = kind,
+                   .content = content,
+                   .isObserved = isObserved,
+                   .isHosted = isHosted,
+                   .place = place});
+  };
+  // In full where all sorts of items have children; elsewhere alone, and with all there is.
+  for (const auto& [kind, place] :
+       {std::pair(Kind::list, Place::root), std::pair(Kind::store, Place::row)}) {
+    add(kind, place, false, true);
+    add(kind, place, true, false);
+  }
+  for (const auto& [kind, place] :
+       {std::pair(Kind::list, Place::root), std::pair(Kind::list, Place::leaf),
+        std::pair(Kind::store, Place::root), std::pair(Kind::store, Place::row),
+        std::pair(Kind::engine, Place::row), std::pair(Kind::engine, Place::firstLeaf),
+        std::pair(Kind::engine, Place::lastLeaf), std::pair(Kind::groupedServices, Place::row),
+        std::pair(Kind::groupedServices, Place::leaf)}) {
+    add(kind, place, false, false);
+    add(kind, place, true, true);
+  }
+  add(Kind::list, Place::root, true, true, Content::identifiers);
+  return all;
+}
+
+std::vector<Scene> scenesOfProperties() {
+  std::vector<Scene> all;
+  for (const Kind kind : {Kind::list, Kind::store, Kind::engine, Kind::groupedServices}) {
+    for (const Place place : {Place::row, Place::leaf}) {
+      all.push_back({.kind = kind, .isObserved = true, .isHosted = true, .place = place});
+    }
+  }
+  for (const Place place : {Place::firstLeaf, Place::lastLeaf}) {
+    all.push_back({.kind = Kind::engine, .isObserved = true, .isHosted = true, .place = place});
+  }
+  return all;
+}
+
+const std::vector<OperationGroup>& operationGroups() {
+  static const std::vector<OperationGroup> all = [] {
+    std::vector<OperationGroup> groups;
+    const auto add = [&](const char* name, void (*addOperations)(std::vector<Operation>&)) {
+      addOperations(groups.emplace_back(OperationGroup{name, {}}).operations);
+    };
+    add("Equality", addEquality);
+    add("Properties", addProperties);
+    add("Keys", addKeys);
+    add("Paths", addPaths);
+    add("Adding", addAdding);
+    add("Removing", addRemoving);
+    add("Replacing", addReplacing);
+    add("Announcing", addAnnouncing);
+    add("Exchange", addExchange);
+    add("ListOfEvents", addListOfEvents);
+    add("EventStore", addEventStore);
+    add("Engine", addEngine);
+    add("Services", addServices);
+    add("Collections", addCollections);
+    add("ItemsObservers", addItemsObservers);
+    return groups;
+  }();
+  return all;
+}
+
+}  // namespace foreign

@@ -1,0 +1,396 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "World.h"
+
+#include "Mirror.h"
+
+#include <platform/Error.h>
+#include <platform/Log.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <iterator>
+#include <string_view>
+#include <utility>
+
+namespace foreign {
+
+using platform::Key;
+using platform::ObservingOptions;
+
+namespace {
+
+constexpr platform::ContextToken token("foreign.context");
+
+/// Runs something that may refuse; false if it did.
+template <class Step>
+bool succeeds(const Step& step) {
+  try {
+    step();
+  } catch (const platform::RangeError&) {
+    return false;
+  } catch (const platform::InvalidArgument&) {
+    return false;
+  }
+  return true;
+}
+
+/// Puts the host's own kinds in the places of the library's: of every item with children, and of
+/// every second one without.
+void bringInHostKinds(KRAVTWVItemArray& items) {
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    const auto children = items[i]->children();
+    bringInHostKinds(*children);
+    if (children->empty() && i % 2 == 0) {
+      continue;
+    }
+    if (const ItemPointer host = hostItemLike(*items[i])) {
+      host->setChildren(children);
+      for (const auto& child : *children) {
+        child->setParent(host);
+      }
+      items[i] = host;
+    }
+  }
+}
+
+}  // namespace
+
+const platform::ContextToken& context() {
+  return token;
+}
+
+std::string Scene::name() const {
+  static constexpr std::array kinds{"list", "store", "engine", "groupedServices", "flatServices"};
+  static constexpr std::array contents{"plain", "objects", "identifiers"};
+  static constexpr std::array places{"root", "row", "leaf", "first leaf", "last leaf"};
+  std::string text = kinds[static_cast<std::size_t>(kind)];
+  text += std::string(" ") + contents[static_cast<std::size_t>(content)];
+  text += isObserved ? " observed" : "";
+  text += isHosted ? " hosted" : "";
+  text += isLiteral ? " literal" : "";
+  text += isEmpty ? " empty" : "";
+  return text + " " + places[static_cast<std::size_t>(place)];
+}
+
+Input inputOf(const Entries& entries, const Entries& domains, Content content) {
+  Input input;
+  input.events = recordsOf(entries, content, eventRecord);
+  input.domains = recordsOf(domains, content, domainRecord);
+  input.active = recordsOf(entries, content, activeRecord);
+  input.available = recordsOf(entries, content, eventRecord);
+  input.pending = recordsOf(entries, content, triggerRecord);
+  std::ranges::transform(entries, std::back_inserter(input.services), service);
+  return input;
+}
+
+World::World(const Scene& theScene) : scene(theScene), _hostsBefore(livingHosts()) {
+  if (scene.isLiteral) {
+    _literal.emplace();
+  }
+  collection = makeCollection();
+  other = makeCollection();
+  for (const auto& which : {collection, other}) {
+    setUp(which);
+  }
+  _root = collection->root();
+  item = itemAtPlace(*collection);
+  twin = itemAtPlace(*other);
+  itemsObserver = KRAVTWVItemsObserver::init();
+  delegate = std::make_shared<HostDelegate>();
+  if (scene.isObserved) {
+    watch();
+  }
+  platform::setLogSink([](std::string_view /*line*/) { Hook::called(Site::logSink); });
+}
+
+World::~World() {
+  platform::setLogSink({});
+}
+
+CollectionPointer World::makeCollection() const {
+  const auto make = [&]<class Collection>(std::in_place_type_t<Collection> /*class*/) {
+    return scene.isHosted ? CollectionPointer(std::make_shared<HostCollection<Collection>>())
+                          : CollectionPointer(std::make_shared<Collection>());
+  };
+  switch (scene.kind) {
+    case Kind::list:
+      return make(std::in_place_type<KRAVTWVEventsVexil>);
+    case Kind::store:
+      return make(std::in_place_type<KRAVTWVEventStoreVexil>);
+    case Kind::engine:
+      return make(std::in_place_type<KRAVTWVEngineVexil>);
+    case Kind::groupedServices:
+    case Kind::flatServices:
+      break;
+  }
+  return make(std::in_place_type<KRAVTWVServicesVexil>);
+}
+
+void World::setUp(const CollectionPointer& which) {
+  if (const auto services = std::dynamic_pointer_cast<KRAVTWVServicesVexil>(which)) {
+    services->setGroupByDomain(scene.kind == Kind::groupedServices);
+  }
+  if (!scene.isEmpty) {
+    hand(*which, inputOf(firstEntries(), firstDomains(), scene.content));
+  }
+  if (!scene.isHosted) {
+    return;
+  }
+  const auto children = which->root()->children();
+  if (scene.kind == Kind::list && !scene.isEmpty) {
+    // A host may give events children, so that this tree has three levels, too.
+    (*children)[1]->addChildren(
+        {KRAVTWVEventVexil::itemWithEvent(eventRecord({.number = 20}, scene.content)),
+         KRAVTWVEventVexil::itemWithEvent(eventRecord({.number = 21}, scene.content))});
+  }
+  bringInHostKinds(*children);
+  const auto root = HostGroup::itemWithLabelUniqueID("", "root");
+  root->setChildren(children);
+  for (const auto& child : *children) {
+    child->setParent(root);
+  }
+  which->setRoot(root);
+}
+
+ItemPointer World::itemAtPlace(const KRAVTWVItemsVexil& which) const {
+  ItemPointer found = which.root();
+  const auto children = found->children();
+  if (scene.place == Place::root || children->empty()) {
+    return found;
+  }
+  const auto isLeaf = [](const ItemPointer& child) { return child->children()->empty(); };
+  if (scene.place == Place::row) {
+    const auto row = std::ranges::find_if_not(*children, isLeaf);
+    return row == children->end() ? (*children)[children->size() / 2] : *row;
+  }
+  // Below the topmost level the second one, where the host has brought in its own kind.
+  found = scene.place == Place::firstLeaf  ? children->front()
+          : scene.place == Place::lastLeaf ? children->back()
+                                           : (*children)[children->size() / 2];
+  while (!isLeaf(found)) {
+    const auto below = found->children();
+    found = (*below)[std::min<std::size_t>(1, below->size() - 1)];
+  }
+  return found;
+}
+
+ItemPointer World::copyOf(const KRAVTWVItemVexil& original) const {
+  ItemPointer copy = scene.isHosted ? hostItemLike(original) : nullptr;
+  if (!copy) {
+    copy = KRAVTWVItemVexil::itemWithRepresentedObject(original.representedObject());
+    copy->setUniqueID(original.uniqueID());
+  }
+  KRAVTWVItemArray children;
+  for (const auto& child : *original.children()) {
+    children.push_back(copyOf(*child));
+  }
+  copy->addChildren(children);
+  return copy;
+}
+
+// --- watching
+
+std::shared_ptr<HostObserver> World::observerOf(Site site) {
+  const auto known = std::ranges::find(observers, site, &HostObserver::site);
+  if (known != observers.end()) {
+    return *known;
+  }
+  return observers.emplace_back(std::make_shared<HostObserver>(site));
+}
+
+std::shared_ptr<HostObserver> World::observe(const std::shared_ptr<platform::Observable>& object,
+                                             const Key& key, ObservingOptions options, Site site) {
+  auto observer = observerOf(site);
+  object->addObserver(observer, key, options, &token);
+  return observer;
+}
+
+void World::watchItem(const ItemPointer& watched) {
+  for (const KeySites& sites : itemKeys) {
+    observe(watched, sites.key, ObservingOptions::both, sites.observer);
+  }
+  observe(watched, ownKey, ObservingOptions::both, Site::observerOwnKey);
+  observe(watched, "children", ObservingOptions::none, Site::observerChildrenNone);
+  observe(watched, "children", ObservingOptions::oldValue, Site::observerChildrenOld);
+  observe(watched, "children", ObservingOptions::newValue, Site::observerChildrenNew);
+  const auto close = [&](const char* key, Site site) {
+    closures.push_back(platform::observe(
+        watched, key, ObservingOptions::both,
+        [site](const platform::ChangeRecord& /*change*/) { Hook::called(site); }));
+  };
+  close("children", Site::closureChildren);
+  close("representedObject", Site::closureRepresentedObject);
+}
+
+void World::watch() {
+  for (const KeySites& sites : collectionKeys) {
+    observe(collection, sites.key, ObservingOptions::both, sites.observer);
+  }
+  const ItemPointer root = collection->root();
+  // What has children, what is worked on, and some of the others: others are watched by nobody but
+  // who watches the whole tree.
+  KRAVTWVItemArray all = root->recursiveChildren();
+  all.push_back(root);
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    if (i % 3 == 0 || all[i] == item || !all[i]->children()->empty()) {
+      watchItem(all[i]);
+    }
+  }
+  root->addObserverForRecursiveChildrenWithOptionContext(
+      observerOf(Site::observerChildrenRecursive), ObservingOptions::both, &token);
+  observe(itemsObserver, "root", ObservingOptions::both, Site::observerWatchedRoot);
+  observe(itemsObserver, "delegate", ObservingOptions::both, Site::observerDelegate);
+  itemsObserver->setDelegate(delegate);
+  itemsObserver->setRoot(root);
+}
+
+// --- what actions do
+
+void World::letGoOfItem() {
+  const ItemPointer gone = std::exchange(item, nullptr);
+  if (!gone || !collection) {
+    return;
+  }
+  if (gone == collection->root()) {
+    collection->setRoot(nullptr);
+    return;
+  }
+  const ItemPointer root = collection->root();
+  if (!root) {
+    return;
+  }
+  KRAVTWVItemArray all = root->recursiveChildren();
+  all.push_back(root);
+  for (const auto& parent : all) {
+    const auto children = parent->children();
+    const auto found = children ? std::ranges::find(*children, gone) : KRAVTWVItemArray::iterator();
+    if (children && found != children->end()) {
+      parent->removeChildrenAtIndexes({static_cast<std::size_t>(found - children->begin())});
+      return;
+    }
+  }
+}
+
+void World::refresh(const CollectionPointer& which) {
+  if (!which) {
+    return;
+  }
+  const int version = nextVersion();
+  Entries changed = entries(2, lastNumber + 2);
+  changed[1].version = version;
+  changed.back().version = version;
+  Entries domains = entries(1, 2);
+  domains.front().version = version;
+  // Whoever refreshes holds what it refreshes.
+  const CollectionPointer held = which;
+  hand(*held, inputOf(changed, domains, scene.content));
+}
+
+void World::hand(KRAVTWVItemsVexil& which, const Input& input) {
+  if (auto* list = dynamic_cast<KRAVTWVEventsVexil*>(&which)) {
+    list->setEvents(input.events);
+  } else if (auto* store = dynamic_cast<KRAVTWVEventStoreVexil*>(&which)) {
+    store->setDomains(input.domains);
+    store->setEvents(input.events);
+  } else if (auto* engine = dynamic_cast<KRAVTWVEngineVexil*>(&which)) {
+    engine->setActive(input.active);
+    engine->setPending(input.pending);
+    engine->setAvailable(input.available);
+  } else if (auto* services = dynamic_cast<KRAVTWVServicesVexil*>(&which)) {
+    services->setSortedServices(std::make_shared<KRAVTWVNetServiceArray>(input.services));
+    services->updateItemsForServices();
+  }
+}
+
+std::string World::modelOf(const Input& input) const {
+  switch (scene.kind) {
+    case Kind::list:
+      return modelOfEvents(input.events);
+    case Kind::store:
+      return modelOfStore(input.events, input.domains);
+    case Kind::engine:
+      return modelOfEngine(input.active, input.available, input.pending);
+    case Kind::groupedServices:
+    case Kind::flatServices:
+      break;
+  }
+  return modelOfServices(input.services, scene.kind == Kind::groupedServices);
+}
+
+// --- afterwards
+
+std::optional<std::string> World::verify() {
+  if (!succeeds([&] {
+        if (itemsObserver) {
+          itemsObserver->setRoot(nullptr);
+        }
+      })) {
+    return "an items observer threw when its root was cleared";
+  }
+  itemsObserver.reset();
+  if (!collection) {
+    collection = makeCollection();
+    if (const auto root = _root.lock()) {
+      collection->setRoot(root);
+    }
+  }
+  if (!other) {
+    return "the other collection is gone";
+  }
+  for (const auto& which : {collection, other}) {
+    if (auto error = verify(which)) {
+      return (which == collection ? "the collection: " : "the other collection: ") + *error;
+    }
+  }
+  observers.clear();
+  closures.clear();
+  delegate.reset();
+  item.reset();
+  twin.reset();
+  collection.reset();
+  other.reset();
+  if (livingHosts() != _hostsBefore) {
+    return std::to_string(livingHosts() - _hostsBefore) + " objects of the host are still alive";
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> World::verify(const CollectionPointer& which) {
+  if (const auto services = std::dynamic_pointer_cast<KRAVTWVServicesVexil>(which)) {
+    services->setGroupByDomain(scene.kind == Kind::groupedServices);
+  }
+  if (!which->root()) {
+    which->setRoot(KRAVTWVGroupVexil::itemWithLabelUniqueID("", "root"));
+  }
+  const ItemPointer root = which->root();
+  const auto mirror = std::make_shared<Mirror>(*root);
+  const auto auditor = KRAVTWVItemsObserver::init();
+  auditor->setDelegate(mirror);
+  auditor->setRoot(root);
+
+  const Input input = inputOf(entries(1, lastNumber + 1, nextVersion()),
+                              entries(0, 2, nextVersion()), scene.content);
+  if (!succeeds([&] { hand(*which, input); })) {
+    _neededRemedy = true;
+    // What was not accepted because an earlier part threw.
+    for (int attempt = 0; attempt < 3; ++attempt) {
+      succeeds([&] { hand(*which, input); });
+    }
+    which->rebuildRootChildren();
+  }
+  const std::string shown = shownBelow(*root);
+  const std::string model = modelOf(input);
+  if (shown != model) {
+    return "shows\n" + shown + "instead of\n" + model;
+  }
+  if (auto difference = mirror->difference(*root)) {
+    return difference;
+  }
+  if (!succeeds([&] { auditor->setRoot(nullptr); })) {
+    return "an items observer threw when its root was cleared after a refresh";
+  }
+  return std::nullopt;
+}
+
+}  // namespace foreign

@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: Apache-2.0
+// Everything that one cell of the table works on, made anew for each: two collections with their
+// trees, an item, and whoever watches them.
+#pragma once
+
+#include "HostObjects.h"
+#include "Records.h"
+
+#include <platform/Observing.h>
+#include <vexil/KRAVTWVItemVexil.h>
+#include <vexil/KRAVTWVItemsObserver.h>
+#include <vexil/KRAVTWVItemsVexil.h>
+#include <vexil/LiteralRefresh.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace foreign {
+
+using ItemPointer = std::shared_ptr<KRAVTWVItemVexil>;
+using CollectionPointer = std::shared_ptr<KRAVTWVItemsVexil>;
+
+enum class Kind : unsigned char { list, store, engine, groupedServices, flatServices };
+
+/// Which item an operation is performed on: the root of the tree, one of the rows below it, or one
+/// without children: in the middle of the tree, or the first or the last there is.
+enum class Place : unsigned char { root, row, leaf, firstLeaf, lastLeaf };
+
+struct Scene {
+  Kind kind = Kind::list;
+  Content content = Content::objects;
+  bool isObserved = false;  ///< all that can be observed is
+  bool isHosted = false;    ///< the host's own classes, where it can bring them in
+  bool isLiteral = false;   ///< refreshes take no shorter way
+  bool isEmpty = false;     ///< before the first list
+  Place place = Place::row;
+
+  [[nodiscard]] std::string name() const;
+  bool operator==(const Scene&) const = default;
+};
+
+/// All that a collection is handed in a refresh; a kind takes its part.
+struct Input {
+  platform::Value events;
+  platform::Value domains;
+  platform::Value active;
+  platform::Value available;
+  platform::Value pending;
+  KRAVTWVNetServiceArray services;
+};
+[[nodiscard]] Input inputOf(const Entries& entries, const Entries& domains, Content content);
+
+/// What a tree is set up with; the numbers stand in both versions of a refresh.
+inline constexpr int lastNumber = 4;
+[[nodiscard]] inline Entries firstEntries() {
+  return entries(0, lastNumber);
+}
+[[nodiscard]] inline Entries firstDomains() {
+  return entries(0, 1);
+}
+
+class World {
+ public:
+  explicit World(const Scene& scene);
+  World(const World&) = delete;
+  World& operator=(const World&) = delete;
+  ~World();
+
+  const Scene scene;
+
+  // What operations and actions work on. Nobody else holds them but the trees.
+  CollectionPointer collection;
+  CollectionPointer other;  // which was handed equal records, made anew
+  ItemPointer item;         // in the tree of `collection`
+  ItemPointer twin;         // the one at its place in the other tree
+  std::shared_ptr<KRAVTWVItemsObserver> itemsObserver;
+  std::shared_ptr<HostDelegate> delegate;
+  std::vector<std::shared_ptr<HostObserver>> observers;  // one a site
+  std::vector<platform::Observation> closures;
+
+  /// Registers the observer that calls a site, which the world holds.
+  std::shared_ptr<HostObserver> observe(const std::shared_ptr<platform::Observable>& object,
+                                        const platform::Key& key,
+                                        platform::ObservingOptions options, Site site);
+
+  /// An item like `item`, with its children, of the same classes and with equal records.
+  [[nodiscard]] ItemPointer copyOf(const KRAVTWVItemVexil& item) const;
+
+  /// Has a collection show another list: some records go, some come, some are changed.
+  void refresh(const CollectionPointer& which);
+
+  /// Lets go of the item: it leaves the array that it stands in, or the collection whose root it
+  /// is, under the announcements of that.
+  void letGoOfItem();
+
+  /// The number of the next version of records.
+  [[nodiscard]] int nextVersion() { return ++_version; }
+
+  /// Whether both collections can still be refreshed and show what they must, and whoever watches
+  /// them is told of it: nothing if so, otherwise what is wrong.
+  [[nodiscard]] std::optional<std::string> verify();
+  /// Whether a collection's tree had to be built anew for that.
+  [[nodiscard]] bool neededRemedy() const { return _neededRemedy; }
+
+ private:
+  [[nodiscard]] CollectionPointer makeCollection() const;
+  void hand(KRAVTWVItemsVexil& which, const Input& input);
+  [[nodiscard]] std::string modelOf(const Input& input) const;
+  void setUp(const CollectionPointer& which);
+  [[nodiscard]] std::shared_ptr<HostObserver> observerOf(Site site);
+  void watch();
+  void watchItem(const ItemPointer& watched);
+  [[nodiscard]] ItemPointer itemAtPlace(const KRAVTWVItemsVexil& which) const;
+  [[nodiscard]] std::optional<std::string> verify(const CollectionPointer& which);
+
+  std::optional<detail::LiteralRefresh> _literal;
+  int _version = 0;
+  bool _neededRemedy = false;
+  std::weak_ptr<KRAVTWVItemVexil> _root;  // the first one of `collection`
+  std::size_t _hostsBefore;
+};
+
+[[nodiscard]] const platform::ContextToken& context();
+
+}  // namespace foreign
