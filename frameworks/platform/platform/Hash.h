@@ -75,7 +75,12 @@ inline const HashSecret& HashSecret::shared() noexcept {
 /// The hash of a text from the bits of a value that holds it as a short string.
 [[nodiscard]] inline std::size_t hashOfShortText(std::uint64_t first, std::uint64_t second,
                                                  std::uint64_t third) noexcept {
-  return finishedHash(mixedHash(first, second) ^ third);
+  // Two products side by side, as refreshes hash an identifier for each record.
+  const HashSecret& secret = HashSecret::shared();
+  return folded(first ^ secret.first.load(std::memory_order_relaxed),
+                second ^ secret.second.load(std::memory_order_relaxed)) ^
+         folded(third ^ secret.third.load(std::memory_order_relaxed),
+                secret.factor.load(std::memory_order_relaxed));
 }
 
 }  // namespace detail

@@ -115,6 +115,7 @@ bool Observable::isReadable(const Key& key) const {
 }
 
 Value Observable::valueForKey(const Key& key) const {
+  const auto held = weak_from_this().lock();  // a class may let go of it when it is asked
   const KeyAccess* access = keyTable().find(key);
   if (access == nullptr || access->get == nullptr) {
     throw UndefinedKey(className() + " has no value for the key \"" + std::string(key.text()) +
@@ -124,6 +125,7 @@ Value Observable::valueForKey(const Key& key) const {
 }
 
 void Observable::setValueForKey(const Value& value, const Key& key) {
+  const auto held = weak_from_this().lock();  // a class may let go of it when it is asked
   const KeyAccess* access = keyTable().find(key);
   if (access == nullptr || access->set == nullptr) {
     throw UndefinedKey(className() + " cannot set a value for the key \"" +

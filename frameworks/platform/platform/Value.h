@@ -256,7 +256,12 @@ class Value {
   /// for good and no foreign code runs. Nothing where all is equal but for objects that would have
   /// to be asked: a difference anywhere is an answer, even behind them.
   [[nodiscard]] std::optional<bool> plainlyEquals(const Value& other) const {
-    return hasBitsOf(other) ? std::optional(true) : equalWithoutAsking(*this, other);
+    int parts = 64;
+    if (hasBitsOf(other)) {
+      return true;
+    }
+    const std::optional<bool> answer = equalAtOnce(*this, other, parts);
+    return answer ? answer : equalWithoutAsking(*this, other);
   }
 
   /// A number that equal values share. Objects are asked for theirs.

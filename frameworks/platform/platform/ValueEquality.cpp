@@ -29,11 +29,6 @@ class Value::Comparison {
  public:
   enum class Objects { note, ask };
 
-  /// Apart from what is asked for most, so that it costs nothing there.
-  [[gnu::noinline]] static std::optional<bool> equalWithoutAsking(const Value& a, const Value& b) {
-    return Comparison(Objects::note).compare(a, b);
-  }
-
   explicit Comparison(Objects objects) : _objects(objects) {}
 
   /// Nothing where all is equal but for objects that must be asked.
@@ -226,16 +221,13 @@ std::optional<bool> Value::equalAtOnce(const Container& left, const Container& r
   return true;
 }
 
-std::optional<bool> Value::equalWithoutAsking(const Value& a, const Value& b) {
-  int parts = 64;
-  if (const std::optional<bool> answer = equalAtOnce(a, b, parts)) {
-    return answer;
-  }
-  return Comparison::equalWithoutAsking(a, b);
+/// Apart from what is asked for most, so that it costs nothing there.
+[[gnu::noinline]] std::optional<bool> Value::equalWithoutAsking(const Value& a, const Value& b) {
+  return Comparison(Comparison::Objects::note).compare(a, b);
 }
 
 bool Value::equal(const Value& a, const Value& b) {
-  if (const std::optional<bool> answer = equalWithoutAsking(a, b)) {
+  if (const std::optional<bool> answer = a.plainlyEquals(b)) {
     return *answer;
   }
   // The objects may assign to the two values, or destroy them.

@@ -103,7 +103,8 @@ std::optional<platform::IndexSet> FreshList::changesInPlace(
   platform::FieldReader identifierOfChild(eventIdentifierKey());
   const KnownRecords records(*_events);
   platform::IndexSet changes;
-  for (std::size_t i = 0; i < _events->size(); ++i) {
+  const std::size_t count = children.size();
+  for (std::size_t i = 0; i < count; ++i) {
     prefetchToCompare(children, *_events, i);
     if (!children[i] || !ItemFields::isPlainEvent(*children[i])) {
       return std::nullopt;
@@ -116,14 +117,14 @@ std::optional<platform::IndexSet> FreshList::changesInPlace(
     }
     const Value& identifier = identifierOf(_events->record(i));
     if (identifier.isAbsent() ||
-        !(identifierOfChild(ItemFields::representedObject(child)) == identifier)) {
+        identifierOfChild(ItemFields::representedObject(child)).plainlyEquals(identifier) != true) {
       return std::nullopt;
     }
     std::optional<bool> isEqual = known ? known : records.compareAtOnce(child, i);
     if (!isEqual) {
       isEqual = records.compareByAsking(child, i);
       identifierOfChild = platform::FieldReader(eventIdentifierKey());  // as records may go
-      if (ItemFields::children(receiver) != held || held->size() != _events->size()) {
+      if (ItemFields::children(receiver) != held || held->size() != count) {
         return std::nullopt;
       }
     }

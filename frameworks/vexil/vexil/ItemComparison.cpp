@@ -113,15 +113,13 @@ bool ItemComparison::equal(const ItemPointer& left, const ItemPointer& right,
   if (verdict == Verdict::childrenDecide) {
     pair.isPrivate = parentsArePrivate && isPrivate(left, right);
   } else if (!verdict) {
-    pair.heldLeft = left;
-    pair.heldRight = right;
-    prepareForForeignCode();
-    verdict = judge(*pair.left, *pair.right);
+    verdict = judgeByAsking(left, right);
   }
   if (*verdict != Verdict::childrenDecide) {
+    _held.clear();
     return *verdict == Verdict::equal;
   }
-  _open.push_back(std::move(pair));
+  _open.push_back(pair);
   const bool areEqual = compareOpen();
   if (!areEqual && !_foreignCodeRan) {
     // Of equal items, nobody will ask what lies below.
@@ -130,6 +128,7 @@ bool ItemComparison::equal(const ItemPointer& left, const ItemPointer& right,
     }
   }
   _found.clear();
+  _held.clear();
   return areEqual;
 }
 
@@ -160,24 +159,24 @@ std::optional<bool> ItemComparison::remembered(const ItemPointer& left,
              : std::nullopt;
 }
 
-/// What is open stays what it is, whatever happens; what was found before may not.
-void ItemComparison::prepareForForeignCode() {
-  for (; _heldCount < _open.size(); ++_heldCount) {
-    Pair& pair = _open[_heldCount];
-    pair.heldLeft = pair.left->weak_from_this().lock();
-    pair.heldRight = pair.right->weak_from_this().lock();
+ItemComparison::Verdict ItemComparison::judgeByAsking(const ItemPointer& left,
+                                                      const ItemPointer& right) {
+  while (_held.size() < _open.size()) {
+    const Pair& pair = _open[_held.size()];
+    _held.emplace_back(pair.left->weak_from_this().lock(), pair.right->weak_from_this().lock());
   }
+  _held.emplace_back(left, right);
   _foreignCodeRan = true;
-  forget();
-}
-
-void ItemComparison::closeInnermost() {
-  _open.pop_back();
-  _heldCount = std::min(_heldCount, _open.size());
+  forget();  // what was found before may be otherwise by now
+  return judge(static_cast<const Item&>(*_held.back().first),
+               static_cast<const Item&>(*_held.back().second));
 }
 
 bool ItemComparison::compareOpen() {
   while (!_open.empty()) {
+    if (_held.size() > _open.size()) {
+      _held.resize(_open.size());  // what was asked last is not open; letting go runs destructors
+    }
     Pair& pair = _open.back();
     const KRAVTWVItemArray& children = pair.left->currentChildren();
     const KRAVTWVItemArray& others = pair.right->currentChildren();
@@ -189,7 +188,7 @@ bool ItemComparison::compareOpen() {
       if (isToBeRemembered) {
         _found.push_back({pair.left, {pair.right, true}});
       }
-      closeInnermost();
+      _open.pop_back();
       if (!isToBeRemembered && !_open.empty()) {
         _open.back().allArePrivate = false;
       }
@@ -209,10 +208,7 @@ bool ItemComparison::compareOpen() {
     if (verdict) {
       inner.isPrivate = pair.isPrivate && isPrivate(left, right);
     } else {
-      inner.heldLeft = left;
-      inner.heldRight = right;
-      prepareForForeignCode();
-      verdict = judge(*inner.left, *inner.right);
+      verdict = judgeByAsking(left, right);
     }
     switch (*verdict) {
       case Verdict::equal:
@@ -222,7 +218,7 @@ bool ItemComparison::compareOpen() {
         return closeUnequal(inner.isPrivate);
       case Verdict::childrenDecide:
         inner.allArePrivate = inner.isPrivate;
-        _open.push_back(std::move(inner));
+        _open.push_back(inner);
     }
   }
   return true;
@@ -237,7 +233,6 @@ bool ItemComparison::closeUnequal(bool remember) {
     }
   }
   _open.clear();
-  _heldCount = 0;
   return false;
 }
 

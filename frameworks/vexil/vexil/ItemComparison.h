@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace detail {
@@ -56,8 +57,6 @@ class ItemComparison {
     std::size_t next = 0;  // the children to be compared next
     bool isPrivate;        // the two and all above
     bool allArePrivate;    // and all below, as far as they were compared
-    HeldItem heldLeft = {};
-    HeldItem heldRight = {};
   };
   struct Answer {
     const Item* right;
@@ -76,11 +75,12 @@ class ItemComparison {
   /// Compares the children of the one pair that is open.
   [[nodiscard]] bool compareOpen();
   [[nodiscard]] bool closeUnequal(bool remember);
-  void closeInnermost();
-  void prepareForForeignCode();
+  /// `judge` of two items, while they and all that is open are held.
+  [[nodiscard]] Verdict judgeByAsking(const ItemPointer& left, const ItemPointer& right);
 
   std::vector<Pair> _open;
-  std::size_t _heldCount = 0;    // so many of them, from the first on, are held
+  std::vector<std::pair<HeldItem, HeldItem>>
+      _held;                     // those of them that are held, from the first on
   bool _foreignCodeRan = false;  // in this comparison, which is not remembered then
   std::vector<std::pair<const Item*, Answer>> _found;  // in this comparison, and to be remembered
   std::unordered_map<const Item*, Answer> _answers;

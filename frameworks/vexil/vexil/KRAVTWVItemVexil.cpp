@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <iterator>
 #include <typeinfo>
@@ -539,7 +538,7 @@ std::shared_ptr<KRAVTWVItemVexil> KRAVTWVItemVexil::itemWithPath(std::string_vie
   return nullptr;
 }
 
-std::optional<platform::FileURL> KRAVTWVItemVexil::URLForUniqueTemporaryDirectory() const try {
+std::optional<platform::FileURL> KRAVTWVItemVexil::URLForUniqueTemporaryDirectory() const {
   constexpr int attempts = 5;
   const platform::FileURL temporaryDirectory = platform::temporaryDirectory();
   for (int attempt = 0; attempt < attempts; ++attempt) {
@@ -554,8 +553,5 @@ std::optional<platform::FileURL> KRAVTWVItemVexil::URLForUniqueTemporaryDirector
       return directory;
     }
   }
-  return std::nullopt;
-} catch (const std::filesystem::filesystem_error&) {
-  // A relative temporary directory has no place when the current directory is gone.
   return std::nullopt;
 }

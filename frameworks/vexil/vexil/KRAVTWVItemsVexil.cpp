@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <platform/Error.h>
+#include <platform/Hash.h>
 #include <ternwood/Ternwood.h>
 #include <vexil/EventOrder.h>
 #include <vexil/ItemMerge.h>
@@ -199,7 +200,7 @@ std::shared_ptr<KRAVTWVItemArray> KRAVTWVEventStoreVexil::itemsWithEventsAndDoma
   static const Key domainIdentifierKey(kTWDomainUniqueID);
 
   // The records outlive the table, so it can refer to their strings.
-  std::unordered_map<std::string_view, KRAVTWVItemArray> eventsOfDomain;
+  std::unordered_map<std::string_view, KRAVTWVItemArray, platform::HashOfText> eventsOfDomain;
   for (const Value& event : events.elements()) {
     eventsOfDomain[event[eventDomainKey].string()].push_back(
         KRAVTWVEventVexil::itemWithEvent(event));

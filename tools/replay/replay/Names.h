@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <platform/Hash.h>
 #include <platform/Value.h>
 #include <replay/Registry.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -28,7 +30,7 @@ class Names {
 
  private:
   Registry& _registry;
-  std::unordered_map<std::string, platform::Value> _values;
+  std::unordered_map<std::string, platform::Value, platform::HashOfText, std::equal_to<>> _values;
 };
 
 }  // namespace replay
