@@ -89,7 +89,7 @@ INSTANTIATE_TEST_SUITE_P(Table, ForeignCode, testing::ValuesIn([] {
                            }
                            return groups;
                          }()),
-                         [](const auto& info) { return info.param->name; });
+                         [](const auto& each) { return each.param->name; });
 
 TEST(NeverReached, IsOfOperationsThatThereAre) {
   std::set<std::string> known;
@@ -111,26 +111,45 @@ TEST(NeverReached, IsOfOperationsThatThereAre) {
   }
 }
 
+std::vector<std::string> namesIn(const Report& report) {
+  std::vector<std::string> names;
+  for (const Failure& failure : report.failures) {
+    names.push_back(failure.cell);
+  }
+  return names;
+}
+
+const Job good{"good", [] { return Outcome(); }};
+
 TEST(Runner, ReportsWhatEndsItsProcessAndGoesOn) {
-  const auto good = [] { return Outcome(); };
   const Report report = runJobs({
-      {"good", good},
+      good,
       {"crashes", []() -> Outcome { std::abort(); }},
       {"exits", []() -> Outcome { std::_Exit(3); }},
       {"fails",
        [] {
          return Outcome{"is wrong", true};
        }},
-      {"good again", good},
+      good,
   });
-  std::vector<std::string> failed;
-  for (const Failure& failure : report.failures) {
-    failed.push_back(failure.cell);
-  }
-  EXPECT_EQ(failed, (std::vector<std::string>{"crashes", "exits", "fails"}));
+  EXPECT_EQ(namesIn(report), (std::vector<std::string>{"crashes", "exits", "fails"}));
   EXPECT_EQ(report.failures.back().problem, "is wrong");
   EXPECT_EQ(report.ran, 3U);
   EXPECT_EQ(report.neededRemedy, 1U);
+}
+
+TEST(Runner, ReportsWhoLeaks) {
+  if (!findsLeaks()) {
+    GTEST_SKIP() << "this build does not look for leaks";
+  }
+  const auto leak = [] {
+    for (int i = 0; i < 100; ++i) {
+      [[maybe_unused]] auto* volatile lost = new int[100]();
+      lost = nullptr;
+    }
+    return Outcome();
+  };
+  EXPECT_EQ(namesIn(runJobs({good, {"leaks", leak}, good})), std::vector<std::string>{"leaks"});
 }
 
 }  // namespace

@@ -139,15 +139,16 @@ bool isDestructor(Site site) {
 }
 
 void Hook::count() {
-  state() = {.isCounting = true};
+  state() = {};
+  state().isCounting = true;
 }
 
 void Hook::act(Site site, std::size_t call, std::size_t repetitions, std::function<void()> action) {
-  state() = {.isCounting = true,
-             .site = site,
-             .call = call,
-             .left = 1 + repetitions,
-             .action = std::move(action)};
+  count();
+  state().site = site;
+  state().call = call;
+  state().left = 1 + repetitions;
+  state().action = std::move(action);
 }
 
 void Hook::stop() {

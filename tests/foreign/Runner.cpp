@@ -199,6 +199,14 @@ Share runShare(const std::vector<Job>& jobs, std::size_t first, std::size_t end,
 
 }  // namespace
 
+bool findsLeaks() {
+#ifdef FOREIGN_FINDS_LEAKS
+  return true;
+#else
+  return false;
+#endif
+}
+
 Report runJobs(const std::vector<Job>& jobs) {
   Report report;
   for (std::size_t first = 0; first < jobs.size();) {

@@ -28,6 +28,9 @@ struct Job {
   std::function<Outcome()> run;
 };
 
+/// Whether leaks are found in this build.
+[[nodiscard]] bool findsLeaks();
+
 /// Runs jobs one after the other. One that crashes, hangs or leaks is a failure of its own, whose
 /// problem holds the first lines of what the sanitizer says.
 [[nodiscard]] Report runJobs(const std::vector<Job>& jobs);
