@@ -26,6 +26,7 @@ struct ChangeInProgress {
     ChangeRecord record;
     bool wantsOld = false;
     bool wantsNew = false;
+    bool isUnreadable = false;  // its getter threw when the new value was to be read
   };
   /// What becomes of one registration.
   struct Notice {

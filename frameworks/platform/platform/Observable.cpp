@@ -248,6 +248,7 @@ std::exception_ptr Observable::readNewValues(ChangeInProgress& change) const noe
       record.newValue = areTheOldOnes ? record.oldValue : valueTold(telling.key, record);
     } catch (...) {
       thrown = thrown ? thrown : std::current_exception();
+      telling.isUnreadable = &telling != &change.tellings.front();
     }
   }
   return thrown;
@@ -276,6 +277,9 @@ void Observable::finish(PendingChange pending) {
     const auto& telling = change.tellings[notice.telling];
     const bool withOld = wants(registration.options, ObservingOptions::oldValue);
     const bool withNew = wants(registration.options, ObservingOptions::newValue);
+    if (withNew && telling.isUnreadable) {
+      continue;
+    }
     if (withOld == telling.wantsOld && withNew == telling.wantsNew) {
       observer->observeValueForKeyPathOfObjectChangeContext(registration.key, change.object,
                                                             telling.record, registration.context);

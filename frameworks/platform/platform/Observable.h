@@ -66,11 +66,11 @@ class [[nodiscard]] PendingChange {
 /// between. An object that nobody observes pays one test of a pointer.
 ///
 /// Getters may do what observers may. What a getter throws at will-change leaves that operation:
-/// nothing is announced then. What one throws at did-change keeps nobody from hearing, as the
-/// change is done: the value that could not be read is absent in the record, and the exception
-/// passes through to whoever made the change after the last notice. An exception out of an observer
-/// goes before it. A change that a getter makes at did-change is nested in this one, so it is
-/// delivered first.
+/// nothing is announced then. What one throws at did-change passes through to whoever made the
+/// change after the last notice, unless an observer throws before. It keeps only those from hearing
+/// who asked for the new value of a dependent key that could not be read: the change itself is
+/// done, and is always told, with an absent value where its own could not be read. A change that a
+/// getter makes at did-change is nested in this one, so it is delivered first.
 ///
 /// Threads: single properties are atomic. Registering, withdrawing and every change of an observed
 /// object belong to one thread at a time. A change may end on another thread than it began on, when

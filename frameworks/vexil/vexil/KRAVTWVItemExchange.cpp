@@ -128,6 +128,7 @@ PasteboardWritingOptions KRAVTWVGroupVexil::writingOptionsForTypePasteboard(
 }
 
 Value KRAVTWVGroupVexil::pasteboardPropertyListForType(std::string_view type) const {
+  const auto held = weak_from_this().lock();  // kinds may let go of it when they are asked
   if (isSchedule(type)) {
     std::vector<Value> records;
     if (const std::shared_ptr<const KRAVTWVItemArray> current = children()) {
@@ -171,6 +172,7 @@ PasteboardWritingOptions KRAVTWVEventVexil::writingOptionsForTypePasteboard(
 }
 
 Value KRAVTWVEventVexil::pasteboardPropertyListForType(std::string_view type) const {
+  const auto held = weak_from_this().lock();  // a kind may let go of it when it is asked
   if (isEvent(type)) {
     return encoded(representedEvent(), *this);
   }
