@@ -256,20 +256,24 @@ class Value {
   /// for good and no foreign code runs. Nothing where all is equal but for objects that would have
   /// to be asked: a difference anywhere is an answer, even behind them.
   [[nodiscard]] std::optional<bool> plainlyEquals(const Value& other) const {
-    int parts = 64;
-    if (hasBitsOf(other)) {
-      return true;
-    }
-    const std::optional<bool> answer = equalAtOnce(*this, other, parts);
+    const std::optional<bool> answer = plainlyEqualsAtOnce(other);
     return answer ? answer : equalWithoutAsking(*this, other);
   }
+  /// The same where it shows from a few dozen parts; nothing otherwise. For loops that have another
+  /// way to go on.
+  [[nodiscard]] std::optional<bool> plainlyEqualsAtOnce(const Value& other) const {
+    int parts = 64;
+    return hasBitsOf(other) ? std::optional(true) : equalAtOnce(*this, other, parts);
+  }
 
-  /// A number that equal values share. Objects are asked for theirs.
+  /// A number that equal values share. Objects are asked for theirs. A loop over many short texts
+  /// keeps the random numbers of the process at hand.
   [[nodiscard]] std::size_t hash() const {
-    if (_tag <= maxInline) {
-      return detail::hashOfShortText(word(0), word(1), word(2));
-    }
-    return hashOfOther();
+    return _tag <= maxInline ? detail::hashOfShortText(word(0), word(1), word(2)) : hashOfOther();
+  }
+  [[nodiscard]] std::size_t hash(const detail::HashKeys& keys) const {
+    return _tag <= maxInline ? detail::hashOfShortText(word(0), word(1), word(2), keys)
+                             : hashOfOther();
   }
 
   /// The hash, where no object must be asked for its own; nothing otherwise. No foreign code runs.
@@ -367,6 +371,7 @@ class Value {
   class Comparison;
   static bool equal(const Value& a, const Value& b);
   static bool areEqualLeaves(const Value& a, const Value& b) noexcept;
+  static std::optional<bool> equalLeavesAtOnce(const Value& a, const Value& b) noexcept;
   static std::optional<bool> equalWithoutAsking(const Value& a, const Value& b);
   static std::optional<bool> equalAtOnce(const Value& a, const Value& b, int& parts);
   static std::optional<bool> equalAtOnce(const detail::Container& left,

@@ -150,6 +150,7 @@ std::size_t EventOrder::Search::lookAtVeryObjects() {
 bool EventOrder::Search::lookAt(std::size_t begin, std::size_t end) {
   std::array<std::uint64_t, block> hashes;  // of those without a candidate at hand
   std::array<Place, block> candidates;
+  const auto hashKeys = platform::detail::HashKeys::ofProcess();
   for (std::size_t i = end; _isFarFlung && i < std::min(end + block, _records.size()); ++i) {
     _records[i].prefetch();
   }
@@ -165,7 +166,7 @@ bool EventOrder::Search::lookAt(std::size_t begin, std::size_t end) {
     }
     if (candidate == nowhere) {
       const Value& identifier = _reader.identifier(record);
-      hashes[i - begin] = isPlain(identifier) ? identifier.hash() : 0;
+      hashes[i - begin] = isPlain(identifier) ? identifier.hash(hashKeys) : 0;
       _order._placesByIdentifier.prefetch(hashes[i - begin]);
     }
   }
@@ -187,7 +188,7 @@ bool EventOrder::Search::lookAt(std::size_t begin, std::size_t end) {
   }
   for (std::size_t i = begin; i < end; ++i) {
     const Place candidate = candidates[i - begin];
-    if (candidate != nowhere && _held[candidate].plainlyEquals(_records[i]) == true) {
+    if (candidate != nowhere && _held[candidate].plainlyEqualsAtOnce(_records[i]) == true) {
       settleEqual(i, candidate);
     } else if (!settle(i, candidate)) {
       return false;
