@@ -168,10 +168,15 @@ TEST(URL, HasBracketsOnlyAroundAnAddress) {
        {"//]][[",       "//[",          "//]",           "//[]",      "//][",
         "//[::1",       "//::1]",       "//[[::1]]",     "//[::1]a",  "//a[::1]",
         "//[::1][::1]", "//[host]",     "//[192.0.2.1]", "//[1:2:3]", "//[1:2:3:4:5:6:7:8:9]",
-        "//[::12345]",  "//[::1%25lo]", "//[v1]",        "//[v.a]",   "//[v1.]",
-        "//[vg.a]",     "//[v1.a@b]",   "//[::1]@host",  "//[@::1]",  "file://[/a"}) {
+        "//[::12345]",  "//[v1]",       "//[v.a]",       "//[v1.]",   "//[vg.a]",
+        "//[v1.a@b]",   "//[::1]@host", "//[@::1]",      "file://[/a"}) {
     EXPECT_FALSE(platform::isURL(text)) << text;
   }
+}
+
+TEST(URL, MayNameTheZoneOfALocalAddress) {
+  EXPECT_TRUE(platform::isURL("http://[fe80::1%25eth0]/a"));
+  EXPECT_FALSE(platform::isURL("http://[fe80::1%eth0]/a"));
 }
 
 TEST(URL, HasOneUserAndOnePortAtMost) {

@@ -72,6 +72,7 @@ bool isAddress(std::string_view text) {
            address.find_first_of("%@") == std::string_view::npos &&
            consistsOfPlainCharactersAnd("", address);
   }
+  text = text.substr(0, text.find("%25"));  // behind it stands the zone of a local address
   std::array<char, INET6_ADDRSTRLEN> copy{};
   if (text.size() >= copy.size() || text.find('\0') != std::string_view::npos) {
     return false;

@@ -72,27 +72,29 @@ inline const HashSecret& HashSecret::shared() noexcept {
   return finishedHash(mixedHash(bits, 1));  // and 0 is no empty text
 }
 
-/// A copy of the random numbers, for loops that hash many short texts.
-struct HashKeys {
-  std::uint64_t first;
-  std::uint64_t second;
-  std::uint64_t third;
-  std::uint64_t factor;
+/// A copy of the random numbers of this process, for loops that hash many short texts.
+class HashKeys {
+ public:
+  HashKeys() noexcept : HashKeys(HashSecret::shared()) {}
 
-  static HashKeys ofProcess() noexcept {
-    const HashSecret& secret = HashSecret::shared();
-    return {secret.first.load(std::memory_order_relaxed),
-            secret.second.load(std::memory_order_relaxed),
-            secret.third.load(std::memory_order_relaxed),
-            secret.factor.load(std::memory_order_relaxed)};
-  }
+  const std::uint64_t first;
+  const std::uint64_t second;
+  const std::uint64_t third;
+  const std::uint64_t factor;
+
+ private:
+  explicit HashKeys(const HashSecret& secret) noexcept
+      : first(secret.first.load(std::memory_order_relaxed)),
+        second(secret.second.load(std::memory_order_relaxed)),
+        third(secret.third.load(std::memory_order_relaxed)),
+        factor(secret.factor.load(std::memory_order_relaxed)) {}
 };
 
 /// The hash of a text from the bits of a value that holds it as a short string. Two products side
 /// by side, as refreshes hash an identifier for each record.
-[[nodiscard]] inline std::size_t hashOfShortText(
-    std::uint64_t first, std::uint64_t second, std::uint64_t third,
-    const HashKeys& keys = HashKeys::ofProcess()) noexcept {
+[[nodiscard]] inline std::size_t hashOfShortText(std::uint64_t first, std::uint64_t second,
+                                                 std::uint64_t third,
+                                                 const HashKeys& keys = {}) noexcept {
   return folded(first ^ keys.first, second ^ keys.second) ^ folded(third ^ keys.third, keys.factor);
 }
 

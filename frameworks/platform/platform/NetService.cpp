@@ -2,6 +2,7 @@
 #include <platform/CaseFolding.h>
 #include <platform/NetService.h>
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -27,8 +28,10 @@ NetService::NetService(Value name, Value type, Value domain)
 NetService::~NetService() = default;
 
 Value NetService::makeIdentifier() const {
-  const auto make = [this] {
-    return Value(_domain.displayText() + ":" + _type.displayText() + ":" + _name.displayText());
+  // Copies, here and below: where a part is an object, it may let go of the service when it is
+  // asked.
+  const auto make = [name = _name, type = _type, domain = _domain] {
+    return Value(domain.displayText() + ":" + type.displayText() + ":" + name.displayText());
   };
   // An object's description may be another the next time.
   const auto stays = [](const Value& part) { return part.isString() || part.isAbsent(); };
@@ -41,6 +44,12 @@ Value NetService::caseFoldedDomain() const {
              : Value();
 }
 
+bool NetService::hasValuesOf(const NetService& other) const {
+  const Value ours[] = {_name, _type, _domain};
+  const Value theirs[] = {other._name, other._type, other._domain};
+  return std::ranges::equal(ours, theirs);
+}
+
 bool NetService::isEqual(const Object& other) const {
   if (this == &other) {
     return true;
@@ -50,7 +59,10 @@ bool NetService::isEqual(const Object& other) const {
 }
 
 std::size_t NetService::hash() const {
-  return (_domain.hash() * 31 + _type.hash()) * 31 + _name.hash();
+  const Value name = _name;
+  const Value type = _type;
+  const Value domain = _domain;
+  return detail::mixedHash(detail::mixedHash(domain.hash(), type.hash()), name.hash());
 }
 
 }  // namespace platform

@@ -12,8 +12,8 @@ namespace platform {
 /// with the final dots that DNS names have ("_ipp._tcp.", "local."). It never changes. Two services
 /// are equal when all three values are.
 ///
-/// A service can be read on any number of threads. A class that is derived from it may say
-/// otherwise what is equal; the three values and what follows from them are the same in each.
+/// A service can be read on any number of threads. A derived class may override `isEqual` and
+/// `hash`. It cannot change the three values, `identifier` or `caseFoldedDomain`.
 class NetService : public Object {
  public:
   NetService(Value name, Value type, Value domain);
@@ -24,7 +24,8 @@ class NetService : public Object {
   [[nodiscard]] const Value& domain() const noexcept { return _domain; }
 
   /// Domain, type and name as one text, separated by colons: "local.:_ipp._tcp.:Office". An absent
-  /// one reads "(null)". It is made when it is first asked for, and kept.
+  /// one reads "(null)". It is made when it is first asked for, and kept where all three are
+  /// strings or absent.
   [[nodiscard]] Value identifier() const {
     const Value* kept = _identifier.ifMade();
     return kept != nullptr ? *kept : makeIdentifier();
@@ -35,9 +36,7 @@ class NetService : public Object {
   [[nodiscard]] Value caseFoldedDomain() const;
 
   /// Whether all three values are equal; asks no derived class.
-  [[nodiscard]] bool hasValuesOf(const NetService& other) const {
-    return _name == other._name && _type == other._type && _domain == other._domain;
-  }
+  [[nodiscard]] bool hasValuesOf(const NetService& other) const;
 
   [[nodiscard]] bool isEqual(const Object& other) const override;
   [[nodiscard]] std::size_t hash() const override;

@@ -114,8 +114,9 @@ bool Observable::isReadable(const Key& key) const {
   return access != nullptr && access->get != nullptr;
 }
 
-Value Observable::valueForKey(const Key& key) const {
-  const auto held = weak_from_this().lock();  // a class may let go of it when it is asked
+Value Observable::valueForKey(const Key& keyOfCaller) const {
+  const auto held = weak_from_this().lock();  // a class may let go of both when it is asked
+  const Key key = keyOfCaller;
   const KeyAccess* access = keyTable().find(key);
   if (access == nullptr || access->get == nullptr) {
     throw UndefinedKey(className() + " has no value for the key \"" + std::string(key.text()) +
@@ -124,8 +125,10 @@ Value Observable::valueForKey(const Key& key) const {
   return access->get(*this);
 }
 
-void Observable::setValueForKey(const Value& value, const Key& key) {
-  const auto held = weak_from_this().lock();  // a class may let go of it when it is asked
+void Observable::setValueForKey(const Value& valueOfCaller, const Key& keyOfCaller) {
+  const auto held = weak_from_this().lock();  // a class may let go of all when it is asked
+  const Value value = valueOfCaller;
+  const Key key = keyOfCaller;
   const KeyAccess* access = keyTable().find(key);
   if (access == nullptr || access->set == nullptr) {
     throw UndefinedKey(className() + " cannot set a value for the key \"" +
@@ -190,22 +193,20 @@ PendingChange Observable::begin(ChangeKind kind, const IndexSet* indexes, const 
   if (!self) {
     return {};
   }
-  auto change = std::make_unique<ChangeInProgress>(self, kind, indexes, key);
-  bool isConcerned = false;
+  // From here on a class may be asked, and may let go of the object and of the caller's key. The
+  // change holds both until did-change, also where nobody is concerned.
+  const Key changing = key;
+  auto change = std::make_unique<ChangeInProgress>(self, kind, indexes, changing);
   for (auto& notice : change->notices) {
     const Registration& registration = *notice.registration;
-    const Relation related = detail::relation(*this, registration.key, key);
+    const Relation related = detail::relation(*this, registration.key, changing);
     if (related == Relation::none ||
         (related == Relation::dependent && !isReadable(registration.key))) {
       continue;
     }
-    isConcerned = true;
     notice.telling = change->tellingOf(registration.key);
     change->tellings[notice.telling].wantsOld |=
         wants(registration.options, ObservingOptions::oldValue) && !registration.observer.expired();
-  }
-  if (!isConcerned) {
-    return {};
   }
   const auto readOldValue = [this](ChangeInProgress::Telling& telling) {
     if (telling.wantsOld && telling.record.kind != ChangeKind::insertion) {

@@ -51,10 +51,10 @@ class [[nodiscard]] PendingChange {
 /// - an exception out of an observer passes through to whoever made the change. Observers behind it
 ///   are not told of this change; the registrations stay as they are.
 /// Neither side keeps the other alive. A registration of an observer that is gone is skipped, and
-/// swept at the next delivery; or before another registration, when it is the latest or when so
-/// many have been made since the last time that looking at all of them costs each little. An object
-/// that goes takes its registrations with it. One that is still being made, or is already going,
-/// may announce changes, and nobody hears of them.
+/// swept after the next delivery that would have reached it; or before another registration, when
+/// it is the latest or when so many have been made since the last time that looking at all of them
+/// costs each little. An object that goes takes its registrations with it. One that is still being
+/// made, or is already going, may announce changes, and nobody hears of them.
 ///
 /// A key can depend on others (`keyPathsForValuesAffectingValueForKey`). When one of those changes
 /// in whatever way, the observers of the dependent key are told of a setting, with its old and new

@@ -182,6 +182,7 @@ bool Pasteboard::writeObjects(
     return false;
   }
   const bool areAll = written.size() == asked.size();
+  _items.reserve(_items.size() + written.size());
   std::ranges::move(written, std::back_inserter(_items));
   return areAll;
 }

@@ -266,11 +266,12 @@ class Value {
     return hasBitsOf(other) ? std::optional(true) : equalAtOnce(*this, other, parts);
   }
 
-  /// A number that equal values share. Objects are asked for theirs. A loop over many short texts
-  /// keeps the random numbers of the process at hand.
+  /// A number that equal values share. It takes in all that the value holds, however deep; objects
+  /// are asked for theirs.
   [[nodiscard]] std::size_t hash() const {
     return _tag <= maxInline ? detail::hashOfShortText(word(0), word(1), word(2)) : hashOfOther();
   }
+  /// The same, for a loop over many short texts that makes the keys once.
   [[nodiscard]] std::size_t hash(const detail::HashKeys& keys) const {
     return _tag <= maxInline ? detail::hashOfShortText(word(0), word(1), word(2), keys)
                              : hashOfOther();

@@ -150,7 +150,7 @@ std::size_t EventOrder::Search::lookAtVeryObjects() {
 bool EventOrder::Search::lookAt(std::size_t begin, std::size_t end) {
   std::array<std::uint64_t, block> hashes;  // of those without a candidate at hand
   std::array<Place, block> candidates;
-  const auto hashKeys = platform::detail::HashKeys::ofProcess();
+  const platform::detail::HashKeys hashKeys;
   for (std::size_t i = end; _isFarFlung && i < std::min(end + block, _records.size()); ++i) {
     _records[i].prefetch();
   }

@@ -254,6 +254,9 @@ std::optional<bool> FreshList::isRowEqualTo(KRAVTWVItemVexil& child, std::size_t
   if (!*isObjectEqual) {
     return false;
   }
+  if (!ItemFields::hasChildrenArray(child)) {
+    return false;  // since it was asked
+  }
   const FreshEvents& events = (*_eventsOfRows)[index];
   const std::shared_ptr<KRAVTWVItemArray> children = ItemFields::children(child);
   const auto areAsMany = [&] { return (children ? children->size() : 0) == events.size(); };
@@ -270,7 +273,7 @@ std::optional<bool> FreshList::isRowEqualTo(KRAVTWVItemVexil& child, std::size_t
     if (!isEqual) {
       hold();
       isEqual = records.compareByAsking(*(*children)[i], i);
-      if (!areAsMany()) {
+      if (ItemFields::children(child) != children || !areAsMany()) {
         return false;  // by now
       }
     }

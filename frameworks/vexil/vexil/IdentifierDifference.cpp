@@ -69,36 +69,42 @@ Unpaired walk(std::span<const Value> old, std::span<const Value> fresh) {
 class Sought {
  public:
   Sought(std::span<const Value> identifiers, const Positions& positions)
-      : _identifiers(identifiers), _table(positions.size() * 2), _isFound(identifiers.size()) {
+      : _identifiers(identifiers),
+        _table(positions.size() * 2),
+        _first(identifiers.size()),
+        _isFound(identifiers.size()) {
     for (const std::uint32_t position : positions) {
-      // Of equal ones the first stands for all.
-      if (positionOf(identifiers[position]) == PlaceTable::nowhere) {
-        _table.insert(identifiers[position].hash(), position);
+      // Of equal ones the first stands for all. An object in place of an identifier is asked once,
+      // as it may answer otherwise the next time.
+      const std::size_t hash = identifiers[position].hash();
+      _first[position] = positionOf(identifiers[position], hash);
+      if (_first[position] == PlaceTable::nowhere) {
+        _first[position] = position;
+        _table.insert(hash, position);
       }
     }
   }
 
   void lookAmong(std::span<const Value> others) {
     for (const Value& other : others) {
-      if (const std::uint32_t position = positionOf(other); position != PlaceTable::nowhere) {
+      const std::uint32_t position = positionOf(other, other.hash());
+      if (position != PlaceTable::nowhere) {
         _isFound[position] = true;
       }
     }
   }
 
-  [[nodiscard]] bool isFound(std::uint32_t position) const {
-    return _isFound[positionOf(_identifiers[position])];
-  }
+  [[nodiscard]] bool isFound(std::uint32_t position) const { return _isFound[_first[position]]; }
 
  private:
-  [[nodiscard]] std::uint32_t positionOf(const Value& identifier) const {
-    return _table.find(identifier.hash(), [&](PlaceTable::Place position) {
-      return _identifiers[position] == identifier;
-    });
+  [[nodiscard]] std::uint32_t positionOf(const Value& identifier, std::size_t hash) const {
+    return _table.find(
+        hash, [&](PlaceTable::Place position) { return _identifiers[position] == identifier; });
   }
 
   std::span<const Value> _identifiers;
   PlaceTable _table;
+  std::vector<std::uint32_t> _first;  // for each position that of the first equal one
   std::vector<bool> _isFound;
 };
 

@@ -61,11 +61,18 @@ void ItemAddition::removeEqualsOf(const std::shared_ptr<KRAVTWVItemVexil>& item,
   if (last == _lastOfHash.end()) {
     return;
   }
-  std::size_t* link = &last->second;
-  while (*link != none) {
+  std::vector<std::size_t> equal;  // none is marked before all were asked, as that can throw
+  for (std::size_t i = last->second; i != none; i = _entries[i].before) {
+    if (_entries[i].item == item || _entries[i].item->isEqual(*item)) {
+      equal.push_back(i);
+    }
+  }
+  for (const std::size_t i : equal) {
+    _entries[i].isGone = true;
+  }
+  for (std::size_t* link = &last->second; *link != none;) {
     Entry& entry = _entries[*link];
-    if (entry.item == item || entry.item->isEqual(*item)) {
-      entry.isGone = true;
+    if (entry.isGone) {
       *link = entry.before;
     } else {
       link = &entry.before;

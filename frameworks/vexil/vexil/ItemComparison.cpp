@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/ItemComparison.h>
+#include <vexil/ItemFields.h>
 
 #include <algorithm>
 #include <typeinfo>
@@ -30,7 +31,12 @@ std::optional<ItemComparison::Verdict> ItemComparison::judgeAtOnce(const Item& l
   const Item& receiver = left;
   const Item& other = right;
   if (typeid(receiver) != typeid(other)) {
-    return std::nullopt;  // a host's kind may have its own class test
+    if (!ItemFields::isOwnKind(left)) {
+      return std::nullopt;  // a host's kind may have its own class test
+    }
+    if (!left.isKindOfReceiversClass(right)) {
+      return Verdict::unequal;
+    }
   }
   return judgeContentAtOnce(left, right);
 }

@@ -34,6 +34,17 @@ struct ItemFields {
     return item._childrenState != Item::Children::absent;
   }
 
+  /// Whether an item is of one of the library's own classes, which run no foreign code when they
+  /// are asked for their identifier or their kind.
+  static bool isOwnKind(const Item& item) {
+    const std::type_info& type = typeid(item);
+    return type == typeid(Item) || type == typeid(KRAVTWVEventVexil) ||
+           type == typeid(KRAVTWVOnDemandVexil) || type == typeid(KRAVTWVDomainVexil) ||
+           type == typeid(KRAVTWVGroupVexil) || type == typeid(KRAVTWVQueuedTriggerVexil) ||
+           type == typeid(KRAVTWVActiveEventVexil) || type == typeid(KRAVTWVNetDomainVexil) ||
+           type == typeid(KRAVTWVNetServiceVexil);
+  }
+
   /// Whether an item is an event of no other class, without children: then identifier, equality and
   /// all else follow from the record alone.
   static bool isPlainEvent(const Item& item) {

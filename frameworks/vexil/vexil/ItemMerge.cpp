@@ -36,6 +36,16 @@ void requireIdentifiers(const std::vector<Value>& identifiers, const ItemAt& ite
   }
 }
 
+/// Whether items run no foreign code when they are asked for these identifiers, and these run none
+/// when they are compared.
+bool runNoForeignCode(const KRAVTWVItemArray* items, const std::vector<Value>& identifiers) {
+  return std::ranges::all_of(
+             identifiers, [](const Value& each) { return each.isString() || each.isNumber(); }) &&
+         (items == nullptr || std::ranges::all_of(*items, [](const auto& item) {
+            return item && ItemFields::isOwnKind(*item);
+          }));
+}
+
 /// What of `appeared` still holds when the items have other identifiers by now: only what had been
 /// among the fresh ones counts, and was not among the old ones.
 IndexSet appearedAmong(const std::vector<Value>& identifiers, const std::vector<Value>& fresh,
@@ -117,6 +127,10 @@ IndexSet ItemMerge::removeAndInsert(Item& receiver, const FreshList& fresh) {
       });
     }
     difference = identifierDifference(oldIdentifiers, freshIdentifiers);
+    if (_comparison.remembersAny() && !(runNoForeignCode(fresh.hostItems(), freshIdentifiers) &&
+                                        runNoForeignCode(children.get(), oldIdentifiers))) {
+      _comparison.forget();
+    }
     // Items, and objects in place of identifiers, can have done anything when they were asked.
     if (ItemFields::children(receiver) != children ||
         receiver.currentChildren().size() != oldIdentifiers.size()) {

@@ -336,12 +336,17 @@ void KRAVTWVItemVexil::addChildren(const KRAVTWVItemArray& children) {
   // Copies, because what is added may be this item's own array, and hosts' code may change both.
   const detail::ItemAddition addition{KRAVTWVItemArray(currentChildren()),
                                       KRAVTWVItemArray(children)};
-  KRAVTWVItemArray equal = addition.goneOfPresent();
-  removeChildrenIn(equal);
+  // Observers hear of the parents first: what they throw must not cost this item a child.
   for (const detail::ItemAddition::Entry& entry : addition.added()) {
     entry.item->setParent(held);
+  }
+  KRAVTWVItemArray equal = addition.goneOfPresent();
+  KRAVTWVItemArray& all = childrenForAdding();
+  all.reserve(all.size() + addition.added().size());
+  removeChildrenIn(equal);
+  for (const detail::ItemAddition::Entry& entry : addition.added()) {
     if (!entry.isGone) {
-      childrenForAdding().push_back(entry.item);
+      all.push_back(entry.item);
     }
   }
   addition.throwFailure();

@@ -171,7 +171,9 @@ class KRAVTWVItemVexil : public platform::Observable {
   /// Raises `InvalidArgument` for a null pointer.
   void addChild(std::shared_ptr<KRAVTWVItemVexil> child);
 
-  /// `addChild` for each item in order; in linear time unless many are equal.
+  /// `addChild` for each item in order, but for one thing: the parents of all are set first, and
+  /// then the children change at once. In linear time, unless many items of one hash are not equal.
+  /// When an item throws as it is asked, those before it are added.
   void addChildren(const KRAVTWVItemArray& children);
 
   /// Removes the children at these positions under one removal announcement; nothing happens when
@@ -198,7 +200,8 @@ class KRAVTWVItemVexil : public platform::Observable {
   ///
   /// Raises `InvalidArgument` when an item on either side has no identifier, with nothing changed,
   /// and `RangeError` when, because identifiers occur twice, a position is past the end of an
-  /// array. What was changed and announced before stays.
+  /// array; also when foreign code (an identifier, an object's equality, a getter, an observer)
+  /// takes items out of either array in the middle. What was changed and announced before stays.
   ///
   /// Cost: linear in both arrays and in the subtrees compared, when nobody observes the subtrees or
   /// holds anything in them but its parent (hand the array over with `std::move`). Observers may

@@ -78,11 +78,9 @@ void KRAVTWVItemsVexil::replaceRootChildren(const std::shared_ptr<const KRAVTWVI
 
 void KRAVTWVItemsVexil::rebuildRootChildren() {
   const auto held = weak_from_this().lock();
-  const auto item = root();
-  if (!item) {
-    return;
-  }
-  if (auto items = itemsOfInput()) {
+  auto items = itemsOfInput();
+  // The root of now, as objects may have been asked while the items were built.
+  if (const auto item = root(); item && items) {
     item->setChildren(std::move(items));
   }
 }
@@ -285,7 +283,7 @@ void KRAVTWVEngineVexil::accept(const Value& list, Value (KRAVTWVEngineVexil::*h
 
 void KRAVTWVEngineVexil::updateItemsForEngine() {
   const auto held = weak_from_this().lock();
-  replaceRootChildren(itemsOfInput());
+  replaceRootChildren(KRAVTWVEngineVexil::itemsOfInput());
 }
 
 std::shared_ptr<KRAVTWVItemArray> KRAVTWVEngineVexil::itemsOfInput() const {

@@ -64,8 +64,9 @@ class KRAVTWVItemsVexil : public platform::Observable, public platform::OutlineV
   /// identifier is needed. Nothing happens without a root, and in a collection that holds no input.
   ///
   /// A host needs it when a setter has thrown out of the merge, because an identifier was missing
-  /// or occurred twice, or because foreign code changed the tree in the middle: then the input is
-  /// stored, but the tree is not in line with it, and setting an equal input again does nothing.
+  /// or occurred twice; or when foreign code has changed the tree, or refreshed this collection, in
+  /// the middle of a setter. Then the input is stored, but the tree is not in line with it, and
+  /// setting an equal input again does nothing.
   void rebuildRootChildren();
 
  protected:

@@ -121,6 +121,7 @@ std::optional<Date> KRAVTWVRelativeDateTransformer::validUntil(Date date) const 
 }
 
 Value KRAVTWVRelativeDateTransformer::transformedValue(const Value& value) const {
+  const auto held = weak_from_this().lock();  // a clock or formatter of a host may let go of it
   const auto date = value.date();
   if (!date) {
     return "";

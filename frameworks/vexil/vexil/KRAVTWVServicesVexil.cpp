@@ -333,7 +333,7 @@ void KRAVTWVServicesVexil::takeOut(const KRAVTWVNetServiceArray& found) {
 
 void KRAVTWVServicesVexil::updateItemsForServices() {
   const auto self = weak_from_this().lock();
-  replaceRootChildren(itemsOfInput());
+  replaceRootChildren(KRAVTWVServicesVexil::itemsOfInput());
 }
 
 std::shared_ptr<KRAVTWVItemArray> KRAVTWVServicesVexil::itemsOfInput() const {
