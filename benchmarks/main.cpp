@@ -5,6 +5,7 @@
 #include "TableReporter.h"
 
 int main(int argc, char** argv) {
+  addAdditionBenchmarks();
   addEventListBenchmarks();
   addCollectionBenchmarks();
   addObservationBenchmarks();

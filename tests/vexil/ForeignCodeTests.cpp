@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -293,6 +294,47 @@ TEST_F(ForeignCode, MayChangeTheChildrenToWhichManyAreAdded) {
     EXPECT_EQ(identifiers(*parent->children()), "[3, 4]") << skipped;
     return hasCome;
   });
+}
+
+/// Equals all of its class when its turn has not come, and refuses then.
+class Refusing : public platform::Object {
+ public:
+  explicit Refusing(bool refuses) : _refuses(refuses) {}
+  [[nodiscard]] bool isEqual(const Object& other) const override {
+    if (_refuses) {
+      throw std::runtime_error("refused");
+    }
+    return dynamic_cast<const Refusing*>(&other) != nullptr;
+  }
+  [[nodiscard]] std::size_t hash() const override { return 1; }
+
+ private:
+  bool _refuses;
+};
+
+TEST_F(ForeignCode, ThatThrowsWhenChildrenAreAddedCostsNoChild) {
+  for (const bool first : {true, false}) {
+    const auto item = [](const char* uniqueID, bool refuses) {
+      auto made = KRAVTWVItemVexil::itemWithRepresentedObject(std::make_shared<Refusing>(refuses));
+      made->setUniqueID(uniqueID);
+      return made;
+    };
+    const auto parent = plainItem("parent");
+    *parent->children() = {item("1", first), item("2", !first)};
+    EXPECT_THROW(parent->addChildren({plainItem("3"), item("4", false)}), std::runtime_error);
+    EXPECT_EQ(identifiers(*parent->children()), "[1, 2, 3]");
+  }
+}
+
+TEST_F(ForeignCode, ThatThrowsWhenItHearsOfAParentCostsNoChild) {
+  const auto parent = plainItem("parent");
+  *parent->children() = {plainItem("1"), plainItem("2")};
+  const auto added = plainItem("1");
+  const auto recorder = test::Recorder::make();
+  recorder->watch(added, "parent");
+  recorder->meanwhile = [] { throw std::runtime_error("refused"); };
+  EXPECT_THROW(parent->addChildren({added, plainItem("3")}), std::runtime_error);
+  EXPECT_EQ(identifiers(*parent->children()), "[1, 2]");
 }
 
 // --- a collection that its observer lets go of

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -175,6 +176,55 @@ TEST_F(ForeignIdentifier, MayLetGoOfTheItemWhosePathIsAsked) {
 TEST_F(ForeignIdentifier, MayLetGoOfTheItemThatIsDescribed) {
   turn.does([&] { root = nullptr; });
   EXPECT_NE(root->description().find("{ root, "), std::string::npos);
+}
+
+/// Says something else each time it is asked for its hash.
+class Fickle : public platform::Object {
+ public:
+  [[nodiscard]] std::size_t hash() const override { return ++_asked; }
+
+ private:
+  mutable std::size_t _asked = 0;
+};
+
+TEST_F(ForeignIdentifier, MayBeAnObjectThatHashesOtherwiseEachTime) {
+  const auto items = [] {
+    KRAVTWVItemArray made;
+    for (int i = 0; i < 20; ++i) {
+      made.push_back(plainItem("item"));
+      made.back()->setUniqueID(std::make_shared<Fickle>());
+    }
+    return made;
+  };
+  const auto parent = plainItem("parent");
+  *parent->children() = items();
+  const KRAVTWVItemArray others = items();
+  parent->replaceChildren(arrayOf(others));
+  EXPECT_EQ(*parent->children(), others);
+}
+
+/// Lets go of itself when its class is asked what its group test depends on.
+class Fleeting : public KRAVTWVKind<Fleeting, KRAVTWVItemVexil> {
+ public:
+  using KRAVTWVKind::KRAVTWVKind;
+  [[nodiscard]] std::set<std::string> keyPathsForValuesAffectingIsGroup() const override {
+    if (held != nullptr) {
+      held->reset();
+    }
+    return {};
+  }
+  std::shared_ptr<Fleeting>* held = nullptr;
+};
+
+TEST_F(ForeignGetter, OfAClassThatLetsGoOfTheItemLeavesItsSettersWhole) {
+  const auto set = [](const auto& change) {
+    auto item = Fleeting::itemWithRepresentedObject("item");
+    const test::Notices heard(item, {"isGroup"});
+    item->held = &item;
+    change(*item);
+    EXPECT_EQ(item, nullptr);
+  };
+  set([](Fleeting& item) { item.setLabel("label"); });
 }
 
 }  // namespace
