@@ -80,8 +80,8 @@ std::optional<DayComponents> Calendar::components(Date date) const {
 
 namespace {
 
-/// Whether no number by itself leads far beyond what calendars reach. ICU computes with integers of
-/// 32 bits, which wrap around.
+/// Whether each number by itself is small enough for ICU, which computes with integers of 32 bits
+/// and wraps around.
 bool isWithinReach(const DayComponents& components) {
   const auto isWithin = [](int number, int most) { return number >= -most && number <= most; };
   return isWithin(components.era, 20'000) && isWithin(components.year, 1'000'000) &&

@@ -95,7 +95,7 @@ PropertyListResult<std::vector<std::byte>> bytesOfFile(const std::filesystem::pa
                                                        std::size_t most) {
   // To the system a path ends at its first NUL, so it would name another file.
   if (path.native().find('\0') != std::string::npos) {
-    return PropertyListError{Code::fileMissing, "a path has no NUL"};
+    return PropertyListError{Code::fileMissing, "no file has a NUL in its path"};
   }
   const Descriptor file(path);
   struct stat status {};

@@ -17,8 +17,9 @@ namespace {
 constexpr int recursionDepth = 16;
 
 /// A list of records is held by its host too, so all of it is shared, and to remember each record
-/// would cost more than to compare it. So a few values are compared without memory, and some more
-/// for each that is surely looked at for the first time: all in all a multiple of what there is.
+/// would cost more than to compare it. So the first values are compared without memory, and some
+/// more for each value of the outermost container and of a container that was just remembered. The
+/// whole stays linear in what there is.
 constexpr std::size_t lookedAtFreely = 1024;
 constexpr std::size_t lookedAtForEach = 32;
 
