@@ -168,7 +168,6 @@ bool Pasteboard::writeObjects(
   }
   const std::int64_t count = _changeCount;
   // Whoever is asked may change the array and let go of this board.
-  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
   const std::vector asked(objects);
   const auto self = shared_from_this();
   std::vector<std::shared_ptr<PasteboardItem>> written;
@@ -226,7 +225,6 @@ Value Pasteboard::propertyListForType(std::string_view type) {
 std::vector<std::shared_ptr<Object>> Pasteboard::readObjects(
     const std::vector<PasteboardReadingClass>& classes) {
   // Whoever is asked may change the array and let go of this board.
-  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
   const std::vector asked(classes);
   const auto self = shared_from_this();
   std::vector<std::shared_ptr<Object>> objects;

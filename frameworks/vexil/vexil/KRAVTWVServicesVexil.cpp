@@ -69,7 +69,6 @@ bool areEqual(const Service& held, const platform::NetService& sought) {
     return held->hasValuesOf(sought);
   }
   // Foreign code may take it out of the array that `held` stands in.
-  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
   const Service asked = held;
   return asked->isEqual(sought);
 }
@@ -284,7 +283,6 @@ void KRAVTWVServicesVexil::removeService(const Service& service) {
   const auto self = weak_from_this().lock();
   const auto services = sortedServices();
   // Held, because it may be a reference into the array.
-  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
   const Service sought = service;
   if (!sought || !services) {
     return;
