@@ -23,6 +23,17 @@ bool canReferToObject(const platform::Value& value, int& partsToLookAt) {
 
 }  // namespace
 
+// In place, as the comparison of a deep tree asks this of each pair.
+[[gnu::always_inline]] inline ItemComparison::Verdict ItemComparison::judgeChildren(
+    const Item& left, const Item& right) {
+  if (left._childrenState == Item::Children::absent ||
+      right._childrenState == Item::Children::absent ||
+      left.currentChildren().size() != right.currentChildren().size()) {
+    return Verdict::unequal;
+  }
+  return left.currentChildren().empty() ? Verdict::equal : Verdict::childrenDecide;
+}
+
 std::optional<ItemComparison::Verdict> ItemComparison::judgeAtOnce(const Item& left,
                                                                    const Item& right) {
   if (&left == &right) {
@@ -68,15 +79,6 @@ ItemComparison::Verdict ItemComparison::judgeContent(const Item& left, const Ite
   const platform::Value object = left._representedObject;
   const platform::Value other = right._representedObject;
   return !object.isAbsent() && object == other ? judgeChildren(left, right) : Verdict::unequal;
-}
-
-ItemComparison::Verdict ItemComparison::judgeChildren(const Item& left, const Item& right) {
-  if (left._childrenState == Item::Children::absent ||
-      right._childrenState == Item::Children::absent ||
-      left.currentChildren().size() != right.currentChildren().size()) {
-    return Verdict::unequal;
-  }
-  return left.currentChildren().empty() ? Verdict::equal : Verdict::childrenDecide;
 }
 
 bool ItemComparison::areEqual(const Item& left, const Item& right) {
@@ -185,9 +187,8 @@ bool ItemComparison::compareOpen() {
     }
     Pair& pair = _open.back();
     const KRAVTWVItemArray& children = pair.left->currentChildren();
-    const KRAVTWVItemArray& others = pair.right->currentChildren();
-    if (children.size() != others.size()) {
-      return closeUnequal(false);  // foreign code has changed them
+    if (_foreignCodeRan && children.size() != pair.right->currentChildren().size()) {
+      return closeUnequal(false);  // they were as many before
     }
     if (pair.next >= children.size()) {
       const bool isToBeRemembered = pair.allArePrivate && !_foreignCodeRan;
@@ -201,7 +202,7 @@ bool ItemComparison::compareOpen() {
       continue;
     }
     const ItemPointer& left = children[pair.next];
-    const ItemPointer& right = others[pair.next];
+    const ItemPointer& right = pair.right->currentChildren()[pair.next];
     ++pair.next;
     if (const auto known = remembered(left, right)) {
       if (!*known) {
