@@ -138,10 +138,7 @@ TEST(Runner, ReportsWhatEndsItsProcessAndGoesOn) {
   EXPECT_EQ(report.neededRemedy, 1U);
 }
 
-TEST(Runner, ReportsWhoLeaks) {
-  if (!findsLeaks()) {
-    GTEST_SKIP() << "this build does not look for leaks";
-  }
+TEST(Runner, ReportsWhoLeaksWhereTheBuildLooksForIt) {
   const auto leak = [] {
     for (int i = 0; i < 100; ++i) {
       [[maybe_unused]] auto* volatile lost = new int[100]();
@@ -149,7 +146,9 @@ TEST(Runner, ReportsWhoLeaks) {
     }
     return Outcome();
   };
-  EXPECT_EQ(namesIn(runJobs({good, {"leaks", leak}, good})), std::vector<std::string>{"leaks"});
+  const std::vector<std::string> found =
+      findsLeaks() ? std::vector<std::string>{"leaks"} : std::vector<std::string>{};
+  EXPECT_EQ(namesIn(runJobs({good, {"leaks", leak}, good})), found);
 }
 
 }  // namespace
