@@ -56,10 +56,12 @@ void withdrawTheLastButOne(benchmark::State& state) {
   }
 }
 
-/// As many observers as the size says, each of which takes the place of the one before it.
-void replaceObservers(benchmark::State& state) {
+/// As many observers as the size says, each of which takes the place of the one before it. As many
+/// others as `staying` says stay registered, all of whom are looked at now and then.
+void replaceObserversAmong(benchmark::State& state, std::size_t staying) {
   for (auto _ : state) {
     const auto object = std::make_shared<Anything>();
+    const auto others = registerMany(object, staying);
     std::shared_ptr<Observer> current;
     timed(state, [&] {
       for (std::size_t i = 0; i < sizeOf(state); ++i) {
@@ -71,20 +73,12 @@ void replaceObservers(benchmark::State& state) {
   }
 }
 
-/// The same where as many others stay registered, all of whom are looked at now and then.
+void replaceObservers(benchmark::State& state) {
+  replaceObserversAmong(state, 0);
+}
+
 void replaceObserversAmongOthers(benchmark::State& state) {
-  for (auto _ : state) {
-    const auto object = std::make_shared<Anything>();
-    const auto staying = registerMany(object, sizeOf(state));
-    std::shared_ptr<Observer> current;
-    timed(state, [&] {
-      for (std::size_t i = 0; i < sizeOf(state); ++i) {
-        auto next = std::make_shared<Observer>();
-        object->addObserver(next, key(), ObservingOptions::none, nullptr);
-        current = std::move(next);
-      }
-    });
-  }
+  replaceObserversAmong(state, sizeOf(state));
 }
 
 }  // namespace
