@@ -13,6 +13,8 @@
 #include "Benchmarks.h"
 #include "Watched.h"
 
+namespace platform = vexil::platform;
+
 namespace {
 
 using platform::Value;

@@ -11,6 +11,8 @@
 #include "Records.h"
 #include "Watched.h"
 
+namespace platform = vexil::platform;
+
 using platform::Value;
 
 namespace {

@@ -13,6 +13,8 @@
 #include "WorkloadModel.h"
 #include "WorkloadTrees.h"
 
+namespace platform = vexil::platform;
+
 using platform::Key;
 using platform::ObservingOptions;
 using platform::RecordShape;

@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+namespace platform = vexil::platform;
+
 extern "C" {
 extern unsigned long long wl_alloc_count __attribute__((weak));
 }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Observing.h>
 #include <vexil/KRAVTWVItemsObserver.h>
+#include <vexil/platform/Observing.h>
 
 #include <chrono>
 #include <cstddef>
@@ -19,26 +19,28 @@ struct NoticeCounts {
   std::size_t replaced = 0;
   std::size_t notices = 0;
 
-  void add(platform::ChangeKind kind, std::size_t items);
+  void add(vexil::platform::ChangeKind kind, std::size_t items);
   NoticeCounts& operator+=(const NoticeCounts& other);
   bool operator==(const NoticeCounts&) const = default;
   [[nodiscard]] std::string description() const;
 };
 
 /// Counts the items of changes of "children": the old ones, of an insertion the new ones.
-class CountingObserver : public platform::Observer {
+class CountingObserver : public vexil::platform::Observer {
  public:
   void observeValueForKeyPathOfObjectChangeContext(
-      const platform::Key& keyPath, const std::shared_ptr<platform::Observable>& object,
-      const platform::ChangeRecord& change, const platform::ContextToken* context) override;
+      const vexil::platform::Key& keyPath,
+      const std::shared_ptr<vexil::platform::Observable>& object,
+      const vexil::platform::ChangeRecord& change,
+      const vexil::platform::ContextToken* context) override;
   NoticeCounts counts;
 };
 
 class CountingTreeDelegate : public KRAVTWVItemsObserverDelegate {
  public:
   void itemsObserverDidObserveItemsIndexesParent(
-      const std::shared_ptr<KRAVTWVItemsObserver>& observer, platform::ChangeKind kind,
-      const KRAVTWVItemArray& items, const std::optional<platform::IndexSet>& indexes,
+      const std::shared_ptr<KRAVTWVItemsObserver>& observer, vexil::platform::ChangeKind kind,
+      const KRAVTWVItemArray& items, const std::optional<vexil::platform::IndexSet>& indexes,
       const std::shared_ptr<KRAVTWVItemVexil>& parent) override;
   NoticeCounts counts;
 };

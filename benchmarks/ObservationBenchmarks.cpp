@@ -2,7 +2,7 @@
 // What it costs to come and go where many others are registered. The time is that of one operation
 // multiplied by the number of registrations, which the table divides by again.
 #include <benchmark/benchmark.h>
-#include <platform/Observable.h>
+#include <vexil/platform/Observable.h>
 
 #include <cstddef>
 #include <memory>
@@ -11,6 +11,8 @@
 
 #include "Benchmarks.h"
 #include "Watched.h"
+
+namespace platform = vexil::platform;
 
 namespace {
 

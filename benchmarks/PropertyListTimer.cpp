@@ -8,9 +8,9 @@
 // process of its own, since what one leaves of the heap slows down another.
 #include "Records.h"
 
-#include <platform/PropertyList.h>
 #include <plist/plist.h>
 #include <ternwood/Ternwood.h>
+#include <vexil/platform/PropertyList.h>
 
 #include <cstdlib>
 #include <ctime>
@@ -23,6 +23,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+namespace platform = vexil::platform;
 
 namespace {
 

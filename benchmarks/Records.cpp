@@ -7,6 +7,8 @@
 #include <array>
 #include <numeric>
 
+namespace platform = vexil::platform;
+
 using platform::Key;
 using platform::RecordShape;
 using platform::Value;

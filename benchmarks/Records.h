@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Value.h>
+#include <vexil/platform/Value.h>
 
 #include <cstdint>
 #include <random>
@@ -19,7 +19,7 @@ struct EventModel {
   double start = 0;
 
   /// A new record of six keys, one of them a nested record of three.
-  [[nodiscard]] platform::Value record() const;
+  [[nodiscard]] vexil::platform::Value record() const;
 };
 
 /// The events of an engine, always the same for one size: names of about twenty characters, of
@@ -29,10 +29,10 @@ class EngineModel {
   explicit EngineModel(std::size_t count, std::size_t domains = 50);
 
   /// New records of all events in a new random order.
-  [[nodiscard]] platform::Value freshRecords();
+  [[nodiscard]] vexil::platform::Value freshRecords();
 
   /// The elements of `records` in a new random order.
-  [[nodiscard]] platform::Value shuffled(const platform::Value& records);
+  [[nodiscard]] vexil::platform::Value shuffled(const vexil::platform::Value& records);
 
   void changeOne();
   /// One in a hundred gone, as many new ones, and as many others changed.

@@ -34,6 +34,8 @@
 #include "WorkloadModel.h"
 #include "WorkloadTrees.h"
 
+namespace platform = vexil::platform;
+
 using platform::ObservingOptions;
 using platform::Value;
 

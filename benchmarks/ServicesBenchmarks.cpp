@@ -11,6 +11,8 @@
 #include "Benchmarks.h"
 #include "Watched.h"
 
+namespace platform = vexil::platform;
+
 namespace {
 
 using Service = std::shared_ptr<platform::NetService>;

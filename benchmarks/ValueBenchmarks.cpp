@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What equality and hash of values cost where parts are shared, lie deep, or were made to collide.
-#include <platform/Value.h>
+#include <vexil/platform/Value.h>
 
 #include <cstring>
 #include <string>
@@ -10,6 +10,8 @@
 
 #include "Benchmarks.h"
 #include "Watched.h"
+
+namespace platform = vexil::platform;
 
 using platform::Value;
 

@@ -22,12 +22,12 @@ struct Counts {
 class CountingDelegate : public KRAVTWVItemsObserverDelegate {
  public:
   void itemsObserverDidObserveItemsIndexesParent(
-      const std::shared_ptr<KRAVTWVItemsObserver>&, platform::ChangeKind kind,
-      const KRAVTWVItemArray& items, const std::optional<platform::IndexSet>&,
+      const std::shared_ptr<KRAVTWVItemsObserver>&, vexil::platform::ChangeKind kind,
+      const KRAVTWVItemArray& items, const std::optional<vexil::platform::IndexSet>&,
       const std::shared_ptr<KRAVTWVItemVexil>&) override {
-    (kind == platform::ChangeKind::removal     ? counts.removed
-     : kind == platform::ChangeKind::insertion ? counts.inserted
-                                               : counts.replaced) += items.size();
+    (kind == vexil::platform::ChangeKind::removal     ? counts.removed
+     : kind == vexil::platform::ChangeKind::insertion ? counts.inserted
+                                                      : counts.replaced) += items.size();
   }
   Counts counts;
 };

@@ -9,6 +9,8 @@
 #include <tuple>
 #include <utility>
 
+namespace platform = vexil::platform;
+
 using platform::Key;
 using platform::RecordShape;
 using platform::Value;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Value.h>
+#include <vexil/platform/Value.h>
 
 #include <array>
 #include <cstddef>
@@ -78,11 +78,11 @@ class WorkloadModel {
 [[nodiscard]] std::vector<std::size_t> permutation(std::size_t count, std::uint64_t seed);
 
 /// The record of an event: five keys, one of them for a nested record of three.
-[[nodiscard]] platform::Value recordOf(const WorkloadEvent& event,
-                                       Spread spread = Spread::asModelled);
-[[nodiscard]] platform::Value recordsOf(const std::vector<WorkloadEvent>& events,
-                                        Spread spread = Spread::asModelled);
+[[nodiscard]] vexil::platform::Value recordOf(const WorkloadEvent& event,
+                                              Spread spread = Spread::asModelled);
+[[nodiscard]] vexil::platform::Value recordsOf(const std::vector<WorkloadEvent>& events,
+                                               Spread spread = Spread::asModelled);
 /// What stands for its domain in the record.
-[[nodiscard]] platform::Value domainOf(const WorkloadEvent& event, Spread spread);
+[[nodiscard]] vexil::platform::Value domainOf(const WorkloadEvent& event, Spread spread);
 
-[[nodiscard]] platform::Value domainRecords(std::size_t count);
+[[nodiscard]] vexil::platform::Value domainRecords(std::size_t count);

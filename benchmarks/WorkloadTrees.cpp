@@ -7,6 +7,8 @@
 #include <map>
 #include <string>
 
+namespace platform = vexil::platform;
+
 using platform::Key;
 using platform::ObservingOptions;
 using platform::Value;

@@ -16,16 +16,16 @@ endforeach()
 file(
   WRITE ${OUTPUT}.new
   "// Made from the strings tables in resources/ when they change.
-#include <vexil/EmbeddedStrings.h>
+#include <vexil/items/kinds/EmbeddedStrings.h>
 
 #include <array>
 
 namespace {
 ${arrays}
-constexpr std::array tables = std::to_array<platform::EmbeddedStrings>({
+constexpr std::array tables = std::to_array<vexil::platform::EmbeddedStrings>({
 ${entries}});
 }  // namespace
 
-std::span<const platform::EmbeddedStrings> detail::embeddedStrings() { return tables; }
+std::span<const vexil::platform::EmbeddedStrings> vexil::detail::embeddedStrings() { return tables; }
 ")
 file(COPY_FILE ${OUTPUT}.new ${OUTPUT} ONLY_IF_DIFFERENT)

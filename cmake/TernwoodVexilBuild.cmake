@@ -44,18 +44,19 @@ function(ternwoodvexil_warnings target)
   endif()
 endfunction()
 
-# A library of ours: <name>, known to users as TernwoodVexil::<name>, whose headers are included as
-# <include/Header.h> from the folder above.
+# A library of ours: the target ternwoodvexil_<name>, known to users as TernwoodVexil::<name>. Only the
+# headers that are listed are installed; they are included as <vexil/...> from the folder above.
 function(ternwoodvexil_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;HEADERS")
-  add_library(${name} STATIC ${arg_SOURCES})
-  add_library(TernwoodVexil::${name} ALIAS ${name})
-  target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${CMAKE_CURRENT_SOURCE_DIR} FILES
-                                ${arg_HEADERS})
-  set_target_properties(${name} PROPERTIES OUTPUT_NAME ternwoodvexil_${name})
-  ternwoodvexil_warnings(${name})
+  set(target ternwoodvexil_${name})
+  add_library(${target} STATIC ${arg_SOURCES})
+  add_library(TernwoodVexil::${name} ALIAS ${target})
+  target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${CMAKE_CURRENT_SOURCE_DIR} FILES
+                                  ${arg_HEADERS})
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+  ternwoodvexil_warnings(${target})
   if(TERNWOODVEXIL_SANITIZE)
     # Tests spend their time in here, and what is compiled once may take a little longer.
-    target_compile_options(${name} PRIVATE -O1)
+    target_compile_options(${target} PRIVATE -O1)
   endif()
 endfunction()

@@ -3,7 +3,7 @@
 
 #include "Demand.h"
 
-#include <platform/PropertyList.h>
+#include <vexil/platform/PropertyList.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -13,9 +13,9 @@ namespace fuzz {
 
 /// What holds of every input: a reader says the same twice, what it accepts can be walked, and what
 /// it refuses it gives a reason and a place for.
-inline void checkReader(decltype(&platform::readPropertyList) read, const std::uint8_t* data,
+inline void checkReader(decltype(&vexil::platform::readPropertyList) read, const std::uint8_t* data,
                         std::size_t size) {
-  platform::PropertyListLimits limits;
+  vexil::platform::PropertyListLimits limits;
   limits.depth = 64;
   limits.expandedObjects = 10'000;
   const auto bytes = std::as_bytes(std::span(data, size));

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "../tests/support/IdenticalValues.h"
 #include "Demand.h"
+#include "tests/support/IdenticalValues.h"
 
-#include <platform/PropertyList.h>
+#include <vexil/platform/PropertyList.h>
 
 #include <algorithm>
 #include <cmath>
@@ -15,19 +15,19 @@
 
 namespace fuzz {
 
-using platform::Value;
+using vexil::platform::Value;
 
 inline constexpr std::size_t mostDepth = 64;
 
 /// Far above what the values of fuzz targets are, so that what is written is not refused for that.
-inline platform::PropertyListLimits generousLimits() {
-  platform::PropertyListLimits limits;
+inline vexil::platform::PropertyListLimits generousLimits() {
+  vexil::platform::PropertyListLimits limits;
   limits.depth = mostDepth;
   return limits;
 }
 
 /// Whether a date stands in the notation of XML, which has whole seconds.
-inline bool isInXML(platform::Date date) {
+inline bool isInXML(vexil::platform::Date date) {
   constexpr double most = 9007199254740992.0;
   return date.seconds == std::trunc(date.seconds) && std::abs(date.seconds) <= most;
 }
@@ -49,7 +49,7 @@ inline bool isInXML(const Value& root) {
     const Value& value = *pending.back();
     pending.pop_back();
     const bool isCarried = (!value.date() || isInXML(*value.date())) && isInXML(value.string()) &&
-                           std::ranges::all_of(value.keys(), [](const platform::Key& key) {
+                           std::ranges::all_of(value.keys(), [](const vexil::platform::Key& key) {
                              return isInXML(key.text());
                            });
     if (!isCarried) {
@@ -64,26 +64,26 @@ inline bool isInXML(const Value& root) {
 
 /// What a writer wrote reads as the value, and is written again as the same bytes.
 inline void checkBinaryRoundTrip(const Value& value) {
-  const auto bytes = platform::writeBinaryPropertyList(value);
+  const auto bytes = vexil::platform::writeBinaryPropertyList(value);
   demand(static_cast<bool>(bytes));
-  const auto read = platform::readBinaryPropertyList(*bytes, generousLimits());
+  const auto read = vexil::platform::readBinaryPropertyList(*bytes, generousLimits());
   demand(read && test::identical(*read, value));
-  const auto again = platform::writeBinaryPropertyList(*read);
+  const auto again = vexil::platform::writeBinaryPropertyList(*read);
   demand(again && *again == *bytes);
 }
 
 /// The same of XML, which refuses what it has no notation for and nothing else.
 inline void checkXMLRoundTrip(const Value& value) {
-  const auto text = platform::writeXMLPropertyList(value, generousLimits());
+  const auto text = vexil::platform::writeXMLPropertyList(value, generousLimits());
   demand(static_cast<bool>(text) == isInXML(value));
   if (!text) {
-    demand(text.error().code == platform::PropertyListError::Code::inexpressible);
+    demand(text.error().code == vexil::platform::PropertyListError::Code::inexpressible);
     return;
   }
   const auto read =
-      platform::readXMLPropertyList(std::as_bytes(std::span(*text)), generousLimits());
+      vexil::platform::readXMLPropertyList(std::as_bytes(std::span(*text)), generousLimits());
   demand(read && test::identical(*read, value, test::Sameness::asXMLHasIt));
-  const auto again = platform::writeXMLPropertyList(*read, generousLimits());
+  const auto again = vexil::platform::writeXMLPropertyList(*read, generousLimits());
   demand(again && *again == *text);
 }
 

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+namespace platform = vexil::platform;
+
 namespace fuzz {
 
 using platform::Value;

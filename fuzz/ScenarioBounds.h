@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Value.h>
+#include <vexil/platform/Value.h>
 
 namespace fuzz {
 
@@ -10,6 +10,6 @@ namespace fuzz {
 ///
 /// It goes by the names: whatever an object is given in a step may be in it from then on, and what
 /// an object answers may be anything in it. So some scenarios are left out that would do no harm.
-bool isBounded(const platform::Value& scenario);
+bool isBounded(const vexil::platform::Value& scenario);
 
 }  // namespace fuzz

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <utility>
 
+namespace platform = vexil::platform;
+
 namespace fuzz {
 
 using platform::Value;

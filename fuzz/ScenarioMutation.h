@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/PropertyList.h>
-#include <platform/Value.h>
+#include <vexil/platform/PropertyList.h>
+#include <vexil/platform/Value.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -24,30 +24,33 @@ class ScenarioMutation {
   bool oneIn(std::size_t count) { return below(count) == 0; }
 
   /// A scenario with some change.
-  platform::Value mutated(const platform::Value& scenario);
+  vexil::platform::Value mutated(const vexil::platform::Value& scenario);
 
   /// A scenario with something of another in it.
-  platform::Value mixed(const platform::Value& scenario, const platform::Value& other);
+  vexil::platform::Value mixed(const vexil::platform::Value& scenario,
+                               const vexil::platform::Value& other);
 
  private:
-  using Change = std::function<std::optional<platform::Value>(const platform::Value&)>;
+  using Change =
+      std::function<std::optional<vexil::platform::Value>(const vexil::platform::Value&)>;
 
   std::size_t below(std::size_t end) { return static_cast<std::size_t>(_random()) % end; }
 
-  platform::Value withStepsMoved(const platform::Value& scenario);
-  platform::Value withPartChanged(const platform::Value& scenario, const Change& change);
-  std::optional<platform::Value> otherLeaf(const platform::Value& leaf,
-                                           const std::vector<platform::Value>& parts);
-  std::string otherText(std::string_view text, const std::vector<platform::Value>& parts);
-  platform::Value otherContents(const platform::Value& container,
-                                const std::vector<platform::Value>& parts);
+  vexil::platform::Value withStepsMoved(const vexil::platform::Value& scenario);
+  vexil::platform::Value withPartChanged(const vexil::platform::Value& scenario,
+                                         const Change& change);
+  std::optional<vexil::platform::Value> otherLeaf(const vexil::platform::Value& leaf,
+                                                  const std::vector<vexil::platform::Value>& parts);
+  std::string otherText(std::string_view text, const std::vector<vexil::platform::Value>& parts);
+  vexil::platform::Value otherContents(const vexil::platform::Value& container,
+                                       const std::vector<vexil::platform::Value>& parts);
 
   std::mt19937 _random;
 };
 
 /// Writes a scenario into an input of at most `most` bytes and gives its size; where it is too long
 /// the input remains, which has `size`.
-std::size_t put(const platform::Value& scenario, std::uint8_t* input, std::size_t size,
+std::size_t put(const vexil::platform::Value& scenario, std::uint8_t* input, std::size_t size,
                 std::size_t most);
 
 }  // namespace fuzz

@@ -3,7 +3,7 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
-#include <platform/Value.h>
+#include <vexil/platform/Value.h>
 
 #include <algorithm>
 #include <array>
@@ -20,14 +20,14 @@ class TextWriter {
  public:
   explicit TextWriter(FuzzedDataProvider& input) : _input(input) {}
 
-  std::string text(const platform::Value& value) {
+  std::string text(const vexil::platform::Value& value) {
     add(value);
     space();
     return std::move(_text);
   }
 
  private:
-  void add(const platform::Value& value) {
+  void add(const vexil::platform::Value& value) {
     space();
     if (value.isArray()) {
       addArray(value);
@@ -40,7 +40,7 @@ class TextWriter {
     }
   }
 
-  void addArray(const platform::Value& array) {
+  void addArray(const vexil::platform::Value& array) {
     _text += '(';
     for (std::size_t at = 0; at < array.elements().size(); ++at) {
       if (at > 0) {
@@ -57,11 +57,11 @@ class TextWriter {
     _text += ')';
   }
 
-  void addDictionary(const platform::Value& dictionary) {
+  void addDictionary(const vexil::platform::Value& dictionary) {
     _text += '{';
     for (std::size_t at = 0; at < dictionary.keys().size(); ++at) {
       const std::string_view key = dictionary.keys()[at].text();
-      const platform::Value& value = dictionary.values()[at];
+      const vexil::platform::Value& value = dictionary.values()[at];
       space();
       addString(key);
       space();

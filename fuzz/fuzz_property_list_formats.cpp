@@ -6,7 +6,7 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
-#include <platform/PropertyList.h>
+#include <vexil/platform/PropertyList.h>
 
 #include <array>
 #include <bit>
@@ -17,6 +17,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+namespace platform = vexil::platform;
 
 namespace {
 

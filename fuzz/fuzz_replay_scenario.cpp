@@ -6,9 +6,9 @@
 #include "ScenarioMutation.h"
 #include "ScratchDirectory.h"
 
-#include <platform/PropertyList.h>
 #include <replay/Malformed.h>
 #include <replay/Scenario.h>
+#include <vexil/platform/PropertyList.h>
 
 #include <sanitizer/lsan_interface.h>
 
@@ -21,6 +21,8 @@
 #include <streambuf>
 #include <string>
 #include <vector>
+
+namespace platform = vexil::platform;
 
 namespace {
 

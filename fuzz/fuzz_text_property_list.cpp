@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "PropertyListCheck.h"
 
-#include <platform/PropertyList.h>
+#include <vexil/platform/PropertyList.h>
 
 #include <cstddef>
 #include <cstdint>
+
+namespace platform = vexil::platform;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::checkReader(platform::readTextPropertyList, data, size);

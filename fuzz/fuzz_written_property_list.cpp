@@ -2,11 +2,13 @@
 // Whatever a reader takes, the writers write so that it reads as the same value again.
 #include "PropertyListRoundTrip.h"
 
-#include <platform/PropertyList.h>
+#include <vexil/platform/PropertyList.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
+
+namespace platform = vexil::platform;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   platform::PropertyListLimits limits;

@@ -1,8 +1,8 @@
 # The component `avahi` of an installed TernwoodVexil; absent where the client library is.
 list(APPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR})
-find_package(Avahi QUIET)
+find_package(TernwoodVexilAvahiClient QUIET)
 list(REMOVE_ITEM CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR})
-if(Avahi_FOUND)
+if(TernwoodVexilAvahiClient_FOUND)
   include(${CMAKE_CURRENT_LIST_DIR}/TernwoodVexilAvahiTargets.cmake)
   set(TernwoodVexil_avahi_FOUND TRUE)
 endif()

@@ -3,6 +3,8 @@
 
 #include <utility>
 
+namespace platform = vexil::platform;
+
 namespace monitor {
 
 class Announcements::Listener : public KRAVTWVItemsObserverDelegate {

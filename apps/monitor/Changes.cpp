@@ -9,6 +9,8 @@
 
 #include "monitor/EventRecords.h"
 
+namespace platform = vexil::platform;
+
 namespace monitor {
 
 using platform::Value;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Value.h>
 #include <vexil/KRAVTWVItemsVexil.h>
+#include <vexil/platform/Value.h>
 
 #include <string>
 #include <vector>
@@ -20,15 +20,17 @@ namespace monitor {
 ///     - Old report (Crontab of anna): vanished
 ///     ~ Report (Crontab of anna): renamed from Weekly report to Report, now disabled
 ///     ~ Scan (cron.d/disk-health): schedule changed from @daily to @weekly
-[[nodiscard]] std::vector<std::string> changes(const platform::Value& before,
-                                               const platform::Value& after, const Style& style);
+[[nodiscard]] std::vector<std::string> changes(const vexil::platform::Value& before,
+                                               const vexil::platform::Value& after,
+                                               const Style& style);
 
 /// The same of two lists of active event records: what has ended, then what has started.
 ///
 ///     ■ Nightly backup (cron.d/backup): ended
 ///     ▶ Report (Crontab of anna): started, PID 812, since 14:05
-[[nodiscard]] std::vector<std::string> runChanges(const platform::Value& before,
-                                                  const platform::Value& after, const Style& style);
+[[nodiscard]] std::vector<std::string> runChanges(const vexil::platform::Value& before,
+                                                  const vexil::platform::Value& after,
+                                                  const Style& style);
 
 /// The same of network services: those that went, then those that came.
 ///

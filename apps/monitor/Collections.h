@@ -26,8 +26,8 @@ struct Snapshot {
         active(collections.engine->activeEvents()),
         services(*collections.services->sortedServices()) {}
 
-  platform::Value events;
-  platform::Value active;
+  vexil::platform::Value events;
+  vexil::platform::Value active;
   KRAVTWVNetServiceArray services;
 };
 

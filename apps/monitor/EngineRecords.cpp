@@ -13,6 +13,8 @@
 #include "monitor/EventRecords.h"
 #include "monitor/NextDue.h"
 
+namespace platform = vexil::platform;
+
 namespace monitor {
 
 using platform::Value;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Value.h>
+#include <vexil/platform/Value.h>
 
 #include <string>
 #include <vector>
@@ -18,22 +18,24 @@ namespace monitor {
 ///
 /// A trigger is identified by its job and its time, so one that fires goes and the job's next one
 /// comes, and all others stay the same.
-[[nodiscard]] platform::Value pendingRecords(const Tables& tables, const platform::Value& events,
-                                             Instant now, const Zone& zone);
+[[nodiscard]] vexil::platform::Value pendingRecords(const Tables& tables,
+                                                    const vexil::platform::Value& events,
+                                                    Instant now, const Zone& zone);
 
 /// The active event record of a process that runs an event, identified by both. The activity is a
 /// text, "PID 812, since 14:05", with the day in front of the time where it is not today's.
-[[nodiscard]] platform::Value activeRecord(const platform::Value& event, const Process& process,
-                                           Instant now, const Zone& zone);
+[[nodiscard]] vexil::platform::Value activeRecord(const vexil::platform::Value& event,
+                                                  const Process& process, Instant now,
+                                                  const Zone& zone);
 
 /// The same of runs, in their order. `events` are the event records of the tables that the runs'
 /// jobs are in.
-[[nodiscard]] platform::Value activeRecords(const std::vector<JobRun>& runs,
-                                            const platform::Value& events, Instant now,
-                                            const Zone& zone);
+[[nodiscard]] vexil::platform::Value activeRecords(const std::vector<JobRun>& runs,
+                                                   const vexil::platform::Value& events,
+                                                   Instant now, const Zone& zone);
 
 /// The same instant as a value of records, and back.
-[[nodiscard]] platform::Date dateOf(Instant instant);
-[[nodiscard]] Instant instantOf(platform::Date date);
+[[nodiscard]] vexil::platform::Date dateOf(Instant instant);
+[[nodiscard]] Instant instantOf(vexil::platform::Date date);
 
 }  // namespace monitor

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "monitor/EventRecords.h"
 
-#include <platform/Bundle.h>
 #include <ternwood/Ternwood.h>
 #include <vexil/KRAVTWVItemVexil.h>
+#include <vexil/platform/Bundle.h>
 
 #include <typeinfo>
 #include <utility>
 #include <vector>
+
+namespace platform = vexil::platform;
 
 namespace monitor {
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "monitor/Exchange.h"
 
-#include <platform/Files.h>
-#include <platform/Log.h>
-#include <platform/Pasteboard.h>
 #include <ternwood/Ternwood.h>
+#include <vexil/platform/Files.h>
+#include <vexil/platform/Log.h>
+#include <vexil/platform/Pasteboard.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -16,6 +16,8 @@
 
 #include "monitor/Outline.h"
 #include "monitor/Text.h"
+
+namespace platform = vexil::platform;
 
 namespace monitor {
 

@@ -11,6 +11,8 @@
 #include "monitor/Runs.h"
 #include "monitor/Scripts.h"
 
+namespace platform = vexil::platform;
+
 namespace monitor {
 
 Host::Host(std::filesystem::path root, Zone zone)

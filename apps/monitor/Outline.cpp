@@ -5,6 +5,8 @@
 #include "monitor/Grid.h"
 #include "monitor/Text.h"
 
+namespace platform = vexil::platform;
+
 namespace monitor {
 
 using platform::Value;

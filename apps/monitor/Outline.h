@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/ValueTransformer.h>
 #include <vexil/KRAVTWVItemsVexil.h>
+#include <vexil/platform/ValueTransformer.h>
 
 #include <cstddef>
 #include <string>
@@ -22,7 +22,7 @@ namespace monitor {
 /// The three groups, and below them a row an event with its name, what it is doing or when it is
 /// due, its table and command. `dates` turns dates into text.
 [[nodiscard]] std::string engineOutline(const KRAVTWVEngineVexil& engine,
-                                        const platform::ValueTransformer& dates,
+                                        const vexil::platform::ValueTransformer& dates,
                                         const Style& style);
 
 /// A row a domain, and below it a row a service with its name and type.

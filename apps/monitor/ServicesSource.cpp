@@ -1,18 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "monitor/ServicesSource.h"
 
-#include <avahi/PollLoop.h>
-#include <avahi/ServiceBrowser.h>
-#include <platform/Error.h>
+#include <vexil/avahi/PollLoop.h>
+#include <vexil/avahi/ServiceBrowser.h>
+#include <vexil/platform/Error.h>
 
 #include <span>
 #include <utility>
 
+namespace platform = vexil::platform;
+
 namespace monitor {
 
 struct ServicesSource::Browsing {
-  avahi::PollLoop loop;
-  avahi::ServiceBrowser browser;
+  vexil::avahi::PollLoop loop;
+  vexil::avahi::ServiceBrowser browser;
 
   Browsing(const std::string& type, const std::shared_ptr<KRAVTWVServicesVexil>& services)
       : browser(loop.poll(), type, services) {}
@@ -21,7 +23,7 @@ struct ServicesSource::Browsing {
 ServicesSource::ServicesSource(const std::string& type,
                                const std::shared_ptr<KRAVTWVServicesVexil>& services) try
     : _browsing(std::make_unique<Browsing>(type, services)) {
-} catch (const avahi::BrowsingFailed& error) {
+} catch (const vexil::avahi::BrowsingFailed& error) {
   throw NoServices(std::string("services cannot be browsed: ") + error.what());
 } catch (const platform::InvalidArgument&) {
   throw NoServices(type + " is not a type of services, such as _ipp._tcp");
@@ -35,7 +37,7 @@ void ServicesSource::wait(std::chrono::milliseconds timeout, int descriptor) {
 }
 
 bool ServicesSource::settled() const {
-  return _browsing->browser.state() == avahi::ServiceBrowser::State::settled;
+  return _browsing->browser.state() == vexil::avahi::ServiceBrowser::State::settled;
 }
 
 }  // namespace monitor

@@ -14,6 +14,8 @@
 #include "monitor/NextDue.h"
 #include "monitor/Outline.h"
 
+namespace platform = vexil::platform;
+
 namespace monitor {
 
 using platform::Value;

@@ -40,7 +40,7 @@ class Simulation {
 
  private:
   struct Run {
-    platform::Value event;
+    vexil::platform::Value event;
     Process process;
     Instant ends;
   };

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <platform/Clock.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 #include <vexil/KRAVTWVRelativeDateTransformer.h>
+#include <vexil/platform/Clock.h>
 
 #include <algorithm>
 #include <chrono>
@@ -23,6 +23,8 @@
 #include "monitor/ServicesSource.h"
 #include "monitor/Simulation.h"
 #include "monitor/Watch.h"
+
+namespace platform = vexil::platform;
 
 namespace {
 

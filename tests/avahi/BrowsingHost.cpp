@@ -4,12 +4,12 @@
 //     browsing_host TYPE
 //
 // Ends with its standard input. With a line on it, the next service found lets the handler raise.
-#include <avahi/PollLoop.h>
-#include <avahi/ServiceBrowser.h>
-#include <platform/Log.h>
-#include <platform/Observing.h>
 #include <unistd.h>
 #include <vexil/KRAVTWVItemsVexil.h>
+#include <vexil/avahi/PollLoop.h>
+#include <vexil/avahi/ServiceBrowser.h>
+#include <vexil/platform/Log.h>
+#include <vexil/platform/Observing.h>
 
 #include <array>
 #include <chrono>
@@ -18,9 +18,11 @@
 #include <stdexcept>
 #include <string>
 
+namespace platform = vexil::platform;
+
 namespace {
 
-using avahi::ServiceBrowser;
+using vexil::avahi::ServiceBrowser;
 
 const char* text(ServiceBrowser::State state) {
   switch (state) {
@@ -119,7 +121,7 @@ class Host {
     std::cout << std::endl;
   }
 
-  avahi::PollLoop _loop;
+  vexil::avahi::PollLoop _loop;
   const std::shared_ptr<KRAVTWVServicesVexil> _services = std::make_shared<KRAVTWVServicesVexil>();
   bool _raisesNext = false;
   platform::Observation _changes;
@@ -140,7 +142,7 @@ int main(int count, char** arguments) {
   platform::setLogSink([](std::string_view line) { std::cout << "log: " << line << std::endl; });
   try {
     Host(arguments[1], mode).run();
-  } catch (const avahi::BrowsingFailed& failure) {
+  } catch (const vexil::avahi::BrowsingFailed& failure) {
     std::cerr << failure.what() << '\n';
     return 1;
   }

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <avahi-common/timeval.h>
 #include <avahi-common/watch.h>
-#include <avahi/PollLoop.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/time.h>
 #include <unistd.h>
+#include <vexil/avahi/PollLoop.h>
 
 #include <array>
 #include <cerrno>
@@ -16,8 +16,8 @@
 
 namespace {
 
-using avahi::PollLoop;
 using std::chrono::milliseconds;
+using vexil::avahi::PollLoop;
 using Clock = std::chrono::steady_clock;
 
 static_assert(!std::is_copy_constructible_v<PollLoop> && !std::is_move_constructible_v<PollLoop>);

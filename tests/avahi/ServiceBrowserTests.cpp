@@ -1,23 +1,25 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <avahi-common/error.h>
-#include <avahi/PollLoop.h>
-#include <avahi/ServiceBrowser.h>
 #include <gtest/gtest.h>
-#include <platform/Error.h>
 #include <vexil/KRAVTWVItemsVexil.h>
+#include <vexil/avahi/PollLoop.h>
+#include <vexil/avahi/ServiceBrowser.h>
+#include <vexil/platform/Error.h>
 
 #include <cstdlib>
 #include <memory>
 #include <string>
 #include <type_traits>
 
+namespace platform = vexil::platform;
+
 // What needs no daemon; network_test.py has the rest.
 
 namespace {
 
-using avahi::BrowsingFailed;
-using avahi::PollLoop;
-using avahi::ServiceBrowser;
+using vexil::avahi::BrowsingFailed;
+using vexil::avahi::PollLoop;
+using vexil::avahi::ServiceBrowser;
 
 static_assert(!std::is_copy_constructible_v<ServiceBrowser>);
 static_assert(!std::is_move_constructible_v<ServiceBrowser>);

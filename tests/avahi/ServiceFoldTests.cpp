@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <avahi/ServiceFold.h>
 #include <gtest/gtest.h>
+#include <vexil/avahi/ServiceFold.h>
 
 #include <algorithm>
 #include <set>
@@ -8,12 +8,12 @@
 #include <tuple>
 #include <vector>
 
-#include "../support/Property.h"
+#include "tests/support/Property.h"
 
 namespace {
 
-using avahi::ServiceFold;
-using avahi::withFinalDot;
+using vexil::avahi::ServiceFold;
+using vexil::avahi::withFinalDot;
 using Place = ServiceFold::Place;
 
 constexpr Place kWired4{2, 0};

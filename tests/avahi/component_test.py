@@ -21,10 +21,10 @@ if(TARGET TernwoodVexil::avahi)
 endif()
 """
 
-MAIN = """#include <avahi/PollLoop.h>
-#include <avahi/ServiceBrowser.h>
+MAIN = """#include <vexil/avahi/PollLoop.h>
+#include <vexil/avahi/ServiceBrowser.h>
 #include <iostream>
-#include <platform/Error.h>
+#include <vexil/platform/Error.h>
 #include <vexil/KRAVTWVItemsVexil.h>
 int main() {
   avahi::PollLoop loop;

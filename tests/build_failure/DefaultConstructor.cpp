@@ -2,6 +2,8 @@
 // An item, of whatever kind, is made with what it represents.
 #include <vexil/KRAVTWVItemVexil.h>
 
+namespace platform = vexil::platform;
+
 int main() {
 #ifdef TERNWOODVEXIL_WRONG
   const auto item = std::make_shared<KRAVTWVItemVexil>();

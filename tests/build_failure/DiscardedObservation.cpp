@@ -2,6 +2,8 @@
 // An observation that nobody keeps would end at once; the compiler says so.
 #include <vexil/KRAVTWVItemVexil.h>
 
+namespace platform = vexil::platform;
+
 int main() {
   const auto item = KRAVTWVItemVexil::itemWithRepresentedObject("x");
   const auto notify = [](const platform::ChangeRecord&) {};

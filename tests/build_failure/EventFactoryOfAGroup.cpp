@@ -2,6 +2,8 @@
 // A factory exists for the kinds that it can make.
 #include <vexil/KRAVTWVItemVexil.h>
 
+namespace platform = vexil::platform;
+
 int main() {
 #ifdef TERNWOODVEXIL_WRONG
   const auto item = KRAVTWVGroupVexil::itemWithEvent(platform::Value::dictionary({}));

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Actions.h"
 
-#include <platform/Error.h>
+#include <vexil/platform/Error.h>
 
 #include <array>
 #include <memory>
 #include <utility>
+
+namespace platform = vexil::platform;
 
 namespace foreign {
 

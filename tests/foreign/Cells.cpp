@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Cells.h"
 
-#include "../support/SmallStack.h"
+#include "tests/support/SmallStack.h"
 
-#include <platform/Error.h>
+#include <vexil/platform/Error.h>
 
 #include <algorithm>
 #include <exception>
 #include <functional>
 #include <random>
 #include <utility>
+
+namespace platform = vexil::platform;
 
 namespace foreign {
 

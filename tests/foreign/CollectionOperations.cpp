@@ -2,13 +2,15 @@
 // What collections do.
 #include "Operations.h"
 
-#include <platform/Error.h>
+#include <vexil/platform/Error.h>
 
 #include <array>
 #include <initializer_list>
 #include <memory>
 #include <string>
 #include <utility>
+
+namespace platform = vexil::platform;
 
 namespace foreign {
 

@@ -2,14 +2,16 @@
 // Groups and events on pasteboards.
 #include "Operations.h"
 
-#include <platform/Pasteboard.h>
-#include <platform/PropertyList.h>
 #include <ternwood/Ternwood.h>
+#include <vexil/platform/Pasteboard.h>
+#include <vexil/platform/PropertyList.h>
 
 #include <memory>
 #include <span>
 #include <string>
 #include <utility>
+
+namespace platform = vexil::platform;
 
 namespace foreign {
 

@@ -3,6 +3,8 @@
 
 #include <typeinfo>
 
+namespace platform = vexil::platform;
+
 namespace foreign {
 
 std::size_t& livingHosts() {

@@ -5,9 +5,9 @@
 
 #include "Hook.h"
 
-#include <platform/KeyTable.h>
 #include <vexil/KRAVTWVItemVexil.h>
 #include <vexil/KRAVTWVItemsVexil.h>
+#include <vexil/platform/KeyTable.h>
 
 #include <array>
 #include <cstddef>
@@ -80,39 +80,40 @@ inline constexpr std::string_view ownKey = "own key of a host";
 template <class Self, const auto& Keys, Site SetSite>
 class HostKeyTable {
  public:
-  static const platform::KeyTable& over(const platform::KeyTable& base,
-                                        std::vector<platform::KeyAccess> more = {}) {
+  static const vexil::platform::KeyTable& over(const vexil::platform::KeyTable& base,
+                                               std::vector<vexil::platform::KeyAccess> more = {}) {
     library() = &base;
-    static const platform::KeyTable table(&base, entries(base, std::move(more)));
+    static const vexil::platform::KeyTable table(&base, entries(base, std::move(more)));
     return table;
   }
 
  private:
-  static const platform::KeyTable*& library() {
-    static const platform::KeyTable* table = nullptr;
+  static const vexil::platform::KeyTable*& library() {
+    static const vexil::platform::KeyTable* table = nullptr;
     return table;
   }
   template <std::size_t I>
-  static platform::Value get(const platform::Observable& object) {
-    platform::Value value = library()->find(platform::Key(Keys[I].key))->get(object);
+  static vexil::platform::Value get(const vexil::platform::Observable& object) {
+    vexil::platform::Value value = library()->find(vexil::platform::Key(Keys[I].key))->get(object);
     Hook::called(Keys[I].getter);
     return value;
   }
   template <std::size_t I>
-  static void set(platform::Observable& object, const platform::Value& value) {
-    library()->find(platform::Key(Keys[I].key))->set(object, value);
+  static void set(vexil::platform::Observable& object, const vexil::platform::Value& value) {
+    library()->find(vexil::platform::Key(Keys[I].key))->set(object, value);
     Hook::called(SetSite);
   }
-  static std::vector<platform::KeyAccess> entries(const platform::KeyTable& base,
-                                                  std::vector<platform::KeyAccess> all) {
+  static std::vector<vexil::platform::KeyAccess> entries(
+      const vexil::platform::KeyTable& base, std::vector<vexil::platform::KeyAccess> all) {
     addEntries(base, all, std::make_index_sequence<Keys.size()>());
     return all;
   }
   template <std::size_t... I>
-  static void addEntries(const platform::KeyTable& base, std::vector<platform::KeyAccess>& all,
+  static void addEntries(const vexil::platform::KeyTable& base,
+                         std::vector<vexil::platform::KeyAccess>& all,
                          std::index_sequence<I...> /*numbers*/) {
     const auto add = [&](std::string_view key, auto get, auto set) {
-      if (const platform::KeyAccess* access = base.find(platform::Key(key))) {
+      if (const vexil::platform::KeyAccess* access = base.find(vexil::platform::Key(key))) {
         all.push_back(
             {key, access->get != nullptr ? get : nullptr, access->set != nullptr ? set : nullptr});
       }
@@ -131,10 +132,12 @@ class HostKind : public KRAVTWVKind<Self, Base>, private Counted {
   using Kind::Kind;
   ~HostKind() override { Hook::called(Site::itemDestructor); }
 
-  [[nodiscard]] platform::Value uniqueID() const override {
+  [[nodiscard]] vexil::platform::Value uniqueID() const override {
     return said(Site::uniqueID, Kind::uniqueID());
   }
-  [[nodiscard]] platform::Value label() const override { return said(Site::label, Kind::label()); }
+  [[nodiscard]] vexil::platform::Value label() const override {
+    return said(Site::label, Kind::label());
+  }
   [[nodiscard]] bool supportsEnabled() const override {
     return said(Site::supportsEnabled, Kind::supportsEnabled());
   }
@@ -153,7 +156,7 @@ class HostKind : public KRAVTWVKind<Self, Base>, private Counted {
                 Kind::keyPathsForValuesAffectedByRepresentedObject());
   }
   [[nodiscard]] std::set<std::string> keyPathsForValuesAffectingValueForKey(
-      const platform::Key& key) const override {
+      const vexil::platform::Key& key) const override {
     auto keys = Kind::keyPathsForValuesAffectingValueForKey(key);
     if (key.text() == ownKey) {
       keys.insert({"children", "representedObject"});
@@ -176,19 +179,19 @@ class HostKind : public KRAVTWVKind<Self, Base>, private Counted {
     return answer;
   }
 
-  [[nodiscard]] const platform::KeyTable& keyTable() const override {
+  [[nodiscard]] const vexil::platform::KeyTable& keyTable() const override {
     const auto& table = HostKeyTable<Self, itemKeys, Site::setByKey>::over(
         Kind::keyTable(), {{ownKey, &getOwnKey, nullptr}});
     Hook::called(Site::keyTable);
     return table;
   }
-  [[nodiscard]] platform::Value valuesAtIndexesForKey(const platform::IndexSet& indexes,
-                                                      const platform::Key& key) const override {
+  [[nodiscard]] vexil::platform::Value valuesAtIndexesForKey(
+      const vexil::platform::IndexSet& indexes, const vexil::platform::Key& key) const override {
     return said(Site::valuesAtIndexesForKey, Kind::valuesAtIndexesForKey(indexes, key));
   }
-  [[nodiscard]] bool areValuesAtIndexesForKey(const platform::Value& values,
-                                              const platform::IndexSet& indexes,
-                                              const platform::Key& key) const override {
+  [[nodiscard]] bool areValuesAtIndexesForKey(const vexil::platform::Value& values,
+                                              const vexil::platform::IndexSet& indexes,
+                                              const vexil::platform::Key& key) const override {
     return said(Site::areValuesAtIndexesForKey,
                 Kind::areValuesAtIndexesForKey(values, indexes, key));
   }
@@ -197,8 +200,8 @@ class HostKind : public KRAVTWVKind<Self, Base>, private Counted {
   }
 
  private:
-  static platform::Value getOwnKey(const platform::Observable& /*object*/) {
-    return said(Site::getOwnKey, platform::Value("own value"));
+  static vexil::platform::Value getOwnKey(const vexil::platform::Observable& /*object*/) {
+    return said(Site::getOwnKey, vexil::platform::Value("own value"));
   }
 };
 
@@ -211,28 +214,28 @@ class HostExchange : public HostKind<Self, Base> {
   using Kind::Kind;
 
   [[nodiscard]] std::vector<std::string> writableTypesForPasteboard(
-      const platform::Pasteboard* board) const override {
+      const vexil::platform::Pasteboard* board) const override {
     return Kind::said(Site::writableTypes, Kind::writableTypesForPasteboard(board));
   }
-  [[nodiscard]] platform::PasteboardWritingOptions writingOptionsForTypePasteboard(
-      std::string_view type, const platform::Pasteboard* board) const override {
+  [[nodiscard]] vexil::platform::PasteboardWritingOptions writingOptionsForTypePasteboard(
+      std::string_view type, const vexil::platform::Pasteboard* board) const override {
     return Kind::said(Site::writingOptions, Kind::writingOptionsForTypePasteboard(type, board));
   }
-  [[nodiscard]] platform::Value pasteboardPropertyListForType(
+  [[nodiscard]] vexil::platform::Value pasteboardPropertyListForType(
       std::string_view type) const override {
     return Kind::said(Site::pasteboardPropertyList, Kind::pasteboardPropertyListForType(type));
   }
 
   [[nodiscard]] static std::vector<std::string> readableTypesForPasteboard(
-      const platform::Pasteboard* board) {
+      const vexil::platform::Pasteboard* board) {
     return Kind::said(Site::readableTypes, Base::readableTypesForPasteboard(board));
   }
-  [[nodiscard]] static platform::PasteboardReadingOptions readingOptionsForTypePasteboard(
-      std::string_view type, const platform::Pasteboard* board) {
+  [[nodiscard]] static vexil::platform::PasteboardReadingOptions readingOptionsForTypePasteboard(
+      std::string_view type, const vexil::platform::Pasteboard* board) {
     return Kind::said(Site::readingOptions, Base::readingOptionsForTypePasteboard(type, board));
   }
   [[nodiscard]] static std::shared_ptr<Self> initWithPasteboardPropertyListOfType(
-      const platform::Value& propertyList, std::string_view type) {
+      const vexil::platform::Value& propertyList, std::string_view type) {
     return Kind::said(
         Site::initWithPropertyList,
         KRAVTWVKind<Self, Base>::initWithPasteboardPropertyListOfType(propertyList, type));
@@ -244,7 +247,7 @@ template <class Self, class Kind>
 class HostEventKind : public Kind {
  public:
   using Kind::Kind;
-  [[nodiscard]] platform::Value representedEvent() const override {
+  [[nodiscard]] vexil::platform::Value representedEvent() const override {
     return Kind::said(Site::representedEvent, Kind::representedEvent());
   }
 };
@@ -274,14 +277,14 @@ class HostQueued
     : public HostEventKind<HostQueued, HostKind<HostQueued, KRAVTWVQueuedTriggerVexil>> {
  public:
   using HostEventKind::HostEventKind;
-  [[nodiscard]] platform::Value triggerDate() const override {
+  [[nodiscard]] vexil::platform::Value triggerDate() const override {
     return said(Site::triggerDate, KRAVTWVQueuedTriggerVexil::triggerDate());
   }
 };
 class HostActive : public HostEventKind<HostActive, HostKind<HostActive, KRAVTWVActiveEventVexil>> {
  public:
   using HostEventKind::HostEventKind;
-  [[nodiscard]] platform::Value activity() const override {
+  [[nodiscard]] vexil::platform::Value activity() const override {
     return said(Site::activity, KRAVTWVActiveEventVexil::activity());
   }
 };
@@ -292,7 +295,7 @@ class HostNetDomain : public HostExchange<HostNetDomain, KRAVTWVNetDomainVexil> 
 class HostNetService : public HostKind<HostNetService, KRAVTWVNetServiceVexil> {
  public:
   using HostKind::HostKind;
-  [[nodiscard]] platform::Value domain() const override {
+  [[nodiscard]] vexil::platform::Value domain() const override {
     return said(Site::domain, KRAVTWVNetServiceVexil::domain());
   }
 };
@@ -304,14 +307,14 @@ class HostCollection : public Base, private Counted {
   ~HostCollection() override { Hook::called(Site::collectionDestructor); }
 
   [[nodiscard]] std::set<std::string> keyPathsForValuesAffectingValueForKey(
-      const platform::Key& key) const override {
+      const vexil::platform::Key& key) const override {
     auto keys = Base::keyPathsForValuesAffectingValueForKey(key);
     Hook::called(Site::collectionKeysAffectingValue);
     return keys;
   }
 
  protected:
-  [[nodiscard]] const platform::KeyTable& keyTable() const override {
+  [[nodiscard]] const vexil::platform::KeyTable& keyTable() const override {
     const auto& table =
         HostKeyTable<HostCollection, collectionKeys, Site::setCollectionByKey>::over(
             Base::keyTable());

@@ -4,9 +4,9 @@
 
 #include "HostItems.h"
 
-#include <platform/NetService.h>
-#include <platform/Observing.h>
 #include <vexil/KRAVTWVItemsObserver.h>
+#include <vexil/platform/NetService.h>
+#include <vexil/platform/Observing.h>
 
 #include <cstddef>
 #include <functional>
@@ -17,7 +17,7 @@
 namespace foreign {
 
 /// What a record refers to: equal to all of its number.
-class HostObject : public platform::Object, private Counted {
+class HostObject : public vexil::platform::Object, private Counted {
  public:
   explicit HostObject(int number) : _number(number) {}
   ~HostObject() override { Hook::called(Site::objectDestructor); }
@@ -43,7 +43,7 @@ class HostObject : public platform::Object, private Counted {
   int _number;
 };
 
-class HostService : public platform::NetService, private Counted {
+class HostService : public vexil::platform::NetService, private Counted {
  public:
   using NetService::NetService;
   ~HostService() override { Hook::called(Site::serviceDestructor); }
@@ -65,15 +65,16 @@ class HostService : public platform::NetService, private Counted {
   }
 };
 
-class HostObserver : public platform::Observer, private Counted {
+class HostObserver : public vexil::platform::Observer, private Counted {
  public:
   explicit HostObserver(Site site) : _site(site) {}
   [[nodiscard]] Site site() const { return _site; }
 
   void observeValueForKeyPathOfObjectChangeContext(
-      const platform::Key& /*keyPath*/, const std::shared_ptr<platform::Observable>& /*object*/,
-      const platform::ChangeRecord& /*change*/,
-      const platform::ContextToken* /*context*/) override {
+      const vexil::platform::Key& /*keyPath*/,
+      const std::shared_ptr<vexil::platform::Observable>& /*object*/,
+      const vexil::platform::ChangeRecord& /*change*/,
+      const vexil::platform::ContextToken* /*context*/) override {
     Hook::called(_site);
   }
 
@@ -84,17 +85,18 @@ class HostObserver : public platform::Observer, private Counted {
 class HostDelegate : public KRAVTWVItemsObserverDelegate, private Counted {
  public:
   void itemsObserverDidObserveItemsIndexesParent(
-      const std::shared_ptr<KRAVTWVItemsObserver>& /*observer*/, platform::ChangeKind kind,
-      const KRAVTWVItemArray& /*items*/, const std::optional<platform::IndexSet>& /*indexes*/,
+      const std::shared_ptr<KRAVTWVItemsObserver>& /*observer*/, vexil::platform::ChangeKind kind,
+      const KRAVTWVItemArray& /*items*/,
+      const std::optional<vexil::platform::IndexSet>& /*indexes*/,
       const std::shared_ptr<KRAVTWVItemVexil>& /*parent*/) override {
     switch (kind) {
-      case platform::ChangeKind::setting:
+      case vexil::platform::ChangeKind::setting:
         return Hook::called(Site::delegateSetting);
-      case platform::ChangeKind::insertion:
+      case vexil::platform::ChangeKind::insertion:
         return Hook::called(Site::delegateInsertion);
-      case platform::ChangeKind::removal:
+      case vexil::platform::ChangeKind::removal:
         return Hook::called(Site::delegateRemoval);
-      case platform::ChangeKind::replacement:
+      case vexil::platform::ChangeKind::replacement:
         return Hook::called(Site::delegateReplacement);
     }
   }

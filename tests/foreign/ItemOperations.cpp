@@ -2,11 +2,13 @@
 // What items do by themselves: equality, properties, keys.
 #include "Operations.h"
 
-#include <platform/Error.h>
+#include <vexil/platform/Error.h>
 
 #include <memory>
 #include <string>
 #include <utility>
+
+namespace platform = vexil::platform;
 
 namespace foreign {
 

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstddef>
 
+namespace platform = vexil::platform;
+
 namespace foreign {
 
 using platform::ChangeKind;

@@ -21,8 +21,8 @@ class Mirror : public KRAVTWVItemsObserverDelegate {
   [[nodiscard]] std::optional<std::string> difference(const KRAVTWVItemVexil& root) const;
 
   void itemsObserverDidObserveItemsIndexesParent(
-      const std::shared_ptr<KRAVTWVItemsObserver>& observer, platform::ChangeKind kind,
-      const KRAVTWVItemArray& items, const std::optional<platform::IndexSet>& indexes,
+      const std::shared_ptr<KRAVTWVItemsObserver>& observer, vexil::platform::ChangeKind kind,
+      const KRAVTWVItemArray& items, const std::optional<vexil::platform::IndexSet>& indexes,
       const std::shared_ptr<KRAVTWVItemVexil>& parent) override;
 
  private:

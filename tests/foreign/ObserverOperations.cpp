@@ -6,6 +6,8 @@
 #include <string>
 #include <utility>
 
+namespace platform = vexil::platform;
+
 namespace foreign {
 
 using platform::Value;

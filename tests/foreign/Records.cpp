@@ -10,6 +10,8 @@
 #include <string_view>
 #include <utility>
 
+namespace platform = vexil::platform;
+
 namespace foreign {
 
 using platform::Value;

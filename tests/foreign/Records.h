@@ -2,10 +2,10 @@
 // The records that a host hands over, and what a tree must show of them.
 #pragma once
 
-#include <platform/NetService.h>
-#include <platform/Value.h>
 #include <vexil/KRAVTWVItemVexil.h>
 #include <vexil/KRAVTWVItemsVexil.h>
+#include <vexil/platform/NetService.h>
+#include <vexil/platform/Value.h>
 
 #include <memory>
 #include <string>
@@ -34,29 +34,30 @@ using Entries = std::vector<Entry>;
 
 /// All that a host sends its collections. Each is made anew each time, so that equal ones are never
 /// the same.
-[[nodiscard]] platform::Value eventRecord(const Entry& entry, Content content);
-[[nodiscard]] platform::Value domainRecord(const Entry& entry, Content content);
-[[nodiscard]] platform::Value triggerRecord(const Entry& entry, Content content);
-[[nodiscard]] platform::Value activeRecord(const Entry& entry, Content content);
-[[nodiscard]] std::shared_ptr<platform::NetService> service(const Entry& entry);
+[[nodiscard]] vexil::platform::Value eventRecord(const Entry& entry, Content content);
+[[nodiscard]] vexil::platform::Value domainRecord(const Entry& entry, Content content);
+[[nodiscard]] vexil::platform::Value triggerRecord(const Entry& entry, Content content);
+[[nodiscard]] vexil::platform::Value activeRecord(const Entry& entry, Content content);
+[[nodiscard]] std::shared_ptr<vexil::platform::NetService> service(const Entry& entry);
 
-using MakeRecord = platform::Value (*)(const Entry& entry, Content content);
-[[nodiscard]] platform::Value recordsOf(const Entries& entries, Content content, MakeRecord make);
+using MakeRecord = vexil::platform::Value (*)(const Entry& entry, Content content);
+[[nodiscard]] vexil::platform::Value recordsOf(const Entries& entries, Content content,
+                                               MakeRecord make);
 
 /// What a record is called in a tree as text: the same for equal ones, and for no others.
-[[nodiscard]] std::string textOf(const platform::Value& represented);
+[[nodiscard]] std::string textOf(const vexil::platform::Value& represented);
 
 /// What an item's children show, a line an item, deeper ones further in.
 [[nodiscard]] std::string shownBelow(const KRAVTWVItemVexil& item);
 
 // What collections must show of their input. Nothing in here is made by the library: each sorts and
 // groups by itself.
-[[nodiscard]] std::string modelOfEvents(const platform::Value& events);
-[[nodiscard]] std::string modelOfStore(const platform::Value& events,
-                                       const platform::Value& domains);
-[[nodiscard]] std::string modelOfEngine(const platform::Value& active,
-                                        const platform::Value& available,
-                                        const platform::Value& pending);
+[[nodiscard]] std::string modelOfEvents(const vexil::platform::Value& events);
+[[nodiscard]] std::string modelOfStore(const vexil::platform::Value& events,
+                                       const vexil::platform::Value& domains);
+[[nodiscard]] std::string modelOfEngine(const vexil::platform::Value& active,
+                                        const vexil::platform::Value& available,
+                                        const vexil::platform::Value& pending);
 [[nodiscard]] std::string modelOfServices(const KRAVTWVNetServiceArray& services, bool isGrouped);
 
 }  // namespace foreign

@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 
+namespace platform = vexil::platform;
+
 namespace foreign {
 
 using platform::ChangeKind;

@@ -3,8 +3,8 @@
 
 #include "Mirror.h"
 
-#include <platform/Error.h>
-#include <platform/Log.h>
+#include <vexil/platform/Error.h>
+#include <vexil/platform/Log.h>
 
 #include <algorithm>
 #include <array>
@@ -12,6 +12,8 @@
 #include <iterator>
 #include <string_view>
 #include <utility>
+
+namespace platform = vexil::platform;
 
 namespace foreign {
 

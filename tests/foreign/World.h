@@ -6,11 +6,11 @@
 #include "HostObjects.h"
 #include "Records.h"
 
-#include <platform/Observing.h>
 #include <vexil/KRAVTWVItemVexil.h>
 #include <vexil/KRAVTWVItemsObserver.h>
 #include <vexil/KRAVTWVItemsVexil.h>
-#include <vexil/LiteralRefresh.h>
+#include <vexil/order/LiteralRefresh.h>
+#include <vexil/platform/Observing.h>
 
 #include <memory>
 #include <optional>
@@ -43,11 +43,11 @@ struct Scene {
 
 /// All that a collection is handed in a refresh; a kind takes its part.
 struct Input {
-  platform::Value events;
-  platform::Value domains;
-  platform::Value active;
-  platform::Value available;
-  platform::Value pending;
+  vexil::platform::Value events;
+  vexil::platform::Value domains;
+  vexil::platform::Value active;
+  vexil::platform::Value available;
+  vexil::platform::Value pending;
   KRAVTWVNetServiceArray services;
 };
 [[nodiscard]] Input inputOf(const Entries& entries, const Entries& domains, Content content);
@@ -78,12 +78,12 @@ class World {
   std::shared_ptr<KRAVTWVItemsObserver> itemsObserver;
   std::shared_ptr<HostDelegate> delegate;
   std::vector<std::shared_ptr<HostObserver>> observers;  // one a site
-  std::vector<platform::Observation> closures;
+  std::vector<vexil::platform::Observation> closures;
 
   /// Registers the observer that calls a site, which the world holds.
-  std::shared_ptr<HostObserver> observe(const std::shared_ptr<platform::Observable>& object,
-                                        const platform::Key& key,
-                                        platform::ObservingOptions options, Site site);
+  std::shared_ptr<HostObserver> observe(const std::shared_ptr<vexil::platform::Observable>& object,
+                                        const vexil::platform::Key& key,
+                                        vexil::platform::ObservingOptions options, Site site);
 
   /// An item like `item`, with its children, of the same classes and with equal records.
   [[nodiscard]] ItemPointer copyOf(const KRAVTWVItemVexil& item) const;
@@ -115,13 +115,13 @@ class World {
   [[nodiscard]] ItemPointer itemAtPlace(const KRAVTWVItemsVexil& which) const;
   [[nodiscard]] std::optional<std::string> verify(const CollectionPointer& which);
 
-  std::optional<detail::LiteralRefresh> _literal;
+  std::optional<vexil::detail::LiteralRefresh> _literal;
   int _version = 0;
   bool _neededRemedy = false;
   std::weak_ptr<KRAVTWVItemVexil> _root;  // the first one of `collection`
   std::size_t _hostsBefore;
 };
 
-[[nodiscard]] const platform::ContextToken& context();
+[[nodiscard]] const vexil::platform::ContextToken& context();
 
 }  // namespace foreign

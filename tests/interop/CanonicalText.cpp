@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <vector>
 
+namespace platform = vexil::platform;
+
 namespace interop {
 
 using platform::Value;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Value.h>
+#include <vexil/platform/Value.h>
 
 #include <string>
 
@@ -16,6 +16,6 @@ enum class Order { asItStands, byKey };
 ///
 /// Reals are `r` and their bits, dates `@` and those of their seconds since 2001-01-01 00:00:00
 /// UTC. In strings, bytes of UTF-8 other than printable ASCII, quotes and backslashes are escaped.
-std::string canonicalText(const platform::Value& value, Order order);
+std::string canonicalText(const vexil::platform::Value& value, Order order);
 
 }  // namespace interop

@@ -13,7 +13,7 @@
 #include "CanonicalText.h"
 #include "RandomValues.h"
 
-#include <platform/PropertyList.h>
+#include <vexil/platform/PropertyList.h>
 
 #include <cstdlib>
 #include <exception>
@@ -23,6 +23,8 @@
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+namespace platform = vexil::platform;
 
 namespace {
 

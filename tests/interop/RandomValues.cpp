@@ -10,6 +10,8 @@
 #include <stdexcept>
 #include <utility>
 
+namespace platform = vexil::platform;
+
 namespace interop {
 
 using platform::Date;

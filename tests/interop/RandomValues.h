@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Value.h>
+#include <vexil/platform/Value.h>
 
 #include <cstdint>
 #include <random>
@@ -46,19 +46,19 @@ class RandomValues {
   /// Raises `std::invalid_argument` when there is no such trait.
   RandomValues(std::uint64_t seed, std::set<std::string, std::less<>> without);
 
-  platform::Value next();
+  vexil::platform::Value next();
 
  private:
   [[nodiscard]] bool has(std::string_view trait) const { return !_without.contains(trait); }
   std::uint64_t below(std::uint64_t end) { return _random() % end; }
   bool oneIn(std::uint64_t count) { return below(count) == 0; }
 
-  platform::Value value(int depth);
-  platform::Value container(int depth);
-  platform::Value scalar();
-  platform::Value integer();
-  platform::Value real();
-  platform::Value date();
+  vexil::platform::Value value(int depth);
+  vexil::platform::Value container(int depth);
+  vexil::platform::Value scalar();
+  vexil::platform::Value integer();
+  vexil::platform::Value real();
+  vexil::platform::Value date();
   std::string text();
   void appendCharacter(std::string& text);
   std::size_t length();
@@ -67,7 +67,7 @@ class RandomValues {
   std::mt19937_64 _random;
   std::set<std::string, std::less<>> _without;
   std::size_t _left = 0;  // how many objects the value may still have
-  std::vector<platform::Value> _earlier;
+  std::vector<vexil::platform::Value> _earlier;
   std::vector<std::string> _keys;
 };
 

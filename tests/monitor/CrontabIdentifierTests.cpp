@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "../support/Property.h"
 #include "TableSupport.h"
 #include "monitor/Crontab.h"
+#include "tests/support/Property.h"
 
 namespace monitor {
 namespace {

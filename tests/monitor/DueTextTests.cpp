@@ -2,10 +2,10 @@
 // When triggers are due, in the words of the outline: by the clock that is set, in the zone that
 // was made the user's. The texts of times are those of ICU itself.
 #include <gtest/gtest.h>
-#include <platform/Bundle.h>
-#include <platform/Clock.h>
-#include <support/DateTesting.h>
 #include <vexil/KRAVTWVRelativeDateTransformer.h>
+#include <vexil/platform/Bundle.h>
+#include <vexil/platform/Clock.h>
+#include "tests/support/DateTesting.h"
 
 #include <chrono>
 #include <string>
@@ -15,6 +15,8 @@
 #include "monitor/EngineRecords.h"
 #include "monitor/Host.h"
 #include "monitor/Outline.h"
+
+namespace platform = vexil::platform;
 
 namespace monitor {
 namespace {

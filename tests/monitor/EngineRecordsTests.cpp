@@ -12,6 +12,8 @@
 #include "TableSupport.h"
 #include "monitor/EventRecords.h"
 
+namespace platform = vexil::platform;
+
 namespace monitor {
 namespace {
 

@@ -2,12 +2,12 @@
 #include "monitor/Exchange.h"
 
 #include <gtest/gtest.h>
-#include <platform/Bundle.h>
-#include <platform/Files.h>
-#include <platform/Log.h>
-#include <platform/Pasteboard.h>
-#include <platform/PropertyList.h>
 #include <ternwood/Ternwood.h>
+#include <vexil/platform/Bundle.h>
+#include <vexil/platform/Files.h>
+#include <vexil/platform/Log.h>
+#include <vexil/platform/Pasteboard.h>
+#include <vexil/platform/PropertyList.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -18,6 +18,8 @@
 #include "monitor/EventRecords.h"
 #include "monitor/Host.h"
 #include "monitor/Outline.h"
+
+namespace platform = vexil::platform;
 
 namespace monitor {
 namespace {

@@ -2,8 +2,8 @@
 #include "monitor/Host.h"
 
 #include <gtest/gtest.h>
-#include <platform/Bundle.h>
 #include <vexil/KRAVTWVRelativeDateTransformer.h>
+#include <vexil/platform/Bundle.h>
 
 #include <chrono>
 #include <filesystem>
@@ -14,6 +14,8 @@
 #include "TemporaryRoot.h"
 #include "monitor/Changes.h"
 #include "monitor/Outline.h"
+
+namespace platform = vexil::platform;
 
 namespace monitor {
 namespace {

@@ -10,7 +10,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "../support/Property.h"
+#include "tests/support/Property.h"
 
 namespace monitor {
 namespace {

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "../support/Property.h"
 #include "monitor/Text.h"
+#include "tests/support/Property.h"
 
 namespace monitor {
 namespace {

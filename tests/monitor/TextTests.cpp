@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "../support/Property.h"
+#include "tests/support/Property.h"
 
 namespace monitor {
 namespace {

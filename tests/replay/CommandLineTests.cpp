@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
-#include <platform/Log.h>
 #include <replay/CommandLine.h>
+#include <vexil/platform/Log.h>
 
 #include <filesystem>
 #include <fstream>
@@ -10,6 +10,8 @@
 #include <streambuf>
 #include <string>
 #include <vector>
+
+namespace platform = vexil::platform;
 
 namespace {
 

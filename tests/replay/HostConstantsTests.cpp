@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // A host whose constants have values of their own: scenarios and transcripts read the same.
 #include <gtest/gtest.h>
-#include <platform/TypeIdentifier.h>
 #include <replay/Constants.h>
 #include <ternwood/Ternwood.h>
+#include <vexil/platform/TypeIdentifier.h>
 
 #include <string>
 #include <vector>
 
 #include "ScenarioSupport.h"
+
+namespace platform = vexil::platform;
 
 constinit const std::string_view kTWEventUniqueID = "org.example.id";
 constinit const std::string_view kTWEventName = "Title";

@@ -7,6 +7,8 @@
 
 #include "ScenarioSupport.h"
 
+namespace platform = vexil::platform;
+
 namespace {
 
 using platform::Value;

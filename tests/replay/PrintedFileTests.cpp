@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // What items give for pasteboard types, and directories and files by their content.
 #include <gtest/gtest.h>
-#include <platform/TypeIdentifier.h>
 #include <replay/Printer.h>
 #include <ternwood/Ternwood.h>
+#include <vexil/platform/TypeIdentifier.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -12,6 +12,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+
+namespace platform = vexil::platform;
 
 namespace {
 

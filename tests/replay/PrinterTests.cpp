@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
-#include <platform/NetService.h>
 #include <replay/Objects.h>
 #include <replay/Printer.h>
 #include <vexil/KRAVTWVItemsVexil.h>
+#include <vexil/platform/NetService.h>
 
 #include <cmath>
 #include <cstdlib>
@@ -14,8 +14,10 @@
 #include <utility>
 #include <vector>
 
-#include "../support/Property.h"
-#include "../support/ValueGenerators.h"
+#include "tests/support/Property.h"
+#include "tests/support/ValueGenerators.h"
+
+namespace platform = vexil::platform;
 
 namespace {
 

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+namespace platform = vexil::platform;
+
 namespace {
 
 using platform::Value;

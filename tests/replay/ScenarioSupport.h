@@ -2,9 +2,9 @@
 // Scenarios written down in tests, and what comes of them.
 #pragma once
 
-#include <platform/Value.h>
 #include <replay/Malformed.h>
 #include <replay/Scenario.h>
+#include <vexil/platform/Value.h>
 
 #include <ostream>
 #include <sstream>
@@ -14,7 +14,7 @@
 
 namespace test {
 
-using platform::Value;
+using vexil::platform::Value;
 
 /// What a replay wrote, and why it was refused; empty when it was not.
 struct Replayed {

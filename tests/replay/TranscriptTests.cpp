@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What reaches a transcript from outside of the steps, and what must not depend on the run.
 #include <gtest/gtest.h>
-#include <platform/Files.h>
-#include <platform/Log.h>
+#include <vexil/platform/Files.h>
+#include <vexil/platform/Log.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -12,8 +12,10 @@
 #include <utility>
 #include <vector>
 
-#include "../support/Property.h"
 #include "ScenarioSupport.h"
+#include "tests/support/Property.h"
+
+namespace platform = vexil::platform;
 
 namespace {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Value.h>
+#include <vexil/platform/Value.h>
 
 #include <bit>
 #include <cstddef>
@@ -148,10 +148,10 @@ struct BinaryPropertyListBuilder {
 
   /// Adds a value and whatever it consists of, every part as an object of its own; its index. The
   /// reference size must be set before.
-  std::size_t add(const platform::Value& value);
+  std::size_t add(const vexil::platform::Value& value);
 
  private:
-  static std::string leaf(const platform::Value& value);
+  static std::string leaf(const vexil::platform::Value& value);
 };
 
 /// UTF-8 as UTF-16; independent of the conversion that it serves to test.
@@ -173,8 +173,8 @@ inline std::u16string utf16FromUTF8(std::string_view text) {
   return units;
 }
 
-inline std::string BinaryPropertyListBuilder::leaf(const platform::Value& value) {
-  using Kind = platform::Value::Kind;
+inline std::string BinaryPropertyListBuilder::leaf(const vexil::platform::Value& value) {
+  using Kind = vexil::platform::Value::Kind;
   switch (value.kind()) {
     case Kind::boolean:
       return hex(*value.boolean() ? "09" : "08");
@@ -204,15 +204,16 @@ inline std::string BinaryPropertyListBuilder::leaf(const platform::Value& value)
   }
 }
 
-inline std::size_t BinaryPropertyListBuilder::add(const platform::Value& value) {
+inline std::size_t BinaryPropertyListBuilder::add(const vexil::platform::Value& value) {
   const std::size_t index = objects.size();
   objects.emplace_back();
   std::vector<std::uint64_t> keys;
   std::vector<std::uint64_t> contents;
-  for (const platform::Key& key : value.keys()) {
-    keys.push_back(add(platform::Value(key.text())));
+  for (const vexil::platform::Key& key : value.keys()) {
+    keys.push_back(add(vexil::platform::Value(key.text())));
   }
-  for (const platform::Value& content : value.isArray() ? value.elements() : value.values()) {
+  for (const vexil::platform::Value& content :
+       value.isArray() ? value.elements() : value.values()) {
     contents.push_back(add(content));
   }
   objects[index] = value.isArray()        ? array(contents)

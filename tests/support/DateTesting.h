@@ -2,19 +2,19 @@
 // The user of a test: a locale and a time zone; and dates and their texts by ICU alone.
 #pragma once
 
-#include <platform/Value.h>
 #include <unicode/datefmt.h>
 #include <unicode/gregocal.h>
 #include <unicode/locid.h>
 #include <unicode/timezone.h>
 #include <unicode/unistr.h>
+#include <vexil/platform/Value.h>
 
 #include <memory>
 #include <ostream>
 #include <stdexcept>
 #include <string>
 
-namespace platform {
+namespace vexil::platform {
 
 // What tests do with dates: compare them, move on, print them.
 inline bool operator==(Date a, Date b) {
@@ -28,7 +28,7 @@ inline void PrintTo(Date date, std::ostream* out) {
   *out << std::fixed << date.seconds;
 }
 
-}  // namespace platform
+}  // namespace vexil::platform
 
 namespace test {
 
@@ -62,14 +62,14 @@ class User {
   const std::unique_ptr<icu::TimeZone> _zoneBefore;
 };
 
-inline UDate icuDate(platform::Date date) {
+inline UDate icuDate(vexil::platform::Date date) {
   return (date.seconds + 978'307'200) * 1000;
 }
 
 /// What the user's clock shows, by the Gregorian calendar: the first time it shows it. Years before
 /// the first are 0 and below.
-inline platform::Date at(int year, int month, int day, int hour = 0, int minute = 0,
-                         int second = 0) {
+inline vexil::platform::Date at(int year, int month, int day, int hour = 0, int minute = 0,
+                                int second = 0) {
   UErrorCode error = U_ZERO_ERROR;
   icu::GregorianCalendar calendar(error);
   calendar.setRepeatedWallTimeOption(UCAL_WALLTIME_FIRST);
@@ -84,7 +84,7 @@ inline platform::Date at(int year, int month, int day, int hour = 0, int minute 
 }
 
 /// The date as ICU writes it for the user, or for somebody else.
-inline std::string icuText(platform::Date date, icu::DateFormat::EStyle day,
+inline std::string icuText(vexil::platform::Date date, icu::DateFormat::EStyle day,
                            icu::DateFormat::EStyle time, const char* locale = nullptr,
                            const char* zone = nullptr) {
   const std::unique_ptr<icu::DateFormat> format(icu::DateFormat::createDateTimeInstance(
@@ -97,11 +97,11 @@ inline std::string icuText(platform::Date date, icu::DateFormat::EStyle day,
   return format->format(icuDate(date), text).toUTF8String(result);
 }
 
-inline std::string shortTime(platform::Date date) {
+inline std::string shortTime(vexil::platform::Date date) {
   return icuText(date, icu::DateFormat::kNone, icu::DateFormat::kShort);
 }
 
-inline std::string shortDateAndTime(platform::Date date) {
+inline std::string shortDateAndTime(vexil::platform::Date date) {
   return icuText(date, icu::DateFormat::kShort, icu::DateFormat::kShort);
 }
 

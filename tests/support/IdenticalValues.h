@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Value.h>
+#include <vexil/platform/Value.h>
 
 #include <algorithm>
 #include <bit>
@@ -30,9 +30,10 @@ inline bool sameDate(double a, double b, Sameness sameness) {
 
 /// Whether two values are the same, the order of keys and the types of numbers included, which
 /// equality does not look at.
-inline bool identical(const platform::Value& a, const platform::Value& b,
+inline bool identical(const vexil::platform::Value& a, const vexil::platform::Value& b,
                       Sameness sameness = Sameness::toTheBit) {
-  std::vector<std::pair<const platform::Value*, const platform::Value*>> pending = {{&a, &b}};
+  std::vector<std::pair<const vexil::platform::Value*, const vexil::platform::Value*>> pending = {
+      {&a, &b}};
   while (!pending.empty()) {
     const auto [left, right] = pending.back();
     pending.pop_back();

@@ -3,7 +3,7 @@
 
 #include "IdenticalValues.h"
 
-#include <platform/PropertyList.h>
+#include <vexil/platform/PropertyList.h>
 
 #include <gtest/gtest.h>
 
@@ -20,20 +20,21 @@
 
 namespace test {
 
-using Code = platform::PropertyListError::Code;
+using Code = vexil::platform::PropertyListError::Code;
 
 inline std::span<const std::byte> bytesOf(std::string_view text) {
   return std::as_bytes(std::span(text));
 }
 
-inline platform::PropertyListResult<platform::Value> readBinary(std::string_view file) {
-  return platform::readBinaryPropertyList(bytesOf(file));
+inline vexil::platform::PropertyListResult<vexil::platform::Value> readBinary(
+    std::string_view file) {
+  return vexil::platform::readBinaryPropertyList(bytesOf(file));
 }
-inline platform::PropertyListResult<platform::Value> readXML(std::string_view file) {
-  return platform::readXMLPropertyList(bytesOf(file));
+inline vexil::platform::PropertyListResult<vexil::platform::Value> readXML(std::string_view file) {
+  return vexil::platform::readXMLPropertyList(bytesOf(file));
 }
-inline platform::PropertyListResult<platform::Value> readText(std::string_view file) {
-  return platform::readTextPropertyList(bytesOf(file));
+inline vexil::platform::PropertyListResult<vexil::platform::Value> readText(std::string_view file) {
+  return vexil::platform::readTextPropertyList(bytesOf(file));
 }
 
 inline std::string_view textOf(std::span<const std::byte> bytes) {
@@ -41,17 +42,17 @@ inline std::string_view textOf(std::span<const std::byte> bytes) {
 }
 
 // The file of a value; empty, and a failure of the test, where the value is refused.
-inline std::string binaryFile(const platform::Value& value) {
-  const auto written = platform::writeBinaryPropertyList(value);
+inline std::string binaryFile(const vexil::platform::Value& value) {
+  const auto written = vexil::platform::writeBinaryPropertyList(value);
   if (!written) {
     ADD_FAILURE() << "refused: " << written.error().description();
     return "";
   }
   return std::string(textOf(*written));
 }
-inline std::string xmlFile(const platform::Value& value,
-                           const platform::PropertyListLimits& limits = {}) {
-  auto written = platform::writeXMLPropertyList(value, limits);
+inline std::string xmlFile(const vexil::platform::Value& value,
+                           const vexil::platform::PropertyListLimits& limits = {}) {
+  auto written = vexil::platform::writeXMLPropertyList(value, limits);
   if (!written) {
     ADD_FAILURE() << "refused: " << written.error().description();
     return "";
@@ -60,8 +61,9 @@ inline std::string xmlFile(const platform::Value& value,
 }
 
 /// Whether reading gave exactly a value.
-inline ::testing::AssertionResult reads(const platform::PropertyListResult<platform::Value>& result,
-                                        const platform::Value& value) {
+inline ::testing::AssertionResult reads(
+    const vexil::platform::PropertyListResult<vexil::platform::Value>& result,
+    const vexil::platform::Value& value) {
   if (!result) {
     return ::testing::AssertionFailure() << "refused: " << result.error().description();
   }
@@ -81,12 +83,12 @@ struct Line {
 };
 
 inline ::testing::AssertionResult refused(
-    const platform::PropertyListResult<platform::Value>& result, Code code,
+    const vexil::platform::PropertyListResult<vexil::platform::Value>& result, Code code,
     std::optional<std::size_t> offset = {}, std::optional<std::size_t> line = {}) {
   if (result) {
     return ::testing::AssertionFailure() << "accepted as " << result->description().substr(0, 200);
   }
-  const platform::PropertyListError& error = result.error();
+  const vexil::platform::PropertyListError& error = result.error();
   if (error.code != code) {
     return ::testing::AssertionFailure()
            << "refused with code " << static_cast<int>(error.code) << " instead of "
@@ -101,22 +103,24 @@ inline ::testing::AssertionResult refused(
   return ::testing::AssertionSuccess();
 }
 inline ::testing::AssertionResult refused(
-    const platform::PropertyListResult<platform::Value>& result, Code code, Offset offset) {
+    const vexil::platform::PropertyListResult<vexil::platform::Value>& result, Code code,
+    Offset offset) {
   return refused(result, code, offset.value, std::nullopt);
 }
 inline ::testing::AssertionResult refused(
-    const platform::PropertyListResult<platform::Value>& result, Code code, Line line) {
+    const vexil::platform::PropertyListResult<vexil::platform::Value>& result, Code code,
+    Line line) {
   return refused(result, code, std::nullopt, line.value);
 }
 
 /// Whether writing was refused, with a message that tells the way as well.
 template <class File>
-::testing::AssertionResult refusedWriting(const platform::PropertyListResult<File>& result,
+::testing::AssertionResult refusedWriting(const vexil::platform::PropertyListResult<File>& result,
                                           Code code, std::string_view message) {
   if (result) {
     return ::testing::AssertionFailure() << "accepted";
   }
-  const platform::PropertyListError& error = result.error();
+  const vexil::platform::PropertyListError& error = result.error();
   if (error.code != code || error.message != message || error.line || error.offset) {
     return ::testing::AssertionFailure()
            << "refused with code " << static_cast<int>(error.code) << ": " << error.description();
@@ -126,16 +130,17 @@ template <class File>
 
 /// How many arrays and dictionaries stand in one another, at most, without recursion; a value that
 /// shares objects is looked through once for every way to them.
-inline std::size_t depthOf(const platform::Value& value) {
+inline std::size_t depthOf(const vexil::platform::Value& value) {
   std::size_t deepest = 0;
-  std::vector<std::pair<const platform::Value*, std::size_t>> pending = {{&value, 1}};
+  std::vector<std::pair<const vexil::platform::Value*, std::size_t>> pending = {{&value, 1}};
   while (!pending.empty()) {
     const auto [next, depth] = pending.back();
     pending.pop_back();
     if (next->isArray() || next->isDictionary()) {
       deepest = std::max(deepest, depth);
     }
-    for (const platform::Value& content : next->isArray() ? next->elements() : next->values()) {
+    for (const vexil::platform::Value& content :
+         next->isArray() ? next->elements() : next->values()) {
       pending.emplace_back(&content, depth + 1);
     }
   }
@@ -143,14 +148,14 @@ inline std::size_t depthOf(const platform::Value& value) {
 }
 
 /// How many objects a value consists of when every reference counts, keys included.
-inline std::uint64_t sizeOf(const platform::Value& value) {
+inline std::uint64_t sizeOf(const vexil::platform::Value& value) {
   std::uint64_t size = 0;
-  std::vector<const platform::Value*> pending = {&value};
+  std::vector<const vexil::platform::Value*> pending = {&value};
   while (!pending.empty()) {
-    const platform::Value& next = *pending.back();
+    const vexil::platform::Value& next = *pending.back();
     pending.pop_back();
     size += 1 + next.keys().size();
-    for (const platform::Value& content : next.isArray() ? next.elements() : next.values()) {
+    for (const vexil::platform::Value& content : next.isArray() ? next.elements() : next.values()) {
       pending.push_back(&content);
     }
   }

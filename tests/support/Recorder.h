@@ -2,12 +2,12 @@
 // What happened to a tree, as text: an observer and a delegate in one.
 #pragma once
 
-#include "../vexil/ItemTesting.h"
+#include "tests/vexil/ItemTesting.h"
 
-#include <platform/Observable.h>
-#include <platform/Observing.h>
 #include <vexil/KRAVTWVItemVexil.h>
 #include <vexil/KRAVTWVItemsObserver.h>
+#include <vexil/platform/Observable.h>
+#include <vexil/platform/Observing.h>
 
 #include <functional>
 #include <memory>
@@ -18,7 +18,7 @@
 namespace test {
 
 /// The name of a kind of change, as it is printed.
-inline std::string nameOf(platform::ChangeKind kind) {
+inline std::string nameOf(vexil::platform::ChangeKind kind) {
   static constexpr const char* names[] = {"", "setting", "insertion", "removal", "replacement"};
   return names[static_cast<unsigned>(kind)];
 }
@@ -32,7 +32,7 @@ inline std::string nameOf(platform::ChangeKind kind) {
 ///
 /// What a change record leaves out is left out of the line; objects that are no items print by
 /// their class. `meanwhile` is called inside each notice and report, after its line was written.
-class Recorder : public platform::Observer,
+class Recorder : public vexil::platform::Observer,
                  public KRAVTWVItemsObserverDelegate,
                  public std::enable_shared_from_this<Recorder> {
  public:
@@ -45,12 +45,13 @@ class Recorder : public platform::Observer,
     return recorder;
   }
 
-  void watch(const std::shared_ptr<platform::Observable>& object,
-             const platform::Key& key = "children") {
-    object->addObserver(shared_from_this(), key, platform::ObservingOptions::both, &context());
+  void watch(const std::shared_ptr<vexil::platform::Observable>& object,
+             const vexil::platform::Key& key = "children") {
+    object->addObserver(shared_from_this(), key, vexil::platform::ObservingOptions::both,
+                        &context());
   }
-  void unwatch(const std::shared_ptr<platform::Observable>& object,
-               const platform::Key& key = "children") {
+  void unwatch(const std::shared_ptr<vexil::platform::Observable>& object,
+               const vexil::platform::Key& key = "children") {
     object->removeObserver(shared_from_this(), key, &context());
   }
 
@@ -60,10 +61,12 @@ class Recorder : public platform::Observer,
   std::function<void()> meanwhile;
 
   void observeValueForKeyPathOfObjectChangeContext(
-      const platform::Key& keyPath, const std::shared_ptr<platform::Observable>& object,
-      const platform::ChangeRecord& change, const platform::ContextToken* /*context*/) override {
+      const vexil::platform::Key& keyPath,
+      const std::shared_ptr<vexil::platform::Observable>& object,
+      const vexil::platform::ChangeRecord& change,
+      const vexil::platform::ContextToken* /*context*/) override {
     const auto item = std::dynamic_pointer_cast<KRAVTWVItemVexil>(object);
-    std::string line = item ? noticed(platform::Value(item)) : object->className();
+    std::string line = item ? noticed(vexil::platform::Value(item)) : object->className();
     line += " " + std::string(keyPath.text()) + " " + nameOf(change.kind);
     if (change.indexes) {
       line += " " + change.indexes->description();
@@ -78,8 +81,8 @@ class Recorder : public platform::Observer,
   }
 
   void itemsObserverDidObserveItemsIndexesParent(
-      const std::shared_ptr<KRAVTWVItemsObserver>& /*observer*/, platform::ChangeKind kind,
-      const KRAVTWVItemArray& items, const std::optional<platform::IndexSet>& indexes,
+      const std::shared_ptr<KRAVTWVItemsObserver>& /*observer*/, vexil::platform::ChangeKind kind,
+      const KRAVTWVItemArray& items, const std::optional<vexil::platform::IndexSet>& indexes,
       const std::shared_ptr<KRAVTWVItemVexil>& parent) override {
     tell("report " + nameOf(kind) + " " + identifiers(items) + " " +
          (indexes ? indexes->description() : "without indexes") + " of " +
@@ -87,8 +90,8 @@ class Recorder : public platform::Observer,
   }
 
  private:
-  static const platform::ContextToken& context() {
-    static constexpr platform::ContextToken token("test.recorder");
+  static const vexil::platform::ContextToken& context() {
+    static constexpr vexil::platform::ContextToken token("test.recorder");
     return token;
   }
   void tell(const std::string& line) {
@@ -109,7 +112,8 @@ inline std::shared_ptr<KRAVTWVItemArray> items(KRAVTWVItemArray elements) {
 }
 
 /// An event item, whose identifier and label are those of its record.
-inline ItemPointer eventItem(const platform::Value& uniqueID, const platform::Value& name,
+inline ItemPointer eventItem(const vexil::platform::Value& uniqueID,
+                             const vexil::platform::Value& name,
                              const KRAVTWVItemArray& children = {}) {
   ItemPointer item = KRAVTWVEventVexil::itemWithEvent(eventRecord(uniqueID, name));
   item->addChildren(children);

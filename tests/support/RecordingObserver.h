@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Observable.h>
-#include <platform/Observing.h>
+#include <vexil/platform/Observable.h>
+#include <vexil/platform/Observing.h>
 
 #include <functional>
 #include <memory>
@@ -16,7 +16,8 @@ namespace test {
 using Notices = std::vector<std::string>;
 
 /// `label set old="a" new="b"`, `books insert {0-1} new=[...]`; parts that are absent are left out.
-inline std::string describe(const platform::Key& key, const platform::ChangeRecord& change) {
+inline std::string describe(const vexil::platform::Key& key,
+                            const vexil::platform::ChangeRecord& change) {
   static constexpr const char* kinds[] = {"?", "set", "insert", "remove", "replace"};
   std::string text = std::string(key.text()) + " " + kinds[static_cast<unsigned>(change.kind)];
   if (change.indexes) {
@@ -32,7 +33,7 @@ inline std::string describe(const platform::Key& key, const platform::ChangeReco
 }
 
 /// Writes down what it hears under its name, then does what it was told to do.
-class RecordingObserver : public platform::Observer {
+class RecordingObserver : public vexil::platform::Observer {
  public:
   RecordingObserver(std::string name, Notices& notices)
       : _name(std::move(name)), _notices(notices) {}
@@ -45,8 +46,10 @@ class RecordingObserver : public platform::Observer {
   std::function<void()> then;
 
   void observeValueForKeyPathOfObjectChangeContext(
-      const platform::Key& keyPath, const std::shared_ptr<platform::Observable>& /*object*/,
-      const platform::ChangeRecord& change, const platform::ContextToken* context) override {
+      const vexil::platform::Key& keyPath,
+      const std::shared_ptr<vexil::platform::Observable>& /*object*/,
+      const vexil::platform::ChangeRecord& change,
+      const vexil::platform::ContextToken* context) override {
     _notices.push_back(_name + ": " + describe(keyPath, change) +
                        (context == nullptr ? "" : " (" + std::string(context->text()) + ")"));
     if (const auto action = then) {  // a copy, since the observer may go meanwhile

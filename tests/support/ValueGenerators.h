@@ -2,8 +2,8 @@
 // Random values for property tests, and copies of them that are equal but made otherwise.
 #pragma once
 
-#include <platform/Value.h>
 #include <rapidcheck.h>
+#include <vexil/platform/Value.h>
 
 #include <algorithm>
 #include <cmath>
@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-namespace platform {
+namespace vexil::platform {
 
 // What RapidCheck and GoogleTest print of a counterexample; found by the argument's namespace.
 inline void showValue(const Value& value, std::ostream& out) {
@@ -24,13 +24,13 @@ inline void PrintTo(const Value& value, std::ostream* out) {
   *out << value.description();
 }
 
-}  // namespace platform
+}  // namespace vexil::platform
 
 namespace test {
 
 /// Numbers of every type, most of them where types and roundings meet.
-inline rc::Gen<platform::Value> anyNumber() {
-  using platform::Value;
+inline rc::Gen<vexil::platform::Value> anyNumber() {
+  using vexil::platform::Value;
   constexpr double twoTo53 = 9007199254740992.0;
   constexpr double twoTo63 = 9223372036854775808.0;
   constexpr std::int64_t exact53 = std::int64_t{1} << 53;
@@ -56,25 +56,27 @@ inline rc::Gen<platform::Value> anyNumber() {
                        Value(std::numeric_limits<double>::denorm_min()), Value(1e300)));
 }
 
-inline rc::Gen<platform::Value> anyString() {
+inline rc::Gen<vexil::platform::Value> anyString() {
   // Lengths on both sides of what stands in the value itself, and few enough to meet again.
   return rc::gen::oneOf(
       rc::gen::map(rc::gen::element(0, 1, 2, 22, 23, 24, 40),
                    [](int length) {
-                     return platform::Value(std::string(static_cast<std::size_t>(length), 'x'));
+                     return vexil::platform::Value(
+                         std::string(static_cast<std::size_t>(length), 'x'));
                    }),
       rc::gen::map(rc::gen::arbitrary<std::string>(),
-                   [](const std::string& text) { return platform::Value(text); }));
+                   [](const std::string& text) { return vexil::platform::Value(text); }));
 }
 
-inline rc::Gen<platform::Value> anyScalar() {
-  using platform::Value;
+inline rc::Gen<vexil::platform::Value> anyScalar() {
+  using vexil::platform::Value;
   return rc::gen::oneOf(
-      rc::gen::element(Value::null(), Value("1"), Value(platform::Date{0})), anyNumber(),
+      rc::gen::element(Value::null(), Value("1"), Value(vexil::platform::Date{0})), anyNumber(),
       anyString(),
-      rc::gen::map(rc::gen::arbitrary<double>(), [](double d) { return Value(platform::Date{d}); }),
+      rc::gen::map(rc::gen::arbitrary<double>(),
+                   [](double d) { return Value(vexil::platform::Date{d}); }),
       rc::gen::map(rc::gen::element(0.0, -0.0, 1.0, std::numeric_limits<double>::quiet_NaN()),
-                   [](double d) { return Value(platform::Date{d}); }),
+                   [](double d) { return Value(vexil::platform::Date{d}); }),
       rc::gen::map(rc::gen::arbitrary<std::string>(), [](const std::string& bytes) {
         return Value::data(std::as_bytes(std::span(bytes)));
       }));
@@ -87,8 +89,8 @@ rc::Gen<T> small(rc::Gen<T> generator) {
 }
 
 /// Any value without objects, nested up to `depth` containers deep.
-inline rc::Gen<platform::Value> anyValue(int depth = 3) {
-  using platform::Value;
+inline rc::Gen<vexil::platform::Value> anyValue(int depth = 3) {
+  using vexil::platform::Value;
   if (depth == 0) {
     return rc::gen::oneOf(anyScalar(), rc::gen::just(Value()));
   }
@@ -102,14 +104,14 @@ inline rc::Gen<platform::Value> anyValue(int depth = 3) {
       rc::gen::map(small(rc::gen::container<std::vector<std::pair<std::string, Value>>>(
                        rc::gen::pair(key, element))),
                    [](const std::vector<std::pair<std::string, Value>>& entries) {
-                     return Value::dictionary(std::vector<std::pair<platform::Key, Value>>(
+                     return Value::dictionary(std::vector<std::pair<vexil::platform::Key, Value>>(
                          entries.begin(), entries.end()));
                    }));
 }
 
 /// A number of the same numeric value and of another type, where there is one.
-inline platform::Value sameNumberOtherwise(const platform::Value& number) {
-  using platform::Value;
+inline vexil::platform::Value sameNumberOtherwise(const vexil::platform::Value& number) {
+  using vexil::platform::Value;
   if (const auto boolean = number.boolean()) {
     return {*boolean ? 1 : 0};
   }
@@ -128,8 +130,8 @@ inline platform::Value sameNumberOtherwise(const platform::Value& number) {
 }
 
 /// A value equal to `value` that shares nothing with it: keys turned round, numbers of other types.
-inline platform::Value equalButMadeOtherwise(const platform::Value& value) {
-  using platform::Value;
+inline vexil::platform::Value equalButMadeOtherwise(const vexil::platform::Value& value) {
+  using vexil::platform::Value;
   switch (value.kind()) {
     case Value::Kind::string:
       return std::string(value.string());
@@ -141,7 +143,7 @@ inline platform::Value equalButMadeOtherwise(const platform::Value& value) {
       return Value::array(std::move(elements));
     }
     case Value::Kind::dictionary: {
-      std::vector<std::pair<platform::Key, Value>> entries;
+      std::vector<std::pair<vexil::platform::Key, Value>> entries;
       for (std::size_t i = value.keys().size(); i > 0; --i) {
         entries.emplace_back(value.keys()[i - 1], equalButMadeOtherwise(value.values()[i - 1]));
       }
@@ -155,6 +157,6 @@ inline platform::Value equalButMadeOtherwise(const platform::Value& value) {
 }  // namespace test
 
 template <>
-struct rc::Arbitrary<platform::Value> {
-  static Gen<platform::Value> arbitrary() { return test::anyValue(); }
+struct rc::Arbitrary<vexil::platform::Value> {
+  static Gen<vexil::platform::Value> arbitrary() { return test::anyValue(); }
 };

@@ -2,12 +2,12 @@
 // What tests of items share: records and items written briefly, and notices as lines of text.
 #pragma once
 
-#include "../support/ValueGenerators.h"
+#include "tests/support/ValueGenerators.h"
 
-#include <platform/Observing.h>
-#include <platform/Value.h>
 #include <ternwood/Ternwood.h>
 #include <vexil/KRAVTWVItemVexil.h>
+#include <vexil/platform/Observing.h>
+#include <vexil/platform/Value.h>
 
 #include <memory>
 #include <ostream>
@@ -25,9 +25,10 @@ namespace test {
 using ItemPointer = std::shared_ptr<KRAVTWVItemVexil>;
 
 /// An event record of the stand-in's keys; absent values make no entry.
-inline platform::Value eventRecord(const platform::Value& uniqueID, const platform::Value& name,
-                                   const platform::Value& enabled = {}) {
-  return platform::Value::dictionary(
+inline vexil::platform::Value eventRecord(const vexil::platform::Value& uniqueID,
+                                          const vexil::platform::Value& name,
+                                          const vexil::platform::Value& enabled = {}) {
+  return vexil::platform::Value::dictionary(
       {{kTWEventUniqueID, uniqueID}, {kTWEventName, name}, {kTWEventEnabled, enabled}});
 }
 
@@ -55,7 +56,7 @@ inline std::string identifiers(const KRAVTWVItemArray& items) {
 }
 
 /// A value in a notice; items by their identifiers, because their descriptions hold addresses.
-inline std::string noticed(const platform::Value& value) {
+inline std::string noticed(const vexil::platform::Value& value) {
   if (const auto item = std::dynamic_pointer_cast<KRAVTWVItemVexil>(value.object())) {
     return item->uniqueID().displayText();
   }
@@ -63,7 +64,7 @@ inline std::string noticed(const platform::Value& value) {
     return value.isAbsent() ? "absent" : value.isNull() ? "null" : value.displayText();
   }
   std::string text = "[";
-  for (const platform::Value& element : value.elements()) {
+  for (const vexil::platform::Value& element : value.elements()) {
     text += (text.size() == 1 ? "" : ", ") + noticed(element);
   }
   return text + "]";
@@ -73,13 +74,14 @@ inline std::string noticed(const platform::Value& value) {
 /// "label setting old=a new=b" and "children removal {0-1} old=[x, y]".
 class Notices {
  public:
-  Notices(const std::shared_ptr<platform::Observable>& object, const std::vector<std::string>& keys,
-          platform::ObservingOptions options = platform::ObservingOptions::both) {
+  Notices(const std::shared_ptr<vexil::platform::Observable>& object,
+          const std::vector<std::string>& keys,
+          vexil::platform::ObservingOptions options = vexil::platform::ObservingOptions::both) {
     for (const std::string& key : keys) {
-      _observations.push_back(platform::observe(object, key, options,
-                                                [this, key](const platform::ChangeRecord& change) {
-                                                  _lines.push_back(line(key, change));
-                                                }));
+      _observations.push_back(vexil::platform::observe(
+          object, key, options, [this, key](const vexil::platform::ChangeRecord& change) {
+            _lines.push_back(line(key, change));
+          }));
     }
   }
   // The closures hold its address.
@@ -90,7 +92,7 @@ class Notices {
   [[nodiscard]] std::vector<std::string> take() { return std::exchange(_lines, {}); }
 
  private:
-  static std::string line(const std::string& key, const platform::ChangeRecord& change) {
+  static std::string line(const std::string& key, const vexil::platform::ChangeRecord& change) {
     static constexpr const char* kinds[] = {"", "setting", "insertion", "removal", "replacement"};
     std::string text = key + " " + kinds[static_cast<unsigned>(change.kind)];
     if (change.indexes) {
@@ -105,7 +107,7 @@ class Notices {
     return text;
   }
 
-  std::vector<platform::Observation> _observations;
+  std::vector<vexil::platform::Observation> _observations;
   std::vector<std::string> _lines;
 };
 

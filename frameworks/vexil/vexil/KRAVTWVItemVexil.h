@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/BlockPool.h>
-#include <platform/Files.h>
-#include <platform/IndexSet.h>
-#include <platform/NetService.h>
-#include <platform/Observable.h>
-#include <platform/Pasteboard.h>
-#include <platform/Value.h>
-#include <vexil/ItemReference.h>
-#include <vexil/RecordAddress.h>
+#include <vexil/detail/ItemReference.h>
+#include <vexil/detail/RecordAddress.h>
+#include <vexil/platform/Files.h>
+#include <vexil/platform/IndexSet.h>
+#include <vexil/platform/NetService.h>
+#include <vexil/platform/Observable.h>
+#include <vexil/platform/Pasteboard.h>
+#include <vexil/platform/Value.h>
+#include <vexil/platform/detail/BlockPool.h>
 
 #include <atomic>
 #include <concepts>
@@ -33,7 +33,7 @@ class KRAVTWVActiveEventVexil;
 class KRAVTWVNetDomainVexil;
 class KRAVTWVNetServiceVexil;
 
-namespace detail {
+namespace vexil::detail {
 class FreshList;
 class ItemComparison;
 class ItemMerge;
@@ -50,7 +50,7 @@ void addEventsFromPasteboard(KRAVTWVGroupVexil& group, const platform::Value& pr
                              std::string_view type);
 [[nodiscard]] bool isEventFromPasteboard(const platform::Value& propertyList,
                                          std::string_view type);
-}  // namespace detail
+}  // namespace vexil::detail
 
 /// Keys of an item that hosts observe.
 extern const std::string_view KRAVTWVItemVexilKeyPathChildren;  ///< "children"
@@ -69,7 +69,7 @@ using KRAVTWVItemArray = std::vector<std::shared_ptr<KRAVTWVItemVexil>>;
 ///     class HostEvent : public KRAVTWVKind<HostEvent, KRAVTWVEventVexil> {
 ///      public:
 ///       using KRAVTWVKind::KRAVTWVKind;
-///       platform::Value representedEvent() const override { ... }
+///       vexil::platform::Value representedEvent() const override { ... }
 ///     };
 ///     std::shared_ptr<HostEvent> item = HostEvent::itemWithEvent(record);
 ///
@@ -91,17 +91,17 @@ using KRAVTWVItemArray = std::vector<std::shared_ptr<KRAVTWVItemVexil>>;
 ///
 /// No operation recurses with the depth of the tree. Only items that represent items recurse, with
 /// the length of that chain, when they are compared or hashed. A tree must not contain itself.
-class KRAVTWVItemVexil : public platform::Observable {
+class KRAVTWVItemVexil : public vexil::platform::Observable {
  public:
   /// `initWithRepresentedObject:`. The object may be absent. The item has no identifier, label or
   /// parent, is not enabled, and its children are an empty array.
-  explicit KRAVTWVItemVexil(platform::Value representedObject);
+  explicit KRAVTWVItemVexil(vexil::platform::Value representedObject);
   ~KRAVTWVItemVexil() override;
 
   /// Yields nothing, on purpose: an item is made with what it represents.
   static std::shared_ptr<KRAVTWVItemVexil> init() { return nullptr; }
 
-  static std::shared_ptr<KRAVTWVItemVexil> itemWithRepresentedObject(platform::Value object);
+  static std::shared_ptr<KRAVTWVItemVexil> itemWithRepresentedObject(vexil::platform::Value object);
 
   /// The keys whose values follow from the represented object; a class operation. A kind adds its
   /// own to its base class's. "representedEvent" is in everybody's set, which is harmless for kinds
@@ -110,20 +110,24 @@ class KRAVTWVItemVexil : public platform::Observable {
 
   /// The dependencies of a key; "representedObject" for those in the set above.
   [[nodiscard]] std::set<std::string> keyPathsForValuesAffectingValueForKey(
-      const platform::Key& key) const override;
+      const vexil::platform::Key& key) const override;
   [[nodiscard]] virtual std::set<std::string> keyPathsForValuesAffectingIsExpandable() const;
   [[nodiscard]] virtual std::set<std::string> keyPathsForValuesAffectingIsGroup() const;
 
   // --- properties
 
-  [[nodiscard]] virtual platform::Value uniqueID() const { return readRare(&Rare::_uniqueID); }
-  void setUniqueID(platform::Value uniqueID);
+  [[nodiscard]] virtual vexil::platform::Value uniqueID() const {
+    return readRare(&Rare::_uniqueID);
+  }
+  void setUniqueID(vexil::platform::Value uniqueID);
 
-  [[nodiscard]] virtual platform::Value label() const { return readRare(&Rare::_label); }
-  void setLabel(platform::Value label);
+  [[nodiscard]] virtual vexil::platform::Value label() const { return readRare(&Rare::_label); }
+  void setLabel(vexil::platform::Value label);
 
-  [[nodiscard]] platform::Value representedObject() const { return read(_representedObject); }
-  void setRepresentedObject(platform::Value object);
+  [[nodiscard]] vexil::platform::Value representedObject() const {
+    return read(_representedObject);
+  }
+  void setRepresentedObject(vexil::platform::Value object);
 
   /// Absent once the parent is gone.
   [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> parent() const { return read(_parent).lock(); }
@@ -149,8 +153,8 @@ class KRAVTWVItemVexil : public platform::Observable {
   /// By content: `other` is of the receiver's own class or a subclass of it, and `isEqualToItem`.
   /// So a plain item can equal an event, but never the other way round. An item always equals
   /// itself. Takes time in proportion to the subtree, less where it differs.
-  [[nodiscard]] bool isEqual(const platform::Object& other) const final;
-  [[nodiscard]] bool isEqual(const platform::Value& other) const;
+  [[nodiscard]] bool isEqual(const vexil::platform::Object& other) const final;
+  [[nodiscard]] bool isEqual(const vexil::platform::Value& other) const;
 
   /// Whether the represented objects are equal, as the receiver's says, and the children are, one
   /// by one. False when the receiver represents nothing. Identifier, label, enabled and parent take
@@ -179,7 +183,7 @@ class KRAVTWVItemVexil : public platform::Observable {
   /// Removes the children at these positions under one removal announcement; nothing happens when
   /// there are none. Their `parent` is left alone. Raises `RangeError`, with nothing changed or
   /// announced, when a position is past the end.
-  void removeChildrenAtIndexes(const platform::IndexSet& indexes);
+  void removeChildrenAtIndexes(const vexil::platform::IndexSet& indexes);
 
   /// Brings the children in line with a freshly built array, keeping the items that are still
   /// there.
@@ -225,10 +229,11 @@ class KRAVTWVItemVexil : public platform::Observable {
   /// was done before that stays. Linear in the items, with little work for each that is observed
   /// like the one before it.
   void addObserverForRecursiveChildrenWithOptionContext(
-      const std::shared_ptr<platform::Observer>& observer, platform::ObservingOptions options,
-      const platform::ContextToken* context);
+      const std::shared_ptr<vexil::platform::Observer>& observer,
+      vexil::platform::ObservingOptions options, const vexil::platform::ContextToken* context);
   void removeObserverForRecursiveChildrenWithContext(
-      const std::shared_ptr<platform::Observer>& observer, const platform::ContextToken* context);
+      const std::shared_ptr<vexil::platform::Observer>& observer,
+      const vexil::platform::ContextToken* context);
 
   // --- paths
 
@@ -243,16 +248,18 @@ class KRAVTWVItemVexil : public platform::Observable {
 
   /// A new, empty directory of this user's below the temporary directory; absent when five attempts
   /// to make one fail. Uses nothing of the item.
-  [[nodiscard]] std::optional<platform::FileURL> URLForUniqueTemporaryDirectory() const;
+  [[nodiscard]] std::optional<vexil::platform::FileURL> URLForUniqueTemporaryDirectory() const;
 
  protected:
-  [[nodiscard]] const platform::KeyTable& keyTable() const override { return itemKeyTable(); }
-  static const platform::KeyTable& itemKeyTable();
-  [[nodiscard]] platform::Value valuesAtIndexesForKey(const platform::IndexSet& indexes,
-                                                      const platform::Key& key) const override;
-  [[nodiscard]] bool areValuesAtIndexesForKey(const platform::Value& values,
-                                              const platform::IndexSet& indexes,
-                                              const platform::Key& key) const override;
+  [[nodiscard]] const vexil::platform::KeyTable& keyTable() const override {
+    return itemKeyTable();
+  }
+  static const vexil::platform::KeyTable& itemKeyTable();
+  [[nodiscard]] vexil::platform::Value valuesAtIndexesForKey(
+      const vexil::platform::IndexSet& indexes, const vexil::platform::Key& key) const override;
+  [[nodiscard]] bool areValuesAtIndexesForKey(const vexil::platform::Value& values,
+                                              const vexil::platform::IndexSet& indexes,
+                                              const vexil::platform::Key& key) const override;
 
   /// Whether `other`, which is of another class than the receiver, is of a subclass of it.
   /// `KRAVTWVKind` overrides this for every kind.
@@ -262,10 +269,10 @@ class KRAVTWVItemVexil : public platform::Observable {
   std::atomic<bool> _enabled{false};
 
  private:
-  friend class detail::ItemComparison;
-  friend class detail::ItemMerge;
-  friend class detail::ItemWalk;
-  friend struct detail::ItemFields;
+  friend class vexil::detail::ItemComparison;
+  friend class vexil::detail::ItemMerge;
+  friend class vexil::detail::ItemWalk;
+  friend struct vexil::detail::ItemFields;
 
   // An empty array is made when somebody first asks for it: most items never have children. `made`
   // says that there is an array, so that walks need not look that far into an item.
@@ -278,28 +285,29 @@ class KRAVTWVItemVexil : public platform::Observable {
   }
   [[nodiscard]] static const KRAVTWVItemArray& noChildren();
   [[nodiscard]] KRAVTWVItemArray& childrenForAdding();
-  void insertChildren(const detail::FreshList& fresh, const platform::IndexSet& indexes);
+  void insertChildren(const vexil::detail::FreshList& fresh,
+                      const vexil::platform::IndexSet& indexes);
   void removeChildrenIn(KRAVTWVItemArray& items);
-  void setChildrenValue(const platform::Value& children);
-  void setParentValue(const platform::Value& parent);
-  [[nodiscard]] platform::Value childrenValue() const;
+  void setChildrenValue(const vexil::platform::Value& children);
+  void setParentValue(const vexil::platform::Value& parent);
+  [[nodiscard]] vexil::platform::Value childrenValue() const;
 
   /// What most items do without: they are leaves, and have identifier and label from a record.
   struct Rare {
-    platform::Value _uniqueID;
-    platform::Value _label;
+    vexil::platform::Value _uniqueID;
+    vexil::platform::Value _label;
     std::shared_ptr<KRAVTWVItemArray> _children;
-    detail::ItemReference _self;  // for those whose parent this is
+    vexil::detail::ItemReference _self;  // for those whose parent this is
   };
   [[nodiscard]] Rare& rare() const;
-  [[nodiscard]] detail::ItemReference referenceToSelf();
-  [[nodiscard]] platform::Value readRare(platform::Value Rare::*field) const;
+  [[nodiscard]] vexil::detail::ItemReference referenceToSelf();
+  [[nodiscard]] vexil::platform::Value readRare(vexil::platform::Value Rare::*field) const;
 
   mutable Children _childrenState = Children::unmade;
-  platform::Value _representedObject;
-  detail::ItemReference _parent;
-  mutable std::unique_ptr<Rare> _rare;  // once it is there, it stays
-  detail::RecordAddress _equalRecord;   // one that equals the represented object
+  vexil::platform::Value _representedObject;
+  vexil::detail::ItemReference _parent;
+  mutable std::unique_ptr<Rare> _rare;        // once it is there, it stays
+  vexil::detail::RecordAddress _equalRecord;  // one that equals the represented object
 };
 
 /// What every kind of item has from its class, for the kind `Self` derived from `Base`: the
@@ -310,42 +318,43 @@ class KRAVTWVKind : public Base {
  public:
   using Base::Base;
 
-  static std::shared_ptr<Self> itemWithRepresentedObject(platform::Value object) {
+  static std::shared_ptr<Self> itemWithRepresentedObject(vexil::platform::Value object) {
     return makeItem(std::move(object));
   }
-  static std::shared_ptr<Self> itemWithLabelUniqueID(platform::Value label,
-                                                     platform::Value uniqueID)
+  static std::shared_ptr<Self> itemWithLabelUniqueID(vexil::platform::Value label,
+                                                     vexil::platform::Value uniqueID)
     requires std::derived_from<Self, KRAVTWVGroupVexil>
   {
     return makeItem(std::move(label), std::move(uniqueID));
   }
-  static std::shared_ptr<Self> itemWithEvent(platform::Value event)
+  static std::shared_ptr<Self> itemWithEvent(vexil::platform::Value event)
     requires std::derived_from<Self, KRAVTWVEventVexil>
   {
     return itemWithRepresentedObject(std::move(event));
   }
-  static std::shared_ptr<Self> itemWithDomain(platform::Value domain)
+  static std::shared_ptr<Self> itemWithDomain(vexil::platform::Value domain)
     requires std::derived_from<Self, KRAVTWVDomainVexil>
   {
     return itemWithRepresentedObject(std::move(domain));
   }
-  static std::shared_ptr<Self> itemWithQueuedTrigger(platform::Value trigger)
+  static std::shared_ptr<Self> itemWithQueuedTrigger(vexil::platform::Value trigger)
     requires std::derived_from<Self, KRAVTWVQueuedTriggerVexil>
   {
     return itemWithRepresentedObject(std::move(trigger));
   }
-  static std::shared_ptr<Self> itemWithActiveEvent(platform::Value event)
+  static std::shared_ptr<Self> itemWithActiveEvent(vexil::platform::Value event)
     requires std::derived_from<Self, KRAVTWVActiveEventVexil>
   {
     return itemWithRepresentedObject(std::move(event));
   }
   /// The name is label, identifier and represented object alike.
-  static std::shared_ptr<Self> itemWithNetDomain(platform::Value name)
+  static std::shared_ptr<Self> itemWithNetDomain(vexil::platform::Value name)
     requires std::derived_from<Self, KRAVTWVNetDomainVexil>
   {
     return makeItem(name, name);
   }
-  static std::shared_ptr<Self> itemWithNetService(std::shared_ptr<platform::NetService> service)
+  static std::shared_ptr<Self> itemWithNetService(
+      std::shared_ptr<vexil::platform::NetService> service)
     requires std::derived_from<Self, KRAVTWVNetServiceVexil>
   {
     return makeItem(std::move(service));
@@ -355,20 +364,20 @@ class KRAVTWVKind : public Base {
   /// say of what. Of anything else an item as it stands before it is initialised, with nothing that
   /// it represents, no label, no identifier and absent children; never a null pointer.
   static std::shared_ptr<Self> initWithPasteboardPropertyListOfType(
-      const platform::Value& propertyList, std::string_view type)
+      const vexil::platform::Value& propertyList, std::string_view type)
     requires(std::derived_from<Self, KRAVTWVGroupVexil> ||
              std::derived_from<Self, KRAVTWVEventVexil>)
   {
     if constexpr (std::derived_from<Self, KRAVTWVGroupVexil>) {
-      if (const auto identifier = detail::identifierOfGroupFromPasteboard(type)) {
+      if (const auto identifier = vexil::detail::identifierOfGroupFromPasteboard(type)) {
         auto group = Self::itemWithLabelUniqueID(*identifier, *identifier);
-        detail::addEventsFromPasteboard(*group, propertyList, type);
+        vexil::detail::addEventsFromPasteboard(*group, propertyList, type);
         return group;
       }
-    } else if (detail::isEventFromPasteboard(propertyList, type)) {
+    } else if (vexil::detail::isEventFromPasteboard(propertyList, type)) {
       return Self::itemWithEvent(propertyList);
     }
-    auto bare = makeItem(platform::Value());
+    auto bare = makeItem(vexil::platform::Value());
     bare->setChildren(nullptr);
     return bare;
   }
@@ -377,7 +386,7 @@ class KRAVTWVKind : public Base {
   /// What all factories make items with.
   template <class... Arguments>
   static std::shared_ptr<Self> makeItem(Arguments&&... arguments) {
-    return std::allocate_shared<Self>(platform::detail::PooledAllocator<Self>(),
+    return std::allocate_shared<Self>(vexil::platform::detail::PooledAllocator<Self>(),
                                       std::forward<Arguments>(arguments)...);
   }
 
@@ -395,7 +404,7 @@ class KRAVTWVEventRepresenting {
   virtual ~KRAVTWVEventRepresenting() = default;
 
   /// The event record, whatever stands in its place; may be absent.
-  [[nodiscard]] virtual platform::Value representedEvent() const = 0;
+  [[nodiscard]] virtual vexil::platform::Value representedEvent() const = 0;
 };
 
 // The kinds. A kind stores nothing that it can read from its represented object: what it derives is
@@ -406,17 +415,17 @@ class KRAVTWVEventRepresenting {
 // Groups and events go to pasteboards and come from them, in property lists of the binary format:
 // an event as its record, a schedule as an array of records. What they answer does not depend on
 // the board, which may be a null pointer. Types are compared by
-// `platform::typeIdentifiersAreEqual`.
+// `vexil::platform::typeIdentifiersAreEqual`.
 
 /// A bare label, always a group, with or without children. It represents its identifier.
 ///
 /// On a pasteboard a group is the schedule of the events right below it, as data or as a file.
 class KRAVTWVGroupVexil : public KRAVTWVKind<KRAVTWVGroupVexil, KRAVTWVItemVexil>,
-                          public platform::PasteboardWriting {
+                          public vexil::platform::PasteboardWriting {
  public:
   using KRAVTWVKind::KRAVTWVKind;
   /// `initWithLabel:uniqueID:`.
-  KRAVTWVGroupVexil(platform::Value label, platform::Value uniqueID);
+  KRAVTWVGroupVexil(vexil::platform::Value label, vexil::platform::Value uniqueID);
   ~KRAVTWVGroupVexil() override;
 
   [[nodiscard]] bool isGroup() const override { return true; }
@@ -430,17 +439,17 @@ class KRAVTWVGroupVexil : public KRAVTWVKind<KRAVTWVGroupVexil, KRAVTWVItemVexil
   /// from whose place no array can be read, and "Malformed schedule; must be a plist array: " is
   /// logged with the string, or with "(null)" where it is no URL.
   [[nodiscard]] static std::vector<std::string> readableTypesForPasteboard(
-      const platform::Pasteboard* pasteboard);
+      const vexil::platform::Pasteboard* pasteboard);
   /// Property lists, of every type.
-  [[nodiscard]] static platform::PasteboardReadingOptions readingOptionsForTypePasteboard(
-      std::string_view type, const platform::Pasteboard* pasteboard);
+  [[nodiscard]] static vexil::platform::PasteboardReadingOptions readingOptionsForTypePasteboard(
+      std::string_view type, const vexil::platform::Pasteboard* pasteboard);
 
   /// A schedule, and the URL of a schedule file.
   [[nodiscard]] std::vector<std::string> writableTypesForPasteboard(
-      const platform::Pasteboard* pasteboard) const override;
+      const vexil::platform::Pasteboard* pasteboard) const override;
   /// The file is promised: it is written when somebody asks for its URL.
-  [[nodiscard]] platform::PasteboardWritingOptions writingOptionsForTypePasteboard(
-      std::string_view type, const platform::Pasteboard* pasteboard) const override;
+  [[nodiscard]] vexil::platform::PasteboardWritingOptions writingOptionsForTypePasteboard(
+      std::string_view type, const vexil::platform::Pasteboard* pasteboard) const override;
   /// Of the schedule type, the `representedEvent` of each child that answers it, in order; other
   /// children and what is below any of them are left out. When one of the events cannot be encoded,
   /// as an absent one cannot, all is absent, and "<class> serialization error: <error>" is logged.
@@ -452,7 +461,8 @@ class KRAVTWVGroupVexil : public KRAVTWVKind<KRAVTWVGroupVexil, KRAVTWVItemVexil
   /// is no string or holds a slash; nothing is ever written outside of the new directory.
   ///
   /// Of other types absent.
-  [[nodiscard]] platform::Value pasteboardPropertyListForType(std::string_view type) const override;
+  [[nodiscard]] vexil::platform::Value pasteboardPropertyListForType(
+      std::string_view type) const override;
 };
 
 /// An event record. Identifier, label and enabled are read through `representedEvent`, so that a
@@ -462,38 +472,41 @@ class KRAVTWVGroupVexil : public KRAVTWVKind<KRAVTWVGroupVexil, KRAVTWVItemVexil
 /// its label.
 class KRAVTWVEventVexil : public KRAVTWVKind<KRAVTWVEventVexil, KRAVTWVItemVexil>,
                           public KRAVTWVEventRepresenting,
-                          public platform::PasteboardWriting {
+                          public vexil::platform::PasteboardWriting {
  public:
   using KRAVTWVKind::KRAVTWVKind;
   ~KRAVTWVEventVexil() override;
 
-  [[nodiscard]] platform::Value uniqueID() const override;
-  [[nodiscard]] platform::Value label() const override;
+  [[nodiscard]] vexil::platform::Value uniqueID() const override;
+  [[nodiscard]] vexil::platform::Value label() const override;
   [[nodiscard]] bool supportsEnabled() const override { return true; }
   /// The boolean reading of the record's value: false when that is absent or no number.
   [[nodiscard]] bool enabled() const override;
-  [[nodiscard]] platform::Value representedEvent() const override { return representedObject(); }
+  [[nodiscard]] vexil::platform::Value representedEvent() const override {
+    return representedObject();
+  }
   [[nodiscard]] std::set<std::string> keyPathsForValuesAffectedByRepresentedObject() const override;
 
   /// An event alone: a schedule is never read as one, nor is what is no dictionary.
   [[nodiscard]] static std::vector<std::string> readableTypesForPasteboard(
-      const platform::Pasteboard* pasteboard);
+      const vexil::platform::Pasteboard* pasteboard);
   /// Property lists, of every type.
-  [[nodiscard]] static platform::PasteboardReadingOptions readingOptionsForTypePasteboard(
-      std::string_view type, const platform::Pasteboard* pasteboard);
+  [[nodiscard]] static vexil::platform::PasteboardReadingOptions readingOptionsForTypePasteboard(
+      std::string_view type, const vexil::platform::Pasteboard* pasteboard);
 
   /// The event, a schedule of it, the URL of a schedule file, and text.
   [[nodiscard]] std::vector<std::string> writableTypesForPasteboard(
-      const platform::Pasteboard* pasteboard) const override;
+      const vexil::platform::Pasteboard* pasteboard) const override;
   /// The file is promised, as a group's.
-  [[nodiscard]] platform::PasteboardWritingOptions writingOptionsForTypePasteboard(
-      std::string_view type, const platform::Pasteboard* pasteboard) const override;
+  [[nodiscard]] vexil::platform::PasteboardWritingOptions writingOptionsForTypePasteboard(
+      std::string_view type, const vexil::platform::Pasteboard* pasteboard) const override;
   /// As data `representedEvent`, and an array of it; the file as a group's; and as text the label
   /// itself, whatever it is.
-  [[nodiscard]] platform::Value pasteboardPropertyListForType(std::string_view type) const override;
+  [[nodiscard]] vexil::platform::Value pasteboardPropertyListForType(
+      std::string_view type) const override;
 
  protected:
-  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+  [[nodiscard]] const vexil::platform::KeyTable& keyTable() const override;
 };
 
 /// An event that may be run on demand: it shows its data like any event, but offers no switch.
@@ -511,9 +524,9 @@ class KRAVTWVDomainVexil : public KRAVTWVKind<KRAVTWVDomainVexil, KRAVTWVItemVex
   using KRAVTWVKind::KRAVTWVKind;
   ~KRAVTWVDomainVexil() override;
 
-  [[nodiscard]] platform::Value uniqueID() const override;
+  [[nodiscard]] vexil::platform::Value uniqueID() const override;
   /// The domain's name, translated when the strings table of the receiver's class has it as a key.
-  [[nodiscard]] platform::Value label() const override;
+  [[nodiscard]] vexil::platform::Value label() const override;
   [[nodiscard]] bool isGroup() const override { return true; }
 };
 
@@ -525,15 +538,15 @@ class KRAVTWVQueuedTriggerVexil : public KRAVTWVKind<KRAVTWVQueuedTriggerVexil, 
   using KRAVTWVKind::KRAVTWVKind;
   ~KRAVTWVQueuedTriggerVexil() override;
 
-  [[nodiscard]] platform::Value uniqueID() const override;
-  [[nodiscard]] platform::Value label() const override;
-  [[nodiscard]] platform::Value representedEvent() const override;
+  [[nodiscard]] vexil::platform::Value uniqueID() const override;
+  [[nodiscard]] vexil::platform::Value label() const override;
+  [[nodiscard]] vexil::platform::Value representedEvent() const override;
   /// The date in the record's trigger record.
-  [[nodiscard]] virtual platform::Value triggerDate() const;
+  [[nodiscard]] virtual vexil::platform::Value triggerDate() const;
   [[nodiscard]] std::set<std::string> keyPathsForValuesAffectedByRepresentedObject() const override;
 
  protected:
-  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+  [[nodiscard]] const vexil::platform::KeyTable& keyTable() const override;
 };
 
 /// A running event's record: the event and the host's own value for what it is doing. The label is
@@ -544,16 +557,16 @@ class KRAVTWVActiveEventVexil : public KRAVTWVKind<KRAVTWVActiveEventVexil, KRAV
   using KRAVTWVKind::KRAVTWVKind;
   ~KRAVTWVActiveEventVexil() override;
 
-  [[nodiscard]] platform::Value uniqueID() const override;
-  [[nodiscard]] platform::Value label() const override;
+  [[nodiscard]] vexil::platform::Value uniqueID() const override;
+  [[nodiscard]] vexil::platform::Value label() const override;
   [[nodiscard]] bool supportsEnabled() const override { return false; }
-  [[nodiscard]] platform::Value representedEvent() const override;
+  [[nodiscard]] vexil::platform::Value representedEvent() const override;
   /// What the host stored, handed on unchanged.
-  [[nodiscard]] virtual platform::Value activity() const;
+  [[nodiscard]] virtual vexil::platform::Value activity() const;
   [[nodiscard]] std::set<std::string> keyPathsForValuesAffectedByRepresentedObject() const override;
 
  protected:
-  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+  [[nodiscard]] const vexil::platform::KeyTable& keyTable() const override;
 };
 
 /// A network domain: a group whose label and identifier are the domain's name.
@@ -569,23 +582,23 @@ class KRAVTWVNetServiceVexil : public KRAVTWVKind<KRAVTWVNetServiceVexil, KRAVTW
  public:
   using KRAVTWVKind::KRAVTWVKind;
   /// `initWithNetService:`.
-  explicit KRAVTWVNetServiceVexil(std::shared_ptr<platform::NetService> service);
+  explicit KRAVTWVNetServiceVexil(std::shared_ptr<vexil::platform::NetService> service);
   ~KRAVTWVNetServiceVexil() override;
 
   /// Domain, type and name, separated by colons: "local.:_ipp._tcp.:Office".
-  [[nodiscard]] platform::Value uniqueID() const override;
-  [[nodiscard]] platform::Value label() const override;
-  [[nodiscard]] virtual platform::Value domain() const;
+  [[nodiscard]] vexil::platform::Value uniqueID() const override;
+  [[nodiscard]] vexil::platform::Value label() const override;
+  [[nodiscard]] virtual vexil::platform::Value domain() const;
 
-  [[nodiscard]] std::shared_ptr<platform::NetService> netService() const {
+  [[nodiscard]] std::shared_ptr<vexil::platform::NetService> netService() const {
     return read(_netService);
   }
-  void setNetService(std::shared_ptr<platform::NetService> service);
+  void setNetService(std::shared_ptr<vexil::platform::NetService> service);
 
  protected:
-  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+  [[nodiscard]] const vexil::platform::KeyTable& keyTable() const override;
 
  private:
-  void setNetServiceValue(const platform::Value& service);
-  std::shared_ptr<platform::NetService> _netService;
+  void setNetServiceValue(const vexil::platform::Value& service);
+  std::shared_ptr<vexil::platform::NetService> _netService;
 };

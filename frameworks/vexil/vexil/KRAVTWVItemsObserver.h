@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Observable.h>
 #include <vexil/KRAVTWVItemVexil.h>
+#include <vexil/platform/Observable.h>
 
 #include <memory>
 #include <optional>
@@ -14,7 +14,7 @@ class KRAVTWVItemsObserver;
 extern const std::string_view KRAVTWVItemsObserverKeyPathRoot;  ///< "root"
 
 /// Is told of every change of the children of any item of a watched tree.
-class KRAVTWVItemsObserverDelegate : public platform::Object {
+class KRAVTWVItemsObserverDelegate : public vexil::platform::Object {
  public:
   /// Called on the changing thread, after the change and inside the operation that makes it.
   ///
@@ -24,8 +24,8 @@ class KRAVTWVItemsObserverDelegate : public platform::Object {
   /// is two calls: a removal of the old items, then a setting with the new ones, both without
   /// indexes. `parent` is the item whose children changed.
   virtual void itemsObserverDidObserveItemsIndexesParent(
-      const std::shared_ptr<KRAVTWVItemsObserver>& observer, platform::ChangeKind kind,
-      const KRAVTWVItemArray& items, const std::optional<platform::IndexSet>& indexes,
+      const std::shared_ptr<KRAVTWVItemsObserver>& observer, vexil::platform::ChangeKind kind,
+      const KRAVTWVItemArray& items, const std::optional<vexil::platform::IndexSet>& indexes,
       const std::shared_ptr<KRAVTWVItemVexil>& parent) = 0;
 };
 
@@ -54,7 +54,7 @@ class KRAVTWVItemsObserverDelegate : public platform::Object {
 ///
 /// Throws `InvalidArgument` out of a change when a list of children is set from or to an absent
 /// one.
-class KRAVTWVItemsObserver : public platform::Observable, public platform::Observer {
+class KRAVTWVItemsObserver : public vexil::platform::Observable, public vexil::platform::Observer {
  public:
   /// An observer without root and delegate. It is made here and not by its constructor because it
   /// registers on itself, for "root", for which it has to be held already.
@@ -73,22 +73,24 @@ class KRAVTWVItemsObserver : public platform::Observable, public platform::Obser
   void setDelegate(const std::shared_ptr<KRAVTWVItemsObserverDelegate>& delegate);
 
   void observeValueForKeyPathOfObjectChangeContext(
-      const platform::Key& keyPath, const std::shared_ptr<platform::Observable>& object,
-      const platform::ChangeRecord& change, const platform::ContextToken* context) override;
+      const vexil::platform::Key& keyPath,
+      const std::shared_ptr<vexil::platform::Observable>& object,
+      const vexil::platform::ChangeRecord& change,
+      const vexil::platform::ContextToken* context) override;
 
  protected:
   KRAVTWVItemsObserver() = default;
-  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+  [[nodiscard]] const vexil::platform::KeyTable& keyTable() const override;
 
  private:
   class Watch;
 
-  void rootDidChange(const platform::ChangeRecord& change);
+  void rootDidChange(const vexil::platform::ChangeRecord& change);
   void childrenDidChange(const std::shared_ptr<KRAVTWVItemVexil>& parent,
-                         const platform::ChangeRecord& change);
+                         const vexil::platform::ChangeRecord& change);
   void leave(const std::shared_ptr<KRAVTWVItemVexil>& oldRoot) noexcept;
-  void setRootValue(const platform::Value& root);
-  void setDelegateValue(const platform::Value& delegate);
+  void setRootValue(const vexil::platform::Value& root);
+  void setDelegateValue(const vexil::platform::Value& delegate);
 
   std::weak_ptr<KRAVTWVItemVexil> _root;
   std::weak_ptr<KRAVTWVItemsObserverDelegate> _delegate;

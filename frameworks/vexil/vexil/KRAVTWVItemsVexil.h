@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Bundle.h>
-#include <platform/NetService.h>
-#include <platform/Observable.h>
-#include <platform/OutlineViewDataSource.h>
-#include <platform/Value.h>
 #include <vexil/KRAVTWVItemVexil.h>
+#include <vexil/platform/Bundle.h>
+#include <vexil/platform/NetService.h>
+#include <vexil/platform/Observable.h>
+#include <vexil/platform/OutlineViewDataSource.h>
+#include <vexil/platform/Value.h>
 
 #include <memory>
 #include <string_view>
 #include <typeinfo>
 #include <vector>
 
-namespace detail {
+namespace vexil::detail {
 class EventOrder;
 class FreshList;
 class RowsOfEvents;
-}  // namespace detail
+}  // namespace vexil::detail
 
 /// Keys of collections, for hosts that observe one or set it by key.
 extern const std::string_view KRAVTWVItemsVexilKeyPathRoot;          ///< "root"
@@ -44,7 +44,8 @@ extern const std::string_view KRAVTWVEngineVexilKeyPathAvailable;    ///< "avail
 ///
 /// It can stand as the data source of an outline view, and answers none of its questions: views
 /// reach the tree through `root`.
-class KRAVTWVItemsVexil : public platform::Observable, public platform::OutlineViewDataSource {
+class KRAVTWVItemsVexil : public vexil::platform::Observable,
+                          public vexil::platform::OutlineViewDataSource {
  public:
   KRAVTWVItemsVexil();
   ~KRAVTWVItemsVexil() override;
@@ -70,18 +71,20 @@ class KRAVTWVItemsVexil : public platform::Observable, public platform::OutlineV
   void rebuildRootChildren();
 
  protected:
-  [[nodiscard]] const platform::KeyTable& keyTable() const override { return itemsKeyTable(); }
-  static const platform::KeyTable& itemsKeyTable();
+  [[nodiscard]] const vexil::platform::KeyTable& keyTable() const override {
+    return itemsKeyTable();
+  }
+  static const vexil::platform::KeyTable& itemsKeyTable();
 
   /// What `rebuildRootChildren` sets: an item for each part of the input that is held. A null
   /// pointer means that there is no input, as in this class. A host's own collection overrides it.
   [[nodiscard]] virtual std::shared_ptr<KRAVTWVItemArray> itemsOfInput() const { return nullptr; }
 
   /// `replaceRootChildren` with items of which only those are made that are needed; of the library.
-  void mergeIntoRoot(detail::FreshList items);
+  void mergeIntoRoot(vexil::detail::FreshList items);
 
  private:
-  void setRootValue(const platform::Value& root);
+  void setRootValue(const vexil::platform::Value& root);
   std::shared_ptr<KRAVTWVItemVexil> _root;
 };
 
@@ -97,8 +100,8 @@ class KRAVTWVEventsVexil : public KRAVTWVItemsVexil {
 
   /// The records accepted last, in order; an empty array at first. Setting it is announced and does
   /// nothing else: the tree stays as it is.
-  [[nodiscard]] platform::Value sortedEvents() const { return read(_sortedEvents); }
-  void setSortedEvents(platform::Value sortedEvents);
+  [[nodiscard]] vexil::platform::Value sortedEvents() const { return read(_sortedEvents); }
+  void setSortedEvents(vexil::platform::Value sortedEvents);
 
   /// Accepts a new list, an array of event records in any order; also reached by setting the key
   /// "events", which can only be set.
@@ -118,15 +121,15 @@ class KRAVTWVEventsVexil : public KRAVTWVItemsVexil {
   /// allocated for a list that has not changed but a constant number of blocks. An item is made for
   /// each record that is new. Without identifiers and names that tell all records apart the list is
   /// sorted each time.
-  void setEvents(const platform::Value& events);
+  void setEvents(const vexil::platform::Value& events);
 
  protected:
-  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+  [[nodiscard]] const vexil::platform::KeyTable& keyTable() const override;
   [[nodiscard]] std::shared_ptr<KRAVTWVItemArray> itemsOfInput() const override;
 
  private:
-  platform::Value _sortedEvents = platform::Value::array({});
-  const std::unique_ptr<detail::EventOrder> _order;
+  vexil::platform::Value _sortedEvents = vexil::platform::Value::array({});
+  const std::unique_ptr<vexil::detail::EventOrder> _order;
 };
 
 /// All events under the domains that they belong to: a row a domain, with its events below it.
@@ -141,13 +144,13 @@ class KRAVTWVEventStoreVexil : public KRAVTWVItemsVexil {
 
   /// The domain records accepted last, in the host's order; an empty array at first. Setting it is
   /// announced and does nothing else.
-  [[nodiscard]] platform::Value orderedDomains() const { return read(_orderedDomains); }
-  void setOrderedDomains(platform::Value orderedDomains);
+  [[nodiscard]] vexil::platform::Value orderedDomains() const { return read(_orderedDomains); }
+  void setOrderedDomains(vexil::platform::Value orderedDomains);
 
   /// The event records accepted last, by name and then by identifier; an empty array at first.
   /// Setting it is announced and does nothing else.
-  [[nodiscard]] platform::Value sortedEvents() const { return read(_sortedEvents); }
-  void setSortedEvents(platform::Value sortedEvents);
+  [[nodiscard]] vexil::platform::Value sortedEvents() const { return read(_sortedEvents); }
+  void setSortedEvents(vexil::platform::Value sortedEvents);
 
   /// Accepts domain records, an array in the order in which they shall be shown; also reached by
   /// setting the key "domains", which can only be set.
@@ -157,13 +160,13 @@ class KRAVTWVEventStoreVexil : public KRAVTWVItemsVexil {
   /// records held and merged into the root's children. An absent list never equals the one held; it
   /// is stored as absent, and all rows go. Raises `InvalidArgument` for anything but an array, with
   /// nothing changed.
-  void setDomains(const platform::Value& domains);
+  void setDomains(const vexil::platform::Value& domains);
 
   /// The same for event records, in any order, under the key "events". They are sorted as
   /// `KRAVTWVEventsVexil::setEvents` says, at the cost it names, and it is the sorted list that is
   /// compared. Without a
   /// list, the domains stay as rows without events.
-  void setEvents(const platform::Value& events);
+  void setEvents(const vexil::platform::Value& events);
 
   /// The items of the top level for these records; the store itself has no part in it.
   ///
@@ -174,19 +177,19 @@ class KRAVTWVEventStoreVexil : public KRAVTWVItemsVexil {
   /// shows the last one. With a single domain left to show, the result is that row's own array of
   /// children.
   [[nodiscard]] static std::shared_ptr<KRAVTWVItemArray> itemsWithEventsAndDomains(
-      const platform::Value& events, const platform::Value& domains);
+      const vexil::platform::Value& events, const vexil::platform::Value& domains);
 
  protected:
-  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+  [[nodiscard]] const vexil::platform::KeyTable& keyTable() const override;
   [[nodiscard]] std::shared_ptr<KRAVTWVItemArray> itemsOfInput() const override;
 
  private:
   void rebuild();
 
-  platform::Value _orderedDomains = platform::Value::array({});
-  platform::Value _sortedEvents = platform::Value::array({});
-  const std::unique_ptr<detail::EventOrder> _order;
-  const std::unique_ptr<detail::RowsOfEvents> _rowsOfEvents;
+  vexil::platform::Value _orderedDomains = vexil::platform::Value::array({});
+  vexil::platform::Value _sortedEvents = vexil::platform::Value::array({});
+  const std::unique_ptr<vexil::detail::EventOrder> _order;
+  const std::unique_ptr<vexil::detail::RowsOfEvents> _rowsOfEvents;
 };
 
 /// What the engine is doing: three groups that are always there, each with an item a record, in the
@@ -209,18 +212,22 @@ class KRAVTWVEngineVexil : public KRAVTWVItemsVexil {
   KRAVTWVEngineVexil();
   ~KRAVTWVEngineVexil() override;
 
-  void setActive(const platform::Value& events);     ///< key "active", held as `activeEvents`
-  void setPending(const platform::Value& triggers);  ///< key "pending", held as `pendingTriggers`
-  void setAvailable(const platform::Value& events);  ///< key "available", as `onDemandAvailable`
+  void setActive(const vexil::platform::Value& events);  ///< key "active", held as `activeEvents`
+  void setPending(
+      const vexil::platform::Value& triggers);  ///< key "pending", held as `pendingTriggers`
+  void setAvailable(
+      const vexil::platform::Value& events);  ///< key "available", as `onDemandAvailable`
 
   /// The lists that are held; empty arrays at first. Setting one directly is announced, and shows
   /// with the next rebuild.
-  [[nodiscard]] platform::Value activeEvents() const { return read(_activeEvents); }
-  void setActiveEvents(platform::Value events);
-  [[nodiscard]] platform::Value pendingTriggers() const { return read(_pendingTriggers); }
-  void setPendingTriggers(platform::Value triggers);
-  [[nodiscard]] platform::Value onDemandAvailable() const { return read(_onDemandAvailable); }
-  void setOnDemandAvailable(platform::Value events);
+  [[nodiscard]] vexil::platform::Value activeEvents() const { return read(_activeEvents); }
+  void setActiveEvents(vexil::platform::Value events);
+  [[nodiscard]] vexil::platform::Value pendingTriggers() const { return read(_pendingTriggers); }
+  void setPendingTriggers(vexil::platform::Value triggers);
+  [[nodiscard]] vexil::platform::Value onDemandAvailable() const {
+    return read(_onDemandAvailable);
+  }
+  void setOnDemandAvailable(vexil::platform::Value events);
 
   /// Builds all items from the lists that are held and merges them into the root's children.
   void updateItemsForEngine();
@@ -232,22 +239,23 @@ class KRAVTWVEngineVexil : public KRAVTWVItemsVexil {
   ///     HostEngine::HostEngine() : KRAVTWVEngineVexil(typeid(HostEngine)) {}
   explicit KRAVTWVEngineVexil(const std::type_info& ownClass);
 
-  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+  [[nodiscard]] const vexil::platform::KeyTable& keyTable() const override;
   [[nodiscard]] std::shared_ptr<KRAVTWVItemArray> itemsOfInput() const override;
 
  private:
-  void accept(const platform::Value& list, platform::Value (KRAVTWVEngineVexil::*held)() const,
-              void (KRAVTWVEngineVexil::*hold)(platform::Value));
+  void accept(const vexil::platform::Value& list,
+              vexil::platform::Value (KRAVTWVEngineVexil::*held)() const,
+              void (KRAVTWVEngineVexil::*hold)(vexil::platform::Value));
   [[nodiscard]] std::shared_ptr<KRAVTWVItemArray> itemsLabelledFrom(
-      const platform::Bundle& strings) const;
+      const vexil::platform::Bundle& strings) const;
 
-  platform::Value _activeEvents = platform::Value::array({});
-  platform::Value _pendingTriggers = platform::Value::array({});
-  platform::Value _onDemandAvailable = platform::Value::array({});
+  vexil::platform::Value _activeEvents = vexil::platform::Value::array({});
+  vexil::platform::Value _pendingTriggers = vexil::platform::Value::array({});
+  vexil::platform::Value _onDemandAvailable = vexil::platform::Value::array({});
 };
 
 /// An ordered array of network services; none of them is a null pointer.
-using KRAVTWVNetServiceArray = std::vector<std::shared_ptr<platform::NetService>>;
+using KRAVTWVNetServiceArray = std::vector<std::shared_ptr<vexil::platform::NetService>>;
 
 /// Network services by their domain, in one of two shapes: a group a domain with its services in
 /// it, or a flat list in which each domain's header stands before its services.
@@ -287,7 +295,7 @@ class KRAVTWVServicesVexil : public KRAVTWVItemsVexil {
   /// items. Nothing happens when an equal one is held: each that is held is asked, and is the
   /// receiver of `isEqual`. Throws `InvalidArgument` when the service is absent; also when it has
   /// no domain, but then it is held, and every rebuild throws until it is removed.
-  void addService(const std::shared_ptr<platform::NetService>& service);
+  void addService(const std::shared_ptr<vexil::platform::NetService>& service);
 
   /// Adds many services as if each came in turn, but sorts and rebuilds once: for a burst of them.
   /// What is announced is therefore what one merge announces of all that came. Of equal ones the
@@ -301,7 +309,7 @@ class KRAVTWVServicesVexil : public KRAVTWVItemsVexil {
   void addServices(const KRAVTWVNetServiceArray& services);
 
   /// Removes a service and rebuilds the items. Nothing happens when no equal one is held.
-  void removeService(const std::shared_ptr<platform::NetService>& service);
+  void removeService(const std::shared_ptr<vexil::platform::NetService>& service);
 
   /// Removes many services as if each went in turn, but rebuilds once. Nothing happens when none of
   /// them is held; a null pointer among them is not. Asks as `addServices` does.
@@ -315,15 +323,15 @@ class KRAVTWVServicesVexil : public KRAVTWVItemsVexil {
   void updateItemsForServices();
 
  protected:
-  [[nodiscard]] const platform::KeyTable& keyTable() const override;
+  [[nodiscard]] const vexil::platform::KeyTable& keyTable() const override;
   [[nodiscard]] std::shared_ptr<KRAVTWVItemArray> itemsOfInput() const override;
 
  private:
   void takeIn(const KRAVTWVNetServiceArray& added);
   void takeOut(const KRAVTWVNetServiceArray& found);
-  void setGroupByDomainValue(const platform::Value& groupByDomain);
-  [[nodiscard]] platform::Value sortedServicesValue() const;
-  void setSortedServicesValue(const platform::Value& sortedServices);
+  void setGroupByDomainValue(const vexil::platform::Value& groupByDomain);
+  [[nodiscard]] vexil::platform::Value sortedServicesValue() const;
+  void setSortedServicesValue(const vexil::platform::Value& sortedServices);
 
   bool _groupByDomain = false;
   std::shared_ptr<KRAVTWVNetServiceArray> _sortedServices =

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <platform/NetService.h>
 #include <replay/Arguments.h>
 #include <replay/Constants.h>
 #include <replay/Malformed.h>
 #include <replay/Objects.h>
+#include <vexil/platform/NetService.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -13,6 +13,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+namespace platform = vexil::platform;
 
 namespace replay {
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Value.h>
 #include <replay/Names.h>
 #include <replay/TemporaryFiles.h>
+#include <vexil/platform/Value.h>
 
 namespace replay {
 
@@ -19,7 +19,7 @@ namespace replay {
 ///
 /// Raises `Malformed` when such a dictionary is none of these, when nothing is bound to the name,
 /// or when the file cannot be written.
-[[nodiscard]] platform::Value argumentFrom(const platform::Value& written, const Names& names,
-                                           TemporaryFiles& files);
+[[nodiscard]] vexil::platform::Value argumentFrom(const vexil::platform::Value& written,
+                                                  const Names& names, TemporaryFiles& files);
 
 }  // namespace replay

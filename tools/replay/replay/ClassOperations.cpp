@@ -8,6 +8,8 @@
 #include <memory>
 #include <utility>
 
+namespace platform = vexil::platform;
+
 namespace replay {
 
 using platform::Key;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <platform/PropertyList.h>
 #include <replay/CommandLine.h>
 #include <replay/Input.h>
 #include <replay/Malformed.h>
 #include <replay/Scenario.h>
+#include <vexil/platform/PropertyList.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -13,6 +13,8 @@
 #include <string_view>
 #include <system_error>
 #include <vector>
+
+namespace platform = vexil::platform;
 
 namespace replay {
 namespace {

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <platform/TypeIdentifier.h>
 #include <replay/Constants.h>
 #include <ternwood/Ternwood.h>
+#include <vexil/platform/TypeIdentifier.h>
 
 #include <span>
+
+namespace platform = vexil::platform;
 
 namespace replay {
 

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <platform/PropertyList.h>
 #include <replay/Input.h>
+#include <vexil/platform/PropertyList.h>
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
+
+namespace platform = vexil::platform;
 
 namespace replay {
 

@@ -2,6 +2,8 @@
 #include <replay/Operations.h>
 #include <vexil/KRAVTWVItemVexil.h>
 
+namespace platform = vexil::platform;
+
 namespace replay {
 
 using platform::Value;

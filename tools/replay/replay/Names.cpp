@@ -3,6 +3,8 @@
 
 #include <utility>
 
+namespace platform = vexil::platform;
+
 namespace replay {
 
 const platform::Value* Names::find(std::string_view name) const {

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Hash.h>
-#include <platform/Value.h>
 #include <replay/Registry.h>
+#include <vexil/platform/Value.h>
+#include <vexil/platform/detail/Hash.h>
 
 #include <functional>
 #include <string>
@@ -20,17 +20,19 @@ class Names {
   explicit Names(Registry& registry) : _registry(registry) {}
 
   /// Null when nothing is bound to the name.
-  [[nodiscard]] const platform::Value* find(std::string_view name) const;
+  [[nodiscard]] const vexil::platform::Value* find(std::string_view name) const;
 
   /// Replaces what is bound to the name; an absent value leaves nothing bound.
-  void bind(std::string_view name, platform::Value value);
+  void bind(std::string_view name, vexil::platform::Value value);
 
   void unbind(std::string_view name) { bind(name, {}); }
   void unbindAll() { _values.clear(); }
 
  private:
   Registry& _registry;
-  std::unordered_map<std::string, platform::Value, platform::HashOfText, std::equal_to<>> _values;
+  std::unordered_map<std::string, vexil::platform::Value, vexil::platform::HashOfText,
+                     std::equal_to<>>
+      _values;
 };
 
 }  // namespace replay

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Files.h>
-#include <platform/IndexSet.h>
-#include <platform/Object.h>
+#include <vexil/platform/Files.h>
+#include <vexil/platform/IndexSet.h>
+#include <vexil/platform/Object.h>
 
 #include <set>
 #include <string>
@@ -15,28 +15,28 @@ namespace replay {
 // to names, and stand wherever a value can.
 
 /// An index set; equal by content.
-class Indexes final : public platform::Object {
+class Indexes final : public vexil::platform::Object {
  public:
-  explicit Indexes(platform::IndexSet indexes) : _indexes(std::move(indexes)) {}
-  [[nodiscard]] const platform::IndexSet& indexes() const { return _indexes; }
+  explicit Indexes(vexil::platform::IndexSet indexes) : _indexes(std::move(indexes)) {}
+  [[nodiscard]] const vexil::platform::IndexSet& indexes() const { return _indexes; }
 
-  [[nodiscard]] bool isEqual(const platform::Object& other) const override {
+  [[nodiscard]] bool isEqual(const vexil::platform::Object& other) const override {
     const auto* set = dynamic_cast<const Indexes*>(&other);
     return set != nullptr && _indexes == set->_indexes;
   }
   [[nodiscard]] std::size_t hash() const override { return _indexes.count(); }
 
  private:
-  platform::IndexSet _indexes;
+  vexil::platform::IndexSet _indexes;
 };
 
 /// A set of strings; equal by content.
-class StringSet final : public platform::Object {
+class StringSet final : public vexil::platform::Object {
  public:
   explicit StringSet(std::set<std::string> strings) : _strings(std::move(strings)) {}
   [[nodiscard]] const std::set<std::string>& strings() const { return _strings; }
 
-  [[nodiscard]] bool isEqual(const platform::Object& other) const override {
+  [[nodiscard]] bool isEqual(const vexil::platform::Object& other) const override {
     const auto* set = dynamic_cast<const StringSet*>(&other);
     return set != nullptr && _strings == set->_strings;
   }
@@ -47,13 +47,13 @@ class StringSet final : public platform::Object {
 };
 
 /// The place of a directory.
-class Directory final : public platform::Object {
+class Directory final : public vexil::platform::Object {
  public:
-  explicit Directory(platform::FileURL url) : _url(std::move(url)) {}
-  [[nodiscard]] const platform::FileURL& url() const { return _url; }
+  explicit Directory(vexil::platform::FileURL url) : _url(std::move(url)) {}
+  [[nodiscard]] const vexil::platform::FileURL& url() const { return _url; }
 
  private:
-  platform::FileURL _url;
+  vexil::platform::FileURL _url;
 };
 
 }  // namespace replay

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <platform/Observable.h>
 #include <replay/Operations.h>
 #include <vexil/KRAVTWVItemsObserver.h>
+#include <vexil/platform/Observable.h>
+
+namespace platform = vexil::platform;
 
 namespace replay {
 

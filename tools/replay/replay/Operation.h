@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Files.h>
-#include <platform/Value.h>
 #include <replay/Objects.h>
 #include <replay/Parameter.h>
 #include <replay/Transcript.h>
+#include <vexil/platform/Files.h>
+#include <vexil/platform/Value.h>
 
 #include <concepts>
 #include <cstddef>
@@ -25,9 +25,9 @@ namespace replay {
 /// One step in which an operation is to be performed, its arguments read.
 struct Call {
   std::shared_ptr<Transcript> transcript;
-  std::optional<std::string> on;  ///< the receiver's name,
-  platform::Value receiver;       ///< and what is bound to it; absent without one
-  std::vector<platform::Value> arguments;
+  std::optional<std::string> on;    ///< the receiver's name,
+  vexil::platform::Value receiver;  ///< and what is bound to it; absent without one
+  std::vector<vexil::platform::Value> arguments;
   std::optional<std::string> as;  ///< the name for the result
 };
 
@@ -36,32 +36,32 @@ struct Call {
 struct Operation {
   struct Parameter {
     std::string_view what;
-    bool (*takes)(const platform::Value& argument);
+    bool (*takes)(const vexil::platform::Value& argument);
   };
 
   std::string_view name;
   std::vector<Parameter> parameters;
   /// Whether an object answers it; always, of an operation that has none for its receiver.
-  bool (*answers)(const platform::Value& receiver);
+  bool (*answers)(const vexil::platform::Value& receiver);
   /// The result, which may be absent; nothing where the operation has none.
-  std::function<std::optional<platform::Value>(const Call&)> perform;
+  std::function<std::optional<vexil::platform::Value>(const Call&)> perform;
 
   // What sets some operations apart.
 
   bool printsResult = true;  ///< not so for what merely makes the object that is bound
   bool needsName = false;    ///< makes no sense without a name for the result
   /// Prints the result otherwise than as a value.
-  std::function<std::string(const Call&, const platform::Value& result)> print = {};
+  std::function<std::string(const Call&, const vexil::platform::Value& result)> print = {};
 };
 
 namespace detail {
 
 template <class Class>
-bool isA(const platform::Value& receiver) {
+bool isA(const vexil::platform::Value& receiver) {
   return dynamic_cast<Class*>(receiver.object().get()) != nullptr;
 }
 
-inline bool isAnything(const platform::Value&) {
+inline bool isAnything(const vexil::platform::Value&) {
   return true;
 }
 
@@ -74,35 +74,39 @@ Operation::Parameter parameterOf() {
 // What an operation returns, as a value.
 
 template <class T>
-  requires std::constructible_from<platform::Value, T>
-platform::Value resultOf(T&& result) {
-  return platform::Value(std::forward<T>(result));
+  requires std::constructible_from<vexil::platform::Value, T>
+vexil::platform::Value resultOf(T&& result) {
+  return vexil::platform::Value(std::forward<T>(result));
 }
 template <class Class>
-platform::Value resultOf(const std::vector<std::shared_ptr<Class>>& objects) {
-  return platform::Value::arrayOfObjects(objects);
+vexil::platform::Value resultOf(const std::vector<std::shared_ptr<Class>>& objects) {
+  return vexil::platform::Value::arrayOfObjects(objects);
 }
 template <class Class>
-platform::Value resultOf(const std::shared_ptr<std::vector<std::shared_ptr<Class>>>& objects) {
-  return objects ? resultOf(*objects) : platform::Value();
+vexil::platform::Value resultOf(
+    const std::shared_ptr<std::vector<std::shared_ptr<Class>>>& objects) {
+  return objects ? resultOf(*objects) : vexil::platform::Value();
 }
-inline platform::Value resultOf(std::set<std::string> strings) {
+inline vexil::platform::Value resultOf(std::set<std::string> strings) {
   return std::make_shared<StringSet>(std::move(strings));
 }
-inline platform::Value resultOf(const std::vector<std::string>& strings) {
-  return platform::Value::array(std::vector<platform::Value>(strings.begin(), strings.end()));
+inline vexil::platform::Value resultOf(const std::vector<std::string>& strings) {
+  return vexil::platform::Value::array(
+      std::vector<vexil::platform::Value>(strings.begin(), strings.end()));
 }
 template <class Options>
   requires std::is_enum_v<Options>
-platform::Value resultOf(Options options) {
+vexil::platform::Value resultOf(Options options) {
   return static_cast<std::underlying_type_t<Options>>(options);
 }
-inline platform::Value resultOf(const std::optional<platform::FileURL>& directory) {
-  return directory ? platform::Value(std::make_shared<Directory>(*directory)) : platform::Value();
+inline vexil::platform::Value resultOf(const std::optional<vexil::platform::FileURL>& directory) {
+  return directory ? vexil::platform::Value(std::make_shared<Directory>(*directory))
+                   : vexil::platform::Value();
 }
 
 template <class Function, class... Arguments>
-std::optional<platform::Value> resultOfCalling(Function& function, Arguments&&... arguments) {
+std::optional<vexil::platform::Value> resultOfCalling(Function& function,
+                                                      Arguments&&... arguments) {
   if constexpr (std::is_void_v<std::invoke_result_t<Function&, Arguments...>>) {
     std::invoke(function, std::forward<Arguments>(arguments)...);
     return std::nullopt;

@@ -7,6 +7,8 @@
 #include <string>
 #include <unordered_map>
 
+namespace platform = vexil::platform;
+
 namespace replay {
 namespace {
 

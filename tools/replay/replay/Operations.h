@@ -14,7 +14,7 @@ namespace replay {
 /// The operation that an object answers under a name, that a class answers, or that needs no
 /// receiver. Raise `Malformed` where there is none.
 [[nodiscard]] const Operation& operationOfObject(std::string_view name,
-                                                 const platform::Value& receiver);
+                                                 const vexil::platform::Value& receiver);
 [[nodiscard]] const Operation& operationOfClass(std::string_view name, std::string_view className);
 [[nodiscard]] const Operation& operationWithoutReceiver(std::string_view name);
 

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/IndexSet.h>
-#include <platform/Key.h>
-#include <platform/NetService.h>
-#include <platform/Observing.h>
-#include <platform/Pasteboard.h>
-#include <platform/Value.h>
 #include <replay/Objects.h>
 #include <vexil/KRAVTWVItemVexil.h>
 #include <vexil/KRAVTWVItemsObserver.h>
+#include <vexil/platform/IndexSet.h>
+#include <vexil/platform/Key.h>
+#include <vexil/platform/NetService.h>
+#include <vexil/platform/Observing.h>
+#include <vexil/platform/Pasteboard.h>
+#include <vexil/platform/Value.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -30,66 +30,72 @@ struct Parameter;
 
 /// Anything.
 template <>
-struct Parameter<platform::Value> {
+struct Parameter<vexil::platform::Value> {
   static constexpr std::string_view what = "a value";
-  static bool takes(const platform::Value&) { return true; }
-  static platform::Value from(const platform::Value& argument) { return argument; }
+  static bool takes(const vexil::platform::Value&) { return true; }
+  static vexil::platform::Value from(const vexil::platform::Value& argument) { return argument; }
 };
 
 template <>
 struct Parameter<std::string_view> {
   static constexpr std::string_view what = "a string";
-  static bool takes(const platform::Value& argument) {
+  static bool takes(const vexil::platform::Value& argument) {
     return argument.isAbsent() || argument.isString();
   }
-  static std::string_view from(const platform::Value& argument) { return argument.string(); }
+  static std::string_view from(const vexil::platform::Value& argument) { return argument.string(); }
 };
 
 template <>
-struct Parameter<platform::Key> {
+struct Parameter<vexil::platform::Key> {
   static constexpr std::string_view what = "a key";
-  static bool takes(const platform::Value& argument) { return argument.isString(); }
-  static platform::Key from(const platform::Value& argument) { return argument.string(); }
+  static bool takes(const vexil::platform::Value& argument) { return argument.isString(); }
+  static vexil::platform::Key from(const vexil::platform::Value& argument) {
+    return argument.string();
+  }
 };
 
 template <>
 struct Parameter<std::size_t> {
   static constexpr std::string_view what = "an integer from 0 on";
-  static bool takes(const platform::Value& argument) {
+  static bool takes(const vexil::platform::Value& argument) {
     return argument.unsignedInteger().has_value();
   }
-  static std::size_t from(const platform::Value& argument) { return *argument.unsignedInteger(); }
+  static std::size_t from(const vexil::platform::Value& argument) {
+    return *argument.unsignedInteger();
+  }
 };
 
 /// No scenario has a pasteboard, so what is asked is asked in general.
 template <>
-struct Parameter<const platform::Pasteboard*> {
+struct Parameter<const vexil::platform::Pasteboard*> {
   static constexpr std::string_view what = "an absent pasteboard";
-  static bool takes(const platform::Value& argument) { return argument.isAbsent(); }
-  static const platform::Pasteboard* from(const platform::Value& /*argument*/) { return nullptr; }
+  static bool takes(const vexil::platform::Value& argument) { return argument.isAbsent(); }
+  static const vexil::platform::Pasteboard* from(const vexil::platform::Value& /*argument*/) {
+    return nullptr;
+  }
 };
 
 /// A reference to an object of a class, be it of the library or of this tool.
 template <class Class>
 struct Parameter<std::shared_ptr<Class>> {
   static constexpr std::string_view what = "an object of the right class";
-  static bool takes(const platform::Value& argument) {
+  static bool takes(const vexil::platform::Value& argument) {
     return argument.isAbsent() || dynamic_cast<Class*>(argument.object().get()) != nullptr;
   }
-  static std::shared_ptr<Class> from(const platform::Value& argument) {
+  static std::shared_ptr<Class> from(const vexil::platform::Value& argument) {
     return std::dynamic_pointer_cast<Class>(argument.object());
   }
 };
 
 template <>
-struct Parameter<platform::IndexSet> {
+struct Parameter<vexil::platform::IndexSet> {
   static constexpr std::string_view what = "an index set";
-  static bool takes(const platform::Value& argument) {
+  static bool takes(const vexil::platform::Value& argument) {
     return Parameter<std::shared_ptr<Indexes>>::takes(argument);
   }
-  static platform::IndexSet from(const platform::Value& argument) {
+  static vexil::platform::IndexSet from(const vexil::platform::Value& argument) {
     const auto indexes = Parameter<std::shared_ptr<Indexes>>::from(argument);
-    return indexes ? indexes->indexes() : platform::IndexSet();
+    return indexes ? indexes->indexes() : vexil::platform::IndexSet();
   }
 };
 
@@ -97,20 +103,20 @@ struct Parameter<platform::IndexSet> {
 template <class Class>
 struct Parameter<std::shared_ptr<std::vector<std::shared_ptr<Class>>>> {
   static constexpr std::string_view what = "an array of objects of the right class";
-  static bool takes(const platform::Value& argument) {
-    const auto isElement = [](const platform::Value& element) {
+  static bool takes(const vexil::platform::Value& argument) {
+    const auto isElement = [](const vexil::platform::Value& element) {
       return dynamic_cast<Class*>(element.object().get()) != nullptr;
     };
     return argument.isAbsent() ||
            (argument.isArray() && std::ranges::all_of(argument.elements(), isElement));
   }
   static std::shared_ptr<std::vector<std::shared_ptr<Class>>> from(
-      const platform::Value& argument) {
+      const vexil::platform::Value& argument) {
     if (argument.isAbsent()) {
       return nullptr;
     }
     auto objects = std::make_shared<std::vector<std::shared_ptr<Class>>>();
-    for (const platform::Value& element : argument.elements()) {
+    for (const vexil::platform::Value& element : argument.elements()) {
       objects->push_back(std::dynamic_pointer_cast<Class>(element.object()));
     }
     return objects;
@@ -124,8 +130,8 @@ template <>
 struct Parameter<KRAVTWVItemArray> {
   using Items = Parameter<std::shared_ptr<KRAVTWVItemArray>>;
   static constexpr std::string_view what = Items::what;
-  static bool takes(const platform::Value& argument) { return Items::takes(argument); }
-  static KRAVTWVItemArray from(const platform::Value& argument) {
+  static bool takes(const vexil::platform::Value& argument) { return Items::takes(argument); }
+  static KRAVTWVItemArray from(const vexil::platform::Value& argument) {
     return argument.isAbsent() ? KRAVTWVItemArray() : std::move(*Items::from(argument));
   }
 };
@@ -133,21 +139,21 @@ struct Parameter<KRAVTWVItemArray> {
 template <>
 struct Parameter<bool> {
   static constexpr std::string_view what = "a boolean";
-  static bool takes(const platform::Value& argument) { return argument.isNumber(); }
-  static bool from(const platform::Value& argument) { return argument.booleanReading(); }
+  static bool takes(const vexil::platform::Value& argument) { return argument.isNumber(); }
+  static bool from(const vexil::platform::Value& argument) { return argument.booleanReading(); }
 };
 
 /// A list of records, which may be of any kind themselves.
 struct Records {
-  platform::Value array;
+  vexil::platform::Value array;
 };
 template <>
 struct Parameter<Records> {
   static constexpr std::string_view what = "an array";
-  static bool takes(const platform::Value& argument) {
+  static bool takes(const vexil::platform::Value& argument) {
     return argument.isAbsent() || argument.isArray();
   }
-  static Records from(const platform::Value& argument) { return {argument}; }
+  static Records from(const vexil::platform::Value& argument) { return {argument}; }
 };
 
 /// An item that must be there.
@@ -157,36 +163,36 @@ struct PresentItem {
 template <>
 struct Parameter<PresentItem> {
   static constexpr std::string_view what = "an item";
-  static bool takes(const platform::Value& argument) {
+  static bool takes(const vexil::platform::Value& argument) {
     return dynamic_cast<KRAVTWVItemVexil*>(argument.object().get()) != nullptr;
   }
-  static PresentItem from(const platform::Value& argument) {
+  static PresentItem from(const vexil::platform::Value& argument) {
     return {std::dynamic_pointer_cast<KRAVTWVItemVexil>(argument.object())};
   }
 };
 
 template <>
-struct Parameter<platform::ObservingOptions> {
+struct Parameter<vexil::platform::ObservingOptions> {
   static constexpr std::string_view what = "observing options, 0 to 3";
-  static bool takes(const platform::Value& argument) {
+  static bool takes(const vexil::platform::Value& argument) {
     return argument.unsignedInteger().value_or(std::numeric_limits<std::uint64_t>::max()) <= 3;
   }
-  static platform::ObservingOptions from(const platform::Value& argument) {
-    return static_cast<platform::ObservingOptions>(*argument.unsignedInteger());
+  static vexil::platform::ObservingOptions from(const vexil::platform::Value& argument) {
+    return static_cast<vexil::platform::ObservingOptions>(*argument.unsignedInteger());
   }
 };
 
 /// The text of a context, or none.
 struct ContextText {
-  platform::Value text;
+  vexil::platform::Value text;
 };
 template <>
 struct Parameter<ContextText> {
   static constexpr std::string_view what = "a context";
-  static bool takes(const platform::Value& argument) {
+  static bool takes(const vexil::platform::Value& argument) {
     return Parameter<std::string_view>::takes(argument);
   }
-  static ContextText from(const platform::Value& argument) { return {argument}; }
+  static ContextText from(const vexil::platform::Value& argument) { return {argument}; }
 };
 
 }  // namespace replay

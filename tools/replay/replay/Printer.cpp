@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+namespace platform = vexil::platform;
+
 namespace replay {
 
 using platform::Value;

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Files.h>
-#include <platform/IndexSet.h>
-#include <platform/NetService.h>
-#include <platform/Observing.h>
-#include <platform/Value.h>
 #include <replay/Registry.h>
 #include <replay/TemporaryFiles.h>
 #include <vexil/KRAVTWVItemVexil.h>
+#include <vexil/platform/Files.h>
+#include <vexil/platform/IndexSet.h>
+#include <vexil/platform/NetService.h>
+#include <vexil/platform/Observing.h>
+#include <vexil/platform/Value.h>
 
 #include <functional>
 #include <memory>
@@ -29,13 +29,13 @@ namespace replay {
 /// The texts of values that are the same in every transcript.
 [[nodiscard]] std::string printedReal(double real);
 [[nodiscard]] std::string printedData(std::span<const std::byte> bytes);
-[[nodiscard]] std::string printedIndexes(const std::optional<platform::IndexSet>& indexes);
-[[nodiscard]] std::string_view printedKind(platform::ChangeKind kind) noexcept;
+[[nodiscard]] std::string printedIndexes(const std::optional<vexil::platform::IndexSet>& indexes);
+[[nodiscard]] std::string_view printedKind(vexil::platform::ChangeKind kind) noexcept;
 /// In quotes; what is no part of a line stands behind a backslash.
 [[nodiscard]] std::string printedString(std::string_view text);
 
 /// The class's own name, without the namespace of this tool's classes.
-[[nodiscard]] std::string printedClass(const platform::Object& object);
+[[nodiscard]] std::string printedClass(const vexil::platform::Object& object);
 
 /// Prints values with the numbers and names that one registry gives. Numbers are given as they are
 /// printed, from left to right. Nothing here recurses, however deep a value or a tree is.
@@ -44,13 +44,13 @@ class Printer {
   /// Both must outlive the printer.
   Printer(Registry& registry, const TemporaryFiles& files) : _registry(registry), _files(files) {}
 
-  [[nodiscard]] std::string value(const platform::Value& value);
+  [[nodiscard]] std::string value(const vexil::platform::Value& value);
 
   /// Items in brackets.
   [[nodiscard]] std::string items(const KRAVTWVItemArray& items);
 
   /// The name of an object that is neither item nor anything else with a notation of its own.
-  [[nodiscard]] std::string name(const platform::Object& object) const;
+  [[nodiscard]] std::string name(const vexil::platform::Object& object) const;
 
   /// Hands out the lines of the tree from `root`, which is not absent, on down. An item that stands
   /// below itself is shown there without what is below it.
@@ -58,17 +58,17 @@ class Printer {
             const std::function<void(std::string_view)>& line);
 
   /// How a directory is found: `directory(empty)`, `directory(not empty)` or `directory(missing)`.
-  [[nodiscard]] static std::string directory(const platform::FileURL& url);
+  [[nodiscard]] static std::string directory(const vexil::platform::FileURL& url);
 
   /// What an item gave for a pasteboard type: the content of binary property lists rather than
   /// their bytes, and that of a schedule file together with the file's own name.
-  [[nodiscard]] std::string pasteboardContent(const platform::Value& content,
+  [[nodiscard]] std::string pasteboardContent(const vexil::platform::Value& content,
                                               std::string_view type);
 
  private:
   struct Open;
-  void begin(std::string& text, std::vector<Open>& open, const platform::Value& value);
-  void beginObject(std::string& text, std::vector<Open>& open, const platform::Value& value);
+  void begin(std::string& text, std::vector<Open>& open, const vexil::platform::Value& value);
+  void beginObject(std::string& text, std::vector<Open>& open, const vexil::platform::Value& value);
   [[nodiscard]] std::string string(std::string_view string) const;
   [[nodiscard]] std::string data(std::span<const std::byte> bytes) const;
   [[nodiscard]] std::string itemLine(const std::shared_ptr<KRAVTWVItemVexil>& item,

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <platform/PropertyList.h>
-#include <platform/TypeIdentifier.h>
 #include <replay/Input.h>
 #include <replay/Printer.h>
 #include <ternwood/Ternwood.h>
+#include <vexil/platform/PropertyList.h>
+#include <vexil/platform/TypeIdentifier.h>
 
 #include <fstream>
 #include <span>
 #include <system_error>
+
+namespace platform = vexil::platform;
 
 namespace replay {
 

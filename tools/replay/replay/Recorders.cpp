@@ -3,6 +3,8 @@
 
 #include <utility>
 
+namespace platform = vexil::platform;
+
 namespace replay {
 
 std::shared_ptr<Watch> Watch::on(const std::shared_ptr<platform::Observable>& object,

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Observable.h>
-#include <platform/Observing.h>
 #include <replay/Transcript.h>
 #include <vexil/KRAVTWVItemsObserver.h>
+#include <vexil/platform/Observable.h>
+#include <vexil/platform/Observing.h>
 
 #include <memory>
 #include <optional>
@@ -15,31 +15,33 @@ namespace replay {
 /// Prints each change that it is told of:
 ///
 ///     notice w #1(KRAVTWVGroupVexil "root") children removal indexes={0} old=[...] new=absent
-class Watch final : public platform::Object, public platform::Observer {
+class Watch final : public vexil::platform::Object, public vexil::platform::Observer {
  public:
   /// A watch of this name that is registered for both values of `key`, under a context of its own.
   /// It keeps `object` as little alive as the registration does.
-  static std::shared_ptr<Watch> on(const std::shared_ptr<platform::Observable>& object,
-                                   const platform::Key& key, std::string name,
+  static std::shared_ptr<Watch> on(const std::shared_ptr<vexil::platform::Observable>& object,
+                                   const vexil::platform::Key& key, std::string name,
                                    std::shared_ptr<Transcript> transcript);
 
-  Watch(const std::shared_ptr<platform::Observable>& object, platform::Key key, std::string name,
-        std::shared_ptr<Transcript> transcript);
+  Watch(const std::shared_ptr<vexil::platform::Observable>& object, vexil::platform::Key key,
+        std::string name, std::shared_ptr<Transcript> transcript);
 
   /// Withdraws the registration, with what `Observable::removeObserver` raises when it has been
   /// withdrawn before. Nothing happens when the object is gone, and the registration with it.
   static void end(const std::shared_ptr<Watch>& watch);
 
   void observeValueForKeyPathOfObjectChangeContext(
-      const platform::Key& keyPath, const std::shared_ptr<platform::Observable>& object,
-      const platform::ChangeRecord& change, const platform::ContextToken* context) override;
+      const vexil::platform::Key& keyPath,
+      const std::shared_ptr<vexil::platform::Observable>& object,
+      const vexil::platform::ChangeRecord& change,
+      const vexil::platform::ContextToken* context) override;
 
  private:
-  std::weak_ptr<platform::Observable> _object;
-  platform::Key _key;
+  std::weak_ptr<vexil::platform::Observable> _object;
+  vexil::platform::Key _key;
   std::string _name;
   std::shared_ptr<Transcript> _transcript;
-  platform::ContextToken _context{"replay::Watch"};
+  vexil::platform::ContextToken _context{"replay::Watch"};
 };
 
 /// Prints each report of an items observer:
@@ -50,8 +52,8 @@ class Delegate final : public KRAVTWVItemsObserverDelegate {
   explicit Delegate(std::shared_ptr<Transcript> transcript) : _transcript(std::move(transcript)) {}
 
   void itemsObserverDidObserveItemsIndexesParent(
-      const std::shared_ptr<KRAVTWVItemsObserver>& observer, platform::ChangeKind kind,
-      const KRAVTWVItemArray& items, const std::optional<platform::IndexSet>& indexes,
+      const std::shared_ptr<KRAVTWVItemsObserver>& observer, vexil::platform::ChangeKind kind,
+      const KRAVTWVItemArray& items, const std::optional<vexil::platform::IndexSet>& indexes,
       const std::shared_ptr<KRAVTWVItemVexil>& parent) override;
 
  private:

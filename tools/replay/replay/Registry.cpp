@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <utility>
 
+namespace platform = vexil::platform;
+
 namespace replay {
 
 std::size_t Registry::numberOf(const std::shared_ptr<platform::Object>& item) {

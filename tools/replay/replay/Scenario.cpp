@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <platform/Bundle.h>
-#include <platform/Error.h>
-#include <platform/Log.h>
 #include <replay/Arguments.h>
 #include <replay/Malformed.h>
 #include <replay/Operations.h>
@@ -9,12 +6,17 @@
 #include <replay/Step.h>
 #include <replay/Transcript.h>
 #include <vexil/KRAVTWVItemsVexil.h>
+#include <vexil/platform/Bundle.h>
+#include <vexil/platform/Error.h>
+#include <vexil/platform/Log.h>
 
 #include <cstddef>
 #include <exception>
 #include <memory>
 #include <string>
 #include <utility>
+
+namespace platform = vexil::platform;
 
 namespace replay {
 

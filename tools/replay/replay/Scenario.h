@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Value.h>
+#include <vexil/platform/Value.h>
 
 #include <ostream>
 
@@ -17,6 +17,6 @@ namespace replay {
 ///
 /// Texts are English, whatever the user's language is. Nothing is left of the objects afterwards.
 /// Raises `Malformed`, which names the step, before a step that cannot be performed.
-void replayScenario(const platform::Value& steps, std::ostream& output);
+void replayScenario(const vexil::platform::Value& steps, std::ostream& output);
 
 }  // namespace replay

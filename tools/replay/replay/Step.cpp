@@ -6,6 +6,8 @@
 #include <array>
 #include <string_view>
 
+namespace platform = vexil::platform;
+
 namespace replay {
 
 using platform::Value;

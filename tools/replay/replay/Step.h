@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Value.h>
+#include <vexil/platform/Value.h>
 
 #include <optional>
 #include <span>
@@ -12,7 +12,7 @@ namespace replay {
 /// One step as it is written, with its arguments still to be read.
 struct Step {
   /// Raises `Malformed` for anything but a dictionary of the keys below with values of their types.
-  explicit Step(const platform::Value& step);
+  explicit Step(const vexil::platform::Value& step);
 
   /// What stands for the receiver in a transcript.
   [[nodiscard]] std::string receiver() const { return on ? *on : className ? *className : "-"; }
@@ -20,7 +20,7 @@ struct Step {
   std::string operation;                 ///< "do"
   std::optional<std::string> on;         ///< "on": the name of the receiver,
   std::optional<std::string> className;  ///< or "class": a class in its place
-  platform::Value with;                  ///< "with": an array, or absent
+  vexil::platform::Value with;           ///< "with": an array, or absent
   std::optional<std::string> as;         ///< "as": the name for the result
 };
 

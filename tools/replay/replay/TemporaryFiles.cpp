@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <system_error>
 
+namespace platform = vexil::platform;
+
 namespace replay {
 namespace {
 

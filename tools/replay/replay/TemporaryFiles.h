@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <platform/Files.h>
+#include <vexil/platform/Files.h>
 
 #include <cstddef>
 #include <optional>
@@ -25,8 +25,8 @@ class TemporaryFiles {
   void end() noexcept;
 
   /// Writes a file into a directory of its own; absent when the system refuses.
-  [[nodiscard]] std::optional<platform::FileURL> write(const std::string& name,
-                                                       std::span<const std::byte> bytes);
+  [[nodiscard]] std::optional<vexil::platform::FileURL> write(const std::string& name,
+                                                              std::span<const std::byte> bytes);
 
   /// Whether a text is the `file:` URL of one of them.
   [[nodiscard]] bool isOneOfTheirURLs(std::string_view text) const;
@@ -36,7 +36,7 @@ class TemporaryFiles {
 
  private:
   std::optional<std::string> _directoryBefore;  // as the environment has it
-  std::optional<platform::FileURL> _directory;
+  std::optional<vexil::platform::FileURL> _directory;
 };
 
 }  // namespace replay

@@ -3,6 +3,8 @@
 
 #include <utility>
 
+namespace platform = vexil::platform;
+
 namespace replay {
 
 void Transcript::line(std::string_view text) {

@@ -29,7 +29,8 @@ class Transcript {
 
   /// A token that stands for a text wherever a scenario uses this text as a context; for an absent
   /// one, no token.
-  [[nodiscard]] const platform::ContextToken* contextNamed(const platform::Value& text);
+  [[nodiscard]] const vexil::platform::ContextToken* contextNamed(
+      const vexil::platform::Value& text);
 
   [[nodiscard]] Registry& registry() { return _registry; }
   [[nodiscard]] Names& names() { return _names; }
@@ -38,7 +39,7 @@ class Transcript {
 
  private:
   std::ostream* _output;
-  std::map<std::string, std::unique_ptr<platform::ContextToken>, std::less<>> _contexts;
+  std::map<std::string, std::unique_ptr<vexil::platform::ContextToken>, std::less<>> _contexts;
   Registry _registry;
   TemporaryFiles _files;
   Printer _printer{_registry, _files};

@@ -3,6 +3,8 @@
 #include <replay/Recorders.h>
 #include <vexil/KRAVTWVItemsVexil.h>
 
+namespace platform = vexil::platform;
+
 namespace replay {
 
 using platform::Key;

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+namespace vexil::platform {
+
+/// Takes one line of the log, without its end of line.
+using LogSink = std::function<void(std::string_view line)>;
+
+/// Writes one line to the log: to the sink that was set, otherwise to the system log and to
+/// standard error. There are no levels.
+void log(std::string_view line);
+
+/// Sends the log to `sink` from now on, or to the default places when it is empty, and returns the
+/// sink that was set before. The sink is called on the thread that logs.
+LogSink setLogSink(LogSink sink);
+
+}  // namespace vexil::platform

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+// Internal to observation.
+#pragma once
+
+#include <vexil/platform/Observing.h>
+#include <vexil/platform/detail/ObserverListPointer.h>
+#include <vexil/platform/detail/RefCount.h>
+#include <vexil/platform/detail/SpinLock.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace vexil::platform::detail {
+
+/// Who registered for what on an object.
+struct Registration {
+  std::weak_ptr<Observer> observer;
+  const Observer* address;  // tells observers apart that one owner holds
+  Key key;
+  ObservingOptions options;
+  const ContextToken* context;
+
+  [[nodiscard]] bool isOf(const std::shared_ptr<Observer>& other, const Key& otherKey,
+                          const ContextToken* otherContext) const {
+    return address == other.get() && key == otherKey && context == otherContext &&
+           !observer.owner_before(other) && !other.owner_before(observer);
+  }
+};
+
+/// The registrations of an object in their order, as a persistent list: a list is its last
+/// registration and the list before it, never changes, and is shared by all objects that have the
+/// same one. Each list remembers the last list that was made by adding to it, so that registering
+/// one observer on many objects finds what it needs instead of making it.
+class ObserverList {
+ public:
+  ObserverList(const ObserverList&) = delete;
+  ObserverList& operator=(const ObserverList&) = delete;
+
+  /// `list` (null for none) and one more registration.
+  static ObserverListPointer adding(const ObserverListPointer& list,
+                                    const Registration& registration);
+
+  [[nodiscard]] const Registration& last() const { return _last; }
+  [[nodiscard]] const ObserverListPointer& before() const { return _before; }
+  [[nodiscard]] std::size_t count() const { return _count; }
+
+  /// When a list has this many registrations, those whose observers are gone are to be swept before
+  /// the next one is added. Doubled each time, so that sweeping costs each registration little.
+  [[nodiscard]] std::size_t sweepAt() const { return _sweepAt.load(std::memory_order_relaxed); }
+  void sweepNotBefore(std::size_t count) const {
+    if (count > sweepAt()) {
+      _sweepAt.store(count, std::memory_order_relaxed);
+    }
+  }
+  /// The next time when so many are left.
+  [[nodiscard]] static std::size_t nextSweep(std::size_t left) {
+    return std::max<std::size_t>(2 * left, 8);
+  }
+
+ private:
+  friend void retain(ObserverList* list, std::uint32_t times) noexcept;
+  friend void release(ObserverList* list, std::uint32_t times) noexcept;
+
+  struct Successor {
+    SpinLock lock;
+    ObserverList* list = nullptr;  // not owned; cleared by the list as it goes
+  };
+  static Successor& successorOf(ObserverList* list);
+
+  ObserverList(const ObserverListPointer& before, const Registration& registration);
+  ~ObserverList() = default;
+
+  RefCount _references;
+  std::size_t _count;
+  mutable std::atomic<std::size_t> _sweepAt;
+  ObserverListPointer _before;
+  Registration _last;
+  Successor _successor;
+};
+
+}  // namespace vexil::platform::detail

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+// The leaves of XML property lists as text: internal to the reader and the writer.
+#pragma once
+
+#include <vexil/platform/Value.h>
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace vexil::platform::detail {
+
+// Each gives nothing for a text that is malformed or stands for no value of its type.
+[[nodiscard]] std::optional<Value> integerFromText(std::string_view text);
+[[nodiscard]] std::optional<Value> realFromText(std::string_view text);
+[[nodiscard]] std::optional<Value> dateFromText(std::string_view text);
+[[nodiscard]] std::optional<Value> dataFromBase64(std::string_view text);
+
+// The texts that read back the same. Numbers and data all have one; a date has none unless it is a
+// whole number of seconds in the range of those that `dateFromText` gives.
+void appendInteger(std::string& text, const Value& integer);
+void appendReal(std::string& text, double real);
+[[nodiscard]] bool hasDateText(double seconds);
+void appendDate(std::string& text, double seconds);
+void appendBase64(std::string& text, std::span<const std::byte> bytes);
+
+[[nodiscard]] constexpr bool isXMLSpace(char character) {
+  return character == ' ' || character == '\t' || character == '\n' || character == '\r';
+}
+
+}  // namespace vexil::platform::detail

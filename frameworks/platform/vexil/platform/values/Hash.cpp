@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <vexil/platform/detail/Hash.h>
+
+#include <array>
+#include <bit>
+#include <chrono>
+#include <cstring>
+#include <exception>
+#include <random>
+
+namespace vexil::platform {
+
+namespace detail {
+
+constinit HashSecret theHashSecret{};
+
+namespace {
+
+/// From the system's source of randomness. Where that fails, at least from what differs from one
+/// process to the next.
+std::uint64_t randomWord() noexcept {
+  const auto now = std::chrono::high_resolution_clock::now().time_since_epoch().count();
+  std::uint64_t word = static_cast<std::uint64_t>(now) * 0x9e3779b97f4a7c15U;
+  word ^= std::bit_cast<std::uintptr_t>(&word);
+  try {
+    std::random_device device;
+    word ^= std::uint64_t{device()} << 32U;
+    word ^= device();
+  } catch (const std::exception&) {
+    word *= 0xe7037ed1a0b428dbU;
+  }
+  return word;
+}
+
+}  // namespace
+
+void HashSecret::make() noexcept {
+  // Once, whoever comes first.
+  [[maybe_unused]] static const bool isMade = [this] {
+    second.store(randomWord(), std::memory_order_relaxed);
+    third.store(randomWord(), std::memory_order_relaxed);
+    factor.store(randomWord() | 1U, std::memory_order_relaxed);
+    first.store(randomWord() | 1U, std::memory_order_release);
+    return true;
+  }();
+}
+
+namespace {
+
+std::uint64_t wordAt(const char* bytes) noexcept {
+  std::uint64_t word = 0;
+  std::memcpy(&word, bytes, sizeof word);
+  return word;
+}
+
+/// The mixing of short texts, sixteen bytes a time: each step multiplies two factors that depend
+/// on the secret. There is nothing to find out from outside, as hashes never leave the process; so
+/// this need not withstand what a hash for messages does, and takes a fraction of the time.
+std::size_t hashOfLongText(std::string_view text) noexcept {
+  constexpr std::ptrdiff_t step = 2 * sizeof(std::uint64_t);
+  const HashSecret& secret = HashSecret::shared();
+  const std::uint64_t key = secret.second.load(std::memory_order_relaxed);
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  std::uint64_t state = secret.first.load(std::memory_order_relaxed) ^ text.size();
+  for (; end - at > step; at += step) {
+    state = folded(wordAt(at) ^ key, wordAt(at + sizeof key) ^ state);
+  }
+  // The last sixteen bytes, some of which may have been seen.
+  state = folded(wordAt(end - step) ^ key, wordAt(end - step / 2) ^ state);
+  return finishedHash(state);
+}
+
+}  // namespace
+}  // namespace detail
+
+std::size_t hashOfText(std::string_view text) noexcept {
+  constexpr std::size_t most = 23;  // what a value holds without an allocation
+  if (text.size() > most) {
+    return detail::hashOfLongText(text);
+  }
+  // As the bits of such a value: the characters, zeros, and the length at the end.
+  std::array<char, most + 1> bytes{};
+  if (!text.empty()) {
+    std::memcpy(bytes.data(), text.data(), text.size());
+  }
+  bytes[most] = static_cast<char>(text.size());
+  const auto words = std::bit_cast<std::array<std::uint64_t, 3>>(bytes);
+  return detail::hashOfShortText(words[0], words[1], words[2]);
+}
+
+}  // namespace vexil::platform

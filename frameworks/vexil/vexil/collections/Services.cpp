@@ -1,0 +1,357 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <vexil/KRAVTWVItemsVexil.h>
+#include <vexil/collections/RequireArray.h>
+#include <vexil/platform/Error.h>
+
+#include <algorithm>
+#include <compare>
+#include <cstddef>
+#include <iterator>
+#include <memory>
+#include <typeinfo>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+namespace platform = vexil::platform;
+
+using platform::Key;
+using platform::KeyAccess;
+using platform::KeyTable;
+using platform::Value;
+using vexil::detail::requireArray;
+
+namespace {
+
+using Service = std::shared_ptr<platform::NetService>;
+
+bool standsBefore(const Service& a, const Service& b) {
+  if (a->domain().plainlyEquals(b->domain()) != true) {
+    const auto domains = a->domain().compare(b->domain());
+    if (std::is_neq(domains)) {
+      return std::is_lt(domains);
+    }
+  }
+  return std::is_lt(a->name().compare(b->name()));
+}
+
+/// In linear time where the order is right already.
+template <class Range, class Before>
+void sortStably(Range& range, const Before& before) {
+  if (!std::ranges::is_sorted(range, before)) {
+    std::ranges::stable_sort(range, before);
+  }
+}
+
+/// As a stable sort of all, for a list to which services were added at the end, from `added` on.
+void sortAdded(KRAVTWVNetServiceArray& services, std::size_t added) {
+  const auto firstAdded = services.begin() + static_cast<std::ptrdiff_t>(added);
+  if (!std::is_sorted(services.begin(), firstAdded, standsBefore)) {
+    std::ranges::stable_sort(services, standsBefore);  // a host has put them out of order
+  } else if (services.end() - firstAdded == 1) {
+    std::rotate(std::upper_bound(services.begin(), firstAdded, *firstAdded, standsBefore),
+                firstAdded, services.end());
+  } else {
+    std::stable_sort(firstAdded, services.end(), standsBefore);
+    std::inplace_merge(services.begin(), firstAdded, services.end(), standsBefore);
+  }
+}
+
+/// Whether the equality of a service runs no foreign code.
+bool isPlain(const platform::NetService& service) {
+  const auto isText = [](const Value& part) { return part.isString() || part.isAbsent(); };
+  return typeid(service) == typeid(platform::NetService) && isText(service.name()) &&
+         isText(service.type()) && isText(service.domain());
+}
+
+/// Whether one that is held equals `sought`, as it says itself.
+bool areEqual(const Service& held, const platform::NetService& sought) {
+  if (isPlain(*held)) {
+    return held->hasValuesOf(sought);
+  }
+  // Foreign code may take it out of the array that `held` stands in.
+  const Service asked = held;
+  return asked->isEqual(sought);
+}
+
+/// Services that are found by their hash; holds them.
+class ServicesByHash {
+ public:
+  void insert(std::size_t hash, Service service) { _services.emplace(hash, std::move(service)); }
+
+  /// Whether `isMeant` says so of one with this hash. It may run foreign code.
+  template <class IsMeant>
+  [[nodiscard]] bool contains(std::size_t hash, const IsMeant& isMeant) const {
+    const auto [first, last] = _services.equal_range(hash);
+    return std::any_of(first, last, [&](const auto& entry) { return isMeant(*entry.second); });
+  }
+
+ private:
+  std::unordered_multimap<std::size_t, Service> _services;
+};
+
+using Identities = std::unordered_set<const platform::NetService*>;
+
+Identities identitiesOf(const KRAVTWVNetServiceArray& services) {
+  Identities identities(services.size());
+  for (const auto& service : services) {
+    identities.insert(service.get());
+  }
+  return identities;
+}
+
+/// Those of `services` that do not stand in `array` themselves.
+KRAVTWVNetServiceArray elementsNotIn(const KRAVTWVNetServiceArray& array,
+                                     KRAVTWVNetServiceArray services) {
+  if (services.size() == 1) {
+    if (std::ranges::find(array, services.front()) != array.end()) {
+      services.clear();
+    }
+    return services;
+  }
+  Identities missing = identitiesOf(services);
+  for (const Service& service : array) {
+    missing.erase(service.get());
+  }
+  std::erase_if(services, [&](const Service& each) { return !missing.contains(each.get()); });
+  return services;
+}
+
+/// A domain and the items of its services.
+struct ServicesOfDomain {
+  Value domain;
+  Value caseFolded;
+  KRAVTWVItemArray services;
+};
+
+/// The services by domain, domains in the order in which the first of each stands.
+std::vector<ServicesOfDomain> byDomain(const KRAVTWVNetServiceArray& services) {
+  std::vector<ServicesOfDomain> domains;
+  std::unordered_map<Value, std::size_t> positions;
+  std::size_t current = 0;
+  for (const auto& service : services) {
+    const Value& domain = service->domain();
+    if (!domain.isString()) {
+      const Service described = service;  // which is foreign code
+      throw platform::InvalidArgument("a network service needs a domain: " +
+                                      described->description());
+    }
+    if (domains.empty() || domain != domains[current].domain) {
+      const auto [position, isNew] = positions.emplace(domain, domains.size());
+      if (isNew) {
+        domains.push_back({domain, service->caseFoldedDomain(), {}});
+      }
+      current = position->second;
+    }
+    domains[current].services.push_back(KRAVTWVNetServiceVexil::itemWithNetService(service));
+  }
+  return domains;
+}
+
+/// A group for each domain, with its services.
+KRAVTWVItemArray groups(std::vector<ServicesOfDomain> domains) {
+  sortStably(domains,
+             [](const auto& a, const auto& b) { return std::is_lt(a.domain.compare(b.domain)); });
+  KRAVTWVItemArray items;
+  items.reserve(domains.size());
+  for (const ServicesOfDomain& entry : domains) {
+    items.push_back(KRAVTWVNetDomainVexil::itemWithNetDomain(entry.domain));
+    items.back()->addChildren(entry.services);
+  }
+  return items;
+}
+
+/// A header for each domain, with its services behind it.
+KRAVTWVItemArray rows(std::vector<ServicesOfDomain> domains, std::size_t services) {
+  sortStably(domains, [](const auto& a, const auto& b) {
+    return std::is_lt(a.caseFolded.compare(b.caseFolded));
+  });
+  KRAVTWVItemArray items;
+  items.reserve(domains.size() + services);
+  for (ServicesOfDomain& entry : domains) {
+    items.push_back(KRAVTWVNetDomainVexil::itemWithNetDomain(entry.domain));
+    std::ranges::move(entry.services, std::back_inserter(items));
+  }
+  return items;
+}
+
+}  // namespace
+
+KRAVTWVServicesVexil::KRAVTWVServicesVexil() = default;
+
+KRAVTWVServicesVexil::~KRAVTWVServicesVexil() = default;
+
+void KRAVTWVServicesVexil::setGroupByDomain(bool groupByDomain) {
+  static const Key key("groupByDomain");
+  assign(key, _groupByDomain, groupByDomain);
+}
+
+void KRAVTWVServicesVexil::setGroupByDomainValue(const Value& groupByDomain) {
+  if (!groupByDomain.isNumber()) {
+    throw platform::InvalidArgument("not a boolean: " + groupByDomain.description());
+  }
+  setGroupByDomain(groupByDomain.booleanReading());
+}
+
+void KRAVTWVServicesVexil::setSortedServices(
+    std::shared_ptr<KRAVTWVNetServiceArray> sortedServices) {
+  static const Key key("sortedServices");
+  assign(key, _sortedServices, std::move(sortedServices));
+}
+
+Value KRAVTWVServicesVexil::sortedServicesValue() const {
+  const auto services = sortedServices();
+  return services ? Value::arrayOfObjects(*services) : Value();
+}
+
+void KRAVTWVServicesVexil::setSortedServicesValue(const Value& sortedServices) {
+  if (sortedServices.isAbsent()) {
+    setSortedServices(nullptr);
+    return;
+  }
+  requireArray(sortedServices);
+  auto services = std::make_shared<KRAVTWVNetServiceArray>();
+  for (const Value& element : sortedServices.elements()) {
+    auto service = std::dynamic_pointer_cast<platform::NetService>(element.object());
+    if (!service) {
+      throw platform::InvalidArgument("not a network service: " + element.description());
+    }
+    services->push_back(std::move(service));
+  }
+  setSortedServices(std::move(services));
+}
+
+void KRAVTWVServicesVexil::addService(const Service& service) {
+  if (!service) {
+    throw platform::InvalidArgument("an absent service cannot be added");
+  }
+  const auto self = weak_from_this().lock();  // foreign code may let go of this
+  const KRAVTWVNetServiceArray added{service};
+  if (const auto services = sortedServices()) {
+    for (std::size_t i = 0; i < services->size(); ++i) {
+      if (areEqual((*services)[i], *added.front())) {
+        return;
+      }
+    }
+  }
+  takeIn(added);
+}
+
+void KRAVTWVServicesVexil::addServices(const KRAVTWVNetServiceArray& services) {
+  if (std::ranges::find(services, nullptr) != services.end()) {
+    throw platform::InvalidArgument("an absent service cannot be added");
+  }
+  const auto self = weak_from_this().lock();
+  // Copies, because foreign code may change the arrays.
+  const KRAVTWVNetServiceArray fresh = services;
+  const auto array = sortedServices();
+  const KRAVTWVNetServiceArray held = array ? *array : KRAVTWVNetServiceArray();
+  ServicesByHash known;
+  for (const Service& service : held) {
+    known.insert(service->hash(), service);
+  }
+  KRAVTWVNetServiceArray added;
+  for (const Service& service : fresh) {
+    const std::size_t hash = service->hash();
+    if (!known.contains(hash, [&](const auto& other) { return other.isEqual(*service); })) {
+      known.insert(hash, service);
+      added.push_back(service);
+    }
+  }
+  takeIn(added);
+}
+
+void KRAVTWVServicesVexil::takeIn(const KRAVTWVNetServiceArray& added) {
+  if (added.empty()) {
+    return;
+  }
+  if (!sortedServices()) {
+    auto started = std::make_shared<KRAVTWVNetServiceArray>();
+    exchange(_sortedServices, started);
+  }
+  const auto services = sortedServices();
+  // Foreign code may have added some of them while they were compared.
+  const KRAVTWVNetServiceArray missing = elementsNotIn(*services, added);
+  const std::size_t held = services->size();
+  services->insert(services->end(), missing.begin(), missing.end());
+  if (services->size() > held) {
+    sortAdded(*services, held);
+    updateItemsForServices();
+  }
+}
+
+void KRAVTWVServicesVexil::removeService(const Service& service) {
+  const auto self = weak_from_this().lock();
+  const auto services = sortedServices();
+  // Held, because it may be a reference into the array.
+  const Service sought = service;
+  if (!sought || !services) {
+    return;
+  }
+  KRAVTWVNetServiceArray found;
+  for (std::size_t i = 0; i < services->size(); ++i) {
+    const Service held = (*services)[i];
+    if (areEqual(held, *sought)) {
+      found.push_back(held);
+    }
+  }
+  takeOut(found);
+}
+
+void KRAVTWVServicesVexil::removeServices(const KRAVTWVNetServiceArray& services) {
+  const auto self = weak_from_this().lock();
+  const KRAVTWVNetServiceArray unwanted = services;
+  const auto array = sortedServices();
+  const KRAVTWVNetServiceArray held = array ? *array : KRAVTWVNetServiceArray();
+  ServicesByHash sought;
+  for (const Service& service : unwanted) {
+    if (service) {
+      sought.insert(service->hash(), service);
+    }
+  }
+  KRAVTWVNetServiceArray found;
+  std::ranges::copy_if(held, std::back_inserter(found), [&](const Service& service) {
+    return sought.contains(service->hash(),
+                           [&](const auto& other) { return service->isEqual(other); });
+  });
+  takeOut(found);
+}
+
+void KRAVTWVServicesVexil::takeOut(const KRAVTWVNetServiceArray& found) {
+  const auto services = sortedServices();
+  if (found.empty() || !services) {
+    return;
+  }
+  // `found` holds them, so that no destructor runs in the middle.
+  const Identities gone = identitiesOf(found);
+  const auto isGone = [&](const Service& service) { return gone.contains(service.get()); };
+  if (std::erase_if(*services, isGone) > 0) {
+    updateItemsForServices();
+  }
+}
+
+void KRAVTWVServicesVexil::updateItemsForServices() {
+  const auto self = weak_from_this().lock();
+  replaceRootChildren(KRAVTWVServicesVexil::itemsOfInput());
+}
+
+std::shared_ptr<KRAVTWVItemArray> KRAVTWVServicesVexil::itemsOfInput() const {
+  const auto services = sortedServices();
+  std::vector<ServicesOfDomain> domains =
+      services ? byDomain(*services) : std::vector<ServicesOfDomain>();
+  return std::make_shared<KRAVTWVItemArray>(
+      groupByDomain() ? groups(std::move(domains))
+                      : rows(std::move(domains), services ? services->size() : 0));
+}
+
+const KeyTable& KRAVTWVServicesVexil::keyTable() const {
+  using Services = KRAVTWVServicesVexil;
+  static const KeyTable table(
+      &itemsKeyTable(),
+      {KeyAccess::readWrite<&Services::groupByDomain, &Services::setGroupByDomainValue>(
+           "groupByDomain"),
+       KeyAccess::readWrite<&Services::sortedServicesValue, &Services::setSortedServicesValue>(
+           "sortedServices")});
+  return table;
+}

@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <vexil/KRAVTWVRelativeDateTransformer.h>
+#include <vexil/platform/Bundle.h>
+#include <vexil/platform/Calendar.h>
+#include <vexil/platform/Clock.h>
+#include <vexil/platform/Error.h>
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace platform = vexil::platform;
+
+using platform::Calendar;
+using platform::Date;
+using platform::DateFormatter;
+using platform::FormatStyle;
+using platform::Key;
+using platform::KeyAccess;
+using platform::Value;
+
+namespace {
+
+constexpr std::int32_t kNeither = KRAVTWVRelativeDateTransformer::neither;
+
+const Key& dateFormatterKey() {
+  static const Key key("dateFormatter");
+  return key;
+}
+
+/// Whether the day that begins at `start` is so many days after the one of `now`.
+bool isDaysAfter(const Calendar& calendar, std::optional<Date> start, Date now, int days) {
+  const auto candidate = calendar.startOfDay(now, days);
+  return start && candidate && candidate->seconds == start->seconds;
+}
+
+/// The later candidate overrules the one before it, which only matters if midnight comes between.
+constexpr std::array kCandidates = {1, 0};
+
+std::int32_t daysAway(const Calendar& calendar, std::optional<Date> start, Date now) {
+  std::int32_t away = kNeither;
+  for (const int candidate : kCandidates) {
+    away = isDaysAfter(calendar, start, now, candidate) ? candidate : away;
+  }
+  return away;
+}
+
+/// `format` with `text` in place of its placeholder.
+std::string filled(std::string format, std::string_view text) {
+  constexpr std::string_view placeholder = "%@";
+  if (const std::size_t at = format.find(placeholder); at != std::string::npos) {
+    format.replace(at, placeholder.size(), text);
+  }
+  return format;
+}
+
+}  // namespace
+
+KRAVTWVRelativeDateTransformer::KRAVTWVRelativeDateTransformer()
+    : _dateFormatter(std::make_shared<DateFormatter>()) {
+  _dateFormatter->setFormatterBehavior(platform::FormatterBehavior::styles);
+  _dateFormatter->setTimeStyle(FormatStyle::shortStyle);
+}
+
+KRAVTWVRelativeDateTransformer::~KRAVTWVRelativeDateTransformer() = default;
+
+void KRAVTWVRelativeDateTransformer::setDateFormatter(
+    std::shared_ptr<DateFormatter> dateFormatter) {
+  assign(dateFormatterKey(), _dateFormatter, std::move(dateFormatter));
+}
+
+void KRAVTWVRelativeDateTransformer::setDateFormatterValue(const Value& dateFormatter) {
+  auto formatter = std::dynamic_pointer_cast<DateFormatter>(dateFormatter.object());
+  if (!formatter && !dateFormatter.isAbsent()) {
+    throw platform::InvalidArgument("not a date formatter: " + dateFormatter.description());
+  }
+  setDateFormatter(std::move(formatter));
+}
+
+const platform::KeyTable& KRAVTWVRelativeDateTransformer::keyTable() const {
+  using Transformer = KRAVTWVRelativeDateTransformer;
+  static const platform::KeyTable table(
+      nullptr,
+      {KeyAccess::readWrite<&Transformer::dateFormatter, &Transformer::setDateFormatterValue>(
+          dateFormatterKey())});
+  return table;
+}
+
+std::int32_t KRAVTWVRelativeDateTransformer::relativeDaysAway(Date date) const {
+  const Calendar calendar = Calendar::current();
+  const auto start = calendar.startOfDay(date);
+  std::int32_t away = kNeither;
+  for (const int candidate : kCandidates) {
+    if (isDaysAfter(calendar, start, platform::currentDate(), candidate)) {
+      away = candidate;
+    }
+  }
+  return away;
+}
+
+std::optional<Date> KRAVTWVRelativeDateTransformer::validUntil(Date date) const {
+  const Calendar calendar = Calendar::current();
+  const auto start = calendar.startOfDay(date);
+  const Date now = platform::currentDate();
+  if (!start || !calendar.components(now)) {
+    return std::nullopt;
+  }
+  // What is told of a date changes about its day only. Some days around it are looked at one by
+  // one, because not every day has the next one behind it: zones have skipped a day, and had their
+  // clocks set back into the day before.
+  constexpr double margin = 4 * 86'400.0;
+  const std::int32_t away = daysAway(calendar, start, now);
+  std::optional<Date> next(Date{std::max(now.seconds, start->seconds - margin)});
+  while (next && next->seconds < start->seconds + margin) {
+    next = calendar.endOfDay(*next);
+    if (next && daysAway(calendar, start, *next) != away) {
+      return next;
+    }
+  }
+  return std::nullopt;
+}
+
+Value KRAVTWVRelativeDateTransformer::transformedValue(const Value& value) const {
+  const auto held = weak_from_this().lock();  // a clock or formatter of a host may let go of it
+  const auto date = value.date();
+  if (!date) {
+    return "";
+  }
+  const std::int32_t away = relativeDaysAway(*date);
+  const auto formatter = dateFormatter();
+  std::optional<std::string> text;
+  if (formatter) {
+    formatter->setDateStyle(away == kNeither ? FormatStyle::shortStyle : FormatStyle::none);
+    text = formatter->stringFromDate(*date);
+  }
+  if (away != 0 && away != 1) {
+    return text.value_or("");
+  }
+  const std::string_view key = away == 1 ? "tomorrow.%@" : "today.%@";
+  const std::string format = platform::Bundle::forClassOf(*this).localizedString(key, key);
+  const std::string shown = text.value_or("(null)");
+  return format.empty() ? shown : filled(format, shown);
+}

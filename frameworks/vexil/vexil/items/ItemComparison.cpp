@@ -1,0 +1,246 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <vexil/items/ItemComparison.h>
+#include <vexil/items/ItemFields.h>
+
+#include <algorithm>
+#include <typeinfo>
+
+namespace vexil::detail {
+
+namespace {
+
+/// Whether a value can refer to an object. One with too many parts to look at is taken to.
+bool canReferToObject(const platform::Value& value, int& partsToLookAt) {
+  if (value.isObject() || --partsToLookAt < 0) {
+    return true;
+  }
+  const auto canRefer = [&](const platform::Value& part) {
+    return canReferToObject(part, partsToLookAt);
+  };
+  return std::ranges::any_of(value.elements(), canRefer) ||
+         std::ranges::any_of(value.values(), canRefer);
+}
+
+}  // namespace
+
+// In place, as the comparison of a deep tree asks this of each pair.
+[[gnu::always_inline]] inline ItemComparison::Verdict ItemComparison::judgeChildren(
+    const Item& left, const Item& right) {
+  if (left._childrenState == Item::Children::absent ||
+      right._childrenState == Item::Children::absent ||
+      left.currentChildren().size() != right.currentChildren().size()) {
+    return Verdict::unequal;
+  }
+  return left.currentChildren().empty() ? Verdict::equal : Verdict::childrenDecide;
+}
+
+std::optional<ItemComparison::Verdict> ItemComparison::judgeAtOnce(const Item& left,
+                                                                   const Item& right) {
+  if (&left == &right) {
+    return Verdict::equal;
+  }
+  const Item& receiver = left;
+  const Item& other = right;
+  if (typeid(receiver) != typeid(other)) {
+    if (!ItemFields::isOwnKind(left)) {
+      return std::nullopt;  // a host's kind may have its own class test
+    }
+    if (!left.isKindOfReceiversClass(right)) {
+      return Verdict::unequal;
+    }
+  }
+  return judgeContentAtOnce(left, right);
+}
+
+std::optional<ItemComparison::Verdict> ItemComparison::judgeContentAtOnce(const Item& left,
+                                                                          const Item& right) {
+  if (left._representedObject.isAbsent()) {
+    return Verdict::unequal;
+  }
+  const std::optional<bool> areEqual =
+      left._representedObject.plainlyEquals(right._representedObject);
+  if (!areEqual) {
+    return std::nullopt;
+  }
+  return *areEqual ? judgeChildren(left, right) : Verdict::unequal;
+}
+
+ItemComparison::Verdict ItemComparison::judge(const Item& left, const Item& right) {
+  const Item& receiver = left;
+  const Item& other = right;
+  if (typeid(receiver) != typeid(other) && !left.isKindOfReceiversClass(right)) {
+    return Verdict::unequal;
+  }
+  return judgeContent(left, right);
+}
+
+ItemComparison::Verdict ItemComparison::judgeContent(const Item& left, const Item& right) {
+  // Copies: whoever is asked may give the items others.
+  const platform::Value object = left._representedObject;
+  const platform::Value other = right._representedObject;
+  return !object.isAbsent() && object == other ? judgeChildren(left, right) : Verdict::unequal;
+}
+
+bool ItemComparison::areEqual(const Item& left, const Item& right) {
+  std::optional<Verdict> verdict = judgeAtOnce(left, right);
+  HeldItem heldLeft;
+  HeldItem heldRight;
+  if (!verdict) {
+    heldLeft = left.weak_from_this().lock();
+    heldRight = right.weak_from_this().lock();
+    verdict = judge(left, right);
+  }
+  if (*verdict != Verdict::childrenDecide) {
+    return *verdict == Verdict::equal;
+  }
+  ItemComparison comparison;
+  comparison._open.push_back({&left, &right, 0, false, false});
+  return comparison.compareOpen();
+}
+
+bool ItemComparison::haveEqualContent(const Item& left, const Item& right) {
+  const HeldItem heldLeft = left.weak_from_this().lock();
+  const HeldItem heldRight = right.weak_from_this().lock();
+  const Verdict verdict = judgeContent(left, right);
+  if (verdict != Verdict::childrenDecide) {
+    return verdict == Verdict::equal;
+  }
+  ItemComparison comparison;
+  comparison._open.push_back({&left, &right, 0, false, false});
+  return comparison.compareOpen();
+}
+
+bool ItemComparison::equal(const ItemPointer& left, const ItemPointer& right,
+                           bool parentsArePrivate) {
+  if (const auto known = remembered(left, right)) {
+    return *known;
+  }
+  _foreignCodeRan = false;
+  std::optional<Verdict> verdict = judgeAtOnce(*left, *right);
+  Pair pair{left.get(), right.get(), 0, false, false};
+  if (verdict == Verdict::childrenDecide) {
+    pair.isPrivate = parentsArePrivate && isPrivate(left, right);
+  } else if (!verdict) {
+    verdict = judgeByAsking(left, right);
+  }
+  if (*verdict != Verdict::childrenDecide) {
+    _held.clear();
+    return *verdict == Verdict::equal;
+  }
+  _open.push_back(pair);
+  const bool areEqual = compareOpen();
+  if (!areEqual && !_foreignCodeRan) {
+    // Of equal items, nobody will ask what lies below.
+    for (const auto& [item, answer] : _found) {
+      _answers.insert_or_assign(item, answer);
+    }
+  }
+  _found.clear();
+  _held.clear();
+  return areEqual;
+}
+
+bool ItemComparison::isPrivate(const ItemPointer& left, const ItemPointer& right) {
+  const auto isHeldOnce = [](const ItemPointer& item) {
+    int partsToLookAt = 250;
+    return item.use_count() == 1 && (!item->_rare || item->_rare->_children.use_count() <= 1) &&
+           !canReferToObject(item->_representedObject, partsToLookAt);
+  };
+  return isHeldOnce(left) && isHeldOnce(right);
+}
+
+void ItemComparison::forget() {
+  // Not cleared: that takes time for the largest number of answers there ever was.
+  if (!_answers.empty()) {
+    _answers = {};
+  }
+}
+
+std::optional<bool> ItemComparison::remembered(const ItemPointer& left,
+                                               const ItemPointer& right) const {
+  if (_answers.empty()) {
+    return std::nullopt;
+  }
+  const auto known = _answers.find(left.get());
+  return known != _answers.end() && known->second.right == right.get()
+             ? std::optional(known->second.equal)
+             : std::nullopt;
+}
+
+ItemComparison::Verdict ItemComparison::judgeByAsking(const ItemPointer& left,
+                                                      const ItemPointer& right) {
+  while (_held.size() < _open.size()) {
+    const Pair& pair = _open[_held.size()];
+    _held.emplace_back(pair.left->weak_from_this().lock(), pair.right->weak_from_this().lock());
+  }
+  _held.emplace_back(left, right);
+  _foreignCodeRan = true;
+  forget();  // what was found before may be otherwise by now
+  return judge(static_cast<const Item&>(*_held.back().first),
+               static_cast<const Item&>(*_held.back().second));
+}
+
+bool ItemComparison::compareOpen() {
+  while (!_open.empty()) {
+    if (_held.size() > _open.size()) {
+      _held.resize(_open.size());  // what was asked last is not open; letting go runs destructors
+    }
+    Pair& pair = _open.back();
+    const KRAVTWVItemArray& children = pair.left->currentChildren();
+    if (_foreignCodeRan && children.size() != pair.right->currentChildren().size()) {
+      return closeUnequal(false);  // they were as many before
+    }
+    if (pair.next >= children.size()) {
+      const bool isToBeRemembered = pair.allArePrivate && !_foreignCodeRan;
+      if (isToBeRemembered) {
+        _found.push_back({pair.left, {pair.right, true}});
+      }
+      _open.pop_back();
+      if (!isToBeRemembered && !_open.empty()) {
+        _open.back().allArePrivate = false;
+      }
+      continue;
+    }
+    const ItemPointer& left = children[pair.next];
+    const ItemPointer& right = pair.right->currentChildren()[pair.next];
+    ++pair.next;
+    if (const auto known = remembered(left, right)) {
+      if (!*known) {
+        return closeUnequal(pair.isPrivate);
+      }
+      continue;
+    }
+    Pair inner{left.get(), right.get(), 0, false, false};
+    std::optional<Verdict> verdict = judgeAtOnce(*left, *right);
+    if (verdict) {
+      inner.isPrivate = pair.isPrivate && isPrivate(left, right);
+    } else {
+      verdict = judgeByAsking(left, right);
+    }
+    switch (*verdict) {
+      case Verdict::equal:
+        pair.allArePrivate = pair.allArePrivate && inner.isPrivate;
+        break;
+      case Verdict::unequal:
+        return closeUnequal(inner.isPrivate);
+      case Verdict::childrenDecide:
+        inner.allArePrivate = inner.isPrivate;
+        _open.push_back(inner);
+    }
+  }
+  return true;
+}
+
+/// Two items differ, so all the pairs that are open do.
+bool ItemComparison::closeUnequal(bool remember) {
+  // The first of them is asked for just once.
+  for (; _open.size() > 1; _open.pop_back()) {
+    if (remember && !_foreignCodeRan) {
+      _found.push_back({_open.back().left, {_open.back().right, false}});
+    }
+  }
+  _open.clear();
+  return false;
+}
+
+}  // namespace vexil::detail
