@@ -16,7 +16,7 @@ endforeach()
 file(
   WRITE ${OUTPUT}.new
   "// Made from the strings tables in resources/ when they change.
-#include <vexil/items/kinds/EmbeddedStrings.h>
+#include <vexil/texts/EmbeddedStrings.h>
 
 #include <array>
 

@@ -15,7 +15,6 @@
 
 namespace vexil::detail {
 class EventOrder;
-class FreshList;
 class RowsOfEvents;
 }  // namespace vexil::detail
 
@@ -79,9 +78,6 @@ class KRAVTWVItemsVexil : public vexil::platform::Observable,
   /// What `rebuildRootChildren` sets: an item for each part of the input that is held. A null
   /// pointer means that there is no input, as in this class. A host's own collection overrides it.
   [[nodiscard]] virtual std::shared_ptr<KRAVTWVItemArray> itemsOfInput() const { return nullptr; }
-
-  /// `replaceRootChildren` with items of which only those are made that are needed; of the library.
-  void mergeIntoRoot(vexil::detail::FreshList items);
 
  private:
   void setRootValue(const vexil::platform::Value& root);

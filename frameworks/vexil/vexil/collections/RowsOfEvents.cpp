@@ -42,9 +42,8 @@ bool isEnginesOwn(const Value& domain) {
   return type.isString() && type.string() == kTWDomainType_Engine;
 }
 
-std::optional<FreshList> RowsOfEvents::freshRows(const Value& events,
-                                                 const std::shared_ptr<const EventLineage>& lineage,
-                                                 const Value& domains) {
+std::optional<FreshSource> RowsOfEvents::freshRows(
+    const Value& events, const std::shared_ptr<const EventLineage>& lineage, const Value& domains) {
   const Value domainsBefore = _domains;  // goes last, as anything can happen when it does
   auto items = std::make_shared<KRAVTWVItemArray>();
   std::vector<FreshEvents> eventsOfRows;
@@ -96,9 +95,9 @@ std::optional<FreshList> RowsOfEvents::freshRows(const Value& events,
   if (items->size() == 1) {
     // The row goes, and with it what its events would have had for a parent.
     eventsOfRows.front().parent = nullptr;
-    return FreshList(std::move(eventsOfRows.front()));
+    return std::move(eventsOfRows.front());
   }
-  return FreshList(std::move(items), std::move(eventsOfRows));
+  return FreshRows(std::move(items), std::move(eventsOfRows));
 }
 
 }  // namespace vexil::detail

@@ -2,7 +2,7 @@
 // Internal to the event store: events under their domains.
 #pragma once
 
-#include <vexil/merge/FreshList.h>
+#include <vexil/merge/ItemMerge.h>
 #include <vexil/order/EventLineage.h>
 #include <vexil/order/PlaceTable.h>
 #include <vexil/platform/Value.h>
@@ -23,7 +23,7 @@ class RowsOfEvents {
  public:
   /// What the store makes of its records, with the event items left out that are not needed.
   /// Nothing when two domains share their events. `lineage` is that of the events.
-  [[nodiscard]] std::optional<FreshList> freshRows(
+  [[nodiscard]] std::optional<FreshSource> freshRows(
       const platform::Value& events, const std::shared_ptr<const EventLineage>& lineage,
       const platform::Value& domains);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/KRAVTWVItemsVexil.h>
-#include <vexil/collections/RequireArray.h>
+#include <vexil/collections/Lists.h>
 #include <vexil/platform/Error.h>
 
 #include <algorithm>

@@ -4,6 +4,7 @@
 #include <vexil/platform/Calendar.h>
 #include <vexil/platform/Clock.h>
 #include <vexil/platform/Error.h>
+#include <vexil/texts/EmbeddedStrings.h>
 
 #include <algorithm>
 #include <array>

@@ -9,7 +9,7 @@ namespace vexil::detail {
 
 namespace {
 
-/// Whether a value can refer to an object. One with too many parts to look at is taken to.
+/// Whether a value can refer to an object. True also for a value with too many parts to look at.
 bool canReferToObject(const platform::Value& value, int& partsToLookAt) {
   if (value.isObject() || --partsToLookAt < 0) {
     return true;
@@ -23,15 +23,15 @@ bool canReferToObject(const platform::Value& value, int& partsToLookAt) {
 
 }  // namespace
 
-// In place, as the comparison of a deep tree asks this of each pair.
+// Inlined, because the comparison of a deep tree asks this of each pair.
 [[gnu::always_inline]] inline ItemComparison::Verdict ItemComparison::judgeChildren(
     const Item& left, const Item& right) {
-  if (left._childrenState == Item::Children::absent ||
-      right._childrenState == Item::Children::absent ||
-      left.currentChildren().size() != right.currentChildren().size()) {
+  const std::size_t count = ItemFields::currentChildren(left).size();
+  if (ItemFields::areChildrenAbsent(left) || ItemFields::areChildrenAbsent(right) ||
+      count != ItemFields::currentChildren(right).size()) {
     return Verdict::unequal;
   }
-  return left.currentChildren().empty() ? Verdict::equal : Verdict::childrenDecide;
+  return count == 0 ? Verdict::equal : Verdict::childrenDecide;
 }
 
 std::optional<ItemComparison::Verdict> ItemComparison::judgeAtOnce(const Item& left,
@@ -45,7 +45,7 @@ std::optional<ItemComparison::Verdict> ItemComparison::judgeAtOnce(const Item& l
     if (!ItemFields::isOwnKind(left)) {
       return std::nullopt;  // a host's kind may have its own class test
     }
-    if (!left.isKindOfReceiversClass(right)) {
+    if (!ItemFields::isKindOfReceiversClass(left, right)) {
       return Verdict::unequal;
     }
   }
@@ -54,11 +54,11 @@ std::optional<ItemComparison::Verdict> ItemComparison::judgeAtOnce(const Item& l
 
 std::optional<ItemComparison::Verdict> ItemComparison::judgeContentAtOnce(const Item& left,
                                                                           const Item& right) {
-  if (left._representedObject.isAbsent()) {
+  const platform::Value& object = ItemFields::representedObject(left);
+  if (object.isAbsent()) {
     return Verdict::unequal;
   }
-  const std::optional<bool> areEqual =
-      left._representedObject.plainlyEquals(right._representedObject);
+  const std::optional<bool> areEqual = object.plainlyEquals(ItemFields::representedObject(right));
   if (!areEqual) {
     return std::nullopt;
   }
@@ -68,16 +68,16 @@ std::optional<ItemComparison::Verdict> ItemComparison::judgeContentAtOnce(const 
 ItemComparison::Verdict ItemComparison::judge(const Item& left, const Item& right) {
   const Item& receiver = left;
   const Item& other = right;
-  if (typeid(receiver) != typeid(other) && !left.isKindOfReceiversClass(right)) {
+  if (typeid(receiver) != typeid(other) && !ItemFields::isKindOfReceiversClass(left, right)) {
     return Verdict::unequal;
   }
   return judgeContent(left, right);
 }
 
 ItemComparison::Verdict ItemComparison::judgeContent(const Item& left, const Item& right) {
-  // Copies: whoever is asked may give the items others.
-  const platform::Value object = left._representedObject;
-  const platform::Value other = right._representedObject;
+  // Copies: an object that is asked may give the items other ones.
+  const platform::Value object = ItemFields::representedObject(left);
+  const platform::Value other = ItemFields::representedObject(right);
   return !object.isAbsent() && object == other ? judgeChildren(left, right) : Verdict::unequal;
 }
 
@@ -94,7 +94,7 @@ bool ItemComparison::areEqual(const Item& left, const Item& right) {
     return *verdict == Verdict::equal;
   }
   ItemComparison comparison;
-  comparison._open.push_back({&left, &right, 0, false, false});
+  comparison._open.push_back({&left, &right, 0, Ownership::shared, Ownership::shared});
   return comparison.compareOpen();
 }
 
@@ -106,20 +106,19 @@ bool ItemComparison::haveEqualContent(const Item& left, const Item& right) {
     return verdict == Verdict::equal;
   }
   ItemComparison comparison;
-  comparison._open.push_back({&left, &right, 0, false, false});
+  comparison._open.push_back({&left, &right, 0, Ownership::shared, Ownership::shared});
   return comparison.compareOpen();
 }
 
-bool ItemComparison::equal(const ItemPointer& left, const ItemPointer& right,
-                           bool parentsArePrivate) {
+bool ItemComparison::equal(const ItemPointer& left, const ItemPointer& right, Ownership ofParents) {
   if (const auto known = remembered(left, right)) {
     return *known;
   }
   _foreignCodeRan = false;
   std::optional<Verdict> verdict = judgeAtOnce(*left, *right);
-  Pair pair{left.get(), right.get(), 0, false, false};
+  Pair pair{left.get(), right.get(), 0, Ownership::shared, Ownership::shared};
   if (verdict == Verdict::childrenDecide) {
-    pair.isPrivate = parentsArePrivate && isPrivate(left, right);
+    pair.ownership = ownership(left, right, ofParents);
   } else if (!verdict) {
     verdict = judgeByAsking(left, right);
   }
@@ -130,7 +129,7 @@ bool ItemComparison::equal(const ItemPointer& left, const ItemPointer& right,
   _open.push_back(pair);
   const bool areEqual = compareOpen();
   if (!areEqual && !_foreignCodeRan) {
-    // Of equal items, nobody will ask what lies below.
+    // For equal items, nobody will ask what lies below.
     for (const auto& [item, answer] : _found) {
       _answers.insert_or_assign(item, answer);
     }
@@ -140,13 +139,17 @@ bool ItemComparison::equal(const ItemPointer& left, const ItemPointer& right,
   return areEqual;
 }
 
-bool ItemComparison::isPrivate(const ItemPointer& left, const ItemPointer& right) {
-  const auto isHeldOnce = [](const ItemPointer& item) {
+Ownership ItemComparison::ownership(const ItemPointer& left, const ItemPointer& right,
+                                    Ownership ofParents) {
+  const auto isHeldByItsParentAlone = [](const ItemPointer& item) {
     int partsToLookAt = 250;
-    return item.use_count() == 1 && (!item->_rare || item->_rare->_children.use_count() <= 1) &&
-           !canReferToObject(item->_representedObject, partsToLookAt);
+    return item.use_count() == 1 && ItemFields::isArrayOfChildrenHeldOnce(*item) &&
+           !canReferToObject(ItemFields::representedObject(*item), partsToLookAt);
   };
-  return isHeldOnce(left) && isHeldOnce(right);
+  return ofParents == Ownership::parentAlone && isHeldByItsParentAlone(left) &&
+                 isHeldByItsParentAlone(right)
+             ? Ownership::parentAlone
+             : Ownership::shared;
 }
 
 void ItemComparison::forget() {
@@ -186,56 +189,59 @@ bool ItemComparison::compareOpen() {
       _held.resize(_open.size());  // what was asked last is not open; letting go runs destructors
     }
     Pair& pair = _open.back();
-    const KRAVTWVItemArray& children = pair.left->currentChildren();
-    if (_foreignCodeRan && children.size() != pair.right->currentChildren().size()) {
-      return closeUnequal(false);  // they were as many before
+    const KRAVTWVItemArray& children = ItemFields::currentChildren(*pair.left);
+    const KRAVTWVItemArray& others = ItemFields::currentChildren(*pair.right);
+    if (_foreignCodeRan && children.size() != others.size()) {
+      return closeUnequal(Ownership::shared);  // they were as many before
     }
     if (pair.next >= children.size()) {
-      const bool isToBeRemembered = pair.allArePrivate && !_foreignCodeRan;
-      if (isToBeRemembered) {
-        _found.push_back({pair.left, {pair.right, true}});
-      }
-      _open.pop_back();
-      if (!isToBeRemembered && !_open.empty()) {
-        _open.back().allArePrivate = false;
-      }
+      closeEqual();
       continue;
     }
     const ItemPointer& left = children[pair.next];
-    const ItemPointer& right = pair.right->currentChildren()[pair.next];
+    const ItemPointer& right = others[pair.next];
     ++pair.next;
     if (const auto known = remembered(left, right)) {
       if (!*known) {
-        return closeUnequal(pair.isPrivate);
+        return closeUnequal(pair.ownership);
       }
       continue;
     }
-    Pair inner{left.get(), right.get(), 0, false, false};
+    Pair inner{left.get(), right.get(), 0, Ownership::shared, Ownership::shared};
     std::optional<Verdict> verdict = judgeAtOnce(*left, *right);
     if (verdict) {
-      inner.isPrivate = pair.isPrivate && isPrivate(left, right);
+      inner.ownership = inner.ownershipOfBelow = ownership(left, right, pair.ownership);
     } else {
       verdict = judgeByAsking(left, right);
     }
-    switch (*verdict) {
-      case Verdict::equal:
-        pair.allArePrivate = pair.allArePrivate && inner.isPrivate;
-        break;
-      case Verdict::unequal:
-        return closeUnequal(inner.isPrivate);
-      case Verdict::childrenDecide:
-        inner.allArePrivate = inner.isPrivate;
-        _open.push_back(inner);
+    if (*verdict == Verdict::unequal) {
+      return closeUnequal(inner.ownership);
+    }
+    if (*verdict == Verdict::childrenDecide) {
+      _open.push_back(inner);
+    } else if (inner.ownership == Ownership::shared) {
+      pair.ownershipOfBelow = Ownership::shared;
     }
   }
   return true;
 }
 
+/// The innermost pair that is open is equal.
+void ItemComparison::closeEqual() {
+  const Pair pair = _open.back();
+  _open.pop_back();
+  if (pair.ownershipOfBelow == Ownership::parentAlone && !_foreignCodeRan) {
+    _found.push_back({pair.left, {pair.right, true}});
+  } else if (!_open.empty()) {
+    _open.back().ownershipOfBelow = Ownership::shared;
+  }
+}
+
 /// Two items differ, so all the pairs that are open do.
-bool ItemComparison::closeUnequal(bool remember) {
-  // The first of them is asked for just once.
+bool ItemComparison::closeUnequal(Ownership ofThoseThatDiffer) {
+  // The outermost pair is asked for just once.
   for (; _open.size() > 1; _open.pop_back()) {
-    if (remember && !_foreignCodeRan) {
+    if (ofThoseThatDiffer == Ownership::parentAlone && !_foreignCodeRan) {
       _found.push_back({_open.back().left, {_open.back().right, false}});
     }
   }

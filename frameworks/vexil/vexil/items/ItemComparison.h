@@ -13,37 +13,46 @@
 
 namespace vexil::detail {
 
+/// Who can change an item behind the back of the operation that is at work on it.
+enum class Ownership : std::uint8_t {
+  /// Nobody: every item and every array, from the top of the operation down to this item, is held
+  /// by its parent alone, and no represented object refers to an object, which could be an item.
+  parentAlone,
+  /// Anybody else who holds the item, or an item above it.
+  shared
+};
+
 /// Compares subtrees without recursion and, for a merge, remembers what it found.
 ///
-/// A merge compares the children of a node, subtree by subtree, and then again level by level on
-/// its way down to what differs. Remembering the answers makes that linear in the subtree.
+/// A merge compares the children of a node, subtree by subtree. On its way down to what differs it
+/// compares them again, level by level. Remembering the answers makes that linear in the subtree.
 ///
-/// But the merge changes items while it goes on. So an answer is remembered only of items that are
-/// private: from the top of the merge down to them and to all that they were compared by, every
-/// item and every array is held by its parent alone, and no represented object refers to an object,
-/// which could be an item. Nothing that the merge does elsewhere changes such items. Foreign code
-/// can do anything, and whoever lets it run calls `forget`.
+/// But the merge changes items meanwhile. So an answer is remembered only for two items that are
+/// owned by their parents alone, and only if all items that were compared for it are, too: nothing
+/// that the merge does elsewhere changes them. Foreign code can do anything, so who lets it run
+/// calls `forget`.
 ///
-/// A comparison runs foreign code itself where a represented object has to be asked whether it is
-/// equal, or an item of another class whether it is of the receiver's kind. Before that, all that
-/// the comparison has open is held; after it, counts and positions are read again. Children that
+/// A comparison itself runs foreign code where a represented object must be asked whether it is
+/// equal, or an item of another class whether it is of the receiver's kind. Before it asks, it
+/// holds all items that it has open. After that it reads counts and positions again. Children that
 /// became more or fewer meanwhile are not equal.
 class ItemComparison {
  public:
   using Item = KRAVTWVItemVexil;
   using ItemPointer = std::shared_ptr<KRAVTWVItemVexil>;
 
-  /// `left.isEqual(right)` and `left.isEqualToItem(right)`.
+  /// `left.isEqual(right)`.
   [[nodiscard]] static bool areEqual(const Item& left, const Item& right);
+  /// `left.isEqualToItem(right)`.
   [[nodiscard]] static bool haveEqualContent(const Item& left, const Item& right);
 
-  /// `left->isEqual(*right)` for elements of two arrays of children, whose owners are private or
-  /// not.
-  [[nodiscard]] bool equal(const ItemPointer& left, const ItemPointer& right,
-                           bool parentsArePrivate);
+  /// `left->isEqual(*right)`, for elements of two arrays of children. `ofParents` is the ownership
+  /// of the two parents.
+  [[nodiscard]] bool equal(const ItemPointer& left, const ItemPointer& right, Ownership ofParents);
 
-  /// Whether two elements of arrays are private when their parents are.
-  [[nodiscard]] static bool isPrivate(const ItemPointer& left, const ItemPointer& right);
+  /// The ownership of two elements of arrays of children. The caller must not hold them.
+  [[nodiscard]] static Ownership ownership(const ItemPointer& left, const ItemPointer& right,
+                                           Ownership ofParents);
 
   void forget();
   [[nodiscard]] bool remembersAny() const { return !_answers.empty(); }
@@ -54,35 +63,36 @@ class ItemComparison {
   struct Pair {
     const Item* left;
     const Item* right;
-    std::size_t next = 0;  // the children to be compared next
-    bool isPrivate;        // the two and all above
-    bool allArePrivate;    // and all below, as far as they were compared
+    std::size_t next = 0;        // the children to be compared next
+    Ownership ownership;         // of the two
+    Ownership ownershipOfBelow;  // of all below that were compared so far
   };
   struct Answer {
     const Item* right;
     bool equal;
   };
 
-  /// Two items, as far as that can be told without running foreign code.
+  /// What can be told of two items without running foreign code.
   static std::optional<Verdict> judgeAtOnce(const Item& left, const Item& right);
   static std::optional<Verdict> judgeContentAtOnce(const Item& left, const Item& right);
-  /// The same, with whatever runs. The caller holds both items.
+  /// The same, also by running foreign code. The caller holds both items.
   static Verdict judge(const Item& left, const Item& right);
   static Verdict judgeContent(const Item& left, const Item& right);
   static Verdict judgeChildren(const Item& left, const Item& right);
-  [[nodiscard]] std::optional<bool> remembered(const ItemPointer& left,
-                                               const ItemPointer& right) const;
-  /// Compares the children of the one pair that is open.
-  [[nodiscard]] bool compareOpen();
-  [[nodiscard]] bool closeUnequal(bool remember);
-  /// `judge` of two items, while they and all that is open are held.
+  /// `judge`, while the two items and all that are open are held.
   [[nodiscard]] Verdict judgeByAsking(const ItemPointer& left, const ItemPointer& right);
 
+  [[nodiscard]] std::optional<bool> remembered(const ItemPointer& left,
+                                               const ItemPointer& right) const;
+  /// Compares the children of the pair that is open, and all below.
+  [[nodiscard]] bool compareOpen();
+  void closeEqual();
+  [[nodiscard]] bool closeUnequal(Ownership ofThoseThatDiffer);
+
   std::vector<Pair> _open;
-  std::vector<std::pair<HeldItem, HeldItem>>
-      _held;                     // those of them that are held, from the first on
-  bool _foreignCodeRan = false;  // in this comparison, which is not remembered then
-  std::vector<std::pair<const Item*, Answer>> _found;  // in this comparison, and to be remembered
+  std::vector<std::pair<HeldItem, HeldItem>> _held;  // the first so many of the open pairs
+  bool _foreignCodeRan = false;  // during this comparison, which is not remembered then
+  std::vector<std::pair<const Item*, Answer>> _found;  // during this comparison
   std::unordered_map<const Item*, Answer> _answers;
 };
 

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// Internal to items: what compound operations read and set without going through the properties,
-// which are atomic and announced. They belong to one thread at a time, so nobody changes a field
-// meanwhile.
+// Internal to items: what compound operations read and set directly, without the properties, which
+// are atomic and announced. Compound operations belong to one thread at a time, so no other thread
+// changes a field meanwhile.
 #pragma once
 
 #include <vexil/KRAVTWVItemVexil.h>
 
+#include <cstddef>
 #include <memory>
 #include <typeinfo>
 
@@ -14,27 +15,44 @@ namespace vexil::detail {
 struct ItemFields {
   using Item = KRAVTWVItemVexil;
 
-  static const platform::Value& representedObject(const Item& item) {
-    return item._representedObject;
-  }
-  /// As `setRepresentedObject` does when nobody observes the item; `object` is the old one then.
-  static void exchangeRepresentedObject(Item& item, platform::Value& object) {
-    item.exchange(item._representedObject, object);
-    item._equalRecord = {};
-  }
-  /// Those that there are now; a reference that holds until foreign code runs.
-  static const KRAVTWVItemArray& currentChildren(const Item& item) {
-    return item.currentChildren();
-  }
-  /// Null where there are none, or no array of them.
-  static std::shared_ptr<KRAVTWVItemArray> children(const Item& item) {
-    return item._rare ? item._rare->_children : nullptr;
-  }
-  static bool hasChildrenArray(const Item& item) {
-    return item._childrenState != Item::Children::absent;
+  static const platform::Key& childrenKey() {
+    static const platform::Key key(KRAVTWVItemVexilKeyPathChildren);
+    return key;
   }
 
-  /// Whether an item is of one of the library's own classes, which run no foreign code when they
+  static const platform::Value& representedObject(const Item& item) {
+    return item._stored._representedObject;
+  }
+  /// As `setRepresentedObject`, for an item that nobody observes. `object` is the old one
+  /// afterwards.
+  static void exchangeRepresentedObject(Item& item, platform::Value& object) {
+    item.exchange(item._stored._representedObject, object);
+    item._stored.equalRecord = {};
+  }
+
+  /// The children that there are now. The reference holds until foreign code runs.
+  static const KRAVTWVItemArray& currentChildren(const Item& item) {
+    static const KRAVTWVItemArray none;
+    const KRAVTWVItemArray* const children = item._stored.children();
+    return children == nullptr ? none : *children;
+  }
+  /// The array of children; null when they are absent or nobody has asked for them yet.
+  static std::shared_ptr<KRAVTWVItemArray> children(const Item& item) {
+    return item._stored.rare ? item._stored.rare->_children : nullptr;
+  }
+  static bool isArrayOfChildrenHeldOnce(const Item& item) {
+    return !item._stored.rare || item._stored.rare->_children.use_count() <= 1;
+  }
+  static bool areChildrenAbsent(const Item& item) { return item._stored.areChildrenAbsent(); }
+  /// The array to add children to. Starts a new one where there is none.
+  static KRAVTWVItemArray& childrenForAdding(Item& item) { return item.childrenForAdding(); }
+
+  /// The class test of equality, for an item of another class than the receiver.
+  static bool isKindOfReceiversClass(const Item& receiver, const Item& other) {
+    return receiver.isKindOfReceiversClass(other);
+  }
+
+  /// Whether an item is of one of the library's own classes. These run no foreign code when they
   /// are asked for their identifier or their kind.
   static bool isOwnKind(const Item& item) {
     const std::type_info& type = typeid(item);
@@ -45,16 +63,18 @@ struct ItemFields {
            type == typeid(KRAVTWVNetServiceVexil);
   }
 
-  /// Whether an item is an event of no other class, without children: then identifier, equality and
-  /// all else follow from the record alone.
+  /// Whether an item is of the plain event class and has no children. Then everything about it
+  /// follows from its record alone.
   static bool isPlainEvent(const Item& item) {
-    return typeid(item) == typeid(KRAVTWVEventVexil) && hasChildrenArray(item) &&
-           (item._childrenState == Item::Children::unmade || item._rare->_children->empty());
+    return typeid(item) == typeid(KRAVTWVEventVexil) && !areChildrenAbsent(item) &&
+           currentChildren(item).empty();
   }
 
   /// The record that the represented object is known to equal.
-  static RecordAddress equalRecord(const Item& item) { return item._equalRecord; }
-  static void setEqualRecord(Item& item, RecordAddress record) { item._equalRecord = record; }
+  static RecordAddress equalRecord(const Item& item) { return item._stored.equalRecord; }
+  static void setEqualRecord(Item& item, RecordAddress record) {
+    item._stored.equalRecord = record;
+  }
 
   /// Begins to fetch an item, or what a record in it holds, for a loop that comes to it later.
   static void prefetch(const Item* item) {
@@ -63,7 +83,7 @@ struct ItemFields {
   }
   static void prefetchRecord(const Item* item, std::size_t lines = 3) {
     if (item != nullptr) {
-      item->_representedObject.prefetch(lines);
+      item->_stored._representedObject.prefetch(lines);
     }
   }
 };

@@ -2,7 +2,7 @@
 // Internal to items.
 #pragma once
 
-#include <vexil/KRAVTWVItemVexil.h>
+#include <vexil/items/ItemFields.h>
 
 #include <memory>
 #include <vector>
@@ -51,11 +51,8 @@ class ItemWalk {
     const std::shared_ptr<KRAVTWVItemVexil>* next;
     const std::shared_ptr<KRAVTWVItemVexil>* end;
   };
-  static Siblings childrenOf(const KRAVTWVItemVexil& item) noexcept {
-    if (item._childrenState != KRAVTWVItemVexil::Children::made) {
-      return {nullptr, nullptr};
-    }
-    const KRAVTWVItemArray& children = *item._rare->_children;
+  static Siblings childrenOf(const KRAVTWVItemVexil& item) {
+    const KRAVTWVItemArray& children = ItemFields::currentChildren(item);
     return {children.data(), children.data() + children.size()};
   }
 };

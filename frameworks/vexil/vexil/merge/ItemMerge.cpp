@@ -1,30 +1,67 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/items/ItemFields.h>
-#include <vexil/merge/IdentifierDifference.h>
 #include <vexil/merge/ItemMerge.h>
+#include <vexil/merge/Prefetching.h>
 #include <vexil/platform/Error.h>
 
 #include <algorithm>
+#include <iterator>
+#include <optional>
 #include <string>
 #include <unordered_set>
 #include <utility>
+
+void KRAVTWVItemVexil::replaceChildren(const std::shared_ptr<const KRAVTWVItemArray>& fresh) {
+  using vexil::detail::Ownership;
+  // The caller holds the array. If anybody else does, it could be the children of some item.
+  const Ownership ownership = fresh.use_count() <= 1 ? Ownership::parentAlone : Ownership::shared;
+  vexil::detail::ItemMerge().perform(*this, vexil::detail::FreshItems(fresh, ownership));
+}
 
 namespace vexil::detail {
 
 using platform::ChangeKind;
 using platform::IndexSet;
-using platform::Key;
 using platform::Value;
 
 namespace {
 
-const Key& childrenKey() {
-  static const Key key(KRAVTWVItemVexilKeyPathChildren);
-  return key;
+// --- what one kind of source can do and others cannot
+
+std::optional<IndexSet> changesInPlace(const KRAVTWVItemVexil& receiver, const FreshEvents& fresh) {
+  return fresh.changesInPlace(receiver);
+}
+template <class Source>
+std::optional<IndexSet> changesInPlace(const KRAVTWVItemVexil&, const Source&) {
+  return std::nullopt;
 }
 
-/// Raises for the first of some identifiers that is absent. `itemAt` yields the item it is of, or a
-/// null pointer when that is not there any more.
+std::optional<IdentifierDifference> knownDifference(const KRAVTWVItemVexil& receiver,
+                                                    const FreshEvents& fresh) {
+  return fresh.knownDifference(ItemFields::currentChildren(receiver));
+}
+template <class Source>
+std::optional<IdentifierDifference> knownDifference(const KRAVTWVItemVexil&, const Source&) {
+  return std::nullopt;
+}
+
+bool areOfOwnKinds(const KRAVTWVItemArray& items) {
+  return std::ranges::all_of(items,
+                             [](const auto& item) { return item && ItemFields::isOwnKind(*item); });
+}
+/// Whether fresh items can run foreign code when they are asked for their identifiers.
+bool canRunForeignCode(const FreshItems& fresh) {
+  return !areOfOwnKinds(fresh.items());
+}
+template <class Source>
+bool canRunForeignCode(const Source&) {
+  return false;
+}
+
+// --- identifiers
+
+/// Throws for the first of some identifiers that is absent. `itemAt` returns the item that it is
+/// of, or a null pointer when that is gone.
 template <class ItemAt>
 void requireIdentifiers(const std::vector<Value>& identifiers, const ItemAt& itemAt) {
   const auto absent = std::ranges::find_if(identifiers, &Value::isAbsent);
@@ -36,20 +73,16 @@ void requireIdentifiers(const std::vector<Value>& identifiers, const ItemAt& ite
   }
 }
 
-/// Whether items run no foreign code when they are asked for these identifiers, and these run none
-/// when they are compared.
-bool runNoForeignCode(const KRAVTWVItemArray* items, const std::vector<Value>& identifiers) {
-  return std::ranges::all_of(
-             identifiers, [](const Value& each) { return each.isString() || each.isNumber(); }) &&
-         (items == nullptr || std::ranges::all_of(*items, [](const auto& item) {
-            return item && ItemFields::isOwnKind(*item);
-          }));
+/// Whether no foreign code runs when identifiers are compared.
+bool arePlain(const std::vector<Value>& identifiers) {
+  return std::ranges::all_of(identifiers,
+                             [](const Value& each) { return each.isString() || each.isNumber(); });
 }
 
-/// What of `appeared` still holds when the items have other identifiers by now: only what had been
-/// among the fresh ones counts, and was not among the old ones.
-IndexSet appearedAmong(const std::vector<Value>& identifiers, const std::vector<Value>& fresh,
-                       const std::vector<Value>& old) {
+/// The positions of those of some identifiers that came. An identifier came if it is among `fresh`
+/// and not among `old`.
+IndexSet positionsThatCame(const std::vector<Value>& identifiers, const std::vector<Value>& fresh,
+                           const std::vector<Value>& old) {
   const std::unordered_set<Value> freshSet(fresh.begin(), fresh.end());
   const std::unordered_set<Value> oldSet(old.begin(), old.end());
   IndexSet indexes;
@@ -59,6 +92,42 @@ IndexSet appearedAmong(const std::vector<Value>& identifiers, const std::vector<
     }
   }
   return indexes;
+}
+
+// --- insertion
+
+/// Inserts items into an array, so that each stands at its index afterwards.
+void insertAt(const IndexSet& indexes, KRAVTWVItemArray arrived, KRAVTWVItemArray& children) {
+  if (children.empty()) {
+    children.swap(arrived);
+    return;
+  }
+  KRAVTWVItemArray merged;
+  merged.reserve(children.size() + arrived.size());
+  auto stayed = std::make_move_iterator(children.begin());
+  auto next = std::make_move_iterator(arrived.begin());
+  const auto take = [&merged](auto& from, std::size_t count) {
+    const auto end = from + static_cast<std::ptrdiff_t>(count);
+    merged.insert(merged.end(), from, end);
+    from = end;
+  };
+  for (const IndexSet::Run& run : indexes.runs()) {
+    take(stayed, run.first - merged.size());
+    take(next, run.count);
+  }
+  merged.insert(merged.end(), stayed, std::make_move_iterator(children.end()));
+  children.swap(merged);
+}
+
+/// Throws when foreign code has taken items out of either array, or an identifier occurs twice.
+void requireThatTheyFit(const IndexSet& indexes, std::size_t childCount, std::size_t freshCount) {
+  if (*indexes.last() >= freshCount) {
+    throw platform::RangeError("the fresh items became fewer while they were merged");
+  }
+  if (*indexes.last() >= childCount + indexes.count()) {
+    throw platform::RangeError("an identifier occurs twice: a child cannot be inserted at " +
+                               std::to_string(*indexes.last()));
+  }
 }
 
 }  // namespace
@@ -74,173 +143,250 @@ bool ItemMerge::announce(const Item& item, Change&& change) {
   return isObserved;
 }
 
-void ItemMerge::run(KRAVTWVItemVexil& receiver, FreshList fresh, bool isPrivate) {
-  // An observer may let go of the last hold on the receiver while this is at work on it.
-  open(std::static_pointer_cast<Item>(receiver.shared_from_this()), std::move(fresh), isPrivate);
+void ItemMerge::perform(Item& receiver, FreshSource fresh) {
+  // Held, because an observer may let go of the receiver in the middle.
+  open(std::static_pointer_cast<Item>(receiver.shared_from_this()), std::move(fresh));
   while (!_levels.empty()) {
-    if (_levels.back().run < _levels.back().changed.runs().size()) {
+    if (_levels.back().isDone()) {
+      closeLevel();
+    } else {
       replaceNext();
-      continue;
     }
-    Level done = std::move(_levels.back());
-    _levels.pop_back();
-    announce(*done.receiver,
-             [&] { done.receiver->didChangeValuesAtIndexesForKey(std::move(done.replacement)); });
   }
 }
 
-void ItemMerge::open(std::shared_ptr<Item> receiver, FreshList fresh, bool isPrivate) {
-  if (fresh.size() == 0 && receiver->currentChildren().empty()) {
+std::size_t ItemMerge::Level::next() {
+  const IndexSet::Run& run = changed.runs()[range];
+  const std::size_t index = run.first + inRange;
+  if (++inRange == run.count) {
+    ++range;
+    inRange = 0;
+  }
+  return index;
+}
+
+void ItemMerge::open(std::shared_ptr<Item> receiver, FreshSource fresh) {
+  const bool isFreshEmpty =
+      std::visit([](const auto& source) { return source.size() == 0; }, fresh);
+  if (isFreshEmpty && ItemFields::currentChildren(*receiver).empty()) {
     return;
   }
-  IndexSet changed;
-  if (auto changes = fresh.changesInPlace(*receiver)) {
-    changed = std::move(*changes);  // the usual refresh: nothing came and nothing went
-  } else {
-    const IndexSet inserted = removeAndInsert(*receiver, fresh);
-    changed = changedIndexes(*receiver, fresh, inserted, isPrivate);
-  }
+  IndexSet changed = std::visit(
+      [&](const auto& source) { return mergeUpToReplacement(*receiver, source); }, fresh);
   if (changed.empty()) {
     return;
   }
-  auto replacement =
-      receiver->willChangeValuesAtIndexesForKey(ChangeKind::replacement, changed, childrenKey());
-  _levels.push_back({std::move(receiver), std::move(fresh), std::move(changed), 0, 0, isPrivate,
-                     std::move(replacement)});
+  auto replacement = receiver->willChangeValuesAtIndexesForKey(ChangeKind::replacement, changed,
+                                                               ItemFields::childrenKey());
+  _levels.push_back(
+      {std::move(receiver), std::move(fresh), std::move(changed), std::move(replacement)});
 }
 
-IndexSet ItemMerge::removeAndInsert(Item& receiver, const FreshList& fresh) {
-  std::vector<Value> freshIdentifiers;
-  std::vector<Value> oldIdentifiers;
-  std::optional<IdentifierDifference> difference =
-      fresh.knownDifference(receiver.currentChildren());
+void ItemMerge::closeLevel() {
+  Level done = std::move(_levels.back());
+  _levels.pop_back();
+  announce(*done.receiver,
+           [&] { done.receiver->didChangeValuesAtIndexesForKey(std::move(done.replacement)); });
+}
+
+template <class Source>
+IndexSet ItemMerge::mergeUpToReplacement(Item& receiver, const Source& fresh) {
+  if (auto changes = changesInPlace(receiver, fresh)) {
+    return std::move(*changes);  // the usual refresh: nothing came and nothing went
+  }
+  Identifiers identifiers;
+  std::optional<IdentifierDifference> difference = knownDifference(receiver, fresh);
   if (!difference) {
-    freshIdentifiers = fresh.identifiers();
-    requireIdentifiers(freshIdentifiers, [&](std::size_t index) {
-      return index < fresh.size() ? fresh.item(index) : nullptr;
-    });
-    const std::shared_ptr<const KRAVTWVItemArray> children = ItemFields::children(receiver);
-    if (children) {
-      oldIdentifiers = anyIdentifiersOf(children);
-      requireIdentifiers(oldIdentifiers, [&](std::size_t index) {
-        return index < children->size() ? (*children)[index] : nullptr;
-      });
-    }
-    difference = identifierDifference(oldIdentifiers, freshIdentifiers);
-    if (_comparison.remembersAny() && !(runNoForeignCode(fresh.hostItems(), freshIdentifiers) &&
-                                        runNoForeignCode(children.get(), oldIdentifiers))) {
-      _comparison.forget();
-    }
-    // Items, and objects in place of identifiers, can have done anything when they were asked.
-    if (ItemFields::children(receiver) != children ||
-        receiver.currentChildren().size() != oldIdentifiers.size()) {
-      throw platform::RangeError("the children became others while they were merged");
-    }
+    difference = readDifference(receiver, fresh, identifiers);
   }
   auto& [vanished, appeared] = *difference;
-  if (_comparison.remembersAny()) {
-    vanished.forEach(
-        [&](std::size_t index) { _letGoLast.emplace_back(receiver.currentChildren()[index]); });
-  }
-  if (!vanished.empty() &&
-      announce(receiver, [&] { receiver.removeChildrenAtIndexes(vanished); }) &&
-      fresh.hostItems() != nullptr) {
-    const std::vector<Value> identifiers = fresh.identifiers();
-    if (identifiers != freshIdentifiers) {
-      appeared = appearedAmong(identifiers, freshIdentifiers, oldIdentifiers);
+  const bool wasHeard = !vanished.empty() && remove(receiver, vanished);
+  if constexpr (std::is_same_v<Source, FreshItems>) {
+    // The host's items may have other identifiers since it heard of the removal.
+    if (wasHeard) {
+      const std::vector<Value> current = fresh.identifiers();
+      if (current != identifiers.fresh) {
+        appeared = positionsThatCame(current, identifiers.fresh, identifiers.old);
+      }
     }
   }
   if (!appeared.empty()) {
-    announce(receiver, [&] { receiver.insertChildren(fresh, appeared); });
+    insert(receiver, fresh, appeared);
   }
-  return std::move(appeared);
+  return changedIndexes(receiver, fresh, appeared);
 }
 
-bool ItemMerge::isEqual(const KRAVTWVItemArray& children, const FreshList& fresh, std::size_t index,
-                        bool isPrivate) {
-  if (const KRAVTWVItemArray* items = fresh.hostItems()) {
-    return _comparison.equal(children[index], (*items)[index], isPrivate);
+template <class Source>
+IdentifierDifference ItemMerge::readDifference(const Item& receiver, const Source& fresh,
+                                               Identifiers& identifiers) {
+  identifiers.fresh = fresh.identifiers();
+  requireIdentifiers(identifiers.fresh, [&](std::size_t index) {
+    return index < fresh.size() ? fresh.item(index) : nullptr;
+  });
+  const std::shared_ptr<const KRAVTWVItemArray> children = ItemFields::children(receiver);
+  if (children) {
+    identifiers.old = identifiersOf(children);
+    requireIdentifiers(identifiers.old, [&](std::size_t index) {
+      return index < children->size() ? (*children)[index] : nullptr;
+    });
   }
-  if (const std::optional<bool> known = fresh.isEqualTo(*children[index], index)) {
-    return *known;
+  IdentifierDifference difference = identifierDifference(identifiers.old, identifiers.fresh);
+  if (_comparison.remembersAny() &&
+      (canRunForeignCode(fresh) || (children && !areOfOwnKinds(*children)) ||
+       !arePlain(identifiers.fresh) || !arePlain(identifiers.old))) {
+    _comparison.forget();
   }
-  const std::shared_ptr<Item> child = children[index];
-  return child->isEqual(*fresh.item(index));
+  // Items, and objects in place of identifiers, may have done anything when they were asked.
+  if (ItemFields::children(receiver) != children ||
+      ItemFields::currentChildren(receiver).size() != identifiers.old.size()) {
+    throw platform::RangeError("the children became others while they were merged");
+  }
+  return difference;
 }
 
-IndexSet ItemMerge::changedIndexes(const Item& receiver, const FreshList& fresh,
-                                   const IndexSet& inserted, bool isPrivate) {
-  const std::size_t count = receiver.currentChildren().size();
+bool ItemMerge::remove(Item& receiver, const IndexSet& indexes) {
+  if (_comparison.remembersAny()) {
+    indexes.forEach([&](std::size_t index) {
+      _letGoLast.emplace_back(ItemFields::currentChildren(receiver)[index]);
+    });
+  }
+  return announce(receiver, [&] { receiver.removeChildrenAtIndexes(indexes); });
+}
+
+template <class Source>
+void ItemMerge::insert(Item& receiver, const Source& fresh, const IndexSet& indexes) {
+  announce(receiver, [&] {
+    const auto requireThatTheyFitNow = [&] {
+      requireThatTheyFit(indexes, ItemFields::currentChildren(receiver).size(), fresh.size());
+    };
+    requireThatTheyFitNow();
+    auto change = receiver.willChangeValuesAtIndexesForKey(ChangeKind::insertion, indexes,
+                                                           ItemFields::childrenKey());
+    requireThatTheyFitNow();  // again, because getters may have changed them
+    // All that can fail comes first, so that the children are never left half done.
+    KRAVTWVItemArray arrived;
+    arrived.reserve(indexes.count());
+    indexes.forEach([&](std::size_t index) {
+      arrived.push_back(fresh.item(index));
+      if (!arrived.back()) {
+        throw platform::InvalidArgument("an array of items holds a null pointer");
+      }
+    });
+    insertAt(indexes, std::move(arrived), ItemFields::childrenForAdding(receiver));
+    receiver.didChangeValuesAtIndexesForKey(std::move(change));
+  });
+}
+
+template <class Source>
+IndexSet ItemMerge::changedIndexes(const Item& receiver, const Source& fresh,
+                                   const IndexSet& inserted) {
+  const std::size_t count = ItemFields::currentChildren(receiver).size();
   IndexSet changed;
-  const auto compareUpTo = [&](std::size_t first, std::size_t end) {
-    for (std::size_t i = first; i < end; ++i) {
-      // Looked up again, as whoever was asked may have changed them.
-      const KRAVTWVItemArray& children = receiver.currentChildren();
-      i = fresh.compareEvents(children, i, std::min({end, fresh.size(), children.size()}), changed);
-      if (i == end) {
-        return;
-      }
-      if (i >= fresh.size() || i >= children.size()) {
-        // An identifier occurs twice, or foreign code brought children in or took items out.
-        throw platform::RangeError("there is no fresh item for a child that stayed, or no child: " +
-                                   std::to_string(i));
-      }
-      if (!isEqual(children, fresh, i, isPrivate)) {
-        changed.insert(i);
-      }
-    }
-  };
   std::size_t next = 0;
   for (const IndexSet::Run& run : inserted.runs()) {
-    compareUpTo(next, std::min(run.first, count));
+    addChangedIndexes(receiver, fresh, next, std::min(run.first, count), changed);
     next = run.end();
   }
-  compareUpTo(next, count);
+  addChangedIndexes(receiver, fresh, next, count, changed);
   return changed;
+}
+
+template <class Source>
+void ItemMerge::addChangedIndexes(const Item& receiver, const Source& fresh, std::size_t from,
+                                  std::size_t to, IndexSet& changed) {
+  for (std::size_t i = from; i < to; ++i) {
+    if (!isChildEqual(receiver, fresh, i)) {
+      changed.insert(i);
+    }
+  }
+}
+
+void ItemMerge::addChangedIndexes(const Item& receiver, const FreshEvents& fresh, std::size_t from,
+                                  std::size_t to, IndexSet& changed) {
+  std::size_t next = from;
+  while (next < to) {
+    // Looked up again, because an object that was asked may have changed them.
+    const KRAVTWVItemArray& children = ItemFields::currentChildren(receiver);
+    const std::size_t end = std::min({to, fresh.size(), children.size()});
+    next = fresh.compareAtOnce(children, next, std::max(next, end), changed);
+    if (next < to) {
+      if (!isChildEqual(receiver, fresh, next)) {
+        changed.insert(next);
+      }
+      ++next;
+    }
+  }
+}
+
+template <class Source>
+bool ItemMerge::isChildEqual(const Item& receiver, const Source& fresh, std::size_t index) {
+  const KRAVTWVItemArray& children = ItemFields::currentChildren(receiver);
+  if (index >= fresh.size() || index >= children.size()) {
+    // An identifier occurs twice, or foreign code brought children in or took items out.
+    throw platform::RangeError("there is no fresh item for a child that stayed, or no child: " +
+                               std::to_string(index));
+  }
+  if constexpr (std::is_same_v<Source, FreshItems>) {
+    return _comparison.equal(children[index], fresh.item(index), fresh.ownership());
+  } else {
+    if (const std::optional<bool> known = fresh.isEqualTo(*children[index], index)) {
+      return *known;
+    }
+    const std::shared_ptr<Item> child = children[index];
+    return child->isEqual(*fresh.item(index));
+  }
 }
 
 void ItemMerge::replaceNext() {
   Level& level = _levels.back();
-  const IndexSet::Run& run = level.changed.runs()[level.run];
-  const std::size_t index = run.first + level.inRun;
-  if (++level.inRun == run.count) {
-    ++level.run;
-    level.inRun = 0;
-  }
-  const KRAVTWVItemArray& children = level.receiver->currentChildren();
-  if (index >= children.size() || index >= level.fresh.size()) {
-    throw platform::RangeError("items became fewer while they were merged");
-  }
-  if (level.fresh.isLeaf()) {
-    level.fresh.prefetchToReplace(children, index);
-    // Held here, because whoever hears of this may change the array.
-    const std::shared_ptr<Item> old = children[index];
-    if (Value represented; level.fresh.replaceUnheard(*old, index, represented)) {
-      represented = Value();  // of which a destructor may hear
-    } else {
-      announce(*old, [&] { old->setRepresentedObject(level.fresh.representedObject(index)); });
-      level.fresh.noteEqual(*old, index);
-    }
-    if (!old->currentChildren().empty()) {
-      open(old, FreshList(nullptr), false);
-    }
-    return;
-  }
-  const KRAVTWVItemArray* const items = level.fresh.hostItems();
-  const bool isPrivate = items != nullptr && level.isPrivate &&
-                         ItemComparison::isPrivate(children[index], (*items)[index]);
-  const std::shared_ptr<Item> old = children[index];
-  if (items == nullptr) {
-    announce(*old, [&] { old->setRepresentedObject(level.fresh.representedObject(index)); });
-    open(old, level.fresh.childrenOf(index), false);
-    return;
-  }
-  const std::shared_ptr<Item> fresh = (*items)[index];
+  const std::size_t index = level.next();
+  const KRAVTWVItemArray& children = ItemFields::currentChildren(*level.receiver);
+  std::visit(
+      [&](const auto& fresh) {
+        if (index >= children.size() || index >= fresh.size()) {
+          throw platform::RangeError("items became fewer while they were merged");
+        }
+        replace(children, fresh, index);
+      },
+      level.fresh);
+}
+
+// Each of these opens a level last, because that moves all levels, and with them `fresh`.
+
+void ItemMerge::replace(const KRAVTWVItemArray& children, const FreshItems& fresh,
+                        std::size_t index) {
+  const Ownership ownership =
+      ItemComparison::ownership(children[index], fresh.item(index), fresh.ownership());
+  const std::shared_ptr<Item> child = children[index];
+  const std::shared_ptr<Item> item = fresh.item(index);
   if (_comparison.remembersAny()) {
-    _letGoLast.push_back(old->representedObject());
+    _letGoLast.push_back(child->representedObject());
   }
-  announce(*old, [&] { old->setRepresentedObject(fresh->representedObject()); });
-  open(old, FreshList(ItemFields::children(*fresh)), isPrivate);
+  announce(*child, [&] { child->setRepresentedObject(item->representedObject()); });
+  open(child, FreshItems(ItemFields::children(*item), ownership));
+}
+
+void ItemMerge::replace(const KRAVTWVItemArray& children, const FreshEvents& fresh,
+                        std::size_t index) {
+  prefetchToReplace(children, fresh, index);
+  // Held, because whoever hears of this may change the array.
+  const std::shared_ptr<Item> child = children[index];
+  if (!child->isObserved() && ItemFields::isPlainEvent(*child)) {
+    fresh.replaceUnheard(*child, index);
+  } else {
+    announce(*child, [&] { child->setRepresentedObject(fresh.record(index)); });
+    fresh.noteEqual(*child, index);
+  }
+  if (!ItemFields::currentChildren(*child).empty()) {
+    open(child, FreshItems());
+  }
+}
+
+void ItemMerge::replace(const KRAVTWVItemArray& children, const FreshRows& fresh,
+                        std::size_t index) {
+  const std::shared_ptr<Item> child = children[index];
+  announce(*child, [&] { child->setRepresentedObject(fresh.representedObject(index)); });
+  open(child, fresh.eventsOf(index));
 }
 
 }  // namespace vexil::detail

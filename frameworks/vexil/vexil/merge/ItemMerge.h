@@ -1,58 +1,100 @@
 // SPDX-License-Identifier: Apache-2.0
-// Internal to items: how a live tree takes over a fresh one.
+// Internal to the merge: how a live tree takes over a fresh list.
 #pragma once
 
-#include <vexil/KRAVTWVItemVexil.h>
 #include <vexil/items/ItemComparison.h>
-#include <vexil/merge/FreshList.h>
+#include <vexil/kinds/Item.h>
+#include <vexil/merge/FreshEvents.h>
+#include <vexil/merge/FreshItems.h>
+#include <vexil/merge/FreshRows.h>
+#include <vexil/merge/IdentifierDifference.h>
+#include <vexil/platform/IndexSet.h>
+#include <vexil/platform/Observable.h>
+#include <vexil/platform/Value.h>
 
+#include <cstddef>
 #include <memory>
-#include <optional>
+#include <variant>
 #include <vector>
 
 namespace vexil::detail {
+
+/// What a merge brings in. Collections hand over records where they can, because most refreshes
+/// bring what is there already: then only the items that are inserted are made. An observer sees no
+/// difference, because of fresh items it only ever sees those that are inserted (and see
+/// `FreshRows`).
+using FreshSource = std::variant<FreshItems, FreshEvents, FreshRows>;
 
 /// One `replaceChildren` with all the nested ones it leads to, without recursion: a level is what
 /// the nested call would have on the stack.
 class ItemMerge {
  public:
-  /// Whether nobody but the caller holds the items of `fresh`, directly or in some array, is for
-  /// the caller to say, as ItemComparison has it.
-  void run(KRAVTWVItemVexil& receiver, FreshList fresh, bool isPrivate);
-
- private:
   using Item = KRAVTWVItemVexil;
 
-  /// A node whose children are being replaced, at its last step: the replacement in place.
+  void perform(Item& receiver, FreshSource fresh);
+
+ private:
+  /// A receiver whose children are being replaced in place.
   struct Level {
     std::shared_ptr<Item> receiver;
-    FreshList fresh;
+    FreshSource fresh;
     platform::IndexSet changed;
-    std::size_t run = 0;    // of those of `changed`, the one that is being worked through
-    std::size_t inRun = 0;  // and what was done of it
-    bool isPrivate;         // the receiver and the fresh items' owner, as ItemComparison has it
     platform::PendingChange replacement;
+    std::size_t range = 0;    // of `changed`, the one that is next
+    std::size_t inRange = 0;  // how much of it is done
+
+    [[nodiscard]] bool isDone() const { return range == changed.runs().size(); }
+    /// The next of the changed positions.
+    std::size_t next();
   };
 
-  /// The steps up to the replacement; opens a level when there is something to replace.
-  void open(std::shared_ptr<Item> receiver, FreshList fresh, bool isPrivate);
-  /// Yields the positions of what was inserted.
-  platform::IndexSet removeAndInsert(Item& receiver, const FreshList& fresh);
-  [[nodiscard]] platform::IndexSet changedIndexes(const Item& receiver, const FreshList& fresh,
-                                                  const platform::IndexSet& inserted,
-                                                  bool isPrivate);
-  /// Whether the child at `index` equals the fresh item there.
-  [[nodiscard]] bool isEqual(const KRAVTWVItemArray& children, const FreshList& fresh,
-                             std::size_t index, bool isPrivate);
-  /// Takes over the content of the next item of the innermost level, and goes into its children.
+  /// The identifiers on both sides.
+  struct Identifiers {
+    std::vector<platform::Value> old;
+    std::vector<platform::Value> fresh;
+  };
+
+  /// Removes and inserts, finds out what must be replaced, and opens a level for that.
+  void open(std::shared_ptr<Item> receiver, FreshSource fresh);
+  void closeLevel();
+
+  /// Returns where to replace.
+  template <class Source>
+  [[nodiscard]] platform::IndexSet mergeUpToReplacement(Item& receiver, const Source& fresh);
+  /// Reads the identifiers on both sides and compares them.
+  template <class Source>
+  [[nodiscard]] IdentifierDifference readDifference(const Item& receiver, const Source& fresh,
+                                                    Identifiers& identifiers);
+  /// Returns whether observers may have heard of it.
+  bool remove(Item& receiver, const platform::IndexSet& indexes);
+  template <class Source>
+  void insert(Item& receiver, const Source& fresh, const platform::IndexSet& indexes);
+
+  template <class Source>
+  [[nodiscard]] platform::IndexSet changedIndexes(const Item& receiver, const Source& fresh,
+                                                  const platform::IndexSet& inserted);
+  template <class Source>
+  void addChangedIndexes(const Item& receiver, const Source& fresh, std::size_t from,
+                         std::size_t to, platform::IndexSet& changed);
+  void addChangedIndexes(const Item& receiver, const FreshEvents& fresh, std::size_t from,
+                         std::size_t to, platform::IndexSet& changed);
+  template <class Source>
+  [[nodiscard]] bool isChildEqual(const Item& receiver, const Source& fresh, std::size_t index);
+
+  /// Has the next child of the innermost level take over the content of the fresh item.
   void replaceNext();
-  /// Makes a change of `item` that is announced; whether an observer can have had its hands in.
+  void replace(const KRAVTWVItemArray& children, const FreshItems& fresh, std::size_t index);
+  void replace(const KRAVTWVItemArray& children, const FreshEvents& fresh, std::size_t index);
+  void replace(const KRAVTWVItemArray& children, const FreshRows& fresh, std::size_t index);
+
+  /// Makes a change of `item` that is announced. Returns whether observers may have heard of it,
+  /// and so have done anything.
   template <class Change>
   bool announce(const Item& item, Change&& change);
 
   ItemComparison _comparison;
   std::vector<Level> _levels;
-  // What the tree lets go of while answers are remembered: destructors can be foreign code.
+  // What the tree lets go of while answers are remembered: its destructors may run foreign code.
   std::vector<platform::Value> _letGoLast;
 };
 

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+// Internal to items: what an item stores.
+#pragma once
+
+#include <vexil/detail/ItemReference.h>
+#include <vexil/detail/RecordAddress.h>
+#include <vexil/platform/Value.h>
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+class KRAVTWVItemVexil;
+
+namespace vexil::detail {
+
+/// All stored properties of an item but `_enabled`, which subclasses may set.
+///
+/// There can be millions of items, so this is small. Most items are leaves and read their
+/// identifier and label from a record: what they do without lies in `rare`, which is made when it
+/// is needed first. `rare` comes first because a walk through a tree looks at nothing else of a
+/// leaf: there it lies in the same cache line as the beginning of the item.
+struct ItemStorage {
+  using Children = std::vector<std::shared_ptr<KRAVTWVItemVexil>>;
+
+  struct Rare {
+    platform::Value _uniqueID;
+    platform::Value _label;
+    std::shared_ptr<Children> _children;  // made when somebody first asks for it
+    ItemReference self;                   // the children refer to this item by it
+    bool areChildrenAbsent = false;       // a null `_children` is an empty array otherwise
+  };
+
+  explicit ItemStorage(platform::Value representedObject)
+      : _representedObject(std::move(representedObject)) {}
+
+  /// The children where there is an array of them, otherwise null.
+  [[nodiscard]] Children* children() const { return rare ? rare->_children.get() : nullptr; }
+  [[nodiscard]] bool areChildrenAbsent() const { return rare && rare->areChildrenAbsent; }
+  void setChildren(std::shared_ptr<Children>& children) {
+    rare->areChildrenAbsent = children == nullptr;
+    rare->_children.swap(children);
+  }
+
+  mutable std::unique_ptr<Rare> rare;  // once it is there, it stays
+  platform::Value _representedObject;
+  ItemReference _parent;
+  RecordAddress equalRecord;  // a record that equals the represented object
+};
+
+static_assert(sizeof(void*) != 8 || sizeof(ItemStorage) == 48, "every item pays for a field");
+
+}  // namespace vexil::detail
