@@ -10,23 +10,23 @@
 
 namespace monitor {
 
-/// Listens to all changes of one tree of items, as a view of it would, and keeps what it hears.
+/// Listens to all changes of one tree of items, as a view would, and keeps what is announced.
 class Announcements {
  public:
-  /// Listens from now on; the tree may have items already.
+  /// Listens from now on. The tree may already have items.
   explicit Announcements(const std::shared_ptr<KRAVTWVItemVexil>& root);
   Announcements(const Announcements&) = delete;
   Announcements& operator=(const Announcements&) = delete;
   ~Announcements();
 
-  /// What was announced since this was called last, in its order, a line each:
+  /// Returns what was announced since the last call, in order, one line for each announcement:
   ///
   ///     removal in /root at {0}: Backup
   ///     replacement in /scheduler.pending at {0-1}: Backup, Report
   [[nodiscard]] std::vector<std::string> takeLines();
 
-  /// How many announcements there were of each kind, and what they were about: an item that comes
-  /// or goes is a row, and so is everything below it.
+  /// How many announcements there were of each kind, and how many rows of a view they changed. When
+  /// an item is inserted or removed, it is one row, and each item below it is one more.
   struct Counts {
     std::size_t insertions = 0;
     std::size_t removals = 0;

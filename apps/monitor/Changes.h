@@ -12,9 +12,10 @@
 
 namespace monitor {
 
-/// What a person would say happened between two lists of event records: one line a job that
-/// appeared, vanished, or is another now, told apart by identifier. First what vanished, in the
-/// order of `before`, then the rest in the order of `after`; nothing when only the order differs.
+/// Says in words what differs between two lists of event records, one line for each job that
+/// appeared, vanished or changed. The identifier decides which records are one job. Jobs that
+/// vanished come first, in the order of `before`, then the others in the order of `after`. No lines
+/// when only the order differs.
 ///
 ///     + Nightly backup (cron.d/backup): appeared, 30 1 * * mon
 ///     - Old report (Crontab of anna): vanished
@@ -24,7 +25,7 @@ namespace monitor {
                                                const vexil::platform::Value& after,
                                                const Style& style);
 
-/// The same of two lists of active event records: what has ended, then what has started.
+/// The same for two lists of active event records: first what ended, then what started.
 ///
 ///     ■ Nightly backup (cron.d/backup): ended
 ///     ▶ Report (Crontab of anna): started, PID 812, since 14:05
@@ -32,7 +33,7 @@ namespace monitor {
                                                   const vexil::platform::Value& after,
                                                   const Style& style);
 
-/// The same of network services: those that went, then those that came.
+/// The same for network services: first those that are gone, then those that were found.
 ///
 ///     - Office (_ipp._tcp., local.): gone
 ///     + Lobby (_ipp._tcp., local.): found
@@ -40,7 +41,7 @@ namespace monitor {
                                                       const KRAVTWVNetServiceArray& after,
                                                       const Style& style);
 
-/// All of these, in this order.
+/// All three, in this order.
 [[nodiscard]] std::vector<std::string> changes(const Snapshot& before, const Snapshot& after,
                                                const Style& style);
 

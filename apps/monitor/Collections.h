@@ -19,7 +19,7 @@ struct Collections {
   Announcements ofServices{services->root()};
 };
 
-/// What the collections hold at one moment, to be compared with another.
+/// What the collections hold at one moment, to be compared with a later snapshot.
 struct Snapshot {
   explicit Snapshot(const Collections& collections)
       : events(collections.events->sortedEvents()),

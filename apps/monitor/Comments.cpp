@@ -82,7 +82,7 @@ bool saysNothing(std::string_view text) {
     if (static_cast<unsigned char>(text[i]) < 0x80) {
       continue;
     }
-    // Dashes and bullets (U+2010 to U+203F) are drawn with as well.
+    // People also draw lines with dashes and bullets (U+2010 to U+203F).
     const std::string_view rest = text.substr(i);
     if (!isBoxDrawing(rest) && !rest.starts_with("\xE2\x80")) {
       return false;
@@ -125,7 +125,7 @@ bool announcesExample(std::string_view text) {
 
 bool isPlaceholder(std::string_view text) {
   const std::string_view word = takeWord(text);
-  // "command(s)" is a plural, too.
+  // "command(s)" counts as "command".
   const std::string name = lowercased(withoutPunctuation(word.substr(0, word.find("(s)"))));
   if (name == "user-name" || name == "username" || name == "user_name" || word.starts_with('<')) {
     return true;

@@ -67,7 +67,8 @@ bool isQuote(char c) {
   return c == '"' || c == '\'';
 }
 
-/// The name of the setting a line makes, its value left in `line`. Absent if the line makes none.
+/// The name of the setting that a line makes; its value is left in `line`. Absent when the line
+/// makes no setting.
 std::optional<std::string_view> takeSettingName(std::string_view& line) {
   std::string_view rest = line;
   std::string_view name;
@@ -161,9 +162,10 @@ class TableParser {
     }
   }
 
-  /// A job that somebody switched off has its `#` right before it, as an editor or sed puts it
-  /// there; what explains has a blank in between. So only the latter is looked at twice.
-  void parseComment(std::string_view text, bool isSwitchedOff) {
+  /// When `isBare`, nothing but one `#` stands around the text. That is how an editor or sed
+  /// switches a job off. Explanations have a blank behind the `#`, so only texts that are not bare
+  /// are examined further.
+  void parseComment(std::string_view text, bool isBare) {
     const bool belowDrawing = std::exchange(_belowDrawing, isDrawing(text));
     if (_belowDrawing) {
       _name.clear();
@@ -185,10 +187,10 @@ class TableParser {
     if (!found) {
       _inExample = _inExample || announcesExample(text);
       _name = nameFrom(text);
-    } else if ((!isSwitchedOff && (_inExample || belowDrawing)) || isPlaceholder(found->command) ||
+    } else if ((!isBare && (_inExample || belowDrawing)) || isPlaceholder(found->command) ||
                (!_table.user && isPlaceholder(found->user))) {
       _name.clear();
-    } else if (!isSwitchedOff && !readsLikeCommand(found->command)) {
+    } else if (!isBare && !readsLikeCommand(found->command)) {
       _name = nameFrom(text);
     } else {
       add(std::get<JobLine>(std::move(job)), std::exchange(_name, {}), false);
@@ -196,7 +198,7 @@ class TableParser {
   }
 
   void add(JobLine line, std::string name, bool enabled) {
-    const std::size_t number = ++_twins[{line.user, line.command}];
+    const std::size_t number = ++_jobCounts[{line.user, line.command}];
     if (name.empty()) {
       name = shortNameOf(line.command);
     }
@@ -218,9 +220,9 @@ class TableParser {
 
   const TableInfo& _table;
   ParsedTable _result;
-  std::map<std::pair<std::string, std::string>, std::size_t> _twins;
+  std::map<std::pair<std::string, std::string>, std::size_t> _jobCounts;  // by user and command
   std::size_t _line = 0;
-  /// What the comments above say, for the job below them.
+  /// The name that the comments above give to the next job.
   std::string _name;
   bool _belowDrawing = false;
   bool _inExample = false;

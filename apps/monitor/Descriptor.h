@@ -7,7 +7,7 @@
 
 namespace monitor {
 
-/// Owns a file descriptor and closes it. Moved, not copied; -1 where there is none.
+/// Owns a file descriptor and closes it. Can be moved but not copied. -1 stands for none.
 class Descriptor {
  public:
   explicit Descriptor(int number = -1) : _number(number) {}

@@ -21,7 +21,7 @@ using platform::Value;
 
 namespace {
 
-/// Where dates of records begin, 2001-01-01.
+/// The instant from which dates of records count seconds.
 constexpr Instant kReference = std::chrono::sys_days(std::chrono::year(2001) / 1 / 1);
 
 struct Trigger {

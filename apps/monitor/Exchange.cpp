@@ -49,7 +49,7 @@ std::string file(std::string_view url) {
          (!place || error ? "no file there" : "a file of " + counted(size, "byte")) + "\n";
 }
 
-/// What a type holds, readably.
+/// The content for a type, for people to read.
 std::string content(platform::PasteboardItem& item, const std::string& type, const Style& style) {
   const Value value = item.propertyListForType(type);
   if (platform::typeIdentifiersAreEqual(type, platform::kUTTypeFileURL)) {
@@ -64,13 +64,13 @@ std::string content(platform::PasteboardItem& item, const std::string& type, con
                               : std::string(kIndent) + printable(value.displayText()) + "\n";
 }
 
-/// Keeps the lines of the log that come while it lives.
-class Listening {
+/// Collects what is written to the log while it lives, in place of the sink.
+class LogCapture {
  public:
-  Listening() : _before(platform::setLogSink([this](std::string_view line) { _lines += line; })) {}
-  Listening(const Listening&) = delete;
-  Listening& operator=(const Listening&) = delete;
-  ~Listening() { platform::setLogSink(std::move(_before)); }
+  LogCapture() : _before(platform::setLogSink([this](std::string_view line) { _lines += line; })) {}
+  LogCapture(const LogCapture&) = delete;
+  LogCapture& operator=(const LogCapture&) = delete;
+  ~LogCapture() { platform::setLogSink(std::move(_before)); }
   [[nodiscard]] const std::string& lines() const { return _lines; }
 
  private:
@@ -120,8 +120,8 @@ std::shared_ptr<KRAVTWVGroupVexil> openedSchedule(const std::string& file) {
   if (!std::filesystem::is_regular_file(url.path(), error) || !std::ifstream(url.path())) {
     throw ExchangeFailed(printable(file) + ": there is no such file to be read");
   }
-  // The library says by a line in the log alone that a file holds no schedule.
-  const Listening log;
+  // When a file holds no schedule, the library says so only in the log.
+  const LogCapture log;
   auto group = KRAVTWVGroupVexil::initWithPasteboardPropertyListOfType(url.absoluteString(),
                                                                        platform::kUTTypeFileURL);
   if (!log.lines().empty()) {

@@ -11,10 +11,11 @@
 
 #include "monitor/Terminal.h"
 
-/// Copying items, and opening the schedules that come of it.
+/// Copying items, and opening schedule files.
 namespace monitor {
 
-/// There is nothing to copy, or no schedule to open; `what()` says of what and why.
+/// An item cannot be copied, or a file cannot be opened as a schedule. `what()` names it and says
+/// why.
 class ExchangeFailed : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -22,17 +23,17 @@ class ExchangeFailed : public std::runtime_error {
 
 using Items = std::vector<std::shared_ptr<KRAVTWVItemVexil>>;
 
-/// The item at a path from one of the roots on, the first that there is. Raises `ExchangeFailed`.
+/// The item at a path, in the first root that has one there. Throws `ExchangeFailed` when none has.
 [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> itemAt(std::string_view path, const Items& roots);
 
-/// Puts an item on the board for copying and pasting, in place of what was there, and tells what
-/// somebody who pastes it gets: for each type in the order of preference its size, and below what
-/// it holds; of a file its URL, and the size of the file. The file is written for that, and left to
-/// whoever has its URL. Raises `ExchangeFailed` for an item that cannot be copied.
+/// Puts an item on the general pasteboard, in place of what was there, and returns a description of
+/// what a paste gets: for each type, in the order of preference, its size and below it the content;
+/// for a file its URL and size. The file is written for this. It stays, and whoever has its URL
+/// owns it. Throws `ExchangeFailed` when the item cannot be copied.
 [[nodiscard]] std::string copied(const std::shared_ptr<KRAVTWVItemVexil>& item, const Style& style);
 
-/// The schedule in a file, as a group of its events. `file` is a path or a URL. Raises
-/// `ExchangeFailed` for a file that cannot be read or holds no schedule.
+/// The schedule in a file, as a group of its events. `file` is a path or a URL. Throws
+/// `ExchangeFailed` when the file cannot be read or holds no schedule.
 [[nodiscard]] std::shared_ptr<KRAVTWVGroupVexil> openedSchedule(const std::string& file);
 
 }  // namespace monitor

@@ -10,19 +10,19 @@
 
 #include "monitor/Schedule.h"
 
-/// Reading files that others may be writing, removing, or have put there to be in the way.
+/// Reading files that others may be writing or removing, and paths where no file can be read.
 namespace monitor {
 
-/// The bytes of a regular file, or why there are none. Links are followed; nothing is ever waited
-/// for, a pipe for instance is a problem. So is a file of more than `largest` bytes.
+/// The bytes of a regular file, or why there are none. Follows links. Never waits: a pipe, for
+/// instance, is a problem. A file of more than `largest` bytes is a problem too.
 std::variant<std::string, Problem> contentsOf(const std::filesystem::path& path,
                                               std::size_t largest);
 
-/// Whether nothing is there, not even a link that leads nowhere.
+/// Whether nothing is at the path. A link that leads nowhere counts as something.
 bool isGone(const std::filesystem::path& path);
 
-/// The names in a directory that a rule accepts, in order (byte by byte), or why it cannot be read.
-/// A directory that is not there has none.
+/// The names in a directory that `accepts` returns true for, sorted byte by byte, or why the
+/// directory cannot be read. A missing directory has no names.
 std::variant<std::vector<std::string>, Problem> namesIn(const std::filesystem::path& directory,
                                                         bool (*accepts)(std::string_view));
 

@@ -11,23 +11,22 @@
 
 namespace monitor {
 
-/// Rows of text whose cells stand below one another, with headings in between.
+/// Rows of text with aligned cells, and headings between the rows.
 class Grid {
  public:
   static constexpr std::size_t cellCount = 3;
 
   struct Row {
-    std::string mark;                          ///< one column, in front; styled already
-    std::array<std::string, cellCount> cells;  ///< cut where one is very long
-    std::string tail;                          ///< the rest of the line, cut at its end
+    std::string mark;                          ///< one column wide, in front; already styled
+    std::array<std::string, cellCount> cells;  ///< a very long one is cut
+    std::string tail;                          ///< what follows; cut at the end of the line
     bool faint = false;
   };
 
   void addHeading(std::string text) { _lines.push_back({std::move(text), {}, true}); }
   void addRow(Row row) { _lines.push_back({{}, std::move(row), false}); }
 
-  /// The lines, headings by one step less to the right than rows. Columns without text take no
-  /// space.
+  /// The lines. Rows are indented one step more than headings. Columns without text take no space.
   [[nodiscard]] std::string text(const Style& style) const;
 
  private:

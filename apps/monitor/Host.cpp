@@ -20,7 +20,7 @@ Host::Host(std::filesystem::path root, Zone zone)
 
 std::vector<Warning> Host::refresh(Instant now) {
   _tables = readTables(_root);
-  // Events first, so that a table that is new has its rows at once.
+  // Events first, so that a new table is inserted together with its rows.
   _collections.events->setEvents(eventRecords(_tables));
   _collections.events->setDomains(domainRecords(_tables));
   return refreshEngine(now);
@@ -37,12 +37,12 @@ std::vector<Warning> Host::refreshEngine(Instant now) {
 
   std::vector<Warning> warnings = _tables.warnings;
   warnings.insert(warnings.end(), scripts.warnings.begin(), scripts.warnings.end());
-  std::vector<Warning> fresh;
-  std::ranges::copy_if(warnings, std::back_inserter(fresh), [this](const Warning& warning) {
+  std::vector<Warning> newWarnings;
+  std::ranges::copy_if(warnings, std::back_inserter(newWarnings), [this](const Warning& warning) {
     return std::ranges::find(_warnings, warning) == _warnings.end();
   });
   _warnings = std::move(warnings);
-  return fresh;
+  return newWarnings;
 }
 
 }  // namespace monitor

@@ -10,17 +10,17 @@
 
 namespace monitor {
 
-/// Feeds the collections from what is below a root: its cron tables, its scripts to be run on
-/// demand, and its processes. Services come from elsewhere.
+/// Feeds the collections with what is below a root: cron tables, scripts that can be run on demand,
+/// and processes. It does not feed services.
 class Host {
  public:
   Host(std::filesystem::path root, Zone zone);
 
   /// Reads everything and hands it to the collections. Returns the warnings that the last refresh
-  /// did not give. Raises `TablesNotFound`, with nothing changed.
+  /// did not give. Throws `TablesNotFound`, and then changes nothing.
   std::vector<Warning> refresh(Instant now);
 
-  /// The same without the tables, for when only time has gone by.
+  /// The same without reading the tables. For times when the tables have not changed.
   std::vector<Warning> refreshEngine(Instant now);
 
   [[nodiscard]] Collections& collections() { return _collections; }

@@ -11,11 +11,11 @@ namespace {
 namespace chrono = std::chrono;
 using LocalMinute = chrono::local_time<chrono::minutes>;
 
-constexpr chrono::years kPatience(41);
-/// From here on a change of the clock is a correction.
-constexpr chrono::hours kCorrection(3);
-/// No two zones, and so no two periods of one, are further apart.
-constexpr chrono::days kMargin(2);
+constexpr chrono::years kSearchedYears(41);
+/// A clock change that is not smaller than this is a correction. Jobs are not made up for after it.
+constexpr chrono::hours kLeastCorrection(3);
+/// The UTC offsets of two periods differ by less than this.
+constexpr chrono::days kOffsetMargin(2);
 
 std::optional<chrono::minutes> firstTime(const Schedule& schedule, chrono::minutes from) {
   const auto firstHour = static_cast<std::size_t>(from / chrono::hours(1));
@@ -33,7 +33,7 @@ std::optional<chrono::minutes> firstTime(const Schedule& schedule, chrono::minut
   return std::nullopt;
 }
 
-/// The first local minute from `from` on that the schedule names, up to the day `last`.
+/// The first local minute at or after `from` that the schedule names, on the day `last` or before.
 std::optional<LocalMinute> firstMatch(const Schedule& schedule, LocalMinute from,
                                       chrono::local_days last, SearchCost& cost) {
   auto day = chrono::floor<chrono::days>(from);
@@ -73,13 +73,13 @@ std::optional<Instant> nextDue(const Schedule& schedule, Instant after, const Zo
   }
   const chrono::local_days last(chrono::year_month_day(chrono::local_days(
                                     chrono::floor<chrono::days>(after).time_since_epoch())) +
-                                kPatience);
+                                kSearchedYears);
   Instant from = after + chrono::seconds(1);
   while (true) {
     ++counted.periods;
     const Zone::Period period = zone.periodAt(from);
     const chrono::seconds change = period.offset - period.offsetBefore;
-    const bool madeUpFor = !schedule.timeStarred() && chrono::abs(change) < kCorrection;
+    const bool madeUpFor = !schedule.timeStarred() && chrono::abs(change) < kLeastCorrection;
     LocalMinute begin = localMinute(from, period.offset);
     if (madeUpFor && change.count() != 0) {
       const LocalMinute resumed = localMinute(period.begin, period.offsetBefore);
@@ -99,8 +99,9 @@ std::optional<Instant> nextDue(const Schedule& schedule, Instant after, const Zo
     if (due < period.end) {
       return due;
     }
-    // No local time up to the match is of interest, so neither are changes well before it.
-    from = std::max(period.end, due - kMargin);
+    // The schedule is not due at any local time before the match, so clock changes well before the
+    // match do not matter.
+    from = std::max(period.end, due - kOffsetMargin);
   }
 }
 

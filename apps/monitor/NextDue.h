@@ -8,30 +8,31 @@
 
 namespace monitor {
 
-/// What a search took.
+/// What a search cost.
 struct SearchCost {
-  int days = 0;     ///< looks at a day, or at a month without one
-  int periods = 0;  ///< looks at a period between changes of the clock
+  int days = 0;     ///< days examined; a month that the schedule leaves out counts as one
+  int periods = 0;  ///< periods between clock changes examined
 };
 
 /// The first minute after an instant at which a schedule is due by the clocks of a zone.
 ///
-/// Where clocks are changed by less than three hours, the rules are those that cron(8) documents
-/// for Debian, and they differ by how the time is written:
+/// When clocks change by less than three hours, the rules are those that cron(8) documents for
+/// Debian. They depend on how the time is written:
 ///
-/// - A job with `*` in front of its minute or hour (`timeStarred`) goes by the clock as it stands:
-///   it misses what is skipped and runs in both passes of what is repeated.
-/// - Any other job that would be due in a skipped stretch is due at the moment of the change, once
-///   however many of its minutes are skipped; in a repeated stretch it is due the first time only.
+/// - A job with `*` in front of its minute or hour (`timeStarred`) follows the clock: it misses the
+///   times that the clock skips, and runs twice at the times that the clock repeats.
+/// - Any other job with times that the clock skips is due once at the moment of the change, no
+///   matter how many of its times are skipped. At times that the clock repeats it is due only the
+///   first time.
 ///
-/// After a greater change all jobs go by the clock as it stands.
+/// When clocks change by three hours or more, all jobs follow the clock.
 ///
-/// Nothing for `@reboot`, and nothing for a schedule that is not due for the next 40 years: that is
-/// how long 29 February takes to fall on a certain weekday across a year 2100. So nothing is a
-/// schedule that never comes ("0 0 30 2 *").
+/// Returns nothing for `@reboot`. Returns nothing when the schedule is not due within the next 40
+/// years: 29 February takes that long to fall on a certain weekday when 2100 is in between. So it
+/// returns nothing for a schedule that is never due ("0 0 30 2 *").
 ///
-/// Cost: a look at each day in question until one matches, and at most two changes of the clock. It
-/// is added to `cost` where that is given.
+/// Cost: it examines the days in months that the schedule names until one matches, and at most two
+/// clock changes. It adds that to `cost` when that is given.
 [[nodiscard]] std::optional<Instant> nextDue(const Schedule& schedule, Instant after,
                                              const Zone& zone, SearchCost* cost = nullptr);
 

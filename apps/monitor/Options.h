@@ -18,9 +18,9 @@ struct Options {
   std::filesystem::path root = "/";
   Outline outline = Outline::all;
   std::optional<std::string> services;          ///< the type to browse for
-  std::optional<std::chrono::hours> simulated;  ///< how long, where a simulation is asked for
-  std::optional<std::string> opened;            ///< a schedule file, in place of the root
-  std::optional<std::string> copied;            ///< the path of an item
+  std::optional<std::chrono::hours> simulated;  ///< for how long, when a simulation is asked for
+  std::optional<std::string> opened;            ///< a schedule file to show in place of the root
+  std::optional<std::string> copied;            ///< the path of the item to copy
   bool paths = false;
   bool follow = false;
   bool announcements = false;
@@ -32,7 +32,8 @@ struct Options {
   }
 };
 
-/// A command line that asks for nothing that can be done; `what()` says why.
+/// A command line that cannot be understood or asks for what does not go together; `what()` says
+/// why.
 class WrongUsage : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -40,7 +41,7 @@ class WrongUsage : public std::runtime_error {
 
 extern const char* const usage;
 
-/// Raises `WrongUsage`.
+/// The options in the arguments after the program's name. Throws `WrongUsage`.
 [[nodiscard]] Options parseOptions(const std::vector<std::string>& arguments);
 
 }  // namespace monitor

@@ -18,14 +18,14 @@ void addEvent(Grid& grid, const KRAVTWVItemVexil& item, const Style& style) {
   Grid::Row row;
   row.faint = !item.enabled();
   row.mark = item.enabled() ? style.green("●") : style.red("○");
-  // A schedule that was read from a file may hold anything.
+  // A record that was read from a schedule file may hold any text.
   row.cells = {printable(item.label().displayText()), printable(textOf(record, kMonitorSchedule)),
                printable(textOf(record, kMonitorUser))};
   row.tail = printable(textOf(record, kMonitorCommand));
   grid.addRow(std::move(row));
 }
 
-/// What an item of the engine is doing, or when it will.
+/// What an item of the engine is doing, or when it is due.
 std::string stateOf(const KRAVTWVItemVexil& item, const platform::ValueTransformer& dates) {
   if (const auto* trigger = dynamic_cast<const KRAVTWVQueuedTriggerVexil*>(&item)) {
     return dates.transformedValue(trigger->triggerDate()).displayText();
@@ -108,8 +108,8 @@ std::string pathsOutline(const KRAVTWVItemVexil& root, const Style& style) {
   const auto add = [&](const std::string& path, const KRAVTWVItemVexil& item) {
     text += printable(path) + "\t" + style.faint(printable(item.label().displayText())) + "\n";
   };
-  // By the way down. The way up from an item can be another: what stands under the only table is
-  // shown without it.
+  // Built on the way down, because an item's own path can differ: the jobs of the only table are
+  // shown without the table.
   const std::string top = "/" + root.uniqueID().displayText();
   add(top, root);
   for (const auto& item : *root.children()) {

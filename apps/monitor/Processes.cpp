@@ -21,10 +21,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// More than any of the files holds but a command line, and more than is needed of that.
+/// Only a command line can be longer than this, and a process with such a one is left out.
 constexpr std::size_t kLargest = 4U << 20U;
 
-/// Where these stand among the fields of PROC/PID/stat behind the name, from 0.
+/// Indexes of fields in PROC/PID/stat. Field 0 is the first one after the name.
 constexpr std::size_t kParentField = 1;
 constexpr std::size_t kStartField = 19;
 
@@ -46,7 +46,7 @@ std::optional<std::string> textOf(const fs::path& path) {
   return text ? std::optional(std::move(*text)) : std::nullopt;
 }
 
-/// What stands behind the first line that begins with `label`, up to its end.
+/// The rest of the first line that begins with `label`.
 std::optional<std::string_view> valueIn(std::string_view text, std::string_view label) {
   while (!text.empty()) {
     const std::string_view line = text.substr(0, text.find('\n'));
@@ -63,7 +63,7 @@ struct Entry {
   std::int64_t startTicks = 0;
 };
 
-/// Reads `812 (cron) S 1 ...`. The name can hold anything, parentheses and newlines too.
+/// Reads `812 (cron) S 1 ...`. The name can hold any characters, also parentheses and newlines.
 std::optional<Entry> entryFrom(std::string_view stat) {
   const std::size_t open = stat.find('(');
   const std::size_t close = stat.rfind(')');
@@ -118,7 +118,8 @@ bool isDaemon(const Process& process) {
 }
 
 bool isBelowDaemon(const Entries& entries, const Process& process) {
-  // Read one after the other, the parents may name each other: a number is used again.
+  // The steps are limited, because parents can form a ring: processes are read one after another,
+  // and the system uses numbers again.
   std::size_t steps = 0;
   for (auto parent = entries.find(process.parent);
        parent != entries.end() && steps <= entries.size();
@@ -130,7 +131,7 @@ bool isBelowDaemon(const Entries& entries, const Process& process) {
   return false;
 }
 
-/// Names of users by their numbers, as passwd(5) has them.
+/// Names of users by their numbers, from a file as in passwd(5).
 std::map<std::string, std::string, std::less<>> readUsers(const fs::path& passwd) {
   std::map<std::string, std::string, std::less<>> users;
   const std::string contents = textOf(passwd).value_or("");

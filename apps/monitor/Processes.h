@@ -13,22 +13,23 @@ namespace monitor {
 struct Process {
   int id = 0;
   int parent = 0;
-  std::string name;                    ///< the kernel's, 15 bytes at most: "cron"
-  std::vector<std::string> arguments;  ///< as the program was given them; none of a zombie
-  std::string user;                    ///< whom it runs as; empty where that is not known
-  std::optional<Instant> started;      ///< absent when it is not known when the machine started
+  std::string name;                    ///< as the kernel has it, at most 15 bytes: "cron"
+  std::vector<std::string> arguments;  ///< as the program got them; a zombie has none
+  std::string user;                    ///< the user it runs as; empty when not known
+  std::optional<Instant> started;      ///< absent when the start of the machine is not known
 
   bool operator==(const Process&) const = default;
 };
 
-/// The processes below a cron daemon (a process called cron or crond), by number, from a directory
-/// laid out like proc(5): `PROC/stat`, `PROC/PID/stat`, `PROC/PID/status` and `PROC/PID/cmdline`.
-/// The daemon itself is not among them, its copies that wait for a job are.
+/// The processes below a cron daemon (a process called cron or crond), sorted by number. `proc` is
+/// a directory laid out as in proc(5): `PROC/stat`, `PROC/PID/stat`, `PROC/PID/status` and
+/// `PROC/PID/cmdline`. The daemon itself is not among the processes, but its copies that wait for a
+/// job are.
 ///
-/// `passwd` is the file that gives user numbers their names; it need not be there.
+/// `passwd` is the file that gives user numbers their names. It may be missing.
 ///
-/// Processes come and go while they are read. One of which something can no longer be read is left
-/// out; without the directory there are none. Nothing is an error.
+/// Processes start and end while they are read. A process is left out when a file of it can no
+/// longer be read. Without the directory there are no processes. Nothing is an error.
 [[nodiscard]] std::vector<Process> readCronProcesses(const std::filesystem::path& proc,
                                                      const std::filesystem::path& passwd);
 

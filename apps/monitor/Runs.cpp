@@ -16,8 +16,8 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-/// Of a script's interpreter: its own name, and one option.
-constexpr std::size_t kMostInFront = 2;
+/// The kernel puts the interpreter's name before a script, and at most one option.
+constexpr std::size_t kMostInterpreterWords = 2;
 
 bool isAssignment(std::string_view word) {
   const std::size_t sign = word.find('=');
@@ -26,7 +26,7 @@ bool isAssignment(std::string_view word) {
                      [](char c) { return isLetter(c) || isDigit(c) || c == '_'; });
 }
 
-/// The program and its arguments of a command that is nothing but that, else nothing.
+/// The program and its arguments, when the command has nothing else that matters. Empty otherwise.
 Words plainWordsOf(std::string_view command) {
   Words words;
   while (!trimmed(command).empty()) {
@@ -56,12 +56,12 @@ bool isProgramOf(std::span<const std::string> arguments, const Words& words) {
   if (words.empty()) {
     return false;
   }
-  for (std::size_t skipped = 0; skipped <= kMostInFront; ++skipped) {
+  for (std::size_t skipped = 0; skipped <= kMostInterpreterWords; ++skipped) {
     if (arguments.size() != words.size() + skipped) {
       continue;
     }
     const auto rest = arguments.subspan(skipped);
-    // A script is found by the shell and run by its full name.
+    // The shell looks for the script, and then runs it by its full path.
     const bool program = isWord(rest.front(), words.front()) ||
                          (skipped > 0 && rest.front().ends_with("/" + words.front()));
     return program && std::equal(rest.begin() + 1, rest.end(), words.begin() + 1, isWord);

@@ -8,26 +8,26 @@
 
 namespace monitor {
 
-/// A job that runs, and the process that it is.
+/// A job that is running, and its process.
 struct JobRun {
   const Job* job;
   Process process;
 };
 
-/// The runs of jobs among the processes of a cron daemon, by process number. The jobs are those of
-/// `tables`, which must outlive the result.
+/// Finds the processes of a cron daemon that run a job, sorted by process number. The jobs are
+/// those of `tables`, which must outlive the result.
 ///
-/// A process runs a job when it is a shell that was handed the job's command (`/bin/sh -c COMMAND`,
-/// as cron starts every job), or what such a shell has become: for a command without any sign of
-/// shell but redirections at its end, most shells put the program in their own place, and the
-/// kernel puts a script's interpreter in front of it. A job's own child processes are no further
-/// runs of it. The user has to be the job's, where the process's is known. Of several jobs of one
-/// user and command the first one that is enabled is taken, else the first.
+/// A process runs a job when it is a shell that got the job's command (`/bin/sh -c COMMAND`, as
+/// cron starts every job), or the program that such a shell was replaced by. Most shells let the
+/// program replace them when the command has no sign of shell except redirections at its end. When
+/// the program is a script, the kernel puts its interpreter in front of it. The process's user must
+/// be the job's, when it is known. Processes below a run are not runs themselves. When several jobs
+/// have the same user and command, the first enabled one counts, or the first when none is enabled.
 [[nodiscard]] std::vector<JobRun> runsOf(const Tables& tables,
                                          const std::vector<Process>& processes);
 
-/// What cron hands to the shell of a command: up to the first `%`, where the job's input begins,
-/// with `%` in place of each `\%`.
+/// The part of a command that cron gives to the shell: everything before the first `%`, where the
+/// job's input begins, with `%` in place of each `\%`.
 [[nodiscard]] std::string shellCommandOf(std::string_view command);
 
 }  // namespace monitor

@@ -52,7 +52,7 @@ bool isNumber(std::string_view text) {
   return !text.empty() && std::all_of(text.begin(), text.end(), isDigit);
 }
 
-/// The number `digits` spells, or INT_MAX, which is out of every range, if it is larger.
+/// The number that `digits` spell. INT_MAX, which is out of every range, when it is larger.
 int numberFrom(std::string_view digits) {
   int number = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
@@ -167,7 +167,7 @@ class ScheduleReader {
     if (hasStep && !readStep(field, entry, entry.substr(slash + 1), step)) {
       return false;
     }
-    // A day of the week that is 7 falls onto 0; in the other fields every value has its own bit.
+    // Day of the week 7 is the same bit as 0. In the other fields every value has its own bit.
     const int modulus = field.high == 7 ? 7 : field.high + 1;
     for (int value = first; value <= last; value += std::min(step, field.high + 1)) {
       bits.set(static_cast<std::size_t>(value % modulus));

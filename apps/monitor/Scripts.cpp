@@ -12,7 +12,7 @@ namespace monitor {
 
 namespace {
 
-/// By the mode and not by asking whether we may: root may execute whatever anybody may.
+/// Judged by the mode and not by our own permissions, because cron runs scripts as root.
 bool isExecutable(const std::filesystem::path& path) {
   struct stat status = {};
   return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&

@@ -11,17 +11,19 @@
 
 namespace monitor {
 
-/// The directories whose scripts the system's table runs, below the root.
+/// The directories, below the root, whose scripts the system's table runs.
 inline constexpr std::array<std::string_view, 4> kScriptPlaces = {
     "etc/cron.hourly", "etc/cron.daily", "etc/cron.weekly", "etc/cron.monthly"};
 
-/// A script that is run with its directory, and that anybody may run at any time.
+/// A script that cron runs together with the others of its directory, and that can be run on
+/// demand.
 struct Script {
   std::string place;    ///< "etc/cron.daily"
   std::string name;     ///< "logrotate"
   std::string command;  ///< "/etc/cron.daily/logrotate"
 
-  /// "etc/cron.daily/logrotate"; no other script has it, and no job, whose identifier has "|".
+  /// "etc/cron.daily/logrotate". No other script has it. No job has it either, because a job's
+  /// identifier has "|".
   [[nodiscard]] std::string identifier() const { return place + "/" + name; }
 
   bool operator==(const Script&) const = default;
@@ -33,7 +35,8 @@ struct Scripts {
 };
 
 /// The scripts below `root`: the regular files that somebody may execute and whose names run-parts
-/// takes (letters, digits, `_` and `-`). Links are followed. Nothing need be there.
+/// accepts (letters, digits, `_` and `-`). Links are followed. Any of the directories may be
+/// missing.
 [[nodiscard]] Scripts readScripts(const std::filesystem::path& root);
 
 }  // namespace monitor

@@ -14,7 +14,7 @@ namespace monitor {
 namespace {
 
 constexpr std::size_t kLongest = 48;
-/// More tokens than this say nothing about what a command is called.
+/// Later tokens cannot matter for the name.
 constexpr std::size_t kMostTokens = 400;
 
 struct Token {
@@ -22,7 +22,7 @@ struct Token {
   std::string text;
 };
 
-/// Splits a command into words, quotes and backslashes removed, and operators.
+/// Splits a command into operators and words. Words lose their quotes and backslashes.
 class Lexer {
  public:
   explicit Lexer(std::string_view text) : _text(text) {}
@@ -63,7 +63,7 @@ class Lexer {
   void takeQuoted(char quote) {
     _inWord = true;
     for (++_at; _at < _text.size() && _text[_at] != quote; ++_at) {
-      // cron takes the backslash from "\%" before any shell sees the quotes.
+      // cron removes the backslash of "\%" before a shell reads the quotes.
       const bool escapes =
           _text[_at] == '\\' && _at + 1 < _text.size() && (quote == '"' || _text[_at + 1] == '%');
       if (escapes) {
@@ -128,9 +128,9 @@ class Lexer {
 
 struct Wrapper {
   std::string_view program;
-  /// Letters of the options that take the next word as their value.
+  /// Letters of the options whose value is the next word.
   std::string_view valued;
-  /// How many words that are no options stand before the wrapped command.
+  /// How many words, besides options, stand before the wrapped command.
   std::size_t operands;
 };
 
@@ -147,7 +147,7 @@ constexpr std::array<Wrapper, 12> kWrappers = {{{"nice", "n", 0},
                                                 {"chronic", "", 0},
                                                 {"eatmydata", "", 0}}};
 
-/// Commands that are passed over where another one follows.
+/// Commands that are skipped when another one follows.
 constexpr std::array<std::string_view, 22> kPreparations = {
     "cd",   "test", "[", "[[",    "command", "which", "type",   "if",  "for",   "while",  "until",
     "exit", "true", ":", "sleep", "export",  ".",     "source", "set", "umask", "ulimit", "case"};
@@ -176,7 +176,7 @@ bool isAssignment(std::string_view word) {
                      [](char c) { return isLetter(c) || isDigit(c) || c == '_'; });
 }
 
-/// Finds the command that matters in a row of tokens.
+/// Finds the command that matters among the tokens.
 class Reader {
  public:
   explicit Reader(std::string_view command) : _tokens(Lexer(command).tokens()) {}
@@ -233,7 +233,7 @@ class Reader {
     return passOverWrapper(baseName(word), stop);
   }
 
-  /// Packages wait a random time with perl, for want of a sleep that can.
+  /// Packages wait a random time with perl, because sleep cannot.
   [[nodiscard]] bool isPerlWaiting(std::size_t stop) const {
     return _tokens[_at].text == "perl" && _at + 2 < stop && _tokens[_at + 1].text == "-e" &&
            _tokens[_at + 2].text.starts_with("sleep");
@@ -265,11 +265,10 @@ class Reader {
     return true;
   }
 
-  /// What a shell is told to run, or a wrapped command given as a single word.
+  /// The command that a shell gets as an argument, or a wrapped command that is a single word.
   [[nodiscard]] std::string nestedCommand() const {
     const std::string& word = _tokens[_at].text;
-    // Only words that have lost their quotes: a substitution keeps its marks, and would be found
-    // inside itself without end.
+    // Not a substitution: it keeps its marks, so reading it again would find it again without end.
     const bool substituted =
         word.find('`') != std::string::npos || word.find("$(") != std::string::npos;
     if (std::any_of(word.begin(), word.end(), isBlank) && !substituted) {

@@ -28,10 +28,10 @@ namespace chrono = std::chrono;
 constexpr Instant kBegin = chrono::sys_days(chrono::year(2026) / 3 / 29) + chrono::minutes(25);
 constexpr int kFirstProcess = 2000;
 
-constexpr chrono::seconds kShortest(5);
-constexpr chrono::seconds kLongest = chrono::minutes(25);
+constexpr chrono::seconds kShortestRun(5);
+constexpr chrono::seconds kLongestRun = chrono::minutes(25);
 
-/// FNV-1a: `std::hash` need not be the same everywhere.
+/// FNV-1a, because `std::hash` differs between systems.
 std::uint64_t hashOf(std::string_view text) {
   std::uint64_t hash = 0xcbf29ce484222325U;
   for (const char c : text) {
@@ -49,7 +49,7 @@ std::shared_ptr<platform::NetService> printer() {
   return std::make_shared<platform::NetService>("Office printer", "_ipp._tcp.", "local.");
 }
 
-/// The first job that is due by the clock, preferably in a table that somebody would edit.
+/// The first enabled job in etc/cron.d that is due by the clock, or else the first in any table.
 Job* jobToEdit(std::vector<Table>& tables) {
   Job* found = nullptr;
   for (Table& table : tables) {
@@ -143,7 +143,7 @@ void Simulation::step(Instant now) {
   _now = now;
   const Snapshot before(_collections);
   endRuns();
-  // Before a table is edited, which looks for what is due after this moment.
+  // Before a table is edited: an edit replaces the triggers by those that are due later.
   startDueJobs();
   for (const Happening& happening : happenings()) {
     if (kBegin + happening.after == now) {
@@ -184,9 +184,9 @@ void Simulation::startDueJobs() {
   }
 }
 
-/// So long that a job has ended well before it is due again.
+/// Short enough for the job to end well before it is due again.
 chrono::seconds Simulation::durationOf(const std::string& identifier) const {
-  chrono::seconds longest = kLongest;
+  chrono::seconds longest = kLongestRun;
   for (const Table& table : _tables.tables) {
     const auto job = std::ranges::find(table.jobs, identifier, &Job::identifier);
     const auto next = job == table.jobs.end() ? std::nullopt : nextDue(job->schedule, _now, _zone);
@@ -194,8 +194,9 @@ chrono::seconds Simulation::durationOf(const std::string& identifier) const {
       longest = std::min(longest, (*next - _now) * 3 / 4);
     }
   }
-  const auto room = static_cast<std::uint64_t>(std::max(longest - kShortest, kShortest).count());
-  return kShortest + chrono::seconds(hashOf(identifier) % room);
+  const auto room =
+      static_cast<std::uint64_t>(std::max(longest - kShortestRun, kShortestRun).count());
+  return kShortestRun + chrono::seconds(hashOf(identifier) % room);
 }
 
 void Simulation::findService() {

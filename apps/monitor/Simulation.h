@@ -16,26 +16,25 @@
 
 namespace monitor {
 
-/// The jobs of a root's tables, run through some hours in fast motion: triggers come due, jobs run
+/// Runs the jobs of a root's tables through some hours in fast motion: triggers come due, jobs run
 /// for a while and end, somebody edits a table and takes the edit back, a service comes and goes.
 ///
-/// Nothing is really run, and no file is written. Everything follows from the tables and scripts:
-/// it begins on the night in which summer time begins in Berlin, by Berlin's clocks, whatever time
-/// it is, and how long a job takes follows from its identifier. So the same root gives the same
-/// lines each time.
+/// It starts no process and writes no file. The same root gives the same lines each time, because
+/// everything follows from the tables and scripts. It always begins in a night in which summer time
+/// begins in Berlin, and uses Berlin's clocks. A job's identifier decides how long the job takes.
 class Simulation {
  public:
-  /// Takes a line, without its end.
+  /// Takes a line without the newline.
   using Print = std::function<void(const std::string& line)>;
 
-  /// Reads the tables and scripts below `root`. Raises `TablesNotFound`.
+  /// Reads the tables and scripts below `root`. Throws `TablesNotFound`.
   Simulation(const std::filesystem::path& root, const Style& style, Print print);
 
   [[nodiscard]] const std::vector<Warning>& warnings() const { return _tables.warnings; }
 
-  /// Runs from the beginning for so long. Prints a line for each change that the collections have
-  /// seen, with the simulated clock, and then what was announced, and how much of what it shows a
-  /// view that listens had to touch. To be called once.
+  /// Runs the simulation for `length`. Prints a line with the simulated time for each change in the
+  /// collections. Then prints how many announcements there were, and how many of its rows a view
+  /// would have changed. The caller must call this only once.
   void run(std::chrono::hours length);
 
  private:
@@ -73,12 +72,12 @@ class Simulation {
   Print _print;
   Zone _zone;
   Tables _tables;
-  Tables _tablesBefore;  ///< as they were before the edit
+  Tables _tablesBefore;  ///< the tables before the edit
   Scripts _scripts;
   Collections _collections;
   std::vector<Run> _runs;
   Instant _now;
-  std::string _day;  ///< the one printed last
+  std::string _day;  ///< the last day printed
   int _lastProcess;
   std::size_t _started = 0;
   std::size_t _ended = 0;

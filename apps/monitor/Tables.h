@@ -11,13 +11,13 @@
 /// Finds a machine's cron tables below a root directory and reads them.
 namespace monitor {
 
-/// The three places a table can be in, below the root.
+/// The three places, below the root, where a table can be.
 inline constexpr std::string_view kSystemTable = "etc/crontab";
 inline constexpr std::string_view kSystemTables = "etc/cron.d";
 inline constexpr std::string_view kUserTables = "var/spool/cron/crontabs";
 
-/// There is nothing to read: the root is no directory, or none of the three places is below it.
-/// `what()` says which, with the root's path.
+/// There is nothing to read: the root is no directory, or none of the three places is there.
+/// `what()` says which, and gives the root's path.
 class TablesNotFound : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -28,9 +28,10 @@ struct Table {
   std::vector<Job> jobs;
 };
 
-/// What was found. Tables come in a fixed order: the system's table, those of etc/cron.d, then
-/// those of the users, the latter two by name (byte by byte). A table without jobs is among them,
-/// one that could not be read is not. Warnings come in the order of the tables.
+/// What was found. The order of the tables is fixed: first the system's table, then those of
+/// etc/cron.d, then those of the users. The last two groups are sorted by name, byte by byte. A
+/// table without jobs is included. One that could not be read is not. Warnings are in the same
+/// order.
 struct Tables {
   std::vector<Table> tables;
   std::vector<Warning> warnings;
@@ -38,22 +39,23 @@ struct Tables {
 
 /// Reads all tables below `root` ("/" for this machine's own).
 ///
-/// Places that are not there are fine as long as one of them is, else `TablesNotFound` is raised.
-/// What is there and cannot be read gives one warning, and the rest is used: a directory or a pipe
-/// where a file should be (nothing is ever waited for), a missing permission, a link that leads
-/// nowhere, a file larger than `kLargestTable`. A file that vanishes during the reading is one that
-/// is not there.
+/// Throws `TablesNotFound` when none of the places is there. Missing places are fine otherwise.
+/// What is there but cannot be read gives one warning, and the rest is used. Examples are a
+/// directory or a pipe in place of a file (this never waits), a missing permission, a link that
+/// leads nowhere, and a file larger than `kLargestTable`. A file that vanishes while it is read
+/// counts as missing.
 ///
-/// Links are followed. Who owns a file, and who else may write it, is not looked at, although cron
-/// refuses some: this reads copies of a machine's tables just as well.
+/// Links are followed. Owners and permissions to write are not checked, although cron refuses some
+/// files for them. So this can also read copies of a machine's tables.
 Tables readTables(const std::filesystem::path& root);
 
-/// Whether a file in etc/cron.d is a table: letters, digits, `_` and `-` only, the rule of
-/// run-parts(8). So no backups ("backup~"), no package leftovers ("backup.dpkg-old").
+/// Whether a file in etc/cron.d is a table. It is when its name has only letters, digits, `_` and
+/// `-`, as in run-parts(8). So backups ("backup~") and package leftovers ("backup.dpkg-old") are
+/// not.
 bool isSystemTableName(std::string_view fileName);
 
-/// Whether a file among the tables of the users is one: a user can be called that, and it is not
-/// the draft of an edit in progress ("tmp.").
+/// Whether a file in the users' place is a table. It is when its name can be a user's name and is
+/// not that of an edit in progress ("tmp.").
 bool isUserTableName(std::string_view fileName);
 
 }  // namespace monitor

@@ -8,7 +8,7 @@
 
 namespace monitor {
 
-/// How text looks on a terminal; plain and of any width when it does not go to one.
+/// How text looks. For output that is no terminal, plain and of any width.
 class Style {
  public:
   explicit Style(bool coloured, std::size_t width = anyWidth)
@@ -31,11 +31,11 @@ class Style {
   std::size_t _width;
 };
 
-/// How many columns of a terminal a text fills: two for a wide character of East Asian scripts and
-/// most emoji, none for a combining mark. Malformed UTF-8 counts one column a byte.
+/// How many columns of a terminal a text fills. Wide characters of East Asian scripts and most
+/// emoji fill two, combining marks none. Each byte of malformed UTF-8 fills one.
 [[nodiscard]] std::size_t columns(std::string_view text);
 
-/// The text with spaces up to `width` columns; longer text is cut, its last column being "…".
+/// The text filled with spaces to `width` columns. Longer text is cut, and "…" is its last column.
 [[nodiscard]] std::string fitted(std::string_view text, std::size_t width);
 
 }  // namespace monitor

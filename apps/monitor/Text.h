@@ -5,15 +5,15 @@
 #include <string>
 #include <string_view>
 
-/// Small text operations shared by the readers of tables and comments. All of them take what a
-/// file may hold, which is any bytes at all.
+/// Small text operations shared by the readers of tables and comments. Except where stated, they
+/// take any bytes, as a file may hold them.
 namespace monitor {
 
-/// `bytes` as text that is safe to show: valid UTF-8, each ill-formed sequence replaced by U+FFFD
-/// (one per maximal subpart, as the Unicode standard recommends), and so is every control character
-/// but the tab: neither a NUL nor an escape sequence reaches a terminal or a C string.
+/// `bytes` as valid UTF-8 that is safe to show. U+FFFD replaces each ill-formed sequence (one for
+/// each maximal subpart, as the Unicode standard recommends) and each control character except the
+/// tab. So no NUL and no escape sequence reaches a terminal or a C string.
 ///
-/// `bytes` is at most 2^31 - 1 long; `parseTable` sees to that.
+/// The caller must not pass more than 2^31 - 1 bytes; `parseTable` makes sure of that.
 std::string printable(std::string_view bytes);
 
 /// Space and tab, the only characters that separate fields in a cron table.
@@ -31,8 +31,8 @@ constexpr bool isLetter(char c) {
 /// `text` without the blanks around it.
 std::string_view trimmed(std::string_view text);
 
-/// Takes the first word off `rest`: skips blanks, returns what stands up to the next blank, and
-/// leaves `rest` behind the word. Empty when only blanks are left.
+/// Removes the blanks in front of `rest` and the word behind them, and returns that word. It is
+/// empty when `rest` has only blanks.
 std::string_view takeWord(std::string_view& rest);
 
 /// The words of `text` with one space between two.
@@ -41,8 +41,8 @@ std::string singleSpaced(std::string_view text);
 /// `text` with the letters A to Z in lower case.
 std::string lowercased(std::string_view text);
 
-/// The first `limit` characters (code points) of `text`, which is valid UTF-8; where that cuts
-/// something off, the last of them is "…", and no blank stands before it. `limit` is at least 1.
+/// The first `limit` characters (code points) of `text`. When something is cut off, the last of
+/// them is "…", and no blank stands before it. `text` must be valid UTF-8, and `limit` at least 1.
 std::string shortened(std::string_view text, std::size_t limit);
 
 }  // namespace monitor

@@ -26,7 +26,7 @@ constexpr std::uint32_t kEntriesChange = IN_CREATE | IN_DELETE | IN_MOVED_FROM |
                                          IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 constexpr std::uint32_t kContentsChange = IN_MODIFY | IN_CLOSE_WRITE;
 
-/// A flood of notices is taken in portions, so that a report is due in between.
+/// Many inotify events are read in portions, so that a report can be given in between.
 constexpr int kMostReads = 64;
 
 [[noreturn]] void fail(const char* what) {
@@ -92,8 +92,8 @@ void Watcher::addPlaces(const fs::path& root) {
 }
 
 void Watcher::synchronize() {
-  // From the top down: a directory made after its parent is watched will be heard of, one made
-  // before is found when its turn comes.
+  // From the top down. When a directory is made after its parent is watched, there is an inotify
+  // event. One that was made before is there when the loop comes to it.
   _placesMayDiffer = false;
   for (Place& place : _places) {
     watchPlace(place);
@@ -110,8 +110,8 @@ void Watcher::watchPlace(Place& place) {
     return;
   }
   const int before = std::exchange(place.watch, watch);
-  // The directory may still be there under another name. Should that name be another of our places,
-  // the notice that its watch has ended brings it back.
+  // The directory may still be there under another name. If that name is another of our places, the
+  // inotify event that its watch has ended makes us watch it again.
   if (before >= 0) {
     ::inotify_rm_watch(_notify.number(), before);
   }
@@ -125,7 +125,7 @@ void Watcher::forget(int watch) {
   }
 }
 
-bool Watcher::takeNotice(int watch, unsigned mask, std::string_view name) {
+bool Watcher::takeInotifyEvent(int watch, unsigned mask, std::string_view name) {
   if ((mask & IN_Q_OVERFLOW) != 0) {
     _placesMayDiffer = true;
     return true;
@@ -147,7 +147,7 @@ bool Watcher::takeNotice(int watch, unsigned mask, std::string_view name) {
   return ours;
 }
 
-bool Watcher::readNotices() {
+bool Watcher::readInotifyEvents() {
   alignas(inotify_event) std::array<char, 16384> buffer;
   bool ours = false;
   for (int i = 0; i < kMostReads; ++i) {
@@ -156,12 +156,12 @@ bool Watcher::readNotices() {
       break;
     }
     for (std::size_t at = 0; at < static_cast<std::size_t>(size);) {
-      inotify_event notice;
-      std::memcpy(&notice, buffer.data() + at, sizeof notice);
-      const char* const name = buffer.data() + at + sizeof notice;
-      const std::string_view entry(name, ::strnlen(name, notice.len));
-      ours = takeNotice(notice.wd, notice.mask, entry) || ours;
-      at += sizeof notice + notice.len;
+      inotify_event event;
+      std::memcpy(&event, buffer.data() + at, sizeof event);
+      const char* const name = buffer.data() + at + sizeof event;
+      const std::string_view entry(name, ::strnlen(name, event.len));
+      ours = takeInotifyEvent(event.wd, event.mask, entry) || ours;
+      at += sizeof event + event.len;
     }
   }
   if (_placesMayDiffer) {
@@ -172,7 +172,7 @@ bool Watcher::readNotices() {
 
 void Watcher::startTimer(Clock::time_point now) {
   using std::chrono::nanoseconds;
-  // Zero would stop the timer instead of letting it run out at once.
+  // At least 1, because 0 would stop the timer.
   const nanoseconds left = std::max<nanoseconds>(_due - now, nanoseconds(1));
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
   itimerspec time = {};
@@ -184,7 +184,7 @@ void Watcher::startTimer(Clock::time_point now) {
 }
 
 bool Watcher::drain() {
-  const bool more = readNotices();
+  const bool more = readInotifyEvents();
   if (!more && !_changed) {
     return false;
   }
@@ -197,7 +197,7 @@ bool Watcher::drain() {
     _due = std::min(now + _timing.settle, _firstChange + _timing.longest);
   }
   if (now >= _due) {
-    // Which also takes back that it has run out.
+    // This also makes the timer no longer readable.
     const itimerspec stopped = {};
     ::timerfd_settime(_timer.number(), 0, &stopped, nullptr);
     _changed = false;

@@ -30,7 +30,7 @@ Instant instantOf(UDate date) {
   return Instant(seconds(static_cast<std::int64_t>(date / U_MILLIS_PER_SECOND)));
 }
 
-/// A zone of the database; null when there is none of that name.
+/// A zone of the database. Null when there is none with that name.
 std::unique_ptr<icu::BasicTimeZone> zoneNamed(const std::string& name) {
   std::unique_ptr<icu::BasicTimeZone> zone(dynamic_cast<icu::BasicTimeZone*>(
       icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name))));
@@ -54,8 +54,8 @@ Zone Zone::ofMachine() {
   std::string_view name = variable == nullptr ? std::string_view() : variable;
   name.remove_prefix(name.starts_with(':') ? 1 : 0);
   if (!name.empty() && !name.starts_with('/') && !zoneNamed(std::string(name))) {
-    // ICU passes over a rule in place of a name ("IST-5:30"). What the C library makes of it at
-    // this moment holds until the clocks are changed.
+    // ICU ignores a rule in place of a name ("IST-5:30"). The C library understands it; its present
+    // offset is right until the clocks change.
     const std::time_t now = std::time(nullptr);
     std::tm local{};
     ::localtime_r(&now, &local);
@@ -63,7 +63,7 @@ Zone Zone::ofMachine() {
         static_cast<std::int32_t>(local.tm_gmtoff) * U_MILLIS_PER_SECOND,
         icu::UnicodeString::fromUTF8(local.tm_zone))));
   }
-  // All of ICU's own zones are basic ones.
+  // All of ICU's own zones are a `BasicTimeZone`.
   return Zone(std::make_shared<const Rules>(std::unique_ptr<icu::BasicTimeZone>(
       dynamic_cast<icu::BasicTimeZone*>(icu::TimeZone::createDefault()))));
 }

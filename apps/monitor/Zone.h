@@ -8,35 +8,35 @@
 
 namespace monitor {
 
-/// An instant, and what a clock on the wall of some zone shows.
+/// An instant, and what a wall clock in some zone shows.
 using Instant = std::chrono::sys_seconds;
 using LocalTime = std::chrono::local_seconds;
 
-/// There is no time zone of that name; `what()` says which.
+/// There is no time zone with a name; `what()` says which name.
 class UnknownZone : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// A time zone: when its clocks are changed, and what they show. A value, cheap to copy.
+/// A time zone: when its clocks change, and what they show. A value, cheap to copy.
 class Zone {
  public:
-  /// The machine's own, as TZ or /etc/localtime says; what it says at the first call counts.
-  /// Where TZ has a rule in place of a name, clocks are taken to stay as they are now.
+  /// The machine's zone, as TZ or /etc/localtime says at the first call. When TZ has a rule in
+  /// place of a name, the zone keeps the present offset and its clocks never change.
   static Zone ofMachine();
 
-  /// A zone by its name in the tz database ("Europe/Berlin"). Raises `UnknownZone`.
+  /// A zone by its name in the tz database ("Europe/Berlin"). Throws `UnknownZone`.
   static Zone named(const std::string& name);
 
-  /// A stretch of time in which clocks run evenly, between two changes of them.
+  /// The time between two clock changes.
   struct Period {
-    Instant begin;                      ///< the change that began it, or `Instant::min()`
-    Instant end;                        ///< the change that ends it, or `Instant::max()`
+    Instant begin;                      ///< the change at its beginning, or `Instant::min()`
+    Instant end;                        ///< the change at its end, or `Instant::max()`
     std::chrono::seconds offset;        ///< what to add to UTC
-    std::chrono::seconds offsetBefore;  ///< the same before `begin`; `offset` if nothing was
+    std::chrono::seconds offsetBefore;  ///< the offset before `begin`; `offset` when nothing was
   };
 
-  /// The period an instant is in; its `begin` belongs to it, its `end` does not.
+  /// The period that an instant is in. `begin` is in the period, `end` is not.
   [[nodiscard]] Period periodAt(Instant instant) const;
 
   [[nodiscard]] LocalTime localTime(Instant instant) const;
@@ -44,7 +44,7 @@ class Zone {
   /// "2026-03-29 03:05" by the clocks of the zone; with seconds: "2026-03-29 03:05:09".
   [[nodiscard]] std::string text(Instant instant, bool seconds = false) const;
 
-  /// Makes it the user's zone, by which dates are shown and days counted: ICU's default.
+  /// Makes this ICU's default zone, in which the library shows dates and counts days.
   void makeDefault() const;
 
   [[nodiscard]] std::string name() const;

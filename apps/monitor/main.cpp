@@ -38,7 +38,7 @@ void interrupt(int /*signal*/) {
   interrupted = 1;
 }
 
-/// Without SA_RESTART, so that a wait ends.
+/// Without SA_RESTART, so that a signal ends a wait.
 void endOnSignals() {
   struct sigaction action = {};
   action.sa_handler = interrupt;
@@ -69,7 +69,7 @@ Style styleFor(const Options& options) {
                sized ? size.ws_col : Style::anyWidth);
 }
 
-/// Copies the item that the options name, or shows the paths of all.
+/// Copies the item that the options name, or shows the paths of all items.
 void showItems(const Options& options, const monitor::Items& roots, const Style& style) {
   if (options.copied) {
     std::cout << monitor::copied(monitor::itemAt(*options.copied, roots), style);
@@ -80,14 +80,14 @@ void showItems(const Options& options, const monitor::Items& roots, const Style&
   }
 }
 
-/// Shows the outlines of a root, and follows what happens to them.
+/// Shows the outlines of a root, and follows their changes.
 class Program {
  public:
   explicit Program(const Options& options)
       : _options(options),
         _style(styleFor(options)),
         _host(options.root, monitor::Zone::ofMachine()) {
-    // A rule in TZ is none that ICU would find by itself.
+    // ICU itself does not understand a rule in TZ.
     _host.zone().makeDefault();
     if (options.services) {
       _services = std::make_unique<monitor::ServicesSource>(*options.services,
@@ -134,17 +134,18 @@ class Program {
  private:
   using Clock = std::chrono::system_clock;
 
-  /// A second after the minute begins, when cron has started what is due.
+  /// One second into the next minute, when cron has started what is due.
   static Clock::time_point nextMinute() {
     using std::chrono::seconds;
     return std::chrono::floor<std::chrono::minutes>(Clock::now() - seconds(1)) +
            std::chrono::minutes(1) + seconds(1);
   }
 
-  /// Until the tables have changed (true), there is news of services, or it is time.
+  /// Waits until the tables have changed, services have come or gone, or `end`. Returns whether the
+  /// tables have changed.
   bool wait(monitor::Watcher& watcher, Clock::time_point end) {
     using std::chrono::milliseconds;
-    // The clock may be set while this waits.
+    // At most a minute, because the clock may be set while this waits.
     const auto left = std::clamp(std::chrono::ceil<milliseconds>(end - Clock::now()),
                                  milliseconds(0), milliseconds(std::chrono::minutes(1)));
     if (!_services) {
@@ -180,7 +181,7 @@ class Program {
     try {
       warn(_host.refresh(currentInstant()));
     } catch (const monitor::TablesNotFound& error) {
-      // They may come back, while a package is being replaced for instance.
+      // They may come back, for instance when a package is being replaced.
       complain(error.what());
     }
   }
@@ -232,7 +233,7 @@ void show(const Options& options) {
     return;
   }
   endOnSignals();
-  // Before the tables are read, so that no change in between is missed.
+  // Made before the tables are read, so that no change in between is missed.
   monitor::Watcher watcher(options.root);
   Program program(options);
   program.show();
