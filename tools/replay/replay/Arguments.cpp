@@ -23,10 +23,11 @@ using platform::Value;
 
 namespace {
 
-// Positions stay below this, so that a position can always be followed by another.
+// Indexes stay below this, so that one more than an index is always an index.
 constexpr std::uint64_t endOfIndexes = std::numeric_limits<std::int64_t>::max();
 
-/// The property list with constants in place of their names. Depth is limited by the reader.
+/// The property list with constants in place of their names. Recursion is safe here, because the
+/// reader limits the depth.
 Value withConstants(const Value& value) {
   switch (value.kind()) {
     case Value::Kind::string:

@@ -7,9 +7,11 @@
 
 namespace replay {
 
-/// What an argument stands for. A property list stands for itself, with the names of host constants
-/// replaced by their values, except for dictionaries of one key that begins with `$`, where the
-/// argument is one or an array, at any depth, that holds one:
+/// Returns what a written argument stands for. A property list stands for itself; names of host
+/// constants in it are replaced by their values.
+///
+/// A dictionary with one key that begins with `$` is a form and stands for something else. Forms
+/// are read where the argument is one, and where it is an array, at any depth, that holds one:
 ///
 ///     {"$ref": "list"}                      what is bound to the name
 ///     {"$absent": true}                     nothing
@@ -17,8 +19,8 @@ namespace replay {
 ///     {"$service": {"name": "Office", "type": "_ipp._tcp.", "domain": "local."}}
 ///     {"$file": {"name": "week.sch", "bytes": <...>}}   a new file's URL, as a string
 ///
-/// Raises `Malformed` when such a dictionary is none of these, when nothing is bound to the name,
-/// or when the file cannot be written.
+/// Throws `Malformed` when a form is none of these, when nothing is bound to the name, or when the
+/// file cannot be written.
 [[nodiscard]] vexil::platform::Value argumentFrom(const vexil::platform::Value& written,
                                                   const Names& names, TemporaryFiles& files);
 

@@ -19,7 +19,7 @@ namespace {
 
 using Service = std::shared_ptr<platform::NetService>;
 
-/// A factory and the initialiser that makes the same of the class that is named.
+/// Adds a factory, and the initialiser that makes the same item.
 template <class Function>
 void addFactory(std::vector<Operation>& operations, std::string_view factory,
                 std::string_view initialiser, Function make) {
@@ -27,7 +27,7 @@ void addFactory(std::vector<Operation>& operations, std::string_view factory,
   operations.push_back(function(initialiser, make));
 }
 
-/// The factories that a kind has, its own and those it inherits.
+/// Adds the factories of a kind, its own and those that it inherits.
 template <class Item>
 void addFactories(std::vector<Operation>& operations) {
   addFactory(operations, "itemWithRepresentedObject:", "initWithRepresentedObject:",
@@ -68,7 +68,7 @@ void addFactories(std::vector<Operation>& operations) {
   }
 }
 
-/// What a kind answers that is read from pasteboards.
+/// Adds what a kind answers if it can be read from pasteboards.
 template <class Item>
 void addReading(std::vector<Operation>& operations) {
   if constexpr (requires { Item::readableTypesForPasteboard(nullptr); }) {
@@ -81,7 +81,7 @@ void addReading(std::vector<Operation>& operations) {
   }
 }
 
-/// What a class says about the keys of its objects; `example` is any object of the class.
+/// What a class says about the keys of its objects. `example` is any object of the class.
 template <class Class>
 Operation dependenciesOfKeys(std::shared_ptr<Class> example) {
   return function("keyPathsForValuesAffectingValueForKey:",

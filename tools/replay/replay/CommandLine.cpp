@@ -24,7 +24,7 @@ constexpr std::string_view usage =
     "Performs scenarios, property lists of any format, and prints what happens.\n"
     "FILE may be - for standard input. An argument of -- ends the options.\n";
 
-/// The files; absent for wrong usage.
+/// The files. Absent when the usage is wrong.
 std::optional<std::vector<std::string>> filesIn(std::span<const std::string> arguments) {
   std::vector<std::string> files;
   bool areOptions = true;
@@ -65,7 +65,7 @@ void replayFile(const std::string& file, std::istream& input, std::ostream& outp
   replayScenario(*steps, output);
 }
 
-/// The text as a part of a line.
+/// The text with a space for each control character.
 std::string onOneLine(std::string_view text) {
   std::string line(text);
   std::ranges::replace_if(

@@ -13,7 +13,7 @@ namespace {
 
 struct Constant {
   std::string_view name;
-  const std::string_view* value;  // looked at when it is needed: a host may define its own
+  const std::string_view* value;  // read when it is needed, because a host may define its own
 };
 
 constexpr Constant recordKeys[] = {

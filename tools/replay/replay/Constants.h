@@ -5,10 +5,10 @@
 
 namespace replay {
 
-// Scenarios and transcripts name the constants of the host engine library and of the pasteboard, so
-// that they read the same whatever the host's values are. Record keys are named where they stand as
-// keys, the other constants where they stand as strings. What names nothing, or is no constant's
-// value, comes back as it is.
+// Scenarios and transcripts name the constants of the host engine library and of the pasteboard. So
+// they read the same whatever values the host gives them. A record key is named where it is a key,
+// any other constant where it is a string. Each function returns its argument unchanged when that
+// names no constant, or is no constant's value.
 
 [[nodiscard]] std::string_view recordKeyNamed(std::string_view name) noexcept;
 [[nodiscard]] std::string_view nameOfRecordKey(std::string_view key) noexcept;

@@ -7,8 +7,8 @@
 
 namespace replay {
 
-/// All bytes of a stream, but no more than one byte over what a property list may have; absent when
-/// the stream cannot be read.
+/// Returns all bytes of a stream. Stops one byte after the most that a property list may have.
+/// Absent when the stream cannot be read.
 [[nodiscard]] std::optional<std::string> contentOf(std::istream& stream);
 
 }  // namespace replay

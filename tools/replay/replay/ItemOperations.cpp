@@ -39,7 +39,7 @@ std::vector<Operation> operationsOfEveryItem() {
       method("isExpandable", &Item::isExpandable),
       method("isEqualToItem:",
              [](Item& item, const std::shared_ptr<Item>& other) {
-               // What an absent item represents is absent, which equals nothing.
+               // An absent item has an absent represented object, which equals nothing.
                return other && item.isEqualToItem(*other);
              }),
       method("addChild:", &Item::addChild),

@@ -5,8 +5,8 @@
 
 namespace replay {
 
-/// A scenario, or a step of it, that cannot be performed; the text says why. It is raised before
-/// the step has done or printed anything.
+/// A scenario or a step cannot be performed; `what()` says why. It is thrown before the step does
+/// or prints anything.
 class Malformed : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };

@@ -12,17 +12,17 @@
 
 namespace replay {
 
-/// What the names of a scenario stand for. They hold it, and nothing else does from one step to the
-/// next.
+/// The values that a scenario has bound to names. Between two steps the tool holds no other
+/// reference to them.
 class Names {
  public:
-  /// Must outlive the names.
+  /// `registry` must outlive the names.
   explicit Names(Registry& registry) : _registry(registry) {}
 
-  /// Null when nothing is bound to the name.
+  /// Returns null when nothing is bound to the name.
   [[nodiscard]] const vexil::platform::Value* find(std::string_view name) const;
 
-  /// Replaces what is bound to the name; an absent value leaves nothing bound.
+  /// Replaces what is bound to the name. An absent value unbinds the name.
   void bind(std::string_view name, vexil::platform::Value value);
 
   void unbind(std::string_view name) { bind(name, {}); }

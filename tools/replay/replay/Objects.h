@@ -11,10 +11,10 @@
 
 namespace replay {
 
-// What a step can hand over or get back and a plain value cannot be. As objects they can be bound
-// to names, and stand wherever a value can.
+// Arguments and results that a plain value cannot hold. As objects they can be bound to names and
+// used wherever a value can.
 
-/// An index set; equal by content.
+/// An index set. Two are equal when their indexes are.
 class Indexes final : public vexil::platform::Object {
  public:
   explicit Indexes(vexil::platform::IndexSet indexes) : _indexes(std::move(indexes)) {}
@@ -30,7 +30,7 @@ class Indexes final : public vexil::platform::Object {
   vexil::platform::IndexSet _indexes;
 };
 
-/// A set of strings; equal by content.
+/// A set of strings. Two are equal when their strings are.
 class StringSet final : public vexil::platform::Object {
  public:
   explicit StringSet(std::set<std::string> strings) : _strings(std::move(strings)) {}
@@ -46,7 +46,7 @@ class StringSet final : public vexil::platform::Object {
   std::set<std::string> _strings;
 };
 
-/// The place of a directory.
+/// The URL of a directory.
 class Directory final : public vexil::platform::Object {
  public:
   explicit Directory(vexil::platform::FileURL url) : _url(std::move(url)) {}

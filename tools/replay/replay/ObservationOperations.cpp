@@ -16,7 +16,7 @@ namespace {
 using Item = KRAVTWVItemVexil;
 using ObserverReference = std::shared_ptr<Observer>;
 
-// These two are written out because a context is looked up in the transcript.
+// These two cannot be a `method`, because the transcript gives the context.
 
 Operation registrationOfSubtree() {
   return {"addObserver:forRecursiveChildrenWithOption:context:",

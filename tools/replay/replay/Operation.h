@@ -22,17 +22,16 @@
 
 namespace replay {
 
-/// One step in which an operation is to be performed, its arguments read.
+/// One step whose arguments have been read and whose operation can be performed.
 struct Call {
   std::shared_ptr<Transcript> transcript;
-  std::optional<std::string> on;    ///< the receiver's name,
-  vexil::platform::Value receiver;  ///< and what is bound to it; absent without one
+  std::optional<std::string> on;    ///< the receiver's name
+  vexil::platform::Value receiver;  ///< what is bound to `on`; absent when there is no receiver
   std::vector<vexil::platform::Value> arguments;
   std::optional<std::string> as;  ///< the name for the result
 };
 
-/// One operation, as a scenario names it, with all that is needed to check a step and to perform
-/// it.
+/// One operation under the name that scenarios use, and how to check and perform a step with it.
 struct Operation {
   struct Parameter {
     std::string_view what;
@@ -41,16 +40,16 @@ struct Operation {
 
   std::string_view name;
   std::vector<Parameter> parameters;
-  /// Whether an object answers it; always, of an operation that has none for its receiver.
+  /// Whether an object answers it. Always true when the operation has no object as its receiver.
   bool (*answers)(const vexil::platform::Value& receiver);
-  /// The result, which may be absent; nothing where the operation has none.
+  /// Returns the result, which may be an absent value, or nothing when the operation has no result.
   std::function<std::optional<vexil::platform::Value>(const Call&)> perform;
 
-  // What sets some operations apart.
+  // Most operations leave these as they are.
 
-  bool printsResult = true;  ///< not so for what merely makes the object that is bound
-  bool needsName = false;    ///< makes no sense without a name for the result
-  /// Prints the result otherwise than as a value.
+  bool printsResult = true;  ///< false when all that matters is the name it is bound to
+  bool needsName = false;    ///< a step without a name for the result is malformed
+  /// Prints the result in another way than as a value.
   std::function<std::string(const Call&, const vexil::platform::Value& result)> print = {};
 };
 
@@ -71,7 +70,7 @@ Operation::Parameter parameterOf() {
   return {Type::what, &Type::takes};
 }
 
-// What an operation returns, as a value.
+// These turn what an operation returns into a value.
 
 template <class T>
   requires std::constructible_from<vexil::platform::Value, T>
@@ -146,8 +145,8 @@ Operation functionOf(std::string_view name, std::function<Result(Parameters...)>
 }  // namespace detail
 
 /// An operation of objects: a member function of their class, or a function that takes the object
-/// first. Objects answer it when they are of this class. How the arguments are read and the result
-/// is taken follows from the types.
+/// first. An object answers it when it is of this class. The types of the parameters decide how the
+/// arguments are read (`Parameter`), and the type of the result how it becomes a value.
 template <class Class, class Result, class... Parameters>
 Operation method(std::string_view name, Result (Class::*function)(Parameters...)) {
   return detail::methodOf(name, std::function<Result(Class&, Parameters...)>(function));
@@ -161,7 +160,7 @@ Operation method(std::string_view name, Function function) {
   return detail::methodOf(name, std::function(std::move(function)));
 }
 
-/// An operation of a class, or of nobody.
+/// An operation of a class, or one without a receiver.
 template <class Function>
 Operation function(std::string_view name, Function function) {
   return detail::functionOf(name, std::function(std::move(function)));

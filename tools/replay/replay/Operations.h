@@ -8,17 +8,18 @@
 
 namespace replay {
 
-// The table of everything that a step can do. It is put together from the lists below; an operation
-// is one entry of a list, and so is a class.
+// The table of everything that a step can do. The lists below make it up. To add an operation or a
+// class, add an entry to one of them.
 
-/// The operation that an object answers under a name, that a class answers, or that needs no
-/// receiver. Raise `Malformed` where there is none.
+/// These return the operation that an object answers under a name, that a class answers, or that
+/// needs no receiver. They throw `Malformed` when there is none.
 [[nodiscard]] const Operation& operationOfObject(std::string_view name,
                                                  const vexil::platform::Value& receiver);
 [[nodiscard]] const Operation& operationOfClass(std::string_view name, std::string_view className);
 [[nodiscard]] const Operation& operationWithoutReceiver(std::string_view name);
 
-/// A class and what it answers itself: factories, initialisers, its own facts, `new`.
+/// A class and the operations that the class itself answers: factories, initialisers, `new`, and
+/// what it says about its keys and types.
 struct ClassOperations {
   std::string_view name;
   std::vector<Operation> operations;

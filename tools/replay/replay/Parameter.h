@@ -20,11 +20,11 @@
 
 namespace replay {
 
-/// How an argument becomes a parameter of type `T`: whether it is of the kind that the parameter
-/// takes, and what it is then. An absent argument is of any kind that an object can be; an
-/// operation that needs one there raises.
+/// How an argument becomes a parameter of type `T`. `takes` says whether the argument is of the
+/// right kind, and `from` converts one that is. `what` names the kind in messages. Objects, strings
+/// and arrays may be absent; an operation that needs one then throws.
 ///
-/// A new type of parameter is a specialisation here.
+/// To support another type of parameter, add a specialisation here.
 template <class T>
 struct Parameter;
 
@@ -65,7 +65,7 @@ struct Parameter<std::size_t> {
   }
 };
 
-/// No scenario has a pasteboard, so what is asked is asked in general.
+/// No scenario has a pasteboard, so operations that take one get none.
 template <>
 struct Parameter<const vexil::platform::Pasteboard*> {
   static constexpr std::string_view what = "an absent pasteboard";
@@ -75,7 +75,7 @@ struct Parameter<const vexil::platform::Pasteboard*> {
   }
 };
 
-/// A reference to an object of a class, be it of the library or of this tool.
+/// A reference to an object of a class of the library or of this tool.
 template <class Class>
 struct Parameter<std::shared_ptr<Class>> {
   static constexpr std::string_view what = "an object of the right class";
@@ -99,7 +99,7 @@ struct Parameter<vexil::platform::IndexSet> {
   }
 };
 
-/// An array of objects of a class; a fresh one each time.
+/// An array of objects of a class. Each call makes a new array.
 template <class Class>
 struct Parameter<std::shared_ptr<std::vector<std::shared_ptr<Class>>>> {
   static constexpr std::string_view what = "an array of objects of the right class";
@@ -143,7 +143,7 @@ struct Parameter<bool> {
   static bool from(const vexil::platform::Value& argument) { return argument.booleanReading(); }
 };
 
-/// A list of records, which may be of any kind themselves.
+/// A list of records. Its elements may be of any kind.
 struct Records {
   vexil::platform::Value array;
 };
@@ -156,7 +156,7 @@ struct Parameter<Records> {
   static Records from(const vexil::platform::Value& argument) { return {argument}; }
 };
 
-/// An item that must be there.
+/// An item that must not be absent.
 struct PresentItem {
   std::shared_ptr<KRAVTWVItemVexil> item;
 };
@@ -182,7 +182,7 @@ struct Parameter<vexil::platform::ObservingOptions> {
   }
 };
 
-/// The text of a context, or none.
+/// The text of a context, or an absent value.
 struct ContextText {
   vexil::platform::Value text;
 };

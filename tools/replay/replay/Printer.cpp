@@ -113,10 +113,10 @@ std::string printedClass(const platform::Object& object) {
   return name.starts_with(own) ? name.substr(own.size()) : name;
 }
 
-/// A container, or an item, that has been begun and not ended.
+/// A container or an item whose end has not been printed yet.
 struct Printer::Open {
   Value content;
-  std::vector<std::pair<std::string, std::size_t>> entries;  // of a dictionary: key, position
+  std::vector<std::pair<std::string, std::size_t>> entries;  // of a dictionary: printed key, index
   std::size_t next = 0;
 };
 
@@ -189,28 +189,31 @@ void Printer::begin(std::string& text, std::vector<Open>& open, const Value& val
       text += '[';
       open.push_back({value, {}});
       return;
-    case Value::Kind::dictionary: {
-      text += '{';
-      Open dictionary{value, {}};
-      for (std::size_t index = 0; index < value.keys().size(); ++index) {
-        dictionary.entries.emplace_back(printedString(nameOfRecordKey(value.keys()[index].text())),
-                                        index);
-      }
-      std::ranges::sort(dictionary.entries);
-      open.push_back(std::move(dictionary));
+    case Value::Kind::dictionary:
+      beginDictionary(text, open, value);
       return;
-    }
     case Value::Kind::object:
       beginObject(text, open, value);
       return;
   }
 }
 
+void Printer::beginDictionary(std::string& text, std::vector<Open>& open, const Value& value) {
+  text += '{';
+  Open dictionary{value, {}};
+  for (std::size_t index = 0; index < value.keys().size(); ++index) {
+    dictionary.entries.emplace_back(printedString(nameOfRecordKey(value.keys()[index].text())),
+                                    index);
+  }
+  std::ranges::sort(dictionary.entries);
+  open.push_back(std::move(dictionary));
+}
+
 void Printer::beginObject(std::string& text, std::vector<Open>& open, const Value& value) {
   const auto& object = value.object();
   if (dynamic_cast<const KRAVTWVItemVexil*>(object.get()) != nullptr) {
     text += '#' + std::to_string(_registry.numberOf(object));
-    // An item that identifies itself is named by its number alone inside its identifier.
+    // An identifier may hold the item itself. There, only its number is printed.
     const bool isInside = std::ranges::any_of(
         open, [&](const Open& outer) { return outer.content.object() == object; });
     if (!isInside) {

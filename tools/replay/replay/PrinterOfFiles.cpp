@@ -33,7 +33,8 @@ std::optional<std::string> contentOfFile(const std::filesystem::path& path) {
   return contentOf(stream);
 }
 
-/// The file's own name; the extension of schedule files is the host's, so it goes by its name.
+/// The file's own name. The host decides the extension of schedule files, so the name of that
+/// constant stands in its place.
 std::string nameOfFile(const std::filesystem::path& path) {
   const std::string name = path.filename().string();
   const std::string extension = "." + std::string(kTWWorkspaceFileExtensionSchedule);

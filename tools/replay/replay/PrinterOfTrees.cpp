@@ -29,7 +29,7 @@ std::string flagsOf(const KRAVTWVItemVexil& item) {
 }  // namespace
 
 std::string Printer::itemLine(const std::shared_ptr<KRAVTWVItemVexil>& item, bool hasChildren) {
-  // One after the other, since numbers are given from left to right.
+  // In statements of their own, because items get their numbers from left to right.
   std::string line = '#' + std::to_string(_registry.numberOf(item)) + ' ' + printedClass(*item);
   line += " uniqueID=" + value(item->uniqueID());
   line += " label=" + value(item->label());

@@ -32,7 +32,7 @@ void Watch::observeValueForKeyPathOfObjectChangeContext(
     const platform::Key& keyPath, const std::shared_ptr<platform::Observable>& object,
     const platform::ChangeRecord& change, const platform::ContextToken* /*context*/) {
   Printer& printer = _transcript->printer();
-  // One after the other, since numbers are given from left to right.
+  // In statements of their own, because items get their numbers from left to right.
   std::string line = "notice " + _name + ' ' + printer.value(object) + ' ';
   line += keyPath.text();
   line += ' ';

@@ -12,13 +12,13 @@
 
 namespace replay {
 
-/// Prints each change that it is told of:
+/// Prints each notice that it gets:
 ///
 ///     notice w #1(KRAVTWVGroupVexil "root") children removal indexes={0} old=[...] new=absent
 class Watch final : public vexil::platform::Object, public vexil::platform::Observer {
  public:
-  /// A watch of this name that is registered for both values of `key`, under a context of its own.
-  /// It keeps `object` as little alive as the registration does.
+  /// Makes a watch of this name and registers it for `key`, for both values, with a context of its
+  /// own. Neither the watch nor the registration keeps `object` alive.
   static std::shared_ptr<Watch> on(const std::shared_ptr<vexil::platform::Observable>& object,
                                    const vexil::platform::Key& key, std::string name,
                                    std::shared_ptr<Transcript> transcript);
@@ -26,8 +26,8 @@ class Watch final : public vexil::platform::Object, public vexil::platform::Obse
   Watch(const std::shared_ptr<vexil::platform::Observable>& object, vexil::platform::Key key,
         std::string name, std::shared_ptr<Transcript> transcript);
 
-  /// Withdraws the registration, with what `Observable::removeObserver` raises when it has been
-  /// withdrawn before. Nothing happens when the object is gone, and the registration with it.
+  /// Withdraws the registration. Does nothing when the object is gone, because the registration is
+  /// gone with it. Throws what `Observable::removeObserver` throws when it was withdrawn before.
   static void end(const std::shared_ptr<Watch>& watch);
 
   void observeValueForKeyPathOfObjectChangeContext(

@@ -44,7 +44,7 @@ Registry::Known& Registry::known(const std::shared_ptr<platform::Object>& object
     sweep();
   }
   Known& entry = _known[object.get()];
-  // The address may be that of an object that is gone.
+  // An object that is gone may have had the same address.
   if (entry.object.expired()) {
     entry = Known{object, 0, std::nullopt};
   }

@@ -13,20 +13,20 @@
 
 namespace replay {
 
-/// How a transcript tells objects apart: items by numbers from 1 in the order in which they were
-/// first printed, other objects by the name that they were first bound to. It keeps none of them
-/// alive, and a number is never given again.
+/// How a transcript tells objects apart. Items have numbers from 1, in the order in which they were
+/// first printed; no number is given twice. Other objects have the name that they were first bound
+/// to. The registry keeps no object alive.
 class Registry {
  public:
   [[nodiscard]] std::size_t numberOf(const std::shared_ptr<vexil::platform::Object>& item);
 
-  /// The name stays when the object has one already.
+  /// Names an object. Does nothing when it has a name already.
   void name(const std::shared_ptr<vexil::platform::Object>& object, std::string_view name);
 
   /// Absent when the object was never bound.
   [[nodiscard]] std::optional<std::string> nameOf(const vexil::platform::Object& object) const;
 
-  /// The objects met so far that are still alive.
+  /// The objects that were numbered or named and are still alive.
   [[nodiscard]] std::vector<std::shared_ptr<vexil::platform::Object>> survivors() const;
 
  private:

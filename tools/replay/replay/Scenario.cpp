@@ -24,8 +24,8 @@ using platform::Value;
 
 namespace {
 
-/// The line as it reads in every transcript: the words of an encoder's error are the encoder's, and
-/// the names of temporary files are random.
+/// The line without what differs from run to run: an encoder's words for its error, and the random
+/// names of temporary files.
 std::string withoutWhatVaries(std::string_view line, const TemporaryFiles& files) {
   constexpr std::string_view encoderError = " serialization error: ";
   const std::size_t position = line.find(encoderError);
@@ -35,8 +35,8 @@ std::string withoutWhatVaries(std::string_view line, const TemporaryFiles& files
   return files.withoutTheirURLs(line);
 }
 
-/// Lets an object go of everything that it may hold.
-void empty(const std::shared_ptr<platform::Object>& object) {
+/// Takes from an object everything that it may hold.
+void clear(const std::shared_ptr<platform::Object>& object) {
   if (auto* const item = dynamic_cast<KRAVTWVItemVexil*>(object.get())) {
     item->setChildren(nullptr);
     item->setRepresentedObject({});
@@ -74,12 +74,12 @@ class Replay {
 Replay::~Replay() {
   _transcript->end();
   _transcript->names().unbindAll();
-  // What is still alive holds itself, through a tree or a record that contains it.
+  // An object that is still alive holds itself, through a tree or a record that contains it.
   for (const auto& object : _transcript->registry().survivors()) {
     try {
-      empty(object);
+      clear(object);
     } catch (const std::exception&) {
-      // Some observer's complaint; nobody hears it any more.
+      // The transcript has ended, so an observer's exception is of no interest.
     }
   }
   _transcript->files().end();

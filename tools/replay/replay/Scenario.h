@@ -7,16 +7,17 @@
 
 namespace replay {
 
-/// Performs a scenario, an array of steps, and writes its transcript. A step prints a line
-/// `== 4 list setEvents:`, then what happened, in the order in which it happened, then its result:
+/// Performs a scenario, which is an array of steps, and writes its transcript. A step prints a line
+/// `== 4 list setEvents:`, then everything that happened, in order, then its result:
 ///
 ///     notice w list sortedEvents setting indexes=absent old=[] new=[...]
 ///     log TEXT              the library wrote a line to the system log
 ///     -> VALUE              the result
-///     !! range              or the error that was raised; the next step goes on
+///     !! range              or the error that was thrown; the next step is still performed
 ///
-/// Texts are English, whatever the user's language is. Nothing is left of the objects afterwards.
-/// Raises `Malformed`, which names the step, before a step that cannot be performed.
+/// Texts are English, whatever the user's language is. At the end all objects are let go of, also
+/// those that hold themselves. Throws `Malformed`, which names the step, when a step cannot be
+/// performed; the steps before it have been.
 void replayScenario(const vexil::platform::Value& steps, std::ostream& output);
 
 }  // namespace replay

@@ -9,17 +9,18 @@
 
 namespace replay {
 
-/// One step as it is written, with its arguments still to be read.
+/// One step as the scenario writes it. Its arguments have not been read.
 struct Step {
-  /// Raises `Malformed` for anything but a dictionary of the keys below with values of their types.
+  /// Throws `Malformed` unless `step` is a dictionary of the keys below, with values of their
+  /// types.
   explicit Step(const vexil::platform::Value& step);
 
-  /// What stands for the receiver in a transcript.
+  /// The receiver as a transcript names it.
   [[nodiscard]] std::string receiver() const { return on ? *on : className ? *className : "-"; }
 
   std::string operation;                 ///< "do"
-  std::optional<std::string> on;         ///< "on": the name of the receiver,
-  std::optional<std::string> className;  ///< or "class": a class in its place
+  std::optional<std::string> on;         ///< "on": the name of the receiver
+  std::optional<std::string> className;  ///< "class": a class as the receiver; not beside "on"
   vexil::platform::Value with;           ///< "with": an array, or absent
   std::optional<std::string> as;         ///< "as": the name for the result
 };

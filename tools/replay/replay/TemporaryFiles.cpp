@@ -14,12 +14,12 @@ namespace {
 constexpr const char* variable = "TMPDIR";
 constexpr std::string_view scheme = "file://";
 
-// What `FileURL` writes; everything else comes percent-encoded.
+// `FileURL` percent-encodes all other characters.
 constexpr std::string_view charactersOfURLs =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/%:";
 
-/// A directory that is made with the first file in it. There is none without randomness; files then
-/// lie where others lie, and stay.
+/// Names a directory. It is made together with the first file in it. Absent when the system has no
+/// randomness; then files go where all temporary files go, and nobody removes them.
 std::optional<platform::FileURL> newDirectory() {
   const std::optional<std::string> name = platform::randomUUID();
   return name ? std::optional(platform::temporaryDirectory().appendingDirectory(*name))

@@ -11,9 +11,9 @@
 
 namespace replay {
 
-/// The files and directories that come up while a scenario is replayed, the library's included:
-/// until `end` the process has a directory for temporary files that is these files' own. Names in
-/// it are random, so transcripts do not show them.
+/// The files and directories that the tool and the library make while a scenario is replayed. Until
+/// `end` they have a directory of their own, which is the process's directory for temporary files.
+/// Names in it are random, so transcripts do not show them.
 class TemporaryFiles {
  public:
   TemporaryFiles();
@@ -21,21 +21,21 @@ class TemporaryFiles {
   TemporaryFiles& operator=(const TemporaryFiles&) = delete;
   ~TemporaryFiles() { end(); }
 
-  /// Removes all of them, and gives the process its directory back.
+  /// Removes all of them, and makes the process use its former directory again.
   void end() noexcept;
 
-  /// Writes a file into a directory of its own; absent when the system refuses.
+  /// Writes a file into a directory of its own. Absent when the system refuses.
   [[nodiscard]] std::optional<vexil::platform::FileURL> write(const std::string& name,
                                                               std::span<const std::byte> bytes);
 
   /// Whether a text is the `file:` URL of one of them.
   [[nodiscard]] bool isOneOfTheirURLs(std::string_view text) const;
 
-  /// The text with `<url>` for each of their URLs in it.
+  /// The text with `<url>` in place of each of their URLs.
   [[nodiscard]] std::string withoutTheirURLs(std::string_view text) const;
 
  private:
-  std::optional<std::string> _directoryBefore;  // as the environment has it
+  std::optional<std::string> _directoryBefore;  // as the environment had it
   std::optional<vexil::platform::FileURL> _directory;
 };
 

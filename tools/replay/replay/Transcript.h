@@ -14,21 +14,21 @@
 
 namespace replay {
 
-/// Everything that one replay of a scenario keeps: what it has printed, what it has bound to names,
-/// and the files that come up. Observers that print share it.
+/// Everything that one replay of a scenario keeps: the output, what is bound to names, and the
+/// files that are made. Observers that print share it.
 class Transcript {
  public:
-  /// `output` must outlive the transcript, or `end`.
+  /// `output` must live until `end` is called or the transcript is gone.
   explicit Transcript(std::ostream& output) : _output(&output) {}
 
-  /// Writes one line, which is flushed so that a crash later on does not lose it.
+  /// Writes one line and flushes it, so that a later crash does not lose it.
   void line(std::string_view text);
 
-  /// Nothing is written any more.
+  /// From now on nothing is written.
   void end() { _output = nullptr; }
 
-  /// A token that stands for a text wherever a scenario uses this text as a context; for an absent
-  /// one, no token.
+  /// The context that a scenario writes as this text. Equal texts give the same token. Null for an
+  /// absent text.
   [[nodiscard]] const vexil::platform::ContextToken* contextNamed(
       const vexil::platform::Value& text);
 

@@ -65,8 +65,8 @@ Operation release() {
           }};
 }
 
-/// Containers are the same when they share their storage; of other plain values there is nothing to
-/// tell two of one content apart by.
+/// Two objects are the same when they are one object, two containers when they share their storage.
+/// Other plain values have no identity: they are the same when they are equal.
 bool areTheSame(const Value& one, const Value& other) {
   if (one.kind() != other.kind()) {
     return false;
