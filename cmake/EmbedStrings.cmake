@@ -1,6 +1,6 @@
-# Run with `cmake -P`: writes a source with the strings tables of a resources folder.
+# Writes a source file with the strings tables of a resources folder. To be run with `cmake -P`.
 #   RESOURCES  the folder; each folder in it is a language and holds a Localizable.strings
-#   OUTPUT     the source to write
+#   OUTPUT     the source file to write
 file(GLOB tables RELATIVE ${RESOURCES} ${RESOURCES}/*/Localizable.strings)
 list(SORT tables)
 set(arrays "")

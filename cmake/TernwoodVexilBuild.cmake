@@ -1,4 +1,4 @@
-# What every target of this project is compiled with.
+# How the targets of this project are compiled.
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
@@ -12,8 +12,8 @@ if(TERNWOODVEXIL_SANITIZE)
   add_link_options(-fsanitize=${TERNWOODVEXIL_SANITIZE})
 endif()
 
-# Warnings of our own targets. Not set globally: a project that includes this one with
-# add_subdirectory keeps its own.
+# Sets the warnings of a target of ours. They are not set globally, because a project that includes
+# this one with add_subdirectory has its own.
 function(ternwoodvexil_warnings target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_compile_options(
@@ -31,12 +31,13 @@ function(ternwoodvexil_warnings target)
             -Wdouble-promotion
             -Wformat=2
             -Wimplicit-fallthrough)
-  # GCC 12 takes std::string's own operator+ for an overlapping copy when it optimises (PR 105651).
-  # And a value that shares nothing for one whose pointer is null.
+  # With optimisation, GCC 12 warns wrongly: of an overlapping copy in std::string's operator+ (PR
+  # 105651), and of a null pointer in values that have no shared storage.
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
                                            $<$<CXX_COMPILER_ID:GNU>:-Wno-null-dereference>)
   if(TERNWOODVEXIL_SANITIZE)
-    # It also takes what the sanitizers add for uses of what is not initialised, as its manual warns.
+    # GCC also mistakes code that the sanitizers add for uses of uninitialised variables. Its manual
+    # says so.
     target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   endif()
   if(TERNWOODVEXIL_WERROR)
@@ -44,8 +45,9 @@ function(ternwoodvexil_warnings target)
   endif()
 endfunction()
 
-# A library of ours: the target ternwoodvexil_<name>, known to users as TernwoodVexil::<name>. Only the
-# headers that are listed are installed; they are included as <vexil/...> from the folder above.
+# Adds a library of ours: the target ternwoodvexil_<name>, which users link as
+# TernwoodVexil::<name>. Only the listed headers are installed. Their paths here are the paths in
+# #include.
 function(ternwoodvexil_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;HEADERS")
   set(target ternwoodvexil_${name})
@@ -56,7 +58,7 @@ function(ternwoodvexil_library name)
   set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
   ternwoodvexil_warnings(${target})
   if(TERNWOODVEXIL_SANITIZE)
-    # Tests spend their time in here, and what is compiled once may take a little longer.
+    # Tests spend most of their time in the libraries, which are compiled only once.
     target_compile_options(${target} PRIVATE -O1)
   endif()
 endfunction()

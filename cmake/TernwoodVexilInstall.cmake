@@ -1,4 +1,4 @@
-# `cmake --install` and `find_package(TernwoodVexil)`.
+# What `cmake --install` installs and `find_package(TernwoodVexil)` finds.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 

@@ -1,5 +1,5 @@
-# The client library of the service daemon, which brings neither a module nor a package file for
-# CMake: TernwoodVexilAvahiClient_FOUND, and the target TernwoodVexil::avahi_client.
+# Finds the client library of the service daemon, which has neither a module nor a package file for
+# CMake. Sets TernwoodVexilAvahiClient_FOUND and makes the target TernwoodVexil::avahi_client.
 find_path(TernwoodVexilAvahiClient_INCLUDE_DIR avahi-client/client.h)
 find_library(TernwoodVexilAvahiClient_LIBRARY avahi-client)
 find_library(TernwoodVexilAvahiClient_COMMON_LIBRARY avahi-common)

@@ -1,4 +1,4 @@
-# The component `avahi` of an installed TernwoodVexil; absent where the client library is.
+# The component `avahi` of an installed TernwoodVexil. Not found when the client library is missing.
 list(APPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR})
 find_package(TernwoodVexilAvahiClient QUIET)
 list(REMOVE_ITEM CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR})
