@@ -61,7 +61,7 @@ void ItemAddition::removeEqualsOf(const std::shared_ptr<KRAVTWVItemVexil>& item,
   if (last == _lastOfHash.end()) {
     return;
   }
-  std::vector<std::size_t> equal;  // none is marked before all were asked, as that can throw
+  std::vector<std::size_t> equal;  // marked when all were asked, because that can throw
   for (std::size_t i = last->second; i != none; i = _entries[i].before) {
     if (_entries[i].item == item || _entries[i].item->isEqual(*item)) {
       equal.push_back(i);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Internal to items: what becomes of children when others are added.
+// Internal to items: which children go when others are added.
 #pragma once
 
 #include <vexil/KRAVTWVItemVexil.h>
@@ -14,12 +14,12 @@
 
 namespace vexil::detail {
 
-/// Finds out which items give way when others are added one after the other: those that equal the
-/// one that comes, as they say (`element.isEqual(child)`), and that one itself where it is there
-/// already.
+/// Finds out which items go when others are added one after the other. When an item is added, each
+/// item goes that equals it, as that item says (`element.isEqual(child)`), and so does the item
+/// itself if it is there already.
 ///
-/// Only items of one hash can be equal, so no others are asked. It changes no item and no array,
-/// and holds all items: hashes and equality of objects are foreign code.
+/// Only items of one hash can be equal, so no others are asked. This changes no item and no array.
+/// It holds all items, because hashes and equality of objects are foreign code.
 class ItemAddition {
  public:
   struct Entry {
@@ -30,16 +30,16 @@ class ItemAddition {
 
   ItemAddition(KRAVTWVItemArray present, KRAVTWVItemArray added);
 
-  /// What gives way of the items that were there.
+  /// Those of the present items that go.
   [[nodiscard]] KRAVTWVItemArray goneOfPresent() const;
 
-  /// The items to add, in their order. Those that are gone give way to a later one.
+  /// The items to add, in their order. One that is gone equals one that is added later.
   [[nodiscard]] std::span<const Entry> added() const {
     return std::span(_entries).subspan(_presentCount);
   }
 
-  /// Throws what was thrown when an item was asked, or `InvalidArgument` for a null pointer: that
-  /// item and those behind it are not among `added`.
+  /// Throws what an item threw when it was asked, or `InvalidArgument` for a null pointer. That item
+  /// and the items behind it are not among `added`.
   void throwFailure() const {
     if (_failure) {
       std::rethrow_exception(_failure);

@@ -14,7 +14,7 @@ namespace vexil::detail {
 class ItemWalk {
  public:
   /// Calls `visit` with the pointer to each descendant of `item`. Takes memory in proportion to the
-  /// depth, and none for a flat list.
+  /// depth; a flat list takes none.
   template <class Visit>
   static void throughDescendantsOf(const KRAVTWVItemVexil& item, Visit&& visit) {
     Siblings siblings = childrenOf(item);
@@ -38,7 +38,7 @@ class ItemWalk {
     }
   }
 
-  /// The same with `item` itself, the last one.
+  /// The same, and then calls `visit` with `item` itself.
   template <class Visit>
   static void throughTree(KRAVTWVItemVexil& item, Visit&& visit) {
     throughDescendantsOf(item, [&](const auto& descendant) { visit(*descendant); });

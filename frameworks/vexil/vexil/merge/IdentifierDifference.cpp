@@ -16,16 +16,17 @@ namespace {
 
 using Positions = std::vector<std::uint32_t>;
 
-/// The positions in each list that found no equal one across, walking along both.
+/// The positions in each list that have no partner: the walk found no equal element for them in the
+/// other list.
 struct Unpaired {
   Positions old;
   Positions fresh;
 };
 
-/// How far ahead the walk looks for where the lists go on together.
+/// How far ahead the walk looks for the next pair of equal elements.
 constexpr std::size_t window = 8;
 
-/// How many elements to skip in the two lists to come to equal ones.
+/// How many elements to skip in each list so that both go on with equal ones.
 std::optional<std::pair<std::size_t, std::size_t>> gap(std::span<const Value> old,
                                                        std::span<const Value> fresh) {
   for (std::size_t sum = 1; sum < window; ++sum) {
@@ -65,7 +66,7 @@ Unpaired walk(std::span<const Value> old, std::span<const Value> fresh) {
   return unpaired;
 }
 
-/// A few of the identifiers of a list, to be found among many others.
+/// Some of the identifiers of a list, which are looked for among many others.
 class Sought {
  public:
   Sought(std::span<const Value> identifiers, const Positions& positions)
@@ -74,8 +75,8 @@ class Sought {
         _first(identifiers.size()),
         _isFound(identifiers.size()) {
     for (const std::uint32_t position : positions) {
-      // Of equal ones the first stands for all. An object in place of an identifier is asked once,
-      // as it may answer otherwise the next time.
+      // Of equal identifiers the first stands for all. An object in place of an identifier is asked
+      // once, because it may answer otherwise the next time.
       const std::size_t hash = identifiers[position].hash();
       _first[position] = positionOf(identifiers[position], hash);
       if (_first[position] == PlaceTable::nowhere) {
@@ -104,11 +105,11 @@ class Sought {
 
   std::span<const Value> _identifiers;
   PlaceTable _table;
-  std::vector<std::uint32_t> _first;  // for each position that of the first equal one
+  std::vector<std::uint32_t> _first;  // for each position, that of the first equal identifier
   std::vector<bool> _isFound;
 };
 
-/// The positions whose identifier is nowhere among the others.
+/// Those of the positions whose identifier is not among the others.
 IndexSet missingAmong(std::span<const Value> others, std::span<const Value> identifiers,
                       const Positions& positions) {
   IndexSet missing;

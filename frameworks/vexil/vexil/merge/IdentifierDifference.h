@@ -14,8 +14,8 @@ struct IdentifierDifference {
   platform::IndexSet appeared;  // positions in the fresh list of what is not in the old one
 };
 
-/// Compares two lists of identifiers as sets; an identifier may occur several times. In linear
-/// time, and without hashing what stands in the same order in both.
+/// Compares two lists of identifiers as sets. An identifier may occur several times. Takes linear
+/// time, and hashes nothing that stands in the same order in both lists.
 [[nodiscard]] IdentifierDifference identifierDifference(std::span<const platform::Value> old,
                                                         std::span<const platform::Value> fresh);
 
