@@ -18,10 +18,10 @@ struct KeyText;
 
 /// A key of a dictionary or of an observable property: an interned string.
 ///
-/// Two keys are equal exactly when their characters are, and are compared by address. Making one
-/// from characters looks it up in a table shared by all threads, so code that uses a key often
-/// keeps it (`static const Key name("name")`). A key that nobody holds leaves the table. One that
-/// was moved from can only be assigned to or destroyed.
+/// Two keys are equal when their characters are the same; the comparison is one of addresses.
+/// Making a key from characters looks them up in a table that all threads share, so code that uses
+/// a key often keeps it (`static const Key name("name")`). The table drops a text when its last key
+/// is gone. A key that was moved from can only be assigned to or destroyed.
 class Key {
  public:
   // NOLINTBEGIN(google-explicit-constructor): keys are written as text
@@ -37,7 +37,7 @@ class Key {
   }
   ~Key();
 
-  /// The characters, UTF-8; they live as long as any key of them.
+  /// The characters in UTF-8. They live as long as any key with these characters.
   [[nodiscard]] std::string_view text() const noexcept;
 
   /// A hash of the characters.

@@ -7,32 +7,32 @@
 
 namespace vexil::platform {
 
-/// The root of everything a record may refer to and an item may represent: an object with
-/// equality, a hash that agrees with it, and a description for people.
+/// The base of every object that a record refers to or an item represents: it has equality, a hash
+/// that agrees with it, and a description for people.
 ///
-/// Objects are held by `std::shared_ptr` and are not copied. Equality is by identity unless a
-/// class says otherwise.
+/// Objects are held by `std::shared_ptr` and are not copied. Two objects are equal only when they
+/// are the same, unless a class overrides `isEqual`.
 ///
-/// Fork. All threads share pools of memory and tables, which have locks. In a child that a process
-/// with several threads forks, a lock that another thread held then stays held for ever. So the
-/// child calls nothing of this library, but `exec` or `_exit`.
+/// Fork. All threads share pools of memory and tables, which have locks. When a process with
+/// several threads forks, a lock that another thread held stays held in the child for ever. So the
+/// child must call nothing of this library before it calls `exec` or `_exit`.
 class Object {
  public:
   Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
   virtual ~Object() = default;
 
-  /// Whether this object considers `other` its equal. The question is the receiver's to answer
-  /// and need not be symmetric, so `a.isEqual(b)` and `b.isEqual(a)` may differ.
+  /// Whether this object considers `other` its equal. The answer need not be symmetric:
+  /// `a.isEqual(b)` and `b.isEqual(a)` may differ.
   [[nodiscard]] virtual bool isEqual(const Object& other) const { return this == &other; }
 
-  /// Equal objects have equal hashes, in whichever direction they are equal.
+  /// Equal objects must have equal hashes, also when only one of the two considers them equal.
   [[nodiscard]] virtual std::size_t hash() const;
 
-  /// A line for logs and debuggers; `<Class: address>` unless a class says otherwise.
+  /// A line for logs and debuggers: `<Class: address>` unless a class overrides it.
   [[nodiscard]] virtual std::string description() const { return defaultDescription(); }
 
-  /// The name of the object's own class, as it is written in C++.
+  /// The name of the object's own class, as C++ writes it.
   [[nodiscard]] std::string className() const;
 
  protected:
@@ -40,10 +40,10 @@ class Object {
   [[nodiscard]] std::string defaultDescription() const;
 };
 
-/// Drops `object` without recursing: when releasing one object releases the next and so on, the
-/// further ones are queued and released by the outermost call on this thread. A destructor that
-/// owns objects of its own kind hands them here, so that the longest chain is torn down in
-/// constant stack.
+/// Drops `object` without recursion. When the release of one object releases the next, and so on,
+/// this function queues the further ones, and the outermost call on this thread releases them. A
+/// destructor that owns objects of its own kind hands them to this function, so that even the
+/// longest chain is torn down in constant stack.
 void releaseWithoutRecursion(std::shared_ptr<Object>&& object) noexcept;
 
 }  // namespace vexil::platform

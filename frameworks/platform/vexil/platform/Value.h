@@ -37,23 +37,29 @@ struct Container;
 struct Shape;
 }  // namespace detail
 
-/// Whatever a record can hold, and a record itself: an immutable value, shared when it is copied.
+/// A value that a record can hold, or a record itself. A value is immutable. Its copies share it.
 ///
 /// A value is absent, the null marker, a boolean, an integer (-2^63 to 2^64-1), a real, a string,
-/// data, a date, an array, a dictionary, or a reference to an object. Copying one copies 24 bytes
-/// and at most counts a reference: strings of up to 23 bytes stand in the value itself, everything
-/// larger is shared. Values can be read, copied and dropped on any number of threads; assigning to
-/// one `Value` while another thread reads it is a race, as with any other type.
+/// data, a date, an array, a dictionary, or a reference to an object. Copying a value copies 24
+/// bytes and counts at most one reference: a string of up to 23 bytes stands in the value itself,
+/// and anything larger is shared. Any number of threads may read, copy and drop values. Assigning
+/// to one `Value` while another thread reads it is a race, as with any other type.
 ///
-/// Equality (`==`) is by content and looks at types only where it must: numbers and booleans are
-/// equal when their numeric values are, exactly (1, 1.0 and true are; 2^53+1 and 9007199254740992.0
-/// are not); NaN equals NaN; dates are equal by instant, strings by their bytes without
-/// normalisation, containers element by element, objects as `Object::isEqual` of the left one says.
-/// Values that share their storage are equal without a look inside. `hash` agrees.
+/// Equality (`==`) compares contents:
+/// - Numbers and booleans are equal when their numeric values are exactly equal: 1, 1.0 and true
+///   are, 2^53+1 and 9007199254740992.0 are not. NaN equals NaN. Any other value equals only values
+///   of its own kind.
+/// - Dates are equal when they are the same instant, strings when their bytes are the same, without
+///   normalisation, and containers when all their elements are equal. The order of a dictionary's
+///   keys does not matter.
+/// - Objects are equal when `Object::isEqual` of the left one says so.
+/// - Values that share their storage are equal. Nothing in them is compared.
 ///
-/// None of the operations recurses deeper than a constant, however deep a value is nested; where
-/// one asks an object, the object's own operation may. Equality and hash look but once at a part
-/// that a value holds in many places.
+/// Equal values have equal hashes.
+///
+/// No operation recurses deeper than a constant, however deep a value is nested. Only the operation
+/// of an object that is asked may recurse. Equality and hash look only once at a part that a value
+/// holds in many places.
 ///
 ///     const Value event = Value::dictionary({{"name", "Backup"}, {"enabled", true}});
 ///     event["name"].string();   // "Backup"
@@ -78,10 +84,10 @@ class Value {
   /// Absent.
   Value() noexcept : Value(tagAbsent) {}
 
-  /// The marker that stands for an absent value where something must stand.
+  /// The marker that stands for an absent value in places that need a value.
   static Value null() noexcept { return Value(tagNull); }
 
-  // Implicit, so that records can be written down as they read.
+  // Implicit, so that code can write records as plain lists of values.
   // NOLINTBEGIN(google-explicit-constructor)
   Value(std::same_as<bool> auto boolean) noexcept : Value(tagBoolean) {
     store(static_cast<std::int64_t>(boolean));
@@ -96,14 +102,14 @@ class Value {
       store(static_cast<std::int64_t>(integer));
     }
   }
-  /// A lone character is neither text nor number.
+  /// A single character is neither text nor a number.
   Value(std::same_as<char> auto) = delete;
   Value(double real) noexcept : Value(tagReal) { store(real); }
   Value(Date date) noexcept : Value(tagDate) { store(date.seconds); }
   Value(std::string_view text);
   Value(const char* text) : Value(std::string_view(text)) {}
   Value(const std::string& text) : Value(std::string_view(text)) {}
-  /// A reference to an object, which is kept alive; absent when the pointer is empty.
+  /// A reference to an object, which the value keeps alive. Absent when the pointer is empty.
   Value(std::shared_ptr<Object> object) noexcept : Value(tagAbsent) {
     if (object) {
       new (static_cast<void*>(_storage)) std::shared_ptr<Object>(std::move(object));
@@ -121,18 +127,18 @@ class Value {
 
   static Value data(std::span<const std::byte> bytes);
 
-  /// An array of the values given, absent ones included.
+  /// An array of the values given. Absent ones stay in it.
   static Value array(std::vector<Value> elements);
   static Value array(std::initializer_list<Value> elements);
-  /// An array of `elements`, moved from.
+  /// An array of `elements`. The values are moved out of them.
   static Value array(std::span<Value> elements);
 
-  /// An array of references to the objects of any range of shared pointers.
+  /// An array of references to the objects of a range of shared pointers.
   template <class Objects>
   static Value arrayOfObjects(const Objects& objects);
 
-  /// A dictionary with the entries in the order given. An absent value makes no entry; of two
-  /// entries of one key the later value stands, at the place of the earlier.
+  /// A dictionary with the entries in the order given. An absent value makes no entry. When a key
+  /// is given twice, the later value stands at the place of the earlier one.
   static Value dictionary(std::vector<std::pair<Key, Value>> entries);
   static Value dictionary(std::initializer_list<std::pair<Key, Value>> entries);
 
@@ -151,8 +157,8 @@ class Value {
     if (_tag < tagString) {
       take(other);
     } else {
-      // The old content goes last: letting go of it can run an object's destructor, and that may
-      // look at this very value.
+      // The old content goes last. Dropping it can run an object's destructor, which may look at
+      // this very value.
       const Value old(std::move(*this));
       take(other);
     }
@@ -174,40 +180,42 @@ class Value {
   [[nodiscard]] bool isDictionary() const noexcept { return _tag == tagDictionary; }
   [[nodiscard]] bool isObject() const noexcept { return _tag == tagObject; }
 
-  /// The boolean reading: of a boolean or a number whether it is other than zero, as NaN is; false
-  /// of everything else.
+  /// This value read as a boolean: true for a boolean or number that is not zero, NaN included;
+  /// false for any other kind.
   [[nodiscard]] bool booleanReading() const noexcept;
 
-  /// The boolean, integer, real or date itself; absent of any other kind. An integer above
-  /// 2^63-1 is given by `unsignedInteger` alone, a negative one by `integer` alone.
+  /// The boolean, integer, real or date; absent when the value is of another kind. Only
+  /// `unsignedInteger` returns an integer above 2^63-1, only `integer` a negative one.
   [[nodiscard]] std::optional<bool> boolean() const noexcept;
   [[nodiscard]] std::optional<std::int64_t> integer() const noexcept;
   [[nodiscard]] std::optional<std::uint64_t> unsignedInteger() const noexcept;
   [[nodiscard]] std::optional<double> real() const noexcept;
   [[nodiscard]] std::optional<Date> date() const noexcept;
 
-  /// The characters, UTF-8, of a string; empty of any other kind. They live as long as this value
-  /// is neither assigned to nor moved from.
+  /// The characters of a string in UTF-8; empty when the value is of another kind. They live until
+  /// this value is assigned to, moved from or destroyed.
   [[nodiscard]] std::string_view string() const noexcept;
 
-  /// The first 24 bytes of a string, with zeros behind its end, as numbers that compare as the
-  /// bytes do: what decides most comparisons of strings when many are sorted. Zeros of any other
+  /// The first 24 bytes of a string as numbers that compare as the bytes do, filled up with zeros.
+  /// They decide most comparisons when many strings are sorted. Zeros when the value is of another
   /// kind.
   [[nodiscard]] std::array<std::uint64_t, 3> textPrefix() const noexcept;
 
-  /// The bytes of data, the elements of an array, the keys of a dictionary and its values in the
-  /// same order; empty of any other kind. They live as long as a value that shares them.
+  /// The bytes of data, the elements of an array, the keys of a dictionary, and its values in the
+  /// same order; empty when the value is of another kind. They live as long as any value that
+  /// shares them.
   [[nodiscard]] std::span<const std::byte> bytes() const noexcept;
   [[nodiscard]] std::span<const Value> elements() const noexcept;
   [[nodiscard]] std::span<const Key> keys() const noexcept;
   [[nodiscard]] std::span<const Value> values() const noexcept;
 
-  /// The object referred to; empty of any other kind.
+  /// The object referred to; empty when the value is of another kind.
   [[nodiscard]] const std::shared_ptr<Object>& object() const noexcept {
     return _tag == tagObject ? objectSlot() : noObject();
   }
 
-  /// The value under a key of a dictionary; absent when there is none, and of any other kind.
+  /// The value under a key of a dictionary; absent when the key is missing or this is no
+  /// dictionary.
   [[nodiscard]] const Value& operator[](const Key& key) const noexcept;
   [[nodiscard]] const Value& operator[](std::string_view key) const noexcept;
   [[nodiscard]] const Value& operator[](const std::string& key) const noexcept {
@@ -217,20 +225,19 @@ class Value {
     return (*this)[std::string_view(key)];
   }
 
-  /// Begins to fetch from memory what the value shares, and of a dictionary what its values share:
-  /// for loops that will look at it some turns later.
+  /// Starts to load into the cache what the value shares, and for `prefetchParts` what the values
+  /// of a dictionary share. For loops that will look at the value some turns later.
   void prefetch(std::size_t lines = 3) const noexcept;
   void prefetchParts() const noexcept;
 
-  /// A number that whoever holds many dictionaries may leave on one, such as its place among them,
-  /// to find it again. All who share the dictionary share the number, and anybody may overwrite it,
-  /// so it says nothing until it is verified. 0 at first. Only of a dictionary.
+  /// A number that code with many dictionaries can leave on one to find it again, such as its
+  /// index. All copies of the dictionary share the number and anyone may overwrite it, so the
+  /// reader must verify what it says. It starts as 0. Call these on dictionaries only.
   [[nodiscard]] std::uint32_t hint() const noexcept;
   void noteHint(std::uint32_t hint) const noexcept;
 
-  /// Whether both share their storage, so that they are equal without a look inside: true of
-  /// copies of one container, of references to one object, never of plain numbers and short
-  /// strings.
+  /// Whether both share their storage, and so are equal without a comparison. True for copies of
+  /// one container and references to one object. Never true for plain numbers and short strings.
   [[nodiscard]] bool sharesStorageWith(const Value& other) const noexcept;
 
   friend void swap(Value& a, Value& b) noexcept {
@@ -248,48 +255,50 @@ class Value {
   }
 
   friend bool operator==(const Value& a, const Value& b) {
-    // Whatever has the same bits is equal, NaN too; of short strings nothing else is.
+    // The same bits mean equal, for NaN too. Two short strings are equal only then.
     return a.hasBitsOf(b) || ((a._tag > maxInline || b._tag > maxInline) && equal(a, b));
   }
 
-  /// Whether the two are equal, where that shows without asking an object, so that the answer holds
-  /// for good and no foreign code runs. Nothing where all is equal but for objects that would have
-  /// to be asked: a difference anywhere is an answer, even behind them.
+  /// Whether the two are equal, when that can be told without asking an object: the answer then
+  /// holds for good, and no foreign code runs. Returns nothing when only objects that must be asked
+  /// are left to decide. A difference anywhere is an answer, even behind such objects.
   [[nodiscard]] std::optional<bool> plainlyEquals(const Value& other) const {
     const std::optional<bool> answer = plainlyEqualsAtOnce(other);
     return answer ? answer : equalWithoutAsking(*this, other);
   }
-  /// The same where it shows from a few dozen parts; nothing otherwise. For loops that have another
-  /// way to go on.
+  /// The same, but returns nothing also when a few dozen parts do not decide. For loops that have
+  /// another way to go on.
   [[nodiscard]] std::optional<bool> plainlyEqualsAtOnce(const Value& other) const {
     int parts = 64;
     return hasBitsOf(other) ? std::optional(true) : equalAtOnce(*this, other, parts);
   }
 
-  /// A number that equal values share. It takes in all that the value holds, however deep; objects
-  /// are asked for theirs.
+  /// A number that is the same for equal values. It takes in all that the value holds, however
+  /// deep. It asks objects for their hash.
   [[nodiscard]] std::size_t hash() const {
     return _tag <= maxInline ? detail::hashOfShortText(word(0), word(1), word(2)) : hashOfOther();
   }
-  /// The same, for a loop over many short texts that makes the keys once.
+  /// The same, for a loop over many short texts: the caller makes the keys once.
   [[nodiscard]] std::size_t hash(const detail::HashKeys& keys) const {
     return _tag <= maxInline ? detail::hashOfShortText(word(0), word(1), word(2), keys)
                              : hashOfOther();
   }
 
-  /// The hash, where no object must be asked for its own; nothing otherwise. No foreign code runs.
+  /// The hash; nothing when an object must be asked for its own. No foreign code runs.
   [[nodiscard]] std::optional<std::size_t> plainHash() const;
 
-  /// Natural comparison, for sorting: absent first, then null, then booleans and numbers by
-  /// numeric value with NaN before the others, strings by code point, dates by instant with NaN
-  /// first, data by bytes. Arrays, dictionaries and objects come last, in this order, and are
-  /// equivalent among themselves. It is a weak order of all values, so any input can be sorted.
+  /// The natural order, for sorting: absent first, then null, then booleans and numbers by numeric
+  /// value with NaN before the others, strings by code point, dates by instant with NaN first, data
+  /// by bytes. Arrays, dictionaries and objects come last, in this order; two arrays count as
+  /// equivalent, and so do two dictionaries and two objects. It is a weak order of all values, so
+  /// any input can be sorted.
   [[nodiscard]] std::weak_ordering compare(const Value& other) const noexcept;
 
   /// A text for people and logs: strings quoted, `(null)` for absent.
   [[nodiscard]] std::string description() const;
 
-  /// The value within a text: a string as it stands, everything else as its description.
+  /// The text that stands for the value within another text: the characters of a string, the
+  /// description of any other value.
   [[nodiscard]] std::string displayText() const {
     return isString() ? std::string(string()) : description();
   }
@@ -299,8 +308,8 @@ class Value {
   friend class FieldReader;
   friend class RecordShape;
 
-  // Up to `maxInline` the tag is the length of a string that stands in the value; from `tagString`
-  // on the value holds a reference.
+  // A tag of at most `maxInline` is the length of a string that stands in the value. From
+  // `tagString` on the value holds a reference.
   static constexpr std::uint8_t maxInline = 23;
   enum Tag : std::uint8_t {
     tagAbsent = maxInline + 1,
@@ -317,7 +326,7 @@ class Value {
     tagObject,
   };
 
-  // All bytes that a value does not need are zero, so that its bits tell much about its equality.
+  // All bytes that a value does not need are zero, so that equal bits mean equal values.
   explicit Value(Tag tag) noexcept : _storage{}, _tag(tag) {}
   Value(Tag tag, const void* shared) noexcept : Value(tag) { store(shared); }
 
@@ -332,7 +341,7 @@ class Value {
     std::memcpy(&payload, _storage, sizeof payload);
     return payload;
   }
-  // Word by word, as compilers take the three together by way of the stack.
+  // Word by word, because compilers load all three together through the stack.
   [[nodiscard]] std::uint64_t word(std::size_t index) const noexcept {
     std::uint64_t word = 0;
     static_assert(3 * sizeof word == sizeof(Value));
@@ -354,7 +363,8 @@ class Value {
 
   [[nodiscard]] static const std::shared_ptr<Object>& noObject() noexcept;
 
-  /// Moves the content of `other`, and leaves it absent. What is here counts for nothing.
+  /// Moves the content of `other` here and leaves `other` absent. Overwrites this value without
+  /// dropping it.
   void take(Value& other) noexcept {
     copyBits(other);
     if (_tag == tagObject) {
@@ -382,7 +392,7 @@ class Value {
   std::uint8_t _tag;
 };
 
-/// An array that is filled in any order, where its length is known beforehand.
+/// Fills an array in any order, when its length is known beforehand.
 ///
 ///     ArrayMaker sorted(records.size());
 ///     sorted.set(place, record);       // absent until it is set
@@ -400,7 +410,7 @@ class ArrayMaker {
     std::construct_at(&_values[index], std::forward<V>(value));
   }
 
-  /// The array; nothing may be set afterwards.
+  /// Returns the array. The caller must not set anything afterwards.
   [[nodiscard]] Value take() noexcept { return std::move(_array); }
 
  private:
@@ -408,14 +418,14 @@ class ArrayMaker {
   std::span<Value> _values;
 };
 
-/// The keys of many records, looked up once: the quick way to build them.
+/// The keys of many records, looked up once. This is the quick way to make records.
 ///
 ///     static const RecordShape shape({"id", "name"});
 ///     Value record = shape.record({id, name});   // as Value::dictionary({{"id", id}, ...})
 class RecordShape {
  public:
-  /// The keys, in the order in which records give their values. Raises `InvalidArgument` when one
-  /// occurs twice.
+  /// The keys, in the order in which `record` takes their values. Throws `InvalidArgument` when a
+  /// key occurs twice.
   // NOLINTNEXTLINE(google-explicit-constructor): a list of keys is not a shape by itself
   explicit RecordShape(std::initializer_list<Key> keys);
   explicit RecordShape(std::span<const Key> keys);
@@ -426,8 +436,8 @@ class RecordShape {
   }
   ~RecordShape();
 
-  /// A dictionary of these keys and `values`, moved from. Raises `InvalidArgument` when there are
-  /// more or fewer values than keys. An absent value makes no entry.
+  /// A dictionary of these keys and of `values`, which are moved from. An absent value makes no
+  /// entry. Throws `InvalidArgument` when there are more or fewer values than keys.
   [[nodiscard]] Value record(std::span<Value> values) const;
   [[nodiscard]] Value record(std::initializer_list<Value> values) const;
 
@@ -449,12 +459,13 @@ Value Value::arrayOfObjects(const Objects& objects) {
 
 }  // namespace vexil::platform
 
-// What a value shares, for the operations that must cost no call.
+// Stands here because inline operations need to know what a value shares.
 #include <vexil/platform/detail/ValueStorage.h>
 
 namespace vexil::platform {
 
-/// Reads one field of many records: as `record[key]`, and quicker where neighbours are alike.
+/// Reads one field of many records. Does the same as `record[key]`, and is quicker when neighbours
+/// have the same keys. A reader must not outlive the records it reads.
 class FieldReader {
  public:
   explicit FieldReader(Key key) : _key(std::move(key)) {}
@@ -475,8 +486,8 @@ class FieldReader {
   static const Value& absent() noexcept;
 
   Key _key;
-  // Not held: an address that stands for other keys by now must still be looked up anew, so the
-  // reader lives no longer than the records it reads.
+  // Not held. The address could stand for other keys once the records are gone, so the reader must
+  // not outlive them.
   const detail::Shape* _shape = nullptr;
   std::uint32_t _position = 0;
 };
@@ -506,13 +517,13 @@ inline std::array<std::uint64_t, 3> Value::textPrefix() const noexcept {
     }
   }
   if (_tag <= maxInline) {
-    words[2] &= ~std::uint64_t{0xFF};  // where the tag stands
+    words[2] &= ~std::uint64_t{0xFF};  // without the tag
   }
   return words;
 }
 
 inline bool Value::sharesStorageWith(const Value& other) const noexcept {
-  return _tag >= tagString && _tag == other._tag && word(0) == other.word(0);  // their addresses
+  return _tag >= tagString && _tag == other._tag && word(0) == other.word(0);  // the addresses
 }
 
 inline void Value::prefetch(std::size_t lines) const noexcept {
@@ -550,7 +561,7 @@ inline void Value::share(const Value& other) noexcept {
   if (_tag == tagObject) {
     new (static_cast<void*>(_storage)) std::shared_ptr<Object>(other.objectSlot());
   } else {
-    load<const detail::RefCount*>()->retain();  // the first of whatever is shared
+    load<const detail::RefCount*>()->retain();  // all that is shared begins with its count
   }
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Internal: memory for the many small things of few sizes that records and items are made of.
+// Internal: memory for the many small blocks, of few sizes, that records and items are made of.
 #pragma once
 
 #include <vexil/platform/detail/SpinLock.h>
@@ -9,54 +9,56 @@
 
 namespace vexil::platform::detail {
 
-/// Blocks of one size, cut from slabs. A block has no header, and neighbours lie side by side: that
-/// takes less memory than a general allocator does, and a fraction of its instructions. Any thread
-/// may allocate and deallocate.
+/// Hands out blocks of one size, cut from slabs. A block has no header, and neighbours lie side by
+/// side. That takes less memory than a general allocator and a fraction of its instructions. Any
+/// thread may allocate and deallocate.
 ///
-/// A slab without blocks in use is kept while there are no more such slabs than others, and a few:
-/// the next list of records takes as much memory as the one that it replaces. Others go back.
+/// A slab without blocks in use is spare. The pool keeps as many spare slabs as it has slabs in
+/// use, and `fewSlabs` more, because the next list of records takes as much memory as the one it
+/// replaces. It frees all other spare slabs.
 class BlockPool {
  public:
   static constexpr std::size_t largest = 256;
   static constexpr std::size_t slabAlignment = std::size_t{1} << 13;
   static constexpr std::size_t fewSlabs = 16;
 
-  /// A multiple of the size of a pointer, and at most `largest`; blocks are aligned like pointers.
+  /// `blockSize` must be a multiple of the size of a pointer, and at most `largest`. Blocks are
+  /// aligned like pointers.
   explicit constexpr BlockPool(std::size_t blockSize) noexcept : _blockSize(blockSize) {}
   BlockPool(const BlockPool&) = delete;
   BlockPool& operator=(const BlockPool&) = delete;
-  /// What is in use is leaked, rather than taken away from whoever uses it.
+  /// Leaks the slabs with blocks in use, because somebody still uses them.
   constexpr ~BlockPool() {
     if (_spare != nullptr) {
       releaseSpare();
     }
   }
 
-  /// Raises `std::bad_alloc` when there is no memory.
+  /// Throws `std::bad_alloc` when there is no memory.
   [[nodiscard]] void* allocate();
-  /// `block` is from this pool, and nobody uses it any more.
+  /// `block` must come from this pool, and nobody may use it any more.
   void deallocate(void* block) noexcept;
 
-  /// How many slabs there are, for tests.
+  /// The number of slabs, for tests.
   [[nodiscard]] std::size_t slabCount() const noexcept { return _inUse + _spareCount; }
 
  private:
   struct Block {
     Block* next;
   };
-  /// Stands at the beginning of its memory, at a multiple of `slabAlignment`, so that the address
-  /// of a block tells where.
+  /// A header at the beginning of a slab's memory, at a multiple of `slabAlignment`, so that the
+  /// address of a block tells where its slab is.
   struct Slab {
-    Slab* before;  // in its list
+    Slab* before;  // in the list the slab is in
     Slab* after;
     Block* free;      // blocks that were given back
-    char* untouched;  // from here on none was given out
+    char* untouched;  // from here on no block was ever given out
     char* end;
     std::size_t used;
 
     [[nodiscard]] bool hasRoom() const { return free != nullptr || untouched != end; }
   };
-  // The rest is for the header of the general allocator, so that slabs too lie side by side.
+  // Leaves room for the header of the general allocator, so that slabs too lie side by side.
   static constexpr std::size_t slabSize = slabAlignment - 2 * sizeof(void*);
 
   [[nodiscard]] static Slab* slabOf(void* block) noexcept;
@@ -68,26 +70,26 @@ class BlockPool {
   void releaseSpare() noexcept;
 
   SpinLock _lock;
-  Slab* _withRoom = nullptr;  // some of their blocks are in use, and some are not
-  Slab* _spare = nullptr;     // none is
+  Slab* _withRoom = nullptr;  // slabs with some blocks in use and some free
+  Slab* _spare = nullptr;     // slabs with no block in use
   std::size_t _inUse = 0;     // slabs that are not spare
   std::size_t _spareCount = 0;
   std::size_t _blockSize;
 };
 
-/// Memory of any size: from a pool when it is small, and in place of `::operator new`.
+/// Memory of any size, in place of `::operator new`: from a pool when it is small.
 [[nodiscard]] void* allocateBlock(std::size_t size);
-/// `size` is what was asked for.
+/// `size` must be the size that was asked for.
 void deallocateBlock(void* block, std::size_t size) noexcept;
 
-/// Has `std::allocate_shared` take an object and its counts from a pool, unless they must be
-/// aligned more than pools do.
+/// Makes `std::allocate_shared` take an object and its counts from a pool, unless the object needs
+/// a larger alignment than pools have.
 template <class T>
 struct PooledAllocator {
   using value_type = T;
   PooledAllocator() = default;
   template <class Other>
-  // NOLINTNEXTLINE(google-explicit-constructor): as allocators are
+  // NOLINTNEXTLINE(google-explicit-constructor): allocators convert implicitly
   PooledAllocator(const PooledAllocator<Other>&) noexcept {}
 
   [[nodiscard]] T* allocate(std::size_t count) {

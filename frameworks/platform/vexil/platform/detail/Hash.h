@@ -8,28 +8,28 @@
 
 namespace vexil::platform {
 
-/// The hash of a string's bytes: that of a key, and that of a string value.
+/// The hash of a text's bytes. Keys and string values have this hash.
 ///
 /// Like every hash of texts, numbers and values it depends on random numbers of this process, so
-/// that nobody outside can make up texts that collide. It is another one in the next process:
-/// nothing that is shown, stored or sent may depend on it.
+/// that nobody outside can construct texts that collide. The next process has other hashes: nothing
+/// that is shown, stored or sent may depend on them.
 [[nodiscard]] std::size_t hashOfText(std::string_view text) noexcept;
 
-/// For unordered containers of texts, in place of `std::hash`, whose collisions anybody can
-/// compute.
+/// For unordered containers of texts, in place of `std::hash`, for which anyone can compute
+/// collisions.
 struct HashOfText {
   using is_transparent = void;
-  // Not noexcept: the standard library then keeps the hashes with the elements.
+  // Not noexcept, because then the standard library keeps the hashes with the elements.
   // NOLINTNEXTLINE(modernize-use-noexcept)
   std::size_t operator()(std::string_view text) const { return hashOfText(text); }
 };
 
 namespace detail {
 
-/// The random numbers of this process. Zero until somebody hashes for the first time, which may be
-/// before the statics of this library are initialised.
+/// The random numbers of this process. They are zero until the first hash is computed, which may
+/// happen before the statics of this library are initialised.
 struct HashSecret {
-  std::atomic<std::uint64_t> first;  // not zero once there are any
+  std::atomic<std::uint64_t> first;  // not zero once the numbers are made
   std::atomic<std::uint64_t> second;
   std::atomic<std::uint64_t> third;
   std::atomic<std::uint64_t> factor;  // odd
@@ -46,22 +46,22 @@ inline const HashSecret& HashSecret::shared() noexcept {
   return theHashSecret;
 }
 
-/// Both halves of a product: multiplications of 64 bits to 128 spread every bit over the whole.
-/// Whoever does not know one of the factors cannot tell which others give the same.
+/// Combines both halves of a product. A multiplication of 64 bits to 128 spreads every bit over the
+/// whole. Without knowing one of the factors nobody can tell which others give the same result.
 [[nodiscard]] inline std::uint64_t folded(std::uint64_t a, std::uint64_t b) noexcept {
   __extension__ using Wide = unsigned __int128;
   const Wide product = static_cast<Wide>(a) * b;
   return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
-/// The hash of two in their order.
+/// The hash of two hashes, which depends on their order.
 [[nodiscard]] inline std::size_t mixedHash(std::size_t first, std::size_t second) noexcept {
   const HashSecret& secret = HashSecret::shared();
   return folded(first ^ secret.first.load(std::memory_order_relaxed),
                 second ^ secret.second.load(std::memory_order_relaxed));
 }
 
-/// The last step, without which neighbours would lie in a row.
+/// The last step. Without it, similar inputs would have neighbouring hashes.
 [[nodiscard]] inline std::size_t finishedHash(std::uint64_t mixed) noexcept {
   const HashSecret& secret = HashSecret::shared();
   return folded(mixed ^ secret.third.load(std::memory_order_relaxed),
@@ -69,7 +69,7 @@ inline const HashSecret& HashSecret::shared() noexcept {
 }
 
 [[nodiscard]] inline std::size_t hashOfInteger(std::uint64_t bits) noexcept {
-  return finishedHash(mixedHash(bits, 1));  // and 0 is no empty text
+  return finishedHash(mixedHash(bits, 1));  // so that 0 differs from an empty text
 }
 
 /// A copy of the random numbers of this process, for loops that hash many short texts.
@@ -90,8 +90,8 @@ class HashKeys {
         factor(secret.factor.load(std::memory_order_relaxed)) {}
 };
 
-/// The hash of a text from the bits of a value that holds it as a short string. Two products side
-/// by side, as refreshes hash an identifier for each record.
+/// The hash of a text, from the bits of a value that holds it as a short string. The two products
+/// are independent and run side by side, because a refresh hashes one identifier for each record.
 [[nodiscard]] inline std::size_t hashOfShortText(std::uint64_t first, std::uint64_t second,
                                                  std::uint64_t third,
                                                  const HashKeys& keys = {}) noexcept {

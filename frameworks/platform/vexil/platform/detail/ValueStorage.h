@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What lies behind a value that does not fit into one: a part of <platform/Value.h>, which includes
-// it for the sake of the operations that must cost no call. Nothing else does.
+// What a value refers to when its content does not fit into it. Part of <vexil/platform/Value.h>,
+// which includes this header for its inline operations. Nothing else may include it.
 #pragma once
 
 #include <vexil/platform/Key.h>
@@ -14,7 +14,7 @@
 
 namespace vexil::platform::detail {
 
-/// The bytes of a long string or of data; they follow in the same allocation.
+/// The header of a long string or of data. The bytes follow in the same allocation.
 struct Bytes {
   RefCount references;
   std::size_t length;
@@ -27,12 +27,12 @@ struct Bytes {
 };
 
 /// The keys of a dictionary in their order, interned: dictionaries with the same keys in the same
-/// order share one shape, and know it by its address. The keys follow in the same allocation, and
-/// behind them, when there are many, a hash table of their positions.
+/// order share one shape, so comparing addresses is enough. The keys follow in the same allocation.
+/// When there are many, a hash table of their positions follows the keys.
 struct Shape {
   RefCount references;
   std::uint32_t count;
-  std::uint32_t indexMask;  // slots of the hash table less one; 0 without a table
+  std::uint32_t indexMask;  // the number of slots minus one; 0 without a hash table
   std::size_t hash;
 
   static Reference<Shape> intern(std::span<const Key> keys);
@@ -41,7 +41,7 @@ struct Shape {
   [[nodiscard]] std::span<const Key> keys() const {
     return {reinterpret_cast<const Key*>(this + 1), count};
   }
-  /// The position of a key; `count` when it is not there.
+  /// The position of a key; `count` when the shape does not have it.
   [[nodiscard]] std::uint32_t find(const Key& key) const noexcept;
   [[nodiscard]] std::uint32_t find(std::string_view key) const noexcept;
 
@@ -56,20 +56,21 @@ struct Shape {
   }
 };
 
-/// The elements of an array or the values of a dictionary; they follow in the same allocation.
+/// The header of an array or a dictionary. The elements or the values follow in the same
+/// allocation.
 struct Container {
   RefCount references;
   union {
-    std::uint32_t ownCount;                   // of an array, and of whatever is about to go
+    std::uint32_t ownCount;  // of an array, and of a container about to be destroyed
     mutable std::atomic<std::uint32_t> hint;  // of a dictionary
   };
   union {
-    const Shape* shape;   // of a dictionary, whose keys it holds; null of an array
-    Container* nextToGo;  // once nobody refers to it
+    const Shape* shape;   // of a dictionary: its keys, a held reference; null for an array
+    Container* nextToGo;  // in the queue of containers to be destroyed
   };
 
-  /// Room for the elements of an array or the values of a dictionary, which the caller constructs,
-  /// all of them and without throwing.
+  /// Room for the elements of an array or the values of a dictionary. The caller must construct all
+  /// of them, without throwing.
   static Container* makeRaw(std::size_t count, Reference<Shape> shape = {});
   /// An array of absent values.
   static Container* makeAbsent(std::size_t count);

@@ -33,7 +33,7 @@ void* BlockPool::allocate() {
       unlink(_spare, slab);
       --_spareCount;
     } else {
-      lock.unlock();  // as this may take its time
+      lock.unlock();  // the system call may take long
       slab = makeSlab();
       lock.lock();
     }
@@ -85,7 +85,7 @@ BlockPool::Slab* BlockPool::slabOf(void* block) noexcept {
 }
 
 BlockPool::Slab* BlockPool::makeSlab() {
-  // Aligned `operator new` would round the size up, and leave a gap behind every slab.
+  // Aligned `operator new` would round the size up and leave a gap behind every slab.
   void* memory = nullptr;
   if (::posix_memalign(&memory, slabAlignment, slabSize) != 0) {
     throw std::bad_alloc();
@@ -93,7 +93,7 @@ BlockPool::Slab* BlockPool::makeSlab() {
   return new (memory) Slab;
 }
 
-/// All blocks side by side again, whatever the order in which they came back.
+/// Makes the slab as new: all its blocks are untouched again and lie side by side.
 void BlockPool::clear(Slab* slab) const noexcept {
   slab->free = nullptr;
   slab->untouched = reinterpret_cast<char*>(slab + 1);
@@ -122,7 +122,7 @@ void BlockPool::unlink(Slab*& list, Slab* slab) noexcept {
 
 #ifdef TERNWOODVEXIL_PLAIN_BLOCKS
 
-// Sanitizers find more when every block is one of the general allocator.
+// Sanitizers find more when every block comes from the general allocator.
 void* allocateBlock(std::size_t size) {
   return ::operator new(size);
 }
@@ -143,7 +143,7 @@ constexpr std::array<BlockPool, sizeof...(indexes)> makePools(std::index_sequenc
   return {BlockPool((indexes + 1) * step)...};
 }
 
-/// Never destroyed: values in static storage outlive any order of destruction.
+/// Never destroyed, because values in static storage may outlive any other static.
 union Pools {
   constexpr Pools() : all(makePools(std::make_index_sequence<poolCount>())) {}
   ~Pools() {}

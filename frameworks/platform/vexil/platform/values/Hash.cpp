@@ -16,8 +16,8 @@ constinit HashSecret theHashSecret{};
 
 namespace {
 
-/// From the system's source of randomness. Where that fails, at least from what differs from one
-/// process to the next.
+/// Asks the system for randomness. When that fails, uses what differs between processes: the time
+/// and an address.
 std::uint64_t randomWord() noexcept {
   const auto now = std::chrono::high_resolution_clock::now().time_since_epoch().count();
   std::uint64_t word = static_cast<std::uint64_t>(now) * 0x9e3779b97f4a7c15U;
@@ -35,7 +35,7 @@ std::uint64_t randomWord() noexcept {
 }  // namespace
 
 void HashSecret::make() noexcept {
-  // Once, whoever comes first.
+  // Runs once, on the first thread that comes here.
   [[maybe_unused]] static const bool isMade = [this] {
     second.store(randomWord(), std::memory_order_relaxed);
     third.store(randomWord(), std::memory_order_relaxed);
@@ -53,9 +53,9 @@ std::uint64_t wordAt(const char* bytes) noexcept {
   return word;
 }
 
-/// The mixing of short texts, sixteen bytes a time: each step multiplies two factors that depend
-/// on the secret. There is nothing to find out from outside, as hashes never leave the process; so
-/// this need not withstand what a hash for messages does, and takes a fraction of the time.
+/// Mixes sixteen bytes at a time, as for short texts: each step multiplies two factors that depend
+/// on the secret. Hashes never leave the process, so nobody outside can learn anything from them.
+/// That is why this need not be as strong as a hash for messages, and takes a fraction of the time.
 std::size_t hashOfLongText(std::string_view text) noexcept {
   constexpr std::ptrdiff_t step = 2 * sizeof(std::uint64_t);
   const HashSecret& secret = HashSecret::shared();
@@ -66,7 +66,7 @@ std::size_t hashOfLongText(std::string_view text) noexcept {
   for (; end - at > step; at += step) {
     state = folded(wordAt(at) ^ key, wordAt(at + sizeof key) ^ state);
   }
-  // The last sixteen bytes, some of which may have been seen.
+  // The last sixteen bytes. Some of them may already have been mixed in.
   state = folded(wordAt(end - step) ^ key, wordAt(end - step / 2) ^ state);
   return finishedHash(state);
 }
@@ -79,7 +79,7 @@ std::size_t hashOfText(std::string_view text) noexcept {
   if (text.size() > most) {
     return detail::hashOfLongText(text);
   }
-  // As the bits of such a value: the characters, zeros, and the length at the end.
+  // The same bits as those of such a value: the characters, zeros, and the length at the end.
   std::array<char, most + 1> bytes{};
   if (!text.empty()) {
     std::memcpy(bytes.data(), text.data(), text.size());

@@ -26,7 +26,8 @@ void IndexSet::insertAnywhere(std::size_t index) {
   if (index == SIZE_MAX) {
     throw RangeError("no list has a position " + std::to_string(index));
   }
-  // The first run that ends at or behind `index` is the one to hold it, to grow, or to follow it.
+  // The first run that ends at or behind `index`. It holds the index already, or grows to hold it,
+  // or comes after it.
   const auto at = _runs.empty() || _runs.back().end() < index
                       ? _runs.end()
                       : std::ranges::lower_bound(_runs, index, {}, &Run::end);

@@ -11,7 +11,7 @@ namespace vexil::platform {
 
 namespace detail {
 
-/// One interned string; its characters follow in the same allocation.
+/// An interned string. Its characters follow in the same allocation.
 struct KeyText {
   RefCount references;
   std::uint32_t unused = 0;
@@ -36,7 +36,7 @@ struct KeyTable {
   std::unordered_map<std::string_view, KeyText*, HashOfText> texts;
 };
 
-// Never destroyed: keys in static storage outlive any order of destruction.
+// Never destroyed, because keys in static storage may outlive any other static.
 KeyTable& keyTable() {
   static auto& table = *new KeyTable;
   return table;
@@ -49,7 +49,7 @@ struct Destroy {
   }
 };
 
-/// The caller owns a reference.
+/// Returns a reference that the caller owns.
 const KeyText* intern(std::string_view text) {
   KeyTable& table = keyTable();
   const std::lock_guard lock(table.mutex);
@@ -57,8 +57,8 @@ const KeyText* intern(std::string_view text) {
   if (found != table.texts.end() && found->second->references.retainUnlessGone()) {
     return found->second;
   }
-  // A text whose last key is just going on another thread is replaced; that thread sees, under
-  // the lock, that the entry is no longer its own.
+  // Another thread is just dropping the last key of this text. The entry is replaced. Under the
+  // lock, that thread sees that the entry is no longer its own.
   if (found != table.texts.end()) {
     table.texts.erase(found);
   }

@@ -31,8 +31,8 @@ std::string Object::defaultDescription() const {
 }
 
 void releaseWithoutRecursion(std::shared_ptr<Object>&& object) noexcept {
-  // A pointer to the outermost call's own list, because a thread-local list could already have
-  // been destroyed when the last objects of a thread go.
+  // Points to the outermost call's own list. A thread-local list could already be destroyed when
+  // the last objects of a thread go.
   thread_local std::vector<std::shared_ptr<Object>>* queue = nullptr;
   if (object.use_count() > 1) {
     object.reset();
@@ -42,7 +42,7 @@ void releaseWithoutRecursion(std::shared_ptr<Object>&& object) noexcept {
     try {
       queue->push_back(std::move(object));
     } catch (const std::bad_alloc&) {
-      object.reset();  // without room in the list, this one goes by recursion
+      object.reset();  // no memory for the queue: this object is dropped by recursion
     }
     return;
   }

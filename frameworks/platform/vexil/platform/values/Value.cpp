@@ -49,7 +49,8 @@ ArrayMaker::ArrayMaker(std::size_t count)
 
 namespace {
 
-/// Leaves one entry a key, with the last of its values, and none without a value.
+/// Leaves one entry for each key, with the last value given for it, and removes the entries whose
+/// value is absent.
 void settle(std::vector<std::pair<Key, Value>>& entries) {
   std::unordered_map<Key, std::size_t> positions;
   std::size_t kept = 0;
@@ -70,7 +71,8 @@ void settle(std::vector<std::pair<Key, Value>>& entries) {
   entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(kept), entries.end());
 }
 
-/// Whether `settle` would change anything; quadratic, for the few entries of a usual record.
+/// Whether `settle` would change nothing. Quadratic, for the few entries of a usual record; false
+/// when there are many.
 bool isSettled(const std::vector<std::pair<Key, Value>>& entries) {
   constexpr std::size_t few = 16;
   if (entries.size() > few) {

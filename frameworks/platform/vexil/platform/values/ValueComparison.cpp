@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Order of values.
+// The order of values.
 #include <vexil/platform/Value.h>
 
 #include <cmath>
@@ -8,7 +8,7 @@ namespace vexil::platform {
 
 namespace {
 
-/// 2^63, the first real above every 64-bit signed integer.
+/// 2^63, the smallest real above every 64-bit signed integer.
 constexpr double twoTo63 = 9223372036854775808.0;
 constexpr double twoTo64 = 18446744073709551616.0;
 
@@ -20,7 +20,8 @@ std::weak_ordering order(double a, double b) {
                : (a > b ? std::weak_ordering::greater : std::weak_ordering::equivalent);
 }
 
-/// Exact: the integer is not rounded to a real, which would make neighbours above 2^53 equal.
+/// Exact: the integer is not rounded to a real, because that would make neighbours above 2^53
+/// equal.
 std::weak_ordering order(std::int64_t integer, double real) {
   if (std::isnan(real)) {
     return std::weak_ordering::greater;
@@ -44,14 +45,15 @@ std::weak_ordering order(std::uint64_t largeInteger, double real) {
   if (real >= twoTo64) {
     return std::weak_ordering::less;
   }
-  return largeInteger <=> static_cast<std::uint64_t>(real);  // such a real is a whole number
+  return largeInteger <=>
+         static_cast<std::uint64_t>(real);  // a real of this size is a whole number
 }
 
 std::weak_ordering reversed(std::weak_ordering order) {
   return 0 <=> order;
 }
 
-/// The place of a type among the others; booleans, integers and reals share one.
+/// The position of a kind in the order. Booleans, integers and reals have the same one.
 int rank(Value::Kind kind) {
   switch (kind) {
     case Value::Kind::absent:
@@ -101,7 +103,7 @@ std::weak_ordering Value::compareNumber(const Value& other) const noexcept {
 
 std::weak_ordering Value::compare(const Value& other) const noexcept {
   if (isString() && other.isString()) {
-    // UTF-8 was made so that the order of its bytes is the order of its code points.
+    // In UTF-8, the order of the bytes is the order of the code points.
     return string() <=> other.string();
   }
   if (isNumber() && other.isNumber()) {

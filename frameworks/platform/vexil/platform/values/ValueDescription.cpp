@@ -19,7 +19,7 @@ void appendQuoted(std::string& text, std::string_view string) {
   text += '"';
 }
 
-/// In the fewest digits that read back the same, whatever the locale.
+/// In the fewest digits that read back as the same number, independent of the locale.
 void appendReal(std::string& text, double real) {
   std::array<char, 32> buffer{};
   const auto written = std::to_chars(buffer.data(), buffer.data() + buffer.size(), real);
@@ -68,7 +68,8 @@ void appendScalar(std::string& text, const Value& value) {
 }  // namespace
 
 std::string Value::description() const {
-  // One open container a level, because a value may be nested deeper than the stack is.
+  // A list of open containers instead of recursion, because a value may be nested deeper than the
+  // stack allows.
   struct Open {
     const Value* container;
     std::size_t next;
@@ -83,7 +84,7 @@ std::string Value::description() const {
       appendScalar(text, value);
     }
   };
-  const Value held(*this);  // as an object that is asked may assign to this value, or destroy it
+  const Value held(*this);  // an object that is asked may assign to this value, or destroy it
   begin(held);
   while (!open.empty()) {
     const Value& container = *open.back().container;

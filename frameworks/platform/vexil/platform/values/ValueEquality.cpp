@@ -13,26 +13,27 @@ using detail::Container;
 
 namespace {
 
-/// How deep equality looks by recursion before it notes the rest down.
+/// How deep equality recurses. What lies deeper goes to `_pending`.
 constexpr int recursionDepth = 16;
 
-/// A list of records is held by its host too, so all of it is shared, and to remember each record
-/// would cost more than to compare it. So the first values are compared without memory, and some
-/// more for each value of the outermost container and of a container that was just remembered. The
-/// whole stays linear in what there is.
+/// Limits on what is compared without being remembered. The host of a list of records holds it too,
+/// so all records are shared, and remembering each of them would cost more than comparing it. So
+/// the first `lookedAtFreely` values are compared without memory, and `lookedAtForEach` more for
+/// each value of the outermost container and of each container that was remembered. The total stays
+/// linear in what there is.
 constexpr std::size_t lookedAtFreely = 1024;
 constexpr std::size_t lookedAtForEach = 32;
 
 }  // namespace
 
-/// One question for equality: goes through two values side by side.
+/// One comparison of two values, side by side.
 class Value::Comparison {
  public:
   enum class Objects { note, ask };
 
   explicit Comparison(Objects objects) : _objects(objects) {}
 
-  /// Nothing where all is equal but for objects that must be asked.
+  /// Returns nothing when only objects that must be asked are left to decide.
   std::optional<bool> compare(const Value& a, const Value& b) {
     bool equal = areEqual(a, b, 0);
     while (equal && !_pending.empty()) {
@@ -62,21 +63,22 @@ class Value::Comparison {
   bool _isUnsure = false;
   std::size_t _lookedAt = 0;
   std::size_t _allowed = lookedAtFreely;
-  // What lies deeper than the recursion goes; all of it must be equal, so the order is free.
+  // Pairs that lie deeper than the recursion goes. All of them must be equal, so their order does
+  // not matter.
   std::vector<std::pair<const Value*, const Value*>> _pending;
   std::unordered_map<const Container*, const Container*> _equals;
   std::unordered_set<Pair, HashOfPair> _pairs;
 };
 
-/// Whether these two have been taken up before. Whatever came of it, there is nothing to gain from
-/// doing it again: had they been different, all would be over.
+/// Whether these two were compared before, or are being compared. Doing it again is useless: if
+/// they had been different, the comparison would be over. Remembers them.
 bool Value::Comparison::isKnown(const Container& left, const Container& right) {
   if (_objects == Objects::ask) {
-    // What objects say of their equality need not follow from what others say of it.
+    // An object's `isEqual` need not be transitive, so only the very same pair counts as known.
     return !_pairs.insert({&left, &right}).second;
   }
-  // Whatever is plainly equal to the same is equal. So there are never more pairs to look at than
-  // containers, in whatever way the two values share theirs.
+  // Plain equality is transitive. So there are never more pairs to compare than containers, however
+  // the two values share theirs.
   const Container* const one = representative(&left);
   const Container* const other = representative(&right);
   if (one == other) {
@@ -86,7 +88,7 @@ bool Value::Comparison::isKnown(const Container& left, const Container& right) {
   return false;
 }
 
-/// The container that stands for all that are held to be equal to this one.
+/// The container that represents all containers that count as equal to this one.
 const Container* Value::Comparison::representative(const Container* container) {
   const Container* last = container;
   for (auto next = _equals.find(last); next != _equals.end(); next = _equals.find(last)) {
@@ -98,7 +100,8 @@ const Container* Value::Comparison::representative(const Container* container) {
   return last;
 }
 
-/// Equality, except that pairs too deep to recurse into are left pending.
+/// Equality, except that it puts pairs too deep to recurse into on `_pending` and counts them as
+/// equal.
 bool Value::Comparison::areEqual(const Value& a, const Value& b, int depth) {
   if (a._tag != b._tag || a._tag < tagArray) {
     return areEqualLeaves(a, b);
@@ -152,11 +155,11 @@ bool Value::Comparison::areEqualObjects(const Value& a, const Value& b) {
   if (_objects == Objects::ask) {
     return a.object()->isEqual(*b.object());
   }
-  _isUnsure = true;  // and a difference elsewhere still decides
+  _isUnsure = true;  // a difference elsewhere still decides
   return true;
 }
 
-/// Equality of two values that are neither both arrays, both dictionaries nor both objects.
+/// Equality of two values that are not both arrays, both dictionaries or both objects.
 [[gnu::noinline]] bool Value::areEqualLeaves(const Value& a, const Value& b) noexcept {
   if (a.isString() && b.isString()) {
     return a.string() == b.string();
@@ -180,8 +183,8 @@ bool Value::Comparison::areEqualObjects(const Value& a, const Value& b) {
   }
 }
 
-/// The answer for what most comparisons are about, a few plain values under the same keys; nothing
-/// where it takes more to answer. Looks at `parts` values at most.
+/// The quick answer for most comparisons: a few plain values under the same keys. Returns nothing
+/// when it would take more than that. Looks at `parts` values at most.
 std::optional<bool> Value::equalAtOnce(const Value& a, const Value& b, int& parts) {
   if (a._tag == b._tag && (a._tag == tagDictionary || a._tag == tagArray)) {
     return equalAtOnce(*a.load<const Container*>(), *b.load<const Container*>(), parts);
@@ -189,7 +192,7 @@ std::optional<bool> Value::equalAtOnce(const Value& a, const Value& b, int& part
   return equalLeavesAtOnce(a, b);
 }
 
-/// Apart, so that the way to containers saves no registers for it.
+/// A function of its own, so that the path for containers saves no registers for it.
 [[gnu::noinline]] std::optional<bool> Value::equalLeavesAtOnce(const Value& a,
                                                                const Value& b) noexcept {
   return a._tag == b._tag && a._tag == tagObject ? std::nullopt
@@ -221,7 +224,7 @@ std::optional<bool> Value::equalAtOnce(const Container& left, const Container& r
   return true;
 }
 
-/// Apart from what is asked for most, so that it costs nothing there.
+/// A function of its own, so that the frequent questions do not pay for it.
 [[gnu::noinline]] std::optional<bool> Value::equalWithoutAsking(const Value& a, const Value& b) {
   return Comparison(Comparison::Objects::note).compare(a, b);
 }
@@ -230,7 +233,7 @@ bool Value::equal(const Value& a, const Value& b) {
   if (const std::optional<bool> answer = a.plainlyEquals(b)) {
     return *answer;
   }
-  // The objects may assign to the two values, or destroy them.
+  // The objects that are asked may assign to the two values, or destroy them.
   const Value left(a);
   const Value right(b);
   return *Comparison(Comparison::Objects::ask).compare(left, right);

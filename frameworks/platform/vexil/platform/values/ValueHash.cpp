@@ -15,7 +15,7 @@ using detail::mixedHash;
 
 namespace {
 
-/// As the integer, where there is one.
+/// The hash of the equal integer, when there is one.
 std::size_t hashOfReal(double real) {
   constexpr double twoTo63 = 9223372036854775808.0;
   constexpr double twoTo64 = 18446744073709551616.0;
@@ -33,8 +33,8 @@ std::size_t hashOfReal(double real) {
   return hashOfInteger(std::bit_cast<std::uint64_t>(real));
 }
 
-/// How many values are hashed without memory, and how many more for each that is hashed for the
-/// first time: as in equality, all in all a multiple of what there is.
+/// How many values are hashed without being remembered, and how many more for each container that
+/// is remembered. As in equality, the total stays linear in what there is.
 constexpr std::size_t hashedFreely = 1024;
 constexpr std::size_t hashedForEach = 32;
 
@@ -42,23 +42,23 @@ constexpr int partsOfUsualRecords = 64;
 
 }  // namespace
 
-/// One question for the hash of a container: goes through it without recursion, and but once
-/// through a part that it holds in many places.
+/// Computes the hash of one container without recursion. Goes only once through a part that the
+/// container holds in many places.
 class Value::Hashing {
  public:
   enum class Objects { stop, ask };
 
   explicit Hashing(Objects objects) : _objects(objects) {}
 
-  /// Nothing where an object would have to be asked.
+  /// Returns nothing when an object would have to be asked and `Objects::stop` was given.
   std::optional<std::size_t> hash(const Value& root);
 
-  /// The same for usual records, a few plain values, at a fraction of the cost; nothing where it
-  /// takes more than `parts` values.
+  /// The same for a usual record of a few plain values, at a fraction of the cost. Returns nothing
+  /// when there are more than `parts` values, or an object.
   static std::optional<std::size_t> hashAtOnce(const Container& container, int& parts);
 
  private:
-  /// A container whose parts before `next` are in the hash.
+  /// A container being hashed: the parts before `next` are in the hash.
   struct Open {
     const Container* container = nullptr;
     std::size_t hash = 0;
@@ -81,7 +81,7 @@ class Value::Hashing {
   std::size_t _hashed = 0;
   std::size_t _allowed = hashedFreely;
   std::size_t _depth = 0;
-  std::array<Open, 8> _outer;  // as many as usual values are deep
+  std::array<Open, 8> _outer;  // usual values are no deeper
   std::vector<Open> _inner;
   std::unordered_map<const Container*, std::size_t> _known;
 };
@@ -101,15 +101,15 @@ void Value::Hashing::open(const Container& container) {
   }
 }
 
-/// The hash of the first parts with that of the next one, which stands at `position`.
+/// Adds the hash of the part at `position` to the hash of the parts before it.
 inline std::size_t Value::Hashing::added(std::size_t hash, const detail::Shape* shape,
                                          std::uint32_t position, std::size_t hashOfPart) {
-  // A sum, because equal dictionaries may have their keys in another order.
+  // A sum, because equal dictionaries may have their keys in different orders.
   return shape == nullptr ? mixedHash(hash, hashOfPart)
                           : hash + mixedHash(shape->keys()[position].hash(), hashOfPart);
 }
 
-/// The hash of a container from that of all its parts.
+/// The hash of a container, from the combined hashes of its `count` parts.
 inline std::size_t Value::Hashing::closed(std::size_t hash, const detail::Shape* shape,
                                           std::uint32_t count) {
   return mixedHash(hash, 2 * std::size_t{count} + (shape == nullptr ? 1U : 0U));
@@ -146,7 +146,7 @@ void Value::Hashing::add(std::size_t hashOfPart) {
   open.hash = added(open.hash, open.container->shape, open.next++, hashOfPart);
 }
 
-/// The hash of the innermost container, which is complete.
+/// Ends the innermost container, all of whose parts were added, and returns its hash.
 std::size_t Value::Hashing::close() {
   const Open open = innermost();
   if (_depth-- > _outer.size()) {
@@ -177,7 +177,7 @@ std::optional<std::size_t> Value::Hashing::hash(const Value& root) {
         return std::nullopt;
       }
       if (_held.isAbsent()) {
-        _held = root;  // as the object may assign to it, or destroy it
+        _held = root;  // the object may assign to it, or destroy it
       }
       add(part.object()->hash());
     } else if (part._tag < tagArray) {
@@ -211,7 +211,7 @@ std::size_t Value::hashOfOther() const {
     return hashOfLeaf();
   }
   if (_tag == tagObject) {
-    // It may assign to this value, or destroy it.
+    // The object may assign to this value, or destroy it.
     const std::shared_ptr<Object> held = object();
     return held->hash();
   }
@@ -220,7 +220,7 @@ std::size_t Value::hashOfOther() const {
   return hash ? *hash : *Hashing(Hashing::Objects::ask).hash(*this);
 }
 
-/// The hash of what is neither array, dictionary nor object.
+/// The hash of a value that is no array, dictionary or object.
 std::size_t Value::hashOfLeaf() const noexcept {
   if (isString()) {
     return hashOfText(string());

@@ -50,8 +50,8 @@ Container* Container::makeAbsent(std::size_t count) {
 }
 
 void Container::discard(Container* container) noexcept {
-  // Containers that go because the one that held them goes are queued, so that a value nested
-  // without end is torn down in constant stack. Null when no outer call is at work on this thread.
+  // A queue instead of recursion: a container that is dropped by its last holder waits here, so
+  // that a value nested without end is torn down in constant stack.
   thread_local Container* first = nullptr;
   thread_local bool working = false;
   const Shape* shape = container->shape;
@@ -79,7 +79,7 @@ void Container::destroy(Container* container) noexcept {
   constexpr std::size_t ahead = 12;
   for (std::size_t i = 0; i < values.size(); ++i) {
     if (i + ahead < values.size()) {
-      values[i + ahead].prefetch(1);  // where references are counted
+      values[i + ahead].prefetch(1);  // its reference count
     }
     std::destroy_at(&values[i]);
   }
@@ -87,12 +87,12 @@ void Container::destroy(Container* container) noexcept {
   deallocateBlock(container, size);
 }
 
-/// All shapes in use, found by their hash.
+/// All shapes in use, by their hash.
 struct ShapeTable {
   std::mutex mutex;
   std::unordered_multimap<std::size_t, Shape*> shapes;
 
-  // Never destroyed: values in static storage outlive any order of destruction.
+  // Never destroyed, because values in static storage may outlive any other static.
   static ShapeTable& shared() {
     static auto& table = *new ShapeTable;
     return table;
