@@ -18,7 +18,8 @@ namespace {
 
 using Code = PropertyListError::Code;
 
-/// The ASCII characters at the beginning of a text in whatever encoding; 0 for any other character.
+/// Reads the characters at the beginning of a text in any encoding: ASCII characters as they are,
+/// any other character as 0.
 class Beginning {
  public:
   explicit Beginning(std::string_view text) : _text(text) {
@@ -49,8 +50,8 @@ class Beginning {
   std::optional<std::endian> _order;
 };
 
-/// Whether the characters begin XML rather than the data of the text format, `<dead beef>`. No
-/// element consists of hexadecimal digits alone.
+/// Whether a text begins XML rather than data of the text format, such as `<dead beef>`. No element
+/// has a name of hexadecimal digits only.
 bool beginsXML(std::string_view text) {
   Beginning characters(text);
   char character = characters.next();
@@ -69,7 +70,7 @@ bool beginsXML(std::string_view text) {
 class Descriptor {
  public:
   explicit Descriptor(const std::filesystem::path& path)
-      // Without O_NONBLOCK a pipe that nobody writes to would hold the caller here.
+      // Without O_NONBLOCK, opening a pipe that nobody writes to would block the caller.
       : _number(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK)) {}
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
@@ -90,10 +91,10 @@ PropertyListError systemError() {
           std::generic_category().message(number)};
 }
 
-/// All bytes of a regular file, or one more than `most` where it has more.
+/// All bytes of a regular file; when it has more than `most`, only `most` + 1 of them.
 PropertyListResult<std::vector<std::byte>> bytesOfFile(const std::filesystem::path& path,
                                                        std::size_t most) {
-  // To the system a path ends at its first NUL, so it would name another file.
+  // The system takes a path to end at its first NUL, so it would open another file.
   if (path.native().find('\0') != std::string::npos) {
     return PropertyListError{Code::fileMissing, "no file has a NUL in its path"};
   }
@@ -106,7 +107,7 @@ PropertyListResult<std::vector<std::byte>> bytesOfFile(const std::filesystem::pa
     return PropertyListError{Code::notAFile,
                              S_ISDIR(status.st_mode) ? "a directory" : "no regular file"};
   }
-  // The size may be wrong by the time it is used, and is zero for files that the kernel makes up.
+  // The size may be outdated when it is used, and is zero for files that the kernel generates.
   constexpr std::size_t leastRoom = 4096;
   const auto size = static_cast<std::size_t>(std::max<off_t>(status.st_size, 0));
   std::vector<std::byte> bytes(std::min(most, std::max(size, leastRoom)) + 1);

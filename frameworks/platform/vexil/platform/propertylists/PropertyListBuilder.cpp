@@ -40,7 +40,8 @@ Value DictionaryMaker::make(std::span<const Key> keys, std::span<Value> values) 
   }
   Known& known = _known[hash % _known.size()];
   if (std::ranges::equal(known.example.keys(), keys)) {
-    // The example is a dictionary, or there are no keys; an empty shape is as good for those.
+    // The example is a dictionary, or there are no keys. An empty shape also fits when there are no
+    // keys.
     if (!known.shape) {
       known.shape.emplace(keys);
     }

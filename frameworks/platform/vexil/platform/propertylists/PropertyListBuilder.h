@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// How the readers put containers together: internal to them.
+// Internal to the readers: how they put containers together.
 #pragma once
 
 #include <vexil/platform/PropertyList.h>
@@ -15,27 +15,28 @@
 
 namespace vexil::platform::detail {
 
-/// Why an input cannot be read at all, going by its length.
+/// The error when the length of an input alone makes it unreadable.
 [[nodiscard]] std::optional<PropertyListError> errorOfLength(std::span<const std::byte> bytes,
                                                              const PropertyListLimits& limits);
 
-/// The sum of two numbers, or the largest number where it is larger.
+/// The sum of two numbers, or the largest number when the sum is larger.
 [[nodiscard]] constexpr std::uint64_t saturatingSum(std::uint64_t a, std::uint64_t b) {
   constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
   return a > most - b ? most : a + b;
 }
 
-/// A hash of few bytes.
+/// A hash of bytes, cut to 32 bits.
 [[nodiscard]] std::uint32_t hashOf(std::span<const std::byte> bytes);
 
-/// How many objects a value may expand to that comes from so many bytes.
+/// How many objects a value may expand to when it comes from so many bytes.
 [[nodiscard]] std::uint64_t budgetOf(const PropertyListLimits& limits, std::uint64_t bytes);
 
 /// Makes dictionaries. Records with the same keys come by the thousand, so it remembers the shapes
-/// of those it made last.
+/// of the dictionaries it made last.
 class DictionaryMaker {
  public:
-  /// A dictionary with the values moved from; of two values of one key the later one stands.
+  /// A dictionary of `keys` and `values`. The values are moved from. When a key occurs twice, the
+  /// later value stands.
   Value make(std::span<const Key> keys, std::span<Value> values);
 
  private:
@@ -63,11 +64,11 @@ class PropertyListBuilder {
   void addKey(Key key) { _keys.push_back(std::move(key)); }
   void add(Value value);
 
-  /// The keys of the dictionary that is open.
+  /// The keys of the innermost open container, which must be a dictionary.
   [[nodiscard]] std::span<const Key> keys() const;
   [[nodiscard]] bool isInDictionary() const { return !_open.empty() && _open.back().isDictionary; }
 
-  /// Ends the container that is open; a dictionary where a key may come.
+  /// Ends the innermost open container. In a dictionary, `place` must be `key`.
   void end();
 
   /// The finished value.
@@ -80,7 +81,7 @@ class PropertyListBuilder {
     bool isDictionary;
   };
   std::vector<Open> _open;
-  // The contents of all open containers, those of the innermost at the end.
+  // The contents of all open containers, the innermost one's at the end.
   std::vector<Value> _values;
   std::vector<Key> _keys;
   std::optional<Value> _root;

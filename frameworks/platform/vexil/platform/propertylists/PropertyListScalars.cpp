@@ -18,7 +18,7 @@ bool isDigit(char character) {
   return character >= '0' && character <= '9';
 }
 
-/// Takes a sign off the front; whether it was a minus.
+/// Takes a sign off the front and returns whether it was a minus.
 bool takeSign(std::string_view& text) {
   const bool isNegative = text.starts_with('-');
   if (isNegative || text.starts_with('+')) {
@@ -53,7 +53,8 @@ std::optional<unsigned> takePair(std::string_view& text, char separator) {
   return *digit(digits[0], 10) * 10 + *digit(digits[1], 10);
 }
 
-/// Whether it is what a real may look like: that the conversion understands more is not ours.
+/// Whether the text looks as a real must. `std::from_chars` accepts more than XML property lists
+/// do.
 bool looksLikeReal(std::string_view text) {
   const std::size_t whole = takeDigits(text).size();
   const std::size_t fraction = take(text, '.') ? takeDigits(text).size() : 0;
@@ -81,20 +82,20 @@ bool isOneOf(std::string_view text, std::initializer_list<std::string_view> word
   return false;
 }
 
-// The calendar repeats every 400 years, and its type reaches only some 80 such cycles.
+// The calendar repeats every 400 years. `std::chrono` covers only some 80 such cycles.
 constexpr std::int64_t yearsInCycle = 400;
 constexpr std::int64_t daysInCycle = 146097;
 constexpr std::chrono::sys_days reference =
     std::chrono::year(2001) / std::chrono::January / std::chrono::day(1);
 
-// Doubles have all whole seconds up to here.
+// Doubles represent all whole seconds up to here.
 constexpr std::int64_t mostExactSeconds = std::int64_t{1} << 53;
 constexpr std::int64_t secondsInDay = 86400;
 
 constexpr std::string_view base64Alphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-/// Days from 2001-01-01 to a date, or nothing when there is no such day.
+/// The days from 2001-01-01 to a date; nothing when there is no such date.
 std::optional<std::int64_t> daysTo(std::int64_t year, unsigned month, unsigned day) {
   const std::int64_t yearOfCycle = ((year % yearsInCycle) + yearsInCycle) % yearsInCycle;
   const std::chrono::year_month_day date(std::chrono::year(2000 + static_cast<int>(yearOfCycle)),
@@ -114,7 +115,7 @@ void appendNumber(std::string& text, Number number) {
   text.append(buffer.data(), written.ptr);
 }
 
-/// Appends a number with zeros in front of it, where it has fewer digits, and a character behind.
+/// Appends a number, with zeros in front when it has fewer digits, and the character `separator`.
 void appendPadded(std::string& text, std::uint64_t number, std::size_t digits, char separator) {
   const std::size_t start = text.size();
   appendNumber(text, number);
@@ -210,7 +211,7 @@ std::optional<Value> dataFromBase64(std::string_view text) {
   std::vector<std::byte> bytes;
   bytes.reserve(text.size() / 4 * 3);
   std::uint32_t bits = 0;
-  unsigned characters = 0;  // of the group of four
+  unsigned characters = 0;  // in the group of four
   unsigned padding = 0;
   for (const char character : text) {
     if (isXMLSpace(character)) {
@@ -224,7 +225,7 @@ std::optional<Value> dataFromBase64(std::string_view text) {
     }
     bits = (bits << 6) | (character == '=' ? 0U : static_cast<std::uint32_t>(value));
     if (++characters == 4) {
-      // The bits that padding leaves over must be zero, so that one data has one text.
+      // The bits that padding leaves over must be zero, so that each data has only one text.
       if ((bits & ((1U << (8 * padding)) - 1)) != 0) {
         return std::nullopt;
       }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The leaves of XML property lists as text: internal to the reader and the writer.
+// Internal to the XML reader and writer: leaves as text.
 #pragma once
 
 #include <vexil/platform/Value.h>
@@ -12,14 +12,14 @@
 
 namespace vexil::platform::detail {
 
-// Each gives nothing for a text that is malformed or stands for no value of its type.
+// Each returns nothing when the text is malformed or stands for no value of its type.
 [[nodiscard]] std::optional<Value> integerFromText(std::string_view text);
 [[nodiscard]] std::optional<Value> realFromText(std::string_view text);
 [[nodiscard]] std::optional<Value> dateFromText(std::string_view text);
 [[nodiscard]] std::optional<Value> dataFromBase64(std::string_view text);
 
-// The texts that read back the same. Numbers and data all have one; a date has none unless it is a
-// whole number of seconds in the range of those that `dateFromText` gives.
+// Each appends the text that reads back as the same value. Every number and all data have one. A
+// date has one only when it is a whole number of seconds in the range that `dateFromText` returns.
 void appendInteger(std::string& text, const Value& integer);
 void appendReal(std::string& text, double real);
 [[nodiscard]] bool hasDateText(double seconds);

@@ -9,7 +9,8 @@ namespace vexil::platform::detail {
 
 namespace {
 
-/// A key within a message: what cannot be shown is replaced, what is long cut off.
+/// A key within a message: control characters and malformed bytes are replaced, a long key is cut
+/// off.
 std::string shown(std::string_view key) {
   constexpr std::size_t most = 40;
   const auto* const bytes = reinterpret_cast<const std::uint8_t*>(key.data());

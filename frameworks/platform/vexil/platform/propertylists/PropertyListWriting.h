@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the writers of property lists have in common: internal to them.
+// Internal to the writers of property lists: what they have in common.
 #pragma once
 
 #include <vexil/platform/PropertyList.h>
@@ -15,30 +15,31 @@
 
 namespace vexil::platform::detail {
 
-/// A container some of whose contents have been visited.
+/// A container whose contents are being visited.
 struct OpenContainer {
   const Value* container;
   std::span<const Value> contents;
-  std::size_t next = 0;  // the one to visit
+  std::size_t next = 0;  // the next one to visit
 
   explicit OpenContainer(const Value& value)
       : container(&value), contents(value.isArray() ? value.elements() : value.values()) {}
 };
 
-/// The error of what was visited last in the innermost of `open`, or of the root when there are
-/// none: "at [3]."name": " and the message. Of a long way the middle is left out.
+/// An error about the part that was visited last in the innermost of `open`, or about the root when
+/// `open` is empty. The message begins with the path to that part: `at [3]."name": `. Of a long
+/// path the middle is left out.
 [[nodiscard]] PropertyListError errorAt(std::span<const OpenContainer> open,
                                         PropertyListError::Code code, std::string_view message);
 
-/// What a value is called that no property list has.
+/// The words for a value that no property list can have.
 [[nodiscard]] std::string_view nameOfForeign(const Value& value);
 
-/// A number for each address. Addresses are never null.
+/// Holds a number for each address. Addresses must not be null.
 template <class Number>
 class AddressTable {
  public:
-  /// The number of an address and whether it is new, and then zero. It stays in its place until
-  /// the next call.
+  /// Returns the number of an address, and whether the address is new; a new one has the number
+  /// zero. The reference is valid until the next call.
   std::pair<Number&, bool> find(const void* address) {
     if (2 * (_count + 1) > _slots.size()) {
       grow();

@@ -25,8 +25,8 @@ bool holds(std::size_t size, std::uint64_t number) {
   return size >= 8 || (number >> (8 * size)) == 0;
 }
 
-/// Reads one file. Each object is read once, when it is first referred to, and what stands under
-/// its index is shared from then on.
+/// Reads one file. Each object is read once, when it is first referred to. Further references to
+/// its index share its value.
 class BinaryReader {
  public:
   BinaryReader(std::span<const std::byte> bytes, const PropertyListLimits& limits)
@@ -42,30 +42,30 @@ class BinaryReader {
  private:
   struct Object {
     Value value;               // absent until all of it has been read
-    std::uint32_t number = 0;  // of a container: its place among the extents, from 1; of a leaf
+    std::uint32_t number = 0;  // for a container: its index in `_extents`, plus 1; for a leaf
                                // that has been read: how many objects it counts as
-    std::uint32_t key = 0;     // its place among the keys, from 1
+    std::uint32_t key = 0;     // its index in `_keys`, plus 1; 0 when it has none
   };
 
   /// How large a container is.
   struct Extent {
-    std::uint64_t expanded;  // how many objects it is when each reference counts
-    std::uint32_t height;    // how many containers deep it is
+    std::uint64_t expanded;  // how many objects it has when each reference counts
+    std::uint32_t height;    // how many levels of containers it has
   };
 
   /// A container whose contents are being read.
   struct Open {
     std::size_t index;
-    std::size_t offset;      // of its marker
+    std::size_t offset;      // the offset of its marker
     std::size_t references;  // the offset of its references
-    std::size_t count;       // of its references; a dictionary has two for each entry
-    std::size_t keys;        // how many of them are to keys
-    std::size_t firstValue;  // where its contents begin among those of all open containers
-    std::size_t next = 0;    // the reference to follow
+    std::size_t count;       // the number of its references; a dictionary has two for each entry
+    std::size_t keys;        // how many of them refer to keys
+    std::size_t firstValue;  // where its contents begin in `_contents`
+    std::size_t next = 0;    // the next reference to follow
     Extent contents = {};
   };
 
-  /// The keys of a dictionary that has been read, to know the next one with the same references.
+  /// The keys of a dictionary that was read, to recognise the next one with the same references.
   struct KnownKeys {
     std::size_t references = 0;
     std::size_t count = 0;
@@ -84,8 +84,8 @@ class BinaryReader {
     return false;
   }
 
-  /// A number of 1 to 8 bytes that ends before the trailer, or with it. There are always eight
-  /// bytes then, and to read them and drop what is not wanted is quick.
+  /// A number of 1 to 8 bytes that ends before or with the trailer. Then eight bytes are always
+  /// there, and it is quick to read all of them and drop the rest.
   [[nodiscard]] std::uint64_t number(std::size_t offset, std::size_t size) const {
     return detail::numberOfEightAt(_bytes.data() + offset) >> (64 - 8 * size);
   }
@@ -127,11 +127,11 @@ class BinaryReader {
   std::size_t _referenceSize = 0;
   std::size_t _table = 0;
   std::size_t _root = 0;
-  std::size_t _unclaimed = 0;    // bytes of objects that no object read so far consists of
+  std::size_t _unclaimed = 0;    // bytes between header and table that no object has claimed yet
   std::vector<Object> _objects;  // fewer than 2^32
   std::vector<Extent> _extents;
   std::vector<Open> _open;
-  std::vector<Value> _contents;  // of all open containers, as far as they have been read
+  std::vector<Value> _contents;  // of all open containers, as far as they were read
   std::vector<Key> _keys;
   std::vector<Key> _keysOfDictionary;
   std::array<KnownKeys, 64> _knownKeys;
@@ -179,7 +179,7 @@ bool BinaryReader::readTrailer() {
     return fail(Code::badTrailer, trailer + 8,
                 "the offset table has another size than the number of objects demands");
   }
-  // No object is shorter than a byte, so memory for this many is in proportion to the input.
+  // Each object has at least one byte, so memory for this many is in proportion to the input.
   if (count > table - headerSize) {
     return fail(Code::badTrailer, trailer + 8, "there are more objects than bytes for them");
   }
@@ -219,7 +219,8 @@ bool BinaryReader::readObjects() {
   return true;
 }
 
-/// Follows the references of the innermost container up to one that opens another, or ends it.
+/// Follows the references of the innermost container until one opens another container, or ends the
+/// container.
 bool BinaryReader::advance() {
   const std::size_t depth = _open.size();
   Open& open = _open.back();
@@ -238,7 +239,7 @@ bool BinaryReader::advance() {
         return false;
       }
       if (_open.size() != depth) {
-        return true;  // to come back to this reference; and `open` may have moved
+        return true;  // this reference is followed again later; and `open` may have moved
       }
     }
     if (!take(open, place, object)) {
@@ -249,7 +250,7 @@ bool BinaryReader::advance() {
   return finish();
 }
 
-/// Makes an object that has been read the next one in a container.
+/// Adds an object that was read to a container, as what its next reference refers to.
 bool BinaryReader::take(Open& open, std::size_t offset, const Object& content) {
   if (content.value.isArray() || content.value.isDictionary()) {
     const Extent& extent = _extents[content.number - 1];
@@ -265,7 +266,7 @@ bool BinaryReader::take(Open& open, std::size_t offset, const Object& content) {
   return content.value.isString() || fail(Code::badKey, offset, "a key is not a string");
 }
 
-/// Reads an object, of a container only where its contents are.
+/// Reads an object; when it is a container, only where its contents are.
 bool BinaryReader::begin(std::size_t index) {
   const std::size_t offset = offsetOf(index);
   const unsigned kind = byteAt(offset) >> 4;
@@ -295,12 +296,12 @@ bool BinaryReader::readContainer(std::size_t offset, std::size_t index) {
   return charge(offset, placeOf(open, open.count));
 }
 
-/// Puts the innermost container together, whose contents have all been read.
+/// Puts the innermost container together. All its contents were read.
 bool BinaryReader::finish() {
   const Open open = _open.back();
   _open.pop_back();
-  // What an object is shared by does not matter to these two: they are those of the worst way to
-  // it, and only grow on the way to the root.
+  // Sharing does not matter to these two limits: height and expansion are those of the worst path,
+  // and only grow towards the root.
   const Extent extent{detail::saturatingSum(open.contents.expanded, 1), open.contents.height + 1};
   if (extent.height > _depth) {
     return fail(Code::tooDeep, open.offset,
@@ -352,7 +353,8 @@ bool BinaryReader::finishDictionary(const Open& open, std::span<Value> values) {
   return true;
 }
 
-/// Where the keys are remembered, if they are, that a dictionary has the references to.
+/// The place for the known keys of dictionaries with these references. It may hold the keys of
+/// others.
 BinaryReader::KnownKeys& BinaryReader::knownKeys(const Open& open) {
   const auto references = _bytes.subspan(open.references, open.keys * _referenceSize);
   return _knownKeys[detail::hashOf(references) % _knownKeys.size()];
@@ -364,7 +366,8 @@ bool BinaryReader::areKeysOf(const KnownKeys& known, const Open& open) const {
                      open.keys * _referenceSize) == 0;
 }
 
-/// Reads the length of an object, in units, and shows that it has the room.
+/// Reads the length of an object, in units of `unit` bytes, and checks that the object has the
+/// room.
 bool BinaryReader::readLength(std::size_t offset, std::size_t unit, Length& length) {
   length = {offset + 1, byteAt(offset) & 0xF};
   if (length.count == 0xF) {
@@ -388,8 +391,8 @@ bool BinaryReader::readLength(std::size_t offset, std::size_t unit, Length& leng
   return true;
 }
 
-/// Claims the bytes of an object. Objects that overlap would let a small file ask for any amount of
-/// memory; sooner or later they claim more bytes than there are.
+/// Claims the bytes of an object. Objects that overlap would let a small file demand any amount of
+/// memory. Sooner or later they claim more bytes than there are, and are refused.
 bool BinaryReader::charge(std::size_t offset, std::size_t end) {
   const std::size_t size = end - offset;
   if (size > _unclaimed) {

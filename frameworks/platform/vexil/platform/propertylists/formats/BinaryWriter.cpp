@@ -23,12 +23,13 @@ using Code = PropertyListError::Code;
 constexpr std::size_t headerSize = 8;
 constexpr std::size_t trailerSize = 32;
 
-/// The smallest of the sizes 1, 2, 4 and 8 that holds a number.
+/// The smallest of the sizes 1, 2, 4 and 8 that can hold a number.
 std::size_t sizeOf(std::uint64_t number) {
   return number < 0x100 ? 1 : number < 0x10000 ? 2 : number >> 32 == 0 ? 4 : 8;
 }
 
-/// Writes the last `size` bytes of a number, 1, 2, 4 or 8; the place behind it.
+/// Writes the last `size` bytes of a number and returns the position behind them. `size` is 1, 2, 4
+/// or 8.
 std::byte* put(std::byte* to, std::uint64_t number, std::size_t size) {
   switch (size) {
     case 1:
@@ -69,13 +70,13 @@ std::size_t sizeOfMarker(std::uint64_t length) {
   return length < 15 ? 1 : 2 + sizeOf(length);
 }
 
-/// Bytes that more are added to, by writing behind them.
+/// A buffer that grows. The caller writes behind its end.
 class Buffer {
  public:
   [[nodiscard]] std::size_t size() const { return _size; }
   [[nodiscard]] const std::byte* data() const { return _bytes.get(); }
 
-  /// The end, with room for `count` bytes behind it.
+  /// Returns the end of the buffer, with room for `count` bytes behind it.
   std::byte* room(std::size_t count) {
     if (count > _capacity - _size) {
       const std::size_t capacity = std::max({2 * _capacity, _size + count, std::size_t{1024}});
@@ -96,9 +97,9 @@ class Buffer {
   std::size_t _capacity = 0;
 };
 
-/// Writes one value. At first all leaves are written as they will stand in the file, and it is
-/// noted what containers stand between them and refer to; how many bytes a reference takes is known
-/// only when all objects are. Leaves are the same when their bytes are.
+/// Writes one value. First it writes all leaves as they will stand in the file, and notes which
+/// containers stand between them and what these refer to. The size of a reference is known only
+/// when all objects are. Two leaves are the same when their bytes are.
 class BinaryWriter {
  public:
   PropertyListResult<std::vector<std::byte>> write(const Value& root) {
@@ -111,7 +112,7 @@ class BinaryWriter {
  private:
   struct Container {
     std::uint32_t index;
-    std::uint32_t count;  // of its references; a dictionary has two for each entry
+    std::uint32_t count;  // of elements or of entries
     bool isDictionary;
   };
 
@@ -121,7 +122,7 @@ class BinaryWriter {
     std::uint32_t index = none;
   };
 
-  // Shorter strings and data are as quickly compared.
+  // Shorter strings and data are compared as quickly as they are looked up by address.
   static constexpr std::size_t leastShared = 128;
 
   static constexpr std::uint32_t none = std::numeric_limits<std::uint32_t>::max();
@@ -150,16 +151,18 @@ class BinaryWriter {
   std::byte* putReferences(std::byte* to, std::span<const std::uint32_t> references) const;
 
   Buffer _leaves;
-  std::vector<std::size_t> _positions;  // of all objects: how many bytes of leaves are before it
+  std::vector<std::size_t> _positions;  // for each object: how many bytes of leaves stand before it
   std::vector<Container> _containers;
-  std::vector<std::uint32_t> _references;  // of all containers in their order
-  std::size_t _containerSizes = 0;         // without references
-  std::vector<Slot> _slots;                // a power of two of them; at most half are taken
+  std::vector<std::uint32_t> _references;  // of all containers, in their order
+  std::size_t _containerSizes = 0;         // of all containers, without references
+  std::vector<Slot> _slots;                // their number is a power of two; at most half are taken
   std::size_t _leafCount = 0;
   detail::AddressTable<std::uint32_t> _shared;  // the indexes of containers and of long leaves
-  detail::AddressTable<std::size_t> _keys;      // of all shapes: the first reference to a key
+  detail::AddressTable<std::size_t>
+      _keys;  // for each shape: where its first references to keys are
   std::vector<detail::OpenContainer> _open;
-  std::vector<std::size_t> _firstReferences;  // of the open containers: to what they contain
+  std::vector<std::size_t>
+      _firstReferences;  // for each open container: the first one to its contents
   std::optional<PropertyListError> _error;
 };
 
@@ -185,7 +188,7 @@ bool BinaryWriter::flatten(const Value& root) {
   return true;
 }
 
-/// Gives a value its index. A container that has none yet is open from then on.
+/// Gives a value its index. A container that had none is open afterwards.
 bool BinaryWriter::add(const Value& value, std::uint32_t& index) {
   switch (value.kind()) {
     case Value::Kind::string:
@@ -245,7 +248,7 @@ bool BinaryWriter::addKeys(std::span<const Key> keys, std::size_t firstReference
   }
   known = firstReference;
   for (std::size_t at = 0; at < keys.size(); ++at) {
-    _open.back().next = at + 1;  // which makes the key part of an error's way
+    _open.back().next = at + 1;  // so that an error's path names the key
     if (!addContents(keys[at].text(), references[static_cast<std::ptrdiff_t>(at)])) {
       return _error->code == Code::badEncoding &&
              fail(Code::badEncoding, "a key that is not well-formed UTF-8");
@@ -275,8 +278,8 @@ bool BinaryWriter::addReal(unsigned marker, double real, std::uint32_t& index) {
   return addLeaf(put(to + 1, std::bit_cast<std::uint64_t>(real), 8), index);
 }
 
-/// Adds a string or data that is long enough to be shared by many values, without a look inside
-/// when it has been met before.
+/// Adds a string or data that is so long that values share it. Does not look inside when it was
+/// added before.
 template <class Contents>
 bool BinaryWriter::addLong(const Contents& contents, std::uint32_t& index) {
   const auto [known, isNew] = _shared.find(contents.data());
@@ -304,8 +307,8 @@ bool BinaryWriter::addContents(std::string_view text, std::uint32_t& index) {
 }
 
 bool BinaryWriter::addUTF16(std::string_view text, std::uint32_t& index) {
-  // Of well-formed text, every byte but the continuing ones begins a character, and the longest
-  // characters have two units.
+  // In well-formed text, every byte other than a continuation byte begins a character. Characters
+  // of four bytes have two units, others one.
   std::size_t units = 0;
   for (const char character : text) {
     const auto byte = static_cast<unsigned char>(character);
@@ -330,7 +333,8 @@ bool BinaryWriter::addUTF16(std::string_view text, std::uint32_t& index) {
   return addLeaf(to, index);
 }
 
-/// Gives what was written behind the leaves its index; takes it away when it is there already.
+/// Makes a leaf of the bytes from the end of `_leaves` to `end`, and gives it its index. When the
+/// same leaf is there already, drops the bytes and gives the index of that one.
 bool BinaryWriter::addLeaf(const std::byte* end, std::uint32_t& index) {
   if (2 * (_leafCount + 1) > _slots.size()) {
     growSlots();
@@ -341,7 +345,7 @@ bool BinaryWriter::addLeaf(const std::byte* end, std::uint32_t& index) {
   const std::uint32_t hash = detail::hashOf({leaf, size});
   std::size_t at = hash & (_slots.size() - 1);
   for (; _slots[at].index != none; at = (at + 1) & (_slots.size() - 1)) {
-    // A leaf tells its length, so none is the beginning of another.
+    // The bytes of a leaf say how long it is, so no leaf is the beginning of another.
     if (_slots[at].hash == hash &&
         std::memcmp(_leaves.data() + _positions[_slots[at].index], leaf, size) == 0) {
       index = _slots[at].index;
@@ -400,13 +404,13 @@ std::vector<std::byte> BinaryWriter::file() const {
   std::byte* offset = file.data() + table;
   std::size_t object = 0;
   std::size_t leaf = 0;
-  // The leaves up to an object, and their offsets.
+  // Writes the leaves up to an object, and their offsets.
   const auto putLeaves = [&](std::size_t end, std::size_t position) {
     const auto before = static_cast<std::size_t>(to - file.data()) - leaf;
     for (; object < end; ++object) {
       offset = put(offset, before + _positions[object], offsetSize);
     }
-    if (position > leaf) {  // there may be no leaves at all, and no memory for them
+    if (position > leaf) {  // `data()` may be null when there are no leaves
       std::memcpy(to, _leaves.data() + leaf, position - leaf);
     }
     to += position - leaf;

@@ -14,7 +14,7 @@ namespace {
 using Code = PropertyListError::Code;
 using Place = detail::PropertyListBuilder::Place;
 
-/// The characters of the NextStep set from octal 200 on; those below are ASCII.
+/// The characters of the NextStep set from octal 200 on. Those below are ASCII.
 constexpr std::array<char16_t, 128> nextStepCharacters = {
     0x00A0, 0x00C0, 0x00C1, 0x00C2, 0x00C3, 0x00C4, 0x00C5, 0x00C7, 0x00C8, 0x00C9, 0x00CA, 0x00CB,
     0x00CC, 0x00CD, 0x00CE, 0x00CF, 0x00D0, 0x00D1, 0x00D2, 0x00D3, 0x00D4, 0x00D5, 0x00D6, 0x00D9,
@@ -67,7 +67,7 @@ class TextReader {
     return isThere;
   }
 
-  /// How many bytes of a line or paragraph separator of Unicode are next.
+  /// How many bytes a line or paragraph separator of Unicode has here; 0 when none stands here.
   [[nodiscard]] std::size_t separatorLength() const {
     return isAt("\xE2\x80\xA8") || isAt("\xE2\x80\xA9") ? 3 : 0;
   }
@@ -138,7 +138,7 @@ bool TextReader::skipSpace() {
   return true;
 }
 
-/// Reads the root, of a container only the beginning.
+/// Reads the root; when it is a container, only its beginning.
 bool TextReader::readRoot() {
   if (!skipSpace()) {
     return false;
@@ -155,7 +155,7 @@ bool TextReader::readRoot() {
   if (!isString || !skipSpace() || isAtEnd()) {
     return !_error;
   }
-  // What looked like a string is the first key.
+  // What looked like a string is the first key of a strings table.
   _builder = {};
   _at = start;
   _isStringsTable = true;
@@ -224,7 +224,7 @@ bool TextReader::readKey() {
   return fail(Code::unexpectedCharacter, "a key is not followed by = or ;");
 }
 
-/// Reads a value, of a container only the beginning.
+/// Reads a value; when it is a container, only its beginning.
 bool TextReader::readValue() {
   if (take('{')) {
     return beginContainer(true);
@@ -281,7 +281,7 @@ bool TextReader::finishValue() {
                                                       : "an element is not followed by , or )");
 }
 
-/// Reads a string, which stays where it is until the next one is read.
+/// Reads a string. `string` is valid until the next one is read.
 bool TextReader::readString(std::string_view& string) {
   const std::size_t start = _at;
   if (!take('"') && !take('\'')) {
@@ -292,7 +292,7 @@ bool TextReader::readString(std::string_view& string) {
     return !string.empty() || fail(Code::unexpectedCharacter, "no value begins like this");
   }
   const char quote = _text[start];
-  std::size_t plain = _at;  // where what needs no translation begins
+  std::size_t plain = _at;  // where the text without escapes begins
   bool isPlain = true;
   _unescaped.clear();
   while (!isAtEnd() && _text[_at] != quote) {

@@ -55,7 +55,7 @@ class XMLReader {
     if (!checkEncoding()) {
       return std::move(*_error);
     }
-    // The parser counts in int.
+    // The parser takes lengths as int.
     constexpr std::size_t most = std::size_t{1} << 30;
     XML_Status status = XML_STATUS_OK;
     for (std::string_view rest = _text; status == XML_STATUS_OK;) {
@@ -84,8 +84,8 @@ class XMLReader {
     void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
   };
 
-  /// A method as a function the parser can call. Nothing is thrown through the parser, and nothing
-  /// is done after the first error, though the parser may still call.
+  /// Makes a method a function that the parser can call. It keeps exceptions out of the parser.
+  /// After the first error it does nothing, though the parser may still call it.
   template <auto method>
   static auto handler() {
     return handlerOf<method>(method);
@@ -173,7 +173,7 @@ XMLReader::XMLReader(std::span<const std::byte> bytes, const PropertyListLimits&
   XML_SetProcessingInstructionHandler(_parser.get(), handler<&XMLReader::instruction>());
 }
 
-/// The parser joins the halves of surrogate pairs without looking whether they are that.
+/// Checks UTF-16, because the parser joins surrogates without checking that they are a pair.
 bool XMLReader::checkEncoding() {
   std::optional<std::endian> order = detail::utf16MarkOf(_text);
   _hasMark = _text.starts_with(detail::utf8Mark);
@@ -196,7 +196,7 @@ void XMLReader::declaration(const XML_Char* version, const XML_Char* encoding, i
   if (version != nullptr && std::string_view(version) != "1.0") {
     return fail(Code::notWellFormed, "XML of another version than 1.0");
   }
-  // The parser believes the declaration more than the mark.
+  // The parser trusts the declaration more than the mark.
   if (_hasMark && encoding != nullptr) {
     std::string name(encoding);
     std::ranges::transform(name, name.begin(), [](char character) {
@@ -223,8 +223,8 @@ void XMLReader::entityDeclaration(const XML_Char* /*name*/, int /*isParameter*/,
   fail(Code::declarations, "an entity is declared");
 }
 
-/// Where a document type is named, the parser takes an unknown entity for one that is declared
-/// there.
+/// When a document type is named, the parser assumes that it declares the unknown entities, and
+/// skips them.
 void XMLReader::skippedEntity(const XML_Char* /*name*/, int /*isParameter*/) {
   fail(Code::declarations, "an entity that XML does not have");
 }

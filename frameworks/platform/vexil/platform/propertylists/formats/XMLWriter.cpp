@@ -16,8 +16,8 @@ namespace {
 using Code = PropertyListError::Code;
 using detail::OpenContainer;
 
-/// How large a value is, in objects as the limits count them, with every reference counting; and
-/// how many references its distinct containers have. Neither goes beyond 2^64-1.
+/// The size of a value: its objects as the limits count them, when every reference counts; and the
+/// number of references in its distinct containers. Neither grows beyond 2^64-1.
 struct Extent {
   std::uint64_t expanded = 0;
   std::uint64_t references = 0;
@@ -29,9 +29,10 @@ std::uint64_t sizeOfBytes(std::size_t bytes) {
 
 Extent extentOf(const Value& root) {
   Extent extent;
-  detail::AddressTable<std::uint64_t> known;  // what the containers that have been left expand to
+  detail::AddressTable<std::uint64_t>
+      known;  // the expanded size of each container that was finished
   std::vector<OpenContainer> open;
-  std::vector<std::uint64_t> sums;  // of the open containers so far
+  std::vector<std::uint64_t> sums;  // for each open container, so far
   const auto isContainer = [](const Value& value) {
     return value.isArray() || value.isDictionary();
   };
@@ -73,7 +74,7 @@ Extent extentOf(const Value& root) {
   return extent;
 }
 
-/// Why a text cannot stand in XML; nothing where it can.
+/// Why a text cannot stand in XML.
 struct Flaw {
   Code code;
   std::string_view message;
@@ -149,7 +150,7 @@ class XMLWriter {
   std::optional<PropertyListError> _error;
 };
 
-/// Writes the next of what is in the innermost container, or its end.
+/// Writes the next part of the innermost container, or its end.
 bool XMLWriter::advance() {
   OpenContainer& open = _open.back();
   const bool isDictionary = open.container->isDictionary();
@@ -167,7 +168,7 @@ bool XMLWriter::advance() {
          add(open.contents[at]);
 }
 
-/// Writes a value, of a container only the beginning.
+/// Writes a value; when it is a container, only its beginning.
 bool XMLWriter::add(const Value& value) {
   switch (value.kind()) {
     case Value::Kind::array:
@@ -236,7 +237,7 @@ bool XMLWriter::addDate(double seconds) {
   return true;
 }
 
-/// Writes an element with a text in it; `what` names it to people.
+/// Writes an element with a text in it. `what` names the element in an error message.
 bool XMLWriter::addText(std::string_view name, std::string_view what, std::string_view text) {
   if (const auto flaw = flawOf(text)) {
     return fail(flaw->code, std::string(what).append(flaw->message));
@@ -266,7 +267,7 @@ void XMLWriter::appendEscaped(std::string_view text) {
         _text += "&gt;";
         break;
       default:
-        _text += "&#13;";  // a reader makes a line feed of the character itself
+        _text += "&#13;";  // readers turn a plain carriage return into a line feed
     }
     text.remove_prefix(at + 1);
   }
