@@ -6,14 +6,14 @@
 
 namespace vexil::platform {
 
-/// Takes one line of the log, without its end of line.
+/// A function that takes one line of the log, without its end of line.
 using LogSink = std::function<void(std::string_view line)>;
 
-/// Writes one line to the log: to the sink that was set, otherwise to the system log and to
-/// standard error. There are no levels.
+/// Writes one line to the log: to the sink that was set, or to the system log and standard error
+/// when none was set. There are no levels.
 void log(std::string_view line);
 
-/// Sends the log to `sink` from now on, or to the default places when it is empty, and returns the
+/// Sends the log to `sink` from now on; to the default places when `sink` is empty. Returns the
 /// sink that was set before. The sink is called on the thread that logs.
 LogSink setLogSink(LogSink sink);
 

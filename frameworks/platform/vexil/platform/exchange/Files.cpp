@@ -183,11 +183,11 @@ std::string FileURL::absoluteString() const {
 
 std::optional<FileURL> FileURL::fromAbsoluteString(std::string_view url) {
   const std::optional<URLParts> parts = partsOf(url);
-  if (!parts || !parts->scheme || !detail::differInASCIICaseAtMost(*parts->scheme, "file")) {
+  if (!parts || !parts->scheme || !detail::equalIgnoringASCIICase(*parts->scheme, "file")) {
     return std::nullopt;
   }
   const std::string_view host = parts->authority.value_or("");
-  if ((!host.empty() && !detail::differInASCIICaseAtMost(host, "localhost")) ||
+  if ((!host.empty() && !detail::equalIgnoringASCIICase(host, "localhost")) ||
       !parts->path.starts_with('/')) {
     return std::nullopt;
   }

@@ -8,7 +8,7 @@ constinit const std::string_view kUTTypeFileURL = "public.file-url";
 constinit const std::string_view NSPasteboardTypeString = "public.utf8-plain-text";
 
 bool typeIdentifiersAreEqual(std::string_view a, std::string_view b) noexcept {
-  return detail::differInASCIICaseAtMost(a, b);
+  return detail::equalIgnoringASCIICase(a, b);
 }
 
 }  // namespace vexil::platform

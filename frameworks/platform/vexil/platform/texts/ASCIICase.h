@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Names of protocols are compared without regard to the case of ASCII letters: internal.
+// Internal: compares names of protocols, in which the case of ASCII letters does not matter.
 #pragma once
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 namespace vexil::platform::detail {
 
-constexpr bool differInASCIICaseAtMost(std::string_view a, std::string_view b) noexcept {
+constexpr bool equalIgnoringASCIICase(std::string_view a, std::string_view b) noexcept {
   constexpr auto lower = [](char character) {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character + ('a' - 'A'))
                                                 : character;

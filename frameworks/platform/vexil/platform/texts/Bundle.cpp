@@ -41,7 +41,8 @@ std::string userLanguage() {
   return icu::Locale::getDefault().toLanguageTag<std::string>(error);
 }
 
-/// A tag and what is left of it, part by part: "zh-Hans-CN", "zh-Hans", "zh"; then English.
+/// The tag, then the tag without its last part, and so on: "zh-Hans-CN", "zh-Hans", "zh". English
+/// comes last.
 std::vector<std::string> languagesToTry() {
   std::vector<std::string> languages;
   std::string tag = userLanguage();
@@ -70,7 +71,7 @@ Bundle& Bundle::forModuleAt(const void* address) {
 }
 
 const Bundle& Bundle::forClass(const std::type_info& ownClass) {
-  // A class's description for the runtime lies in the module that holds its virtual functions.
+  // The `type_info` of a class lies in the module that holds the virtual functions of the class.
   return forModuleAt(&ownClass);
 }
 

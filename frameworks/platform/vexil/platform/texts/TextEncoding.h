@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the readers know about encodings: internal to them.
+// Internal: encodings of text.
 #pragma once
 
 #include <bit>
@@ -17,24 +17,26 @@ inline std::string_view textOf(std::span<const std::byte> bytes) {
 
 inline constexpr std::string_view utf8Mark = "\xEF\xBB\xBF";
 
-/// The byte order of UTF-16 that begins with a byte order mark.
+/// The byte order that a byte order mark of UTF-16 at the beginning of `text` gives; nothing when
+/// there is none.
 [[nodiscard]] std::optional<std::endian> utf16MarkOf(std::string_view text);
 
 [[nodiscard]] bool isASCII(std::string_view text);
 
-/// Where `text` stops being well-formed UTF-8.
+/// The offset at which `text` stops being well-formed UTF-8; nothing when all of it is.
 [[nodiscard]] std::optional<std::size_t> endOfValidUTF8(std::string_view text);
 
-/// Where `text` stops being well-formed UTF-16: at half a unit or a surrogate without its partner.
+/// The offset at which `text` stops being well-formed UTF-16, because of half a unit or a surrogate
+/// without its partner; nothing when all of it is well-formed.
 [[nodiscard]] std::optional<std::size_t> endOfValidUTF16(std::string_view text, std::endian order);
 
-/// Well-formed UTF-16 as UTF-8.
+/// Converts UTF-16 to UTF-8. `text` must be well-formed.
 [[nodiscard]] std::string utf8FromUTF16(std::string_view text, std::endian order);
 
-/// Appends a character that is no surrogate.
+/// Appends a character, which must not be a surrogate.
 void appendUTF8(std::string& text, char32_t character);
 
-/// The line, from 1, in which an offset lies; lines end in LF, CR or both.
+/// The line, from 1, in which an offset lies. Lines end in LF, CR or both.
 [[nodiscard]] std::size_t lineOf(std::string_view text, std::size_t offset);
 
 constexpr bool isHighSurrogate(char32_t unit) {
@@ -47,7 +49,7 @@ constexpr char32_t joined(char32_t high, char32_t low) {
   return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
 }
 
-/// The value of a digit of a base up to 16.
+/// The value of a digit in a base up to 16; nothing when it is no digit of that base.
 constexpr std::optional<unsigned> digit(char character, unsigned base) {
   unsigned value = 16;
   if (character >= '0' && character <= '9') {
