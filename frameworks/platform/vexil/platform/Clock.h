@@ -8,24 +8,26 @@
 
 namespace vexil::platform {
 
-/// Tells what time it is. Called on whatever thread asks, on several at once.
+/// A function that returns the current time. It is called on any thread that asks, and on several
+/// at once.
 using Clock = std::function<Date()>;
 
-/// The current instant: what the latest `ScopedClock` tells, and the system's clock where there is
-/// none. Each call asks the clock anew, so two calls in a row can fall on different days.
+/// The current instant: that of the latest `ScopedClock`, or of the system's clock when there is
+/// none. Each call asks the clock again, so two calls in a row can fall on different days.
 [[nodiscard]] Date currentDate();
 
-/// Has a clock tell the time for the whole program, on all threads, for as long as this object
-/// lives: in tests, and in hosts that replay the past or run in fast motion.
+/// Sets the clock for the whole program, on all threads, as long as this object lives. For tests,
+/// and for hosts that replay the past or run in fast motion.
 ///
 ///     vexil::platform::ScopedClock clock(noon);             // stands still
 ///     vexil::platform::ScopedClock clock([&] { return now; });
 ///
-/// Of several the latest counts, in whatever order they go. A clock may be asked a last time while
-/// its object goes on another thread, but not after that call has returned.
+/// When there are several, the one made last counts, in whatever order they are destroyed. A call
+/// of `currentDate` that began on another thread before may still ask the clock while this object
+/// is destroyed, or just after. When that call has returned, nothing asks the clock any more.
 class ScopedClock {
  public:
-  /// Raises `InvalidArgument` when there is no clock to call.
+  /// Throws `InvalidArgument` when `clock` is empty.
   explicit ScopedClock(Clock clock);
   /// A clock that stands still.
   explicit ScopedClock(Date instant);

@@ -16,7 +16,7 @@ namespace vexil::platform {
 struct Calendar::System {
   std::unique_ptr<const icu::Calendar> calendar;
 
-  /// A copy to set a time on: ICU keeps the one it works on in the calendar itself.
+  /// A copy to set a time on, because ICU keeps that time in the calendar itself.
   [[nodiscard]] std::unique_ptr<icu::Calendar> copy() const {
     return std::unique_ptr<icu::Calendar>(calendar->clone());
   }
@@ -35,8 +35,8 @@ struct Calendar::System {
     return U_SUCCESS(error) ? std::optional(components) : std::nullopt;
   }
 
-  /// Which day an instant falls on, as a number that is the same in all calendars and one more for
-  /// the day after.
+  /// The number of the day that an instant falls on. It is the same in all calendars, and grows by
+  /// one each day.
   [[nodiscard]] int dayNumber(UDate instant, UErrorCode& error) const {
     const auto splitting = copy();
     splitting->setTime(instant, error);
@@ -80,15 +80,14 @@ std::optional<DayComponents> Calendar::components(Date date) const {
 
 namespace {
 
-/// Whether each number by itself is small enough for ICU, which computes with integers of 32 bits
-/// and wraps around.
+/// Whether each number is small enough for ICU, whose 32-bit integers would wrap around.
 bool isWithinReach(const DayComponents& components) {
   const auto isWithin = [](int number, int most) { return number >= -most && number <= most; };
   return isWithin(components.era, 20'000) && isWithin(components.year, 1'000'000) &&
          isWithin(components.month, 3'000'000) && isWithin(components.day, 100'000'000);
 }
 
-/// What a calendar was set to, unless that is out of reach.
+/// The date a calendar was set to; nothing when it is out of reach.
 std::optional<Date> dateOf(const icu::Calendar& calendar) {
   UErrorCode error = U_ZERO_ERROR;
   const Date date = detail::dateOfCalendarInstant(calendar.getTime(error));
@@ -135,8 +134,8 @@ std::optional<Date> Calendar::endOfDay(Date date) const {
   UErrorCode error = U_ZERO_ERROR;
   const int day = _system->dayNumber(*instant, error);
   UDate next = *instant;
-  // A boundary need not end the day: clocks are changed at noon, too, and a midnight can come
-  // twice.
+  // A boundary does not always end the day: clocks are changed at noon, too, and a midnight can
+  // come twice.
   do {
     next = _system->nextBoundary(next, error);
   } while (U_SUCCESS(error) && _system->dayNumber(next, error) == day);

@@ -10,16 +10,16 @@
 
 namespace vexil::platform::detail {
 
-/// A date as ICU counts it, in milliseconds since 1970; nothing beyond 100,000 years on either
-/// side, where some of its calendars no longer find back what they split.
+/// A date as ICU counts it, in milliseconds since 1970. Returns nothing for dates more than 100,000
+/// years away: there some calendars of ICU no longer find a day again from its numbers.
 inline std::optional<UDate> calendarInstant(Date date) {
   constexpr double farthest = 3.2e12;
   constexpr double secondsTo2001 = 978'307'200;
-  // A comparison that NaN fails as well.
+  // Written so that NaN fails the test too.
   if (!(std::abs(date.seconds) <= farthest)) {
     return std::nullopt;
   }
-  // The fraction by itself, lest the sum be rounded up into the next day.
+  // The fraction is rounded separately, so that the sum is never rounded up into the next day.
   const double whole = std::floor(date.seconds);
   const double milliseconds = std::min(std::floor((date.seconds - whole) * 1000), 999.0);
   return (whole + secondsTo2001) * 1000 + milliseconds;

@@ -30,15 +30,15 @@ std::shared_ptr<const Clock> latestClock() {
 Date systemDate() {
   using namespace std::chrono;
   constexpr sys_days reference(year(2001) / 1 / 1);
-  // The clock counts in steps far smaller than a double of these days holds, and may not reach back
-  // to the reference exactly in its own.
+  // In doubles, because the clock counts in much smaller steps and may not reach back to 2001 in
+  // its own type.
   return {duration<double>(system_clock::now() - reference).count()};
 }
 
 }  // namespace
 
 Date currentDate() {
-  // Called without the lock, so that a clock may itself ask for the time or set another.
+  // Called without the lock, so that a clock may ask for the time or set another clock.
   const auto clock = latestClock();
   return clock ? (*clock)() : systemDate();
 }

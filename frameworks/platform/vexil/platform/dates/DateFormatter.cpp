@@ -39,10 +39,10 @@ std::unique_ptr<icu::TimeZone> zoneNamed(const std::string& name) {
                    : icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
 }
 
-/// The locale of a name, the user's where there is none. A bogus one, of which ICU could make
-/// nothing, must not reach ICU again: it crashes there.
+/// The locale of a name, or the user's when the name is empty. A bogus locale, which ICU made of a
+/// name it could not read, must not be given to ICU again: ICU crashes.
 icu::Locale localeNamed(const std::string& name) {
-  // To ICU a name would end at its first NUL, and so be another one.
+  // ICU takes a name to end at its first NUL, so it would read another name.
   if (name.find('\0') != std::string::npos) {
     return icu::Locale::getRoot();
   }
@@ -58,8 +58,8 @@ std::unique_ptr<DateFormat> formatOf(FormatStyle date, FormatStyle time,
 
 }  // namespace
 
-/// Making a format takes fifty times as long as using it, and a list of dates alternates between
-/// two.
+/// Keeps formats, because making one takes fifty times as long as using it, and a list of dates
+/// alternates between two.
 struct DateFormatter::Formats {
   std::string locale;
   std::map<std::pair<FormatStyle, FormatStyle>, std::unique_ptr<DateFormat>> byStyles;
@@ -121,7 +121,7 @@ void DateFormatter::setLocaleIdentifier(std::string identifier) {
 }
 
 void DateFormatter::setTimeZoneName(std::string name) {
-  // What ICU gives for any name that it does not know.
+  // ICU returns this zone for any name that it does not know.
   icu::UnicodeString known;
   if (!name.empty() &&
       zoneNamed(name)->getID(known) == UNICODE_STRING_SIMPLE(UCAL_UNKNOWN_ZONE_ID)) {
