@@ -8,12 +8,12 @@
 
 namespace vexil::platform {
 
-/// A service that was found on the network: its name, type and domain, each a string or absent,
-/// with the final dots that DNS names have ("_ipp._tcp.", "local."). It never changes. Two services
-/// are equal when all three values are.
+/// A service on the network: its name, type and domain. Each is a string or absent, with the final
+/// dot that DNS names have ("_ipp._tcp.", "local."). A service never changes. Two services are
+/// equal when all three values are.
 ///
-/// A service can be read on any number of threads. A derived class may override `isEqual` and
-/// `hash`. It cannot change the three values, `identifier` or `caseFoldedDomain`.
+/// Any number of threads may read a service. A derived class may override `isEqual` and `hash`. It
+/// cannot change the three values, `identifier` or `caseFoldedDomain`.
 class NetService : public Object {
  public:
   NetService(Value name, Value type, Value domain);
@@ -24,25 +24,25 @@ class NetService : public Object {
   [[nodiscard]] const Value& domain() const noexcept { return _domain; }
 
   /// Domain, type and name as one text, separated by colons: "local.:_ipp._tcp.:Office". An absent
-  /// one reads "(null)". It is made when it is first asked for, and kept where all three are
-  /// strings or absent.
+  /// value becomes "(null)". The text is made on the first call. It is kept when all three values
+  /// are strings or absent.
   [[nodiscard]] Value identifier() const {
     const Value* kept = _identifier.ifMade();
     return kept != nullptr ? *kept : makeIdentifier();
   }
 
-  /// The domain without its differences of case, as `caseFolded` has it; absent when the domain is
-  /// no string. It is made when it is first asked for, and kept.
+  /// The domain with differences of case removed, as `caseFolded` returns it; absent when the
+  /// domain is no string. It is made on the first call and kept.
   [[nodiscard]] Value caseFoldedDomain() const;
 
-  /// Whether all three values are equal; asks no derived class.
+  /// Whether all three values are equal. It does not call what a derived class overrides.
   [[nodiscard]] bool hasValuesOf(const NetService& other) const;
 
   [[nodiscard]] bool isEqual(const Object& other) const override;
   [[nodiscard]] std::size_t hash() const override;
 
  private:
-  /// A value that is made by whichever thread first asks for it.
+  /// A value that is made when it is first asked for, on any thread.
   class KeptValue {
    public:
     KeptValue() = default;

@@ -12,8 +12,9 @@
 #include <string_view>
 #include <vector>
 
-/// Boards on which a program lays what is copied or dragged, in several types at once, and from
-/// which it is taken. They live in this process; an adapter connects one with a desktop's own.
+/// Pasteboards: a program puts what is copied or dragged on a board, in several types at once, and
+/// takes it from there. Boards live in this process. An adapter can connect one with the board of a
+/// desktop.
 ///
 ///     const auto board = Pasteboard::general();
 ///     board->clearContents();
@@ -21,46 +22,47 @@
 ///     ...
 ///     const auto dropped = board->readObjects({pasteboardReadingClass<Schedule>()});
 ///
-/// What is asked when. An object that is written is asked for its types; then, type by type, for
-/// the type's options and, unless these promise the data, for the data, all of it once. Promised
-/// data is asked for when somebody first wants it, and then once, whatever comes of it: what came
-/// is kept. So data that costs something, such as a file, is only made for someone who takes it.
+/// What is asked when. A board that writes an object asks it for its types. Then it asks, type by
+/// type, for the type's options and, unless these promise the data, for the data. It asks for each
+/// of these once. Promised data is asked for when somebody first wants it, also only once: the
+/// board keeps the answer, even when there is none. So data that is costly to make, such as a file,
+/// is made only when somebody takes it.
 ///
-/// Ownership. A board holds an object that has promised something until the last of its promises
-/// has been asked for, the contents are cleared, or the board is gone; other objects it does not
-/// hold. Boards and items hold themselves while one of their operations is at work.
+/// Ownership. A board holds an object that promised something until the last of its promises was
+/// asked for, the contents are cleared, or the board is destroyed. It does not hold other objects.
+/// Boards and items keep themselves alive during their operations.
 ///
-/// Re-entrancy. Objects and classes that are asked may use the board, let go of it and of its
-/// items, and change the lists that an operation was handed, which goes on with what it was handed.
-/// A board that is cleared while objects are being written takes none of them. Clearing takes back
-/// promises, also those of items that somebody still holds; what has been given stays readable
-/// there. An object that is asked for promised data and asks for the same gets nothing, as that is
-/// not there yet.
+/// Re-entrancy. Objects and classes that are asked may use the board, release it and its items, and
+/// change the lists that an operation was given: the operation goes on with the lists as they were.
+/// A board that is cleared while objects are being written takes none of them. Clearing also takes
+/// back the promises of items that somebody still holds; data that was already given stays readable
+/// there. An object that asks for the very data it is being asked for gets nothing, because the
+/// data is not there yet.
 ///
-/// Errors. What an object throws passes through to whoever caused it to be asked: nothing is
-/// written then, and a promise has come to nothing. Bad data is absent data.
+/// Errors. What an object throws passes through to the caller of the operation that asked it. Then
+/// nothing is written, and a promise counts as asked for, without data. Bad data is absent data.
 ///
-/// Types are compared by `typeIdentifiersAreEqual`, wherever one is named here. A board and what is
-/// on it belong to one thread at a time, the one of the user interface.
+/// All operations compare types with `typeIdentifiersAreEqual`. Only one thread at a time, that of
+/// the user interface, may use a board and what is on it.
 namespace vexil::platform {
 
 class Pasteboard;
 
-/// How objects are written, with the number that stands for it outside of this program.
+/// How objects are written. The number stands for the option outside of this program.
 enum class PasteboardWritingOptions : unsigned {
   none = 0,
   promised = 512,  ///< The data is asked for only when somebody wants it.
 };
 
-/// How data is read, with the numbers that stand for it outside of this program.
+/// How data is read. The numbers stand for the options outside of this program.
 enum class PasteboardReadingOptions : unsigned {
   asData = 0,          ///< As the bytes: `PasteboardItem::dataForType`.
   asString = 1,        ///< As text: `PasteboardItem::stringForType`.
   asPropertyList = 2,  ///< As a value: `PasteboardItem::propertyListForType`.
 };
 
-/// What can be written to a board. The board is named in questions so that an answer may depend on
-/// it; a null pointer asks in general.
+/// What can be written to a board. Each question names the board, so that the answer may depend on
+/// it; a null pointer asks for the answer in general.
 class PasteboardWriting {
  public:
   PasteboardWriting() = default;
@@ -68,7 +70,7 @@ class PasteboardWriting {
   PasteboardWriting& operator=(const PasteboardWriting&) = delete;
   virtual ~PasteboardWriting() = default;
 
-  /// The types that the object can be had in. The order is that of preference: a consumer takes the
+  /// The types in which the object is available, in the order of preference: a consumer takes the
   /// first one that it understands.
   [[nodiscard]] virtual std::vector<std::string> writableTypesForPasteboard(
       const Pasteboard* pasteboard) const = 0;
@@ -78,26 +80,26 @@ class PasteboardWriting {
     return PasteboardWritingOptions::none;
   }
 
-  /// Data as it is; a string, which is the same as its bytes in UTF-8; or another property list,
-  /// which is the same as its bytes in the binary format. Absent, or something that is no property
-  /// list, when there is nothing in this type.
+  /// What the object is in this type: data; a string, which means its bytes in UTF-8; or any other
+  /// property list, which means its bytes in the binary format. Absent, or a value that is no
+  /// property list, when there is nothing in this type.
   [[nodiscard]] virtual Value pasteboardPropertyListForType(std::string_view type) const = 0;
 };
 
-/// A class whose objects can be read from a board: its class operations as a value. Made by
-/// `pasteboardReadingClass`.
+/// A class whose objects can be read from a board: its class operations as a value.
+/// `pasteboardReadingClass` makes it.
 struct PasteboardReadingClass {
-  /// The types, those first in which the class would rather read.
+  /// The types that the class can read, in the order of preference.
   std::vector<std::string> (*readableTypesForPasteboard)(const Pasteboard* pasteboard);
   PasteboardReadingOptions (*readingOptionsForTypePasteboard)(std::string_view type,
                                                               const Pasteboard* pasteboard);
-  /// A new object; a null pointer when it cannot be made of this after all.
+  /// A new object; a null pointer when it cannot be made of this value.
   std::shared_ptr<Object> (*initWithPasteboardPropertyListOfType)(const Value& propertyList,
                                                                   std::string_view type);
 };
 
-/// The class operations of `Class`: its static functions of the names above. Without one for the
-/// options it reads data.
+/// The class operations of `Class`: its static functions with the names above. A class without a
+/// function for the options reads data.
 template <std::derived_from<Object> Class>
 constexpr PasteboardReadingClass pasteboardReadingClass() {
   return {
@@ -117,7 +119,7 @@ constexpr PasteboardReadingClass pasteboardReadingClass() {
 /// One thing on a board, in all its types.
 class PasteboardItem : public std::enable_shared_from_this<PasteboardItem> {
  public:
-  // For boards; the key has no other owner.
+  // Only boards can make a key.
   class Key {
     friend class Pasteboard;
     Key() = default;
@@ -125,13 +127,13 @@ class PasteboardItem : public std::enable_shared_from_this<PasteboardItem> {
   PasteboardItem(Key key, std::shared_ptr<const PasteboardWriting> object,
                  const Pasteboard* pasteboard);
 
-  /// The types in the object's order, of types that are the same the first. Those for which nothing
-  /// came when the object was written are not among them; promised ones are, whatever comes of the
-  /// promise.
+  /// The types in the object's order. When two types are the same, only the first is there. A type
+  /// for which the object gave nothing when it was written is left out. A promised type is there
+  /// even when the promise gives nothing.
   [[nodiscard]] std::vector<std::string> types() const;
 
-  // What the item holds in one of its types, where needed by asking for what was promised. Absent
-  // for other types, and where nothing came.
+  // What the item holds in a type. Asks the object when the data was promised. Absent when the item
+  // does not have the type, or the object gave nothing.
 
   /// The bytes, as data.
   [[nodiscard]] Value dataForType(std::string_view type);
@@ -139,10 +141,11 @@ class PasteboardItem : public std::enable_shared_from_this<PasteboardItem> {
   /// The text: a string, or bytes that are UTF-8.
   [[nodiscard]] Value stringForType(std::string_view type);
 
-  /// A string as it is, and bytes as the property list that they are in any format. Bytes of the
-  /// two types whose content is text need not be one: under `NSPasteboardTypeString` they are read
-  /// as a string, and under `kUTTypeFileURL` too when they are a URL, or UTF-8 and no property
-  /// list. So the URL of a file arrives as a string, whoever wrote it.
+  /// A string as it is; bytes as the property list that they are, in any format. There are two
+  /// types whose bytes may be plain text instead. Under `NSPasteboardTypeString` bytes are always
+  /// read as a string. Under `kUTTypeFileURL` they are read as a string when they are a URL, or are
+  /// UTF-8 and no property list. So the URL of a file arrives as a string, whichever program wrote
+  /// it.
   [[nodiscard]] Value propertyListForType(std::string_view type);
 
  private:
@@ -150,14 +153,14 @@ class PasteboardItem : public std::enable_shared_from_this<PasteboardItem> {
   struct Content {
     std::string type;
     bool isPromised;
-    Value value;  // data or a string; absent while it is promised, and when nothing came
+    Value value;  // data or a string; absent while promised, or when the object gave nothing
   };
 
   [[nodiscard]] Value contentOf(std::string_view type);
   [[nodiscard]] bool has(std::string_view type) const;
   void takeBackPromises();
 
-  std::shared_ptr<const PasteboardWriting> _object;  // while it has promised something
+  std::shared_ptr<const PasteboardWriting> _object;  // while there are promises
   std::vector<Content> _contents;
 };
 
@@ -175,26 +178,27 @@ class Pasteboard : public std::enable_shared_from_this<Pasteboard> {
   /// The board for copying and pasting.
   [[nodiscard]] static std::shared_ptr<Pasteboard> general();
 
-  /// The board of a name, the same each time; it is made at the first and lives as long as the
-  /// program.
+  /// The board with a name, the same one each time. The first call makes it. It lives as long as
+  /// the program.
   [[nodiscard]] static std::shared_ptr<Pasteboard> named(const std::string& name);
 
-  /// A new board without a name, for whoever is given it.
+  /// A new board without a name. The caller decides who gets it.
   [[nodiscard]] static std::shared_ptr<Pasteboard> unnamed();
 
   [[nodiscard]] const std::string& name() const noexcept { return _name; }
 
-  /// How often the contents have been cleared: another number than last time means other contents.
+  /// How often the contents were cleared. When the number differs from an earlier one, the contents
+  /// are others.
   [[nodiscard]] std::int64_t changeCount() const noexcept { return _changeCount; }
 
-  /// Takes everything off the board, and returns the new change count. Whoever is about to write
-  /// begins with this.
+  /// Removes everything from the board and returns the new change count. Code that is about to
+  /// write must call this first.
   std::int64_t clearContents();
 
-  /// Adds an item for each object, in their order, behind those already there. An object without
-  /// content in any type makes none. Whether all of them made one; false, with nothing added, also
-  /// when the board was cleared meanwhile. Throws `InvalidArgument` for a null pointer, with
-  /// nothing asked or added.
+  /// Adds an item for each object, in their order, behind the items already there. An object
+  /// without content in any type gets no item. Returns true when all objects got one. Returns false
+  /// and adds nothing when the board was cleared meanwhile. Throws `InvalidArgument` when a pointer
+  /// is null; then it asks for nothing and adds nothing.
   bool writeObjects(const std::vector<std::shared_ptr<const PasteboardWriting>>& objects);
 
   /// The items as they are now, in order.
@@ -210,9 +214,10 @@ class Pasteboard : public std::enable_shared_from_this<Pasteboard> {
   [[nodiscard]] Value stringForType(std::string_view type);
   [[nodiscard]] Value propertyListForType(std::string_view type);
 
-  /// An object for each item that one of the classes reads: made by the first class in the order
-  /// given, of the first of its types, that the item has and that yields one. Types in which an
-  /// item holds nothing are passed over. Nothing is asked for but the types that are tried.
+  /// Returns an object for each item that one of the classes can read. For an item, it tries the
+  /// classes in the order given, and the types of a class in the order of the class. The first
+  /// object that is made counts. It skips types in which the item holds nothing. It asks for no
+  /// other types than those it tries.
   [[nodiscard]] std::vector<std::shared_ptr<Object>> readObjects(
       const std::vector<PasteboardReadingClass>& classes);
 

@@ -32,7 +32,7 @@ bool isIn(std::string_view set, char character) {
   return set.find(character) != std::string_view::npos;
 }
 
-/// Whether a part of a URL has only what any part may hold, and `more`.
+/// Whether a part of a URL has only the characters that any part may have, and those in `more`.
 bool consistsOfPlainCharactersAnd(std::string_view more, std::string_view part) {
   for (std::size_t at = 0; at < part.size(); ++at) {
     const char character = part[at];
@@ -61,7 +61,7 @@ bool isPort(std::string_view text) {
   return std::ranges::all_of(text, [](char character) { return isIn(decimalDigits, character); });
 }
 
-/// Whether a text is what may stand in brackets: an address of version 6, or of one to come.
+/// Whether a text may stand in brackets: an address of IP version 6 or of a future version.
 bool isAddress(std::string_view text) {
   if (text.starts_with('v') || text.starts_with('V')) {
     const std::size_t dot = std::min(text.find('.'), text.size());
@@ -72,7 +72,7 @@ bool isAddress(std::string_view text) {
            address.find_first_of("%@") == std::string_view::npos &&
            consistsOfPlainCharactersAnd("", address);
   }
-  text = text.substr(0, text.find("%25"));  // behind it stands the zone of a local address
+  text = text.substr(0, text.find("%25"));  // what follows is the zone of a local address
   std::array<char, INET6_ADDRSTRLEN> copy{};
   if (text.size() >= copy.size() || text.find('\0') != std::string_view::npos) {
     return false;
@@ -82,7 +82,7 @@ bool isAddress(std::string_view text) {
   return ::inet_pton(AF_INET6, copy.data(), &address) == 1;
 }
 
-/// Whether a text is a host, with a user in front and a port behind where they are named.
+/// Whether a text is a host, with an optional user in front and an optional port behind.
 bool isAuthority(std::string_view text) {
   if (const std::size_t at = text.find('@'); at != std::string_view::npos) {
     if (!consistsOfPlainCharactersAnd("", text.substr(0, at))) {
@@ -107,7 +107,7 @@ struct URLParts {
   std::string_view path;
 };
 
-/// The parts of a URL, as RFC 3986 divides it; absent of other texts.
+/// The parts of a URL, as RFC 3986 divides it; nothing when the text is no URL.
 std::optional<URLParts> partsOf(std::string_view url) {
   URLParts parts;
   for (const char mark : {'#', '?'}) {
@@ -156,7 +156,7 @@ bool isURL(std::string_view text) noexcept {
 FileURL::FileURL(const std::filesystem::path& path, bool isDirectory)
     : _path(path.empty() ? std::filesystem::current_path() : std::filesystem::absolute(path)),
       _isDirectory(isDirectory) {
-  // What a path with a slash at its end is named, and where it lies, would depend on the slash.
+  // Without this, the name and the parent of a path would depend on a slash at its end.
   if (!_path.has_filename() && _path.has_relative_path()) {
     _path = _path.parent_path();
   }
@@ -210,7 +210,7 @@ FileURL temporaryDirectory() {
 
 namespace {
 
-/// To the system a path ends at its first NUL, so it would name another place.
+/// The system takes a path to end at its first NUL, so it would use another location.
 bool hasNUL(const FileURL& place) {
   return place.path().native().find('\0') != std::string::npos;
 }
@@ -222,7 +222,7 @@ bool createDirectory(const FileURL& directory) noexcept try {
     return false;
   }
   std::error_code error;
-  // An existing parent is no failure, and what else goes wrong shows in the last step.
+  // An existing parent is no failure, and the last step finds any other error.
   std::filesystem::create_directories(directory.path().parent_path(), error);
   return ::mkdir(directory.path().c_str(), S_IRWXU) == 0;
 } catch (...) {
@@ -231,23 +231,24 @@ bool createDirectory(const FileURL& directory) noexcept try {
 
 namespace {
 
-/// A new file in a directory, which is gone at the end unless it was given its name.
-class UnnamedFile {
+/// A new file with a temporary name. The destructor removes it unless `renameTo` gave it another
+/// name.
+class TemporaryFile {
  public:
-  explicit UnnamedFile(const std::filesystem::path& directory) {
+  explicit TemporaryFile(const std::filesystem::path& directory) {
     do {
-      _path = directory / ("." + nameOfNobodyElse());
+      _path = directory / ("." + uniqueName());
       _descriptor = ::open(_path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
     } while (_descriptor < 0 && errno == EEXIST);
-    _isUnnamed = _descriptor >= 0;
+    _isTemporary = _descriptor >= 0;
   }
-  UnnamedFile(const UnnamedFile&) = delete;
-  UnnamedFile& operator=(const UnnamedFile&) = delete;
-  ~UnnamedFile() {
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  ~TemporaryFile() {
     if (_descriptor >= 0) {
       ::close(_descriptor);
     }
-    if (_isUnnamed) {
+    if (_isTemporary) {
       ::unlink(_path.c_str());
     }
   }
@@ -263,22 +264,22 @@ class UnnamedFile {
     return _descriptor >= 0;
   }
 
-  /// Has everything written to the disk and closes the file; some file systems only notice now
-  /// that there is no room.
+  /// Writes everything to the disk and closes the file. Some file systems notice only now that
+  /// there is no room.
   [[nodiscard]] bool close() {
     const bool isFlushed = ::fsync(_descriptor) == 0;
     return ::close(std::exchange(_descriptor, -1)) == 0 && isFlushed;
   }
 
-  [[nodiscard]] bool takeName(const std::filesystem::path& path) {
-    _isUnnamed = ::rename(_path.c_str(), path.c_str()) != 0;
-    return !_isUnnamed;
+  [[nodiscard]] bool renameTo(const std::filesystem::path& path) {
+    _isTemporary = ::rename(_path.c_str(), path.c_str()) != 0;
+    return !_isTemporary;
   }
 
  private:
-  /// A name that is another one at each call. Files of crashed processes are left with theirs, so
-  /// the number of the process, which comes again, does not do.
-  static std::string nameOfNobodyElse() {
+  /// A different name at each call. Files of crashed processes keep their names, and process
+  /// numbers come again, so a process number alone is not enough.
+  static std::string uniqueName() {
     if (auto name = randomUUID()) {
       return *std::move(name);
     }
@@ -289,7 +290,7 @@ class UnnamedFile {
 
   std::filesystem::path _path;
   int _descriptor = -1;
-  bool _isUnnamed = false;
+  bool _isTemporary = false;
 };
 
 }  // namespace
@@ -298,8 +299,8 @@ bool writeFileAtomically(const FileURL& file, std::span<const std::byte> bytes) 
   if (hasNUL(file)) {
     return false;
   }
-  UnnamedFile unnamed(file.path().parent_path());
-  return unnamed.write(bytes) && unnamed.close() && unnamed.takeName(file.path());
+  TemporaryFile temporary(file.path().parent_path());
+  return temporary.write(bytes) && temporary.close() && temporary.renameTo(file.path());
 } catch (...) {
   return false;
 }

@@ -13,7 +13,7 @@ const Value& NetService::KeptValue::get(const Make& make) const {
   const Value* kept = ifMade();
   if (kept == nullptr) {
     auto made = std::make_unique<const Value>(make());
-    // Of two threads that make it at once, one keeps its own.
+    // When two threads make it at once, the first one's is kept.
     if (_value.compare_exchange_strong(kept, made.get(), std::memory_order_acq_rel,
                                        std::memory_order_acquire)) {
       kept = made.release();
@@ -28,12 +28,11 @@ NetService::NetService(Value name, Value type, Value domain)
 NetService::~NetService() = default;
 
 Value NetService::makeIdentifier() const {
-  // Copies, here and below: where a part is an object, it may let go of the service when it is
-  // asked.
+  // Copies, here and below: when a value is an object, asking it may destroy this service.
   const auto make = [name = _name, type = _type, domain = _domain] {
     return Value(domain.displayText() + ":" + type.displayText() + ":" + name.displayText());
   };
-  // An object's description may be another the next time.
+  // An object may describe itself differently the next time, so its text is not kept.
   const auto stays = [](const Value& part) { return part.isString() || part.isAbsent(); };
   return stays(_domain) && stays(_type) && stays(_name) ? _identifier.get(make) : make();
 }

@@ -15,7 +15,8 @@ namespace vexil::platform {
 
 namespace {
 
-/// What an object gave, as an item keeps it: data or a string, else absent.
+/// What an object gave, in the form that an item keeps: data or a string; absent for what is no
+/// property list.
 Value content(const Value& given) {
   if (given.isString() || given.kind() == Value::Kind::data) {
     return given;
@@ -24,7 +25,7 @@ Value content(const Value& given) {
   return bytes ? Value::data(*bytes) : Value();
 }
 
-/// Bytes as text; absent when they are no UTF-8.
+/// Bytes as text; absent when they are not UTF-8.
 Value text(std::span<const std::byte> bytes) {
   const std::string_view text = detail::textOf(bytes);
   return detail::endOfValidUTF8(text) ? Value() : Value(text);
@@ -34,7 +35,7 @@ Value propertyList(std::span<const std::byte> bytes, std::string_view type) {
   if (typeIdentifiersAreEqual(type, NSPasteboardTypeString)) {
     return text(bytes);
   }
-  // A URL may well read as a property list of the text format, though as another one.
+  // A URL can also be read as a property list of the text format, but with another meaning.
   const bool isOfURLs = typeIdentifiersAreEqual(type, kUTTypeFileURL);
   if (isOfURLs && isURL(detail::textOf(bytes))) {
     return text(bytes);
@@ -92,16 +93,16 @@ Value PasteboardItem::contentOf(std::string_view type) {
     return {};
   }
   if (found->isPromised) {
-    // Whoever is asked may let go of this item.
+    // The object that is asked may release this item.
     const auto self = shared_from_this();
     found->isPromised = false;
-    // The last question may be the last that keeps the object.
+    // The last promise may be what keeps the object alive.
     const auto object = _object;
     if (std::ranges::none_of(_contents, &Content::isPromised)) {
       _object.reset();
     }
     found->value = content(object->pasteboardPropertyListForType(found->type));
-    return found->value;  // while this item is held
+    return found->value;  // here, because `self` keeps this item alive
   }
   return found->value;
 }
@@ -110,7 +111,7 @@ void PasteboardItem::takeBackPromises() {
   for (Content& content : _contents) {
     content.isPromised = false;
   }
-  // Letting go of the object may run code that uses the item.
+  // Releasing the object may run code that uses the item.
   const auto object = std::exchange(_object, nullptr);
 }
 
@@ -125,7 +126,7 @@ Value PasteboardItem::stringForType(std::string_view type) {
 }
 
 Value PasteboardItem::propertyListForType(std::string_view type) {
-  // Who is asked for the content may own the text of the type.
+  // The object that is asked may own the text of the type.
   const std::string asked(type);
   const Value content = contentOf(asked);
   return content.kind() == Value::Kind::data ? propertyList(content.bytes(), asked) : content;
@@ -140,7 +141,7 @@ std::shared_ptr<Pasteboard> Pasteboard::general() {
 }
 
 std::shared_ptr<Pasteboard> Pasteboard::named(const std::string& name) {
-  // Never destroyed: what is on the boards at the end of the program may use anything.
+  // Never destroyed, because objects on the boards may use anything when they are destroyed.
   static auto& boards = *new std::map<std::string, std::shared_ptr<Pasteboard>>;
   std::shared_ptr<Pasteboard>& board = boards[name];
   if (!board) {
@@ -167,7 +168,7 @@ bool Pasteboard::writeObjects(
     throw InvalidArgument("a null pointer cannot be written to a pasteboard");
   }
   const std::int64_t count = _changeCount;
-  // Whoever is asked may change the array and let go of this board.
+  // The objects that are asked may change the array and release this board.
   const std::vector asked(objects);
   const auto self = shared_from_this();
   std::vector<std::shared_ptr<PasteboardItem>> written;
@@ -224,7 +225,7 @@ Value Pasteboard::propertyListForType(std::string_view type) {
 
 std::vector<std::shared_ptr<Object>> Pasteboard::readObjects(
     const std::vector<PasteboardReadingClass>& classes) {
-  // Whoever is asked may change the array and let go of this board.
+  // The objects that are asked may change the array and release this board.
   const std::vector asked(classes);
   const auto self = shared_from_this();
   std::vector<std::shared_ptr<Object>> objects;
