@@ -54,7 +54,7 @@ int PollLoop::pollAll(pollfd* ours, unsigned count, int timeout, void* loop) noe
       return -1;
     }
     if (ready < 0) {
-      // The library would poll again, and the program never get to see its signal.
+      // On an error the library would poll again, and the program would never see its signal.
       for (pollfd& entry : all) {
         entry.revents = 0;
       }

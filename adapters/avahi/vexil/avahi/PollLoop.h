@@ -12,31 +12,32 @@ struct AvahiSimplePoll;
 
 namespace vexil::avahi {
 
-/// An event loop over poll(2), for a program that has none which the daemon's client library can
-/// use. A host of a toolkit gives the browser the toolkit's own loop instead (for GLib that is
-/// `avahi_glib_poll_get`) and needs none of this.
+/// An event loop over poll(2), for a program that has no loop which the daemon's client library can
+/// use. A host with a toolkit does not need it: it gives the browser the toolkit's own loop (for
+/// GLib, `avahi_glib_poll_get`).
 ///
-/// The program keeps its `while`: each turn is a call of `wait`, which also watches descriptors of
-/// the program's own. No thread is started. To be used by one thread at a time; it must outlive
-/// every browser that was made with it.
+/// The program keeps its own `while` loop and calls `wait` in each turn. `wait` can also watch
+/// descriptors of the program. It starts no thread. Only one thread at a time may use it, and it
+/// must outlive every browser that was made with it.
 class PollLoop {
  public:
-  /// Raises `std::system_error` when the system gives no descriptors for it.
+  /// Throws `std::system_error` when the system gives no descriptors for it.
   PollLoop();
   PollLoop(const PollLoop&) = delete;
   PollLoop& operator=(const PollLoop&) = delete;
   ~PollLoop();
 
-  /// The loop as the client library wants it; belongs to this object.
+  /// The loop in the form that the client library needs. It belongs to this object.
   [[nodiscard]] const AvahiPoll& poll() const noexcept;
 
-  /// Waits until there is something to do for a browser or one of `others` is ready, at most
-  /// `timeout` (less than zero: without end), and does what there is to do for one browser: its
-  /// handlers are called in here. May return early with nothing done, always so when the thread
-  /// has handled a signal; call it again.
+  /// Waits until there is something to do for a browser or one of `others` is ready, but at most
+  /// `timeout` (without limit when it is negative). Then it does what there is to do for one
+  /// browser, and calls its handlers. It may return early with nothing done, and always does when
+  /// the thread has handled a signal; the caller then calls it again.
   ///
-  /// `others` are the program's own, filled in as by poll(2); true when one of them has `revents`.
-  /// Raises `std::system_error` when poll(2) fails. Not to be called by a handler.
+  /// `others` are the program's own descriptors, filled in as for poll(2). Returns true when one of
+  /// them has `revents`. Throws `std::system_error` when poll(2) fails. A handler must not call
+  /// this.
   bool wait(std::chrono::milliseconds timeout, std::span<pollfd> others = {});
 
  private:

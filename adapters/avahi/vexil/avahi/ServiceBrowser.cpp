@@ -20,11 +20,12 @@ namespace vexil::avahi {
 
 namespace {
 
-/// How long until the next try where nobody tells when one is worth it: while there is no bus, and
-/// after the daemon has refused.
+/// The time until the next try, when no event says when to try: while there is no bus, and after
+/// the daemon has refused.
 constexpr unsigned kMillisecondsToNextTry = 2000;
 
-/// Runs what the client library has called for; an exception must not reach its frames.
+/// Runs work in a callback of the client library, and keeps exceptions out of that library's
+/// frames.
 template <class Work>
 void guarded(const Work& work) noexcept {
   try {
@@ -48,7 +49,7 @@ std::string serviceType(std::string_view text) {
   const char* const name = type.c_str();
   const bool isValid =
       avahi_is_valid_service_type_strict(name) != 0 || avahi_is_valid_service_subtype(name) != 0;
-  // "_ipp._tcp.." and a zero in the middle are not seen by the library.
+  // The library does not notice "_ipp._tcp.." or a NUL in the middle.
   if (!isValid || type.ends_with('.') || type.find('\0') != type.npos) {
     throw platform::InvalidArgument("not the type of a service: " + std::string(text));
   }
@@ -68,7 +69,7 @@ ServiceBrowser::Handlers handlersOf(const std::shared_ptr<KRAVTWVServicesVexil>&
 
 }  // namespace
 
-/// What the client library calls back, so that it has an address of its own.
+/// The part that the client library calls back. It is separate so that its address stays the same.
 class ServiceBrowser::Session {
  public:
   Session(const AvahiPoll& loop, std::string_view type, Handlers handlers);
@@ -92,7 +93,7 @@ class ServiceBrowser::Session {
                 const char* type, const char* domain);
   void found(const Service& service);
   void lost(const Service& service);
-  /// Tells what was found and has not been told.
+  /// Reports the services in `_untold`.
   void tellFound();
   void loseAll(int error);
   void tryAgainIn(unsigned milliseconds);
@@ -103,13 +104,13 @@ class ServiceBrowser::Session {
   const std::string _shownType;
   const Handlers _handlers;
   AvahiTimeout* _nextTry = nullptr;
-  /// Frees what was made with it, the search included.
+  /// Also frees what was made with it, such as the search.
   std::unique_ptr<AvahiClient, ClientDeleter> _client;
   ServiceFold _services;
-  /// Of these, the ones that are not told yet, in the order in which they were found.
+  /// The services that were found but not reported yet, in the order in which they were found.
   std::vector<Service> _untold;
   State _state = State::waiting;
-  /// Why it waits.
+  /// Why the state is `waiting`; AVAHI_OK in other states.
   int _error = AVAHI_ERR_NO_DAEMON;
   bool _isMade = false;
 };
@@ -158,7 +159,8 @@ void ServiceBrowser::Session::clientChanged(AvahiClient* client, AvahiClientStat
     case AVAHI_CLIENT_S_REGISTERING:
     case AVAHI_CLIENT_S_RUNNING:
     case AVAHI_CLIENT_S_COLLISION:
-      // The daemon's trouble with the name of this host is none of those who look for others.
+      // A browser looks for other services, so a problem of the daemon with this host's name does
+      // not matter.
       if (_state == State::waiting) {
         search(client);
       }
@@ -167,8 +169,8 @@ void ServiceBrowser::Session::clientChanged(AvahiClient* client, AvahiClientStat
       loseAll(AVAHI_ERR_NO_DAEMON);
       break;
     case AVAHI_CLIENT_FAILURE: {
-      // A client that has failed stays so. Another one takes its place, but not in here, where
-      // this one is still at work.
+      // A client that has failed stays failed. Another one replaces it later, because this one is
+      // still in use here.
       const int error = avahi_client_errno(client);
       const bool hasEnded = error == AVAHI_ERR_DISCONNECTED;
       loseAll(hasEnded ? AVAHI_ERR_NO_DAEMON : error);
@@ -201,7 +203,7 @@ void ServiceBrowser::Session::search(AvahiClient* client) {
 void ServiceBrowser::Session::reported(AvahiBrowserEvent event, ServiceFold::Place place,
                                        const char* name, const char* type, const char* domain) {
   if (_state == State::waiting) {
-    return;  // the last words of a client that is about to be replaced
+    return;  // the last reports of a client that is about to be replaced
   }
   switch (event) {
     case AVAHI_BROWSER_NEW:

@@ -15,8 +15,8 @@ struct AvahiPoll;
 
 namespace vexil::avahi {
 
-/// Browsing could not begin: there is no message bus to reach the service daemon by, or the daemon
-/// refused. `what()` says why in the client library's words, `code()` is its number
+/// Browsing could not begin: there is no message bus to reach the service daemon, or the daemon
+/// refused. `what()` gives the reason in the client library's words, `code()` its number
 /// (AVAHI_ERR_...).
 class BrowsingFailed : public std::runtime_error {
  public:
@@ -27,25 +27,27 @@ class BrowsingFailed : public std::runtime_error {
   int _code;
 };
 
-/// Finds the services of one type on the network, through the system's service daemon, and tells
-/// when one comes and goes: to handlers, or straight to the collection that shows them.
+/// Finds the services of one type on the network, through the system's service daemon, and reports
+/// when a service comes or goes. It reports to handlers, or to the collection that shows the
+/// services.
 ///
-/// It starts no thread. Everything happens in the host's event loop, which it is given as the
-/// client library's `AvahiPoll`: that of a toolkit, or a `PollLoop`. The loop must outlive it. All
-/// of it belongs to the loop's thread.
+/// It starts no thread. Everything happens in the host's event loop, which it takes as the client
+/// library's `AvahiPoll`: the loop of a toolkit, or a `PollLoop`. The loop must outlive the
+/// browser. Only the loop's thread may use the browser.
 ///
-/// A service is told once, however many interfaces and protocols it is reached by (`ServiceFold`):
-/// found with the first, lost with the last. Type and domain have their final dot ("_ipp._tcp.",
-/// "local."), the name is plain UTF-8. It looks in the daemon's default domain.
+/// The browser reports a service once, however many interfaces and protocols reach it
+/// (`ServiceFold`): as found with the first, as lost with the last. Type and domain have their
+/// final dot ("_ipp._tcp.", "local."). The name is plain UTF-8. The browser looks in the daemon's
+/// default domain.
 ///
-/// The daemon may come and go. When it ends, all services are told lost; when it is back, or when
-/// it starts only after the browser, browsing begins anew by itself. The same when the message bus
-/// ends and comes back, which is tried every two seconds.
+/// The daemon may come and go. When it ends, the browser reports all services as lost. When it is
+/// back, or starts only after the browser was made, browsing begins again without help. The same
+/// holds when the message bus ends and comes back; the browser tries to reach it every two seconds.
 ///
-/// Nothing is told before the constructor has returned or after the destructor was entered; what
-/// was found stays in the collection when the browser goes. A handler must not destroy the browser.
-/// An exception out of a handler (or out of an observer of the collection) cannot pass through the
-/// client library: it is logged, and browsing goes on.
+/// The browser reports nothing before its constructor has returned or after its destructor was
+/// entered. When the browser is destroyed, the services it found stay in the collection. A handler
+/// must not destroy the browser. An exception from a handler (or from an observer of the
+/// collection) cannot pass through the client library: it is logged, and browsing goes on.
 ///
 ///     avahi::PollLoop loop;
 ///     const auto services = std::make_shared<KRAVTWVServicesVexil>();
@@ -58,42 +60,46 @@ class BrowsingFailed : public std::runtime_error {
 ///     }
 ///
 /// Cost: the client library waits for the daemon's answer when the browser is made and when the
-/// daemon has come back; a few milliseconds each.
+/// daemon has come back, a few milliseconds each time.
 class ServiceBrowser {
  public:
   using Service = std::shared_ptr<platform::NetService>;
 
   enum class State {
-    waiting,   ///< The daemon cannot be reached; no services are known.
+    waiting,   ///< The daemon cannot be reached. No services are known.
     browsing,  ///< The daemon looks for services.
-    settled,   ///< What is on the network now has been told; only news follow.
+    settled,   ///< All services on the network were reported. Only changes follow.
   };
 
-  /// What is called; each may be empty.
+  /// The functions that the browser calls. Each may be empty.
   struct Handlers {
     std::function<void(const Service&)> found;
-    /// With the object that `found` was called with.
+    /// Gets the same object as `found` did.
     std::function<void(const Service&)> lost;
-    /// `state()` has changed. `waiting` is told after all services are lost, `browsing` before the
-    /// first is found.
+    /// Called when `state()` has changed: for `waiting` after all services were reported as lost,
+    /// for `browsing` before the first is found.
     std::function<void(State)> stateChanged;
-    /// With one, services that are found while `browsing` are not told to `found` one by one, but
-    /// to this, many at once in the order in which they were found: what the daemon knows already,
-    /// and before `settled` the rest. One that is lost before it was told is never told.
+    /// When set, services found while `browsing` are not reported to `found` one by one, but to
+    /// this, many at once, in the order in which they were found: first those that the daemon knows
+    /// already, then the rest before `settled`. A service that is lost before it was reported is
+    /// never reported.
     std::function<void(const std::vector<Service>&)> foundMany = {};
-    /// With one, services that are lost because the daemon is are told to this, all at once.
+    /// When set, services that are lost because the daemon was lost are reported to this, all at
+    /// once.
     std::function<void(const std::vector<Service>&)> lostMany = {};
   };
 
-  /// Begins to browse for a type such as "_ipp._tcp", with or without its final dot; a subtype
-  /// ("_color._sub._ipp._tcp") is one too. That the daemon does not run is no error.
+  /// Begins to browse for a type such as "_ipp._tcp", with or without its final dot, or a subtype
+  /// such as "_color._sub._ipp._tcp". It is no error when the daemon does not run.
   ///
-  /// Raises `platform::InvalidArgument` when that is no type of a service, and `BrowsingFailed`.
+  /// Throws `platform::InvalidArgument` when `type` is no type of a service, and `BrowsingFailed`
+  /// when browsing could not begin.
   ServiceBrowser(const AvahiPoll& loop, std::string_view type, Handlers handlers);
 
-  /// The same, with `addService`, `removeService`, `addServices` and `removeServices` of a
-  /// collection as the handlers, so that a burst of services rebuilds its items once. The browser
-  /// keeps the collection alive. Several browsers can fill one collection, each with another type.
+  /// The same, with a collection: the handlers are its `addService`, `removeService`, `addServices`
+  /// and `removeServices`, so that many services at once rebuild its items once. The browser keeps
+  /// the collection alive. Several browsers, each for another type, can fill one collection. Throws
+  /// `platform::InvalidArgument` also when `services` is null.
   ServiceBrowser(const AvahiPoll& loop, std::string_view type,
                  const std::shared_ptr<KRAVTWVServicesVexil>& services);
 
@@ -106,7 +112,7 @@ class ServiceBrowser {
 
   [[nodiscard]] State state() const noexcept;
 
-  /// Why there is nothing to browse with, in the client library's words; empty unless waiting.
+  /// Why the browser waits, in the client library's words; empty when it does not wait.
   [[nodiscard]] std::string problem() const;
 
  private:

@@ -13,44 +13,44 @@
 
 namespace vexil::avahi {
 
-/// A name of DNS as the platform writes it, with the dot of the root at its end: "local" becomes
-/// "local.", "local." and "." stay, an empty name becomes ".". A dot that is escaped ("\.") belongs
-/// to a label and ends nothing.
+/// A DNS name in the form of the platform, with the dot of the root at its end: "local" becomes
+/// "local.", "local." and "." stay, an empty name becomes ".". An escaped dot ("\.") belongs to a
+/// label and is not a final dot.
 [[nodiscard]] std::string withFinalDot(std::string_view name);
 
 /// Makes one service of its copies. On a machine with several interfaces, each with two protocols,
-/// the daemon reports a service once for each of them, and its end likewise; a person sees one.
+/// the daemon reports a service and its end once for each of them. A person sees one service.
 ///
-/// A service is there from its first copy until its last one has gone, and is told apart from
-/// others by name, type and domain together, the latter two compared with their final dot. The
-/// services returned have that dot, and each is the same object from appearing to disappearing.
+/// A service exists from its first copy until its last one has gone. Name, type and domain together
+/// tell it apart from others; type and domain are compared with their final dot. The services
+/// returned have that dot. A service is the same object from appearing to disappearing.
 ///
-/// It knows nothing of the daemon and keeps no more than what is there now.
+/// This class knows nothing of the daemon and keeps only the services that exist now.
 class ServiceFold {
  public:
   using Service = std::shared_ptr<platform::NetService>;
 
-  /// Where a copy was seen: an interface and a protocol, by whatever numbers the source has.
+  /// Where a copy was seen: an interface and a protocol, in whatever numbers the source uses.
   struct Place {
     int interface = 0;
     int protocol = 0;
     friend auto operator<=>(const Place&, const Place&) = default;
   };
 
-  /// A copy was seen. Returns the service when this is its first one, null otherwise; the same copy
-  /// seen twice counts once.
+  /// Call when a copy was seen. Returns the service when this is its first copy, otherwise null.
+  /// The same copy seen twice counts once.
   Service appeared(std::string_view name, std::string_view type, std::string_view domain,
                    Place place);
 
-  /// A copy has gone. Returns the service when this was its last one; null while there are others,
-  /// or when this copy was never seen.
+  /// Call when a copy has gone. Returns the service when this was its last copy; null when there
+  /// are others, or when this copy was never seen.
   Service disappeared(std::string_view name, std::string_view type, std::string_view domain,
                       Place place);
 
-  /// Forgets everything and returns the services that were there, by domain, type and name.
+  /// Removes all services and returns them, sorted by domain, type and name.
   [[nodiscard]] std::vector<Service> clear();
 
-  /// How many services there are.
+  /// The number of services.
   [[nodiscard]] std::size_t size() const noexcept { return _entries.size(); }
 
  private:
