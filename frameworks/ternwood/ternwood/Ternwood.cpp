@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <ternwood/Ternwood.h>
 
-// Weak, one by one, so that a host replaces as many of them as it likes. The attribute stands on a
-// declaration of its own because GCC refuses it on a constant's definition.
+// Each constant is weak by itself, so that a host can replace as many of them as it likes. The
+// attribute stands on a separate declaration because GCC refuses it on the definition of a
+// constant.
 
 [[gnu::weak]] extern const std::string_view kTWEventUniqueID;
 constinit const std::string_view kTWEventUniqueID = "kTWEventUniqueID";
@@ -35,7 +36,8 @@ constinit const std::string_view kTWActiveEventActivity = "kTWActiveEventActivit
 [[gnu::weak]] extern const std::string_view kTWActiveEventEvent;
 constinit const std::string_view kTWActiveEventEvent = "kTWActiveEventEvent";
 
-// Values that nobody would type, since they meet other programs' types on a pasteboard.
+// These values must not collide with the types of other programs on a pasteboard, so they are not
+// their own names.
 [[gnu::weak]] extern const std::string_view kTWWorkspaceUTIEvent;
 constinit const std::string_view kTWWorkspaceUTIEvent = "org.ternwood.event";
 [[gnu::weak]] extern const std::string_view kTWWorkspaceUTISchedule;

@@ -5,14 +5,15 @@
 
 /// The constants of the host engine library that the presentation library reads.
 ///
-/// They are declared here and belong to the host. The library `ternwood` beside this header defines
-/// a stand-in for each, whose value is the constant's own name (so that a schedule file reads the
-/// same everywhere), as a weak symbol: a host that defines
+/// They are declared here and belong to the host. The library `ternwood` next to this header
+/// defines a stand-in for each, as a weak symbol. Except for the type identifiers and the file
+/// extension, the value of a stand-in is the constant's own name, so that a schedule file reads the
+/// same everywhere. A host that defines
 ///
 ///     const std::string_view kTWEventName = "com.example.event.name";
 ///
-/// in an object file of its own replaces that one, and the presentation library uses the host's.
-/// All of them are constant-initialised and can be used by other static objects.
+/// in an object file of its own replaces that stand-in, and the presentation library uses the
+/// host's constant. All of them are constant-initialised, so other static objects can use them.
 
 // Keys of an event record.
 extern const std::string_view kTWEventUniqueID;  ///< string: tells events apart
@@ -36,11 +37,11 @@ extern const std::string_view kTWTriggerDate;             ///< date: when it fir
 
 // Keys of an active event record.
 extern const std::string_view kTWActiveEventActiveID;  ///< string
-extern const std::string_view kTWActiveEventActivity;  ///< anything; handed on unchanged
+extern const std::string_view kTWActiveEventActivity;  ///< anything; passed on unchanged
 extern const std::string_view kTWActiveEventEvent;     ///< the event record that runs
 
-// The exchange of events: type identifiers of one event and of a schedule (an array of events), and
-// the extension of schedule files.
+// For the exchange of events: the type identifiers of one event and of a schedule (an array of
+// events), and the extension of schedule files.
 extern const std::string_view kTWWorkspaceUTIEvent;
 extern const std::string_view kTWWorkspaceUTISchedule;
 extern const std::string_view kTWWorkspaceFileExtensionSchedule;
