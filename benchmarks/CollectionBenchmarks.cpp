@@ -2,6 +2,7 @@
 // What it costs to keep the larger outlines up to date: events under their domains, triggers that
 // wait. As with the event list, what an observer counts is checked.
 #include <ternwood/Ternwood.h>
+#include <vexil/platform/RecordShape.h>
 
 #include <string>
 #include <utility>

@@ -11,6 +11,7 @@
 #include <plist/plist.h>
 #include <ternwood/Ternwood.h>
 #include <vexil/platform/PropertyList.h>
+#include <vexil/platform/RecordShape.h>
 
 #include <cstdlib>
 #include <ctime>

@@ -2,6 +2,7 @@
 #include "Records.h"
 
 #include <ternwood/Ternwood.h>
+#include <vexil/platform/RecordShape.h>
 
 #include <algorithm>
 #include <array>

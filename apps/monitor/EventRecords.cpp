@@ -4,6 +4,7 @@
 #include <ternwood/Ternwood.h>
 #include <vexil/KRAVTWVItemVexil.h>
 #include <vexil/platform/Bundle.h>
+#include <vexil/platform/RecordShape.h>
 
 #include <typeinfo>
 #include <utility>

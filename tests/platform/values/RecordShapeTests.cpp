@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 #include <vexil/platform/Error.h>
+#include <vexil/platform/RecordShape.h>
 #include <vexil/platform/Value.h>
 
 #include <string>

@@ -2,6 +2,7 @@
 // What is left behind when an allocation fails: nothing.
 #include <gtest/gtest.h>
 #include <vexil/platform/PropertyList.h>
+#include <vexil/platform/RecordShape.h>
 #include <vexil/platform/Value.h>
 
 #include <memory>

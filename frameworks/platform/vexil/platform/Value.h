@@ -362,6 +362,7 @@ class Value {
   }
 
   [[nodiscard]] static const std::shared_ptr<Object>& noObject() noexcept;
+  static const Value& absent() noexcept;
 
   /// Moves the content of `other` here and leaves `other` absent. Overwrites this value without
   /// dropping it.
@@ -418,35 +419,6 @@ class ArrayMaker {
   std::span<Value> _values;
 };
 
-/// The keys of many records, looked up once. This is the quick way to make records.
-///
-///     static const RecordShape shape({"id", "name"});
-///     Value record = shape.record({id, name});   // as Value::dictionary({{"id", id}, ...})
-class RecordShape {
- public:
-  /// The keys, in the order in which `record` takes their values. Throws `InvalidArgument` when a
-  /// key occurs twice.
-  // NOLINTNEXTLINE(google-explicit-constructor): a list of keys is not a shape by itself
-  explicit RecordShape(std::initializer_list<Key> keys);
-  explicit RecordShape(std::span<const Key> keys);
-  RecordShape(const RecordShape& other) noexcept;
-  RecordShape& operator=(RecordShape other) noexcept {
-    _shape.swap(other._shape);
-    return *this;
-  }
-  ~RecordShape();
-
-  /// A dictionary of these keys and of `values`, which are moved from. An absent value makes no
-  /// entry. Throws `InvalidArgument` when there are more or fewer values than keys.
-  [[nodiscard]] Value record(std::span<Value> values) const;
-  [[nodiscard]] Value record(std::initializer_list<Value> values) const;
-
- private:
-  void checkCount(std::size_t count) const;
-
-  detail::Reference<detail::Shape> _shape;
-};
-
 template <class Objects>
 Value Value::arrayOfObjects(const Objects& objects) {
   ArrayMaker array(std::size(objects));
@@ -463,34 +435,6 @@ Value Value::arrayOfObjects(const Objects& objects) {
 #include <vexil/platform/detail/ValueStorage.h>
 
 namespace vexil::platform {
-
-/// Reads one field of many records. Does the same as `record[key]`, and is quicker when neighbours
-/// have the same keys. A reader must not outlive the records it reads.
-class FieldReader {
- public:
-  explicit FieldReader(Key key) : _key(std::move(key)) {}
-
-  [[nodiscard]] const Value& operator()(const Value& record) noexcept {
-    if (record._tag != Value::tagDictionary) {
-      return record[_key];
-    }
-    const auto& container = *record.load<const detail::Container*>();
-    if (container.shape != _shape) {
-      _shape = container.shape;
-      _position = container.shape->find(_key);
-    }
-    return _position < container.shape->count ? container.values()[_position] : absent();
-  }
-
- private:
-  static const Value& absent() noexcept;
-
-  Key _key;
-  // Not held. The address could stand for other keys once the records are gone, so the reader must
-  // not outlive them.
-  const detail::Shape* _shape = nullptr;
-  std::uint32_t _position = 0;
-};
 
 inline std::span<const Value> Value::elements() const noexcept {
   return _tag == tagArray ? load<const detail::Container*>()->values() : std::span<const Value>();

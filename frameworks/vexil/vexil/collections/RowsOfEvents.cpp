@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <ternwood/Ternwood.h>
 #include <vexil/collections/RowsOfEvents.h>
+#include <vexil/platform/FieldReader.h>
 
 #include <algorithm>
 #include <span>

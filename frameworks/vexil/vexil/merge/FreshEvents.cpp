@@ -3,6 +3,7 @@
 #include <vexil/kinds/Event.h>
 #include <vexil/merge/FreshEvents.h>
 #include <vexil/merge/Prefetching.h>
+#include <vexil/platform/FieldReader.h>
 
 #include <algorithm>
 

@@ -2,6 +2,7 @@
 #include <ternwood/Ternwood.h>
 #include <vexil/merge/FreshItems.h>
 #include <vexil/platform/Error.h>
+#include <vexil/platform/FieldReader.h>
 
 namespace vexil::detail {
 

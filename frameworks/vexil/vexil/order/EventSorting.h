@@ -2,6 +2,7 @@
 // Internal to collections: event records by name and then by identifier.
 #pragma once
 
+#include <vexil/platform/FieldReader.h>
 #include <vexil/platform/Value.h>
 
 #include <compare>

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <vexil/platform/PropertyList.h>
+#include <vexil/platform/RecordShape.h>
 #include <vexil/platform/Value.h>
 
 #include <array>

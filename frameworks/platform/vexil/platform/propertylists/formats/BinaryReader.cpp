@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/platform/PropertyList.h>
+#include <vexil/platform/RecordShape.h>
 #include <vexil/platform/propertylists/PropertyListBuilder.h>
 #include <vexil/platform/propertylists/formats/BinaryBytes.h>
 #include <vexil/platform/texts/TextEncoding.h>
