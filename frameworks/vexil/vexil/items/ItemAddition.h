@@ -38,8 +38,8 @@ class ItemAddition {
     return std::span(_entries).subspan(_presentCount);
   }
 
-  /// Throws what an item threw when it was asked, or `InvalidArgument` for a null pointer. That item
-  /// and the items behind it are not among `added`.
+  /// Throws what an item threw when it was asked, or `InvalidArgument` for a null pointer. That
+  /// item and the items behind it are not among `added`.
   void throwFailure() const {
     if (_failure) {
       std::rethrow_exception(_failure);

@@ -2,9 +2,9 @@
 // The texts that the library brings, in every language that it speaks.
 #include <gtest/gtest.h>
 #include <vexil/KRAVTWVItemsVexil.h>
-#include <vexil/texts/EmbeddedStrings.h>
 #include <vexil/platform/Bundle.h>
 #include <vexil/platform/StringsTable.h>
+#include <vexil/texts/EmbeddedStrings.h>
 
 #include <algorithm>
 #include <set>
