@@ -39,101 +39,114 @@ std::uint64_t EventLineage::nextNumber() {
 /// Looks for the records of a fresh list among those held.
 class EventOrder::Search {
  public:
-  Search(const EventOrder& order, std::span<const Value> records)
-      : _order(order),
-        _held(order._known.elements()),
-        _records(records),
-        _isFound(order._known.elements().size()),
-        _isFarFlung(records.size() > nearby),
-        _isGuessing(order._lastPlaces.size() == records.size()) {
-    places.resize(records.size());
-  }
-
-  /// False when a record is none, or two have one identifier: then the list must be sorted.
-  [[nodiscard]] bool run() {
-    for (std::size_t begin = lookAtVeryObjects(); begin < _records.size(); begin += block) {
-      if (!lookAt(begin, std::min(begin + block, _records.size()))) {
-        return false;
-      }
-    }
-    if (found != _held.size()) {
-      startByPlace(_records.size());
-      differs = true;
-    }
-    return !foundTwice;
-  }
-
-  static constexpr Place nowhere = PlaceTable::nowhere;
-
-  /// A record that is new, or has got another name.
+  /// A record whose identifier or name is new.
   struct Newcomer {
     const Value* record;
     Place origin;
-    Place place = nowhere;  // in the new list, once that is known
+    Place place = PlaceTable::nowhere;  // in the new list, once that is known
   };
+
+  Search(const EventOrder& order, std::span<const Value> records)
+      : _order(order),
+        _held(order._knownList.elements()),
+        _records(records),
+        _isFound(order._knownList.elements().size()),
+        _isPrefetching(records.size() > countWithoutPrefetching),
+        _isTryingLastPlaces(order._lastPlaces.size() == records.size()) {
+    places.resize(records.size());
+  }
+
+  /// Returns false when the list must be sorted: a record is no dictionary or has no identifier, or
+  /// two records have the identifier of one held record.
+  [[nodiscard]] bool run() {
+    for (std::size_t begin = findObjectsSentAgain(); begin < _records.size(); begin += blockSize) {
+      if (!findBlock(begin, std::min(begin + blockSize, _records.size()))) {
+        return false;
+      }
+    }
+    if (foundCount != _held.size()) {
+      startFreshByPlace(_records.size());
+      differs = true;
+    }
+    return !_isFoundTwice;
+  }
+
   [[nodiscard]] std::size_t indexOf(const Newcomer& newcomer) const {
     return static_cast<std::size_t>(newcomer.record - _records.data());
   }
 
   std::vector<Place> places;  // of the records; nowhere for a newcomer
   std::vector<Newcomer> newcomers;
-  std::size_t found = 0;  // how many of those held are in the fresh list
-  bool differs = false;   // whether anything does
+  std::size_t foundCount = 0;  // how many of the held records are in the fresh list
+  bool differs = false;        // whether the fresh list, in order, differs from the one held
 
-  // The fresh records at the places of those held, and their origins; made when the first is found
-  // that is not surely the same.
-  std::optional<ArrayMaker> byPlace;
-  std::vector<Place> origins;
+  // By the places of the held records: the fresh records and their origins. Made when the first
+  // record is found that may differ from the held one.
+  std::optional<ArrayMaker> freshByPlace;
+  std::vector<Place> originsByPlace;
 
  private:
-  // Memory answers late: the things to look at are asked for a block at a time.
-  static constexpr std::size_t block = 32;
-  static constexpr std::size_t nearby = 2000;  // so many records lie in the nearer caches anyway
+  static constexpr Place nowhere = PlaceTable::nowhere;
 
-  std::size_t lookAtVeryObjects();
-  bool lookAt(std::size_t begin, std::size_t end);
+  // Memory is slow: a loop prefetches for a whole block before it reads the first record of it.
+  static constexpr std::size_t blockSize = 32;
+  static constexpr std::size_t countWithoutPrefetching = 2000;  // so many fit into the caches
+
+  struct Block {
+    Block(std::size_t first, std::size_t afterLast) : begin(first), end(afterLast) {}
+
+    std::size_t begin;
+    std::size_t end;
+    // By the index in the block. What no step has written is not initialized.
+    std::array<Place, blockSize> candidates;      // where the record is probably held
+    std::array<std::uint64_t, blockSize> hashes;  // of identifiers, for records without a candidate
+  };
+
+  std::size_t findObjectsSentAgain();
+  bool findBlock(std::size_t begin, std::size_t end);
+  void prefetchBlockAfter(const Block& block) const;
+  bool proposeCandidates(Block& block);
+  void lookUpOtherCandidates(Block& block) const;
+  void prefetchPartsOfCandidates(const Block& block) const;
+  bool compareWithCandidates(const Block& block);
+
+  bool findByIdentifier(std::size_t index, Place candidate);
+  [[nodiscard]] Place placeOf(const Value& identifier, Place candidate);
+  void compareWithHeld(std::size_t index, Place place);
+
   [[nodiscard]] bool isHeldAt(Place place, const Value& record) const {
     return place < _held.size() && _held[place].sharesStorageWith(record);
   }
-  [[nodiscard]] Place findExactly(const Value& identifier) const;
-  void settleEqual(std::size_t index, Place place);
-  bool settle(std::size_t index, Place candidate);
-  void find(std::size_t index, Place place) {
+  void noteFound(std::size_t index, Place place) {
     places[index] = place;
-    foundTwice |= _isFound[place] != 0;
+    _isFoundTwice |= _isFound[place] != 0;
     _isFound[place] = 1;
-    ++found;
+    ++foundCount;
   }
+  void noteEqual(std::size_t index, Place place);
+  void addNewcomer(std::size_t index, Place origin);
 
-  void startByPlace(std::size_t count) {
-    if (byPlace) {
-      return;
-    }
-    byPlace.emplace(_held.size());
-    origins.resize(_held.size(), nowhere);
-    for (std::size_t i = 0; i < count; ++i) {
-      put(places[i], places[i], _records[i]);
-    }
-  }
-  void put(Place place, Place origin, const Value& record) {
+  void startFreshByPlace(std::size_t foundBefore);
+  void putFreshAt(Place place, Place origin, const Value& record) {
     record.noteHint(place);
-    byPlace->set(place, record);
-    origins[place] = origin;
+    freshByPlace->set(place, record);
+    originsByPlace[place] = origin;
   }
 
   const EventOrder& _order;
   std::span<const Value> _held;
   std::span<const Value> _records;
-  std::vector<std::uint8_t> _isFound;
-  bool foundTwice = false;
-  bool _isFarFlung;
-  bool _isGuessing;  // that the records come in the order of last time
+  std::vector<std::uint8_t> _isFound;  // by the places of the held records
+  bool _isFoundTwice = false;
+  bool _isPrefetching;
+  bool _isTryingLastPlaces;  // until a record is not in the order of last time
   EventKeyReader _reader;
   EventKeyReader _heldReader;
 };
 
-/// Hosts often send the very objects again. Yields where the first is that is not held.
-std::size_t EventOrder::Search::lookAtVeryObjects() {
+/// Hosts often send the same objects again. Finds those at the beginning of the list. Returns the
+/// index of the first record that is another object than the held ones.
+std::size_t EventOrder::Search::findObjectsSentAgain() {
   constexpr std::size_t ahead = 16;
   std::size_t index = 0;
   for (; index < _records.size(); ++index) {
@@ -142,112 +155,116 @@ std::size_t EventOrder::Search::lookAtVeryObjects() {
     if (!record.isDictionary() || !isHeldAt(record.hint(), record)) {
       break;
     }
-    find(index, record.hint());
+    noteFound(index, record.hint());
   }
   return index;
 }
 
-bool EventOrder::Search::lookAt(std::size_t begin, std::size_t end) {
-  std::array<std::uint64_t, block> hashes;  // of those without a candidate at hand
-  std::array<Place, block> candidates;
-  const platform::detail::HashKeys hashKeys;
-  for (std::size_t i = end; _isFarFlung && i < std::min(end + block, _records.size()); ++i) {
+/// Returns false when the list must be sorted.
+bool EventOrder::Search::findBlock(std::size_t begin, std::size_t end) {
+  Block block(begin, end);
+  prefetchBlockAfter(block);
+  if (!proposeCandidates(block)) {
+    return false;
+  }
+  lookUpOtherCandidates(block);
+  prefetchPartsOfCandidates(block);
+  return compareWithCandidates(block);
+}
+
+inline void EventOrder::Search::prefetchBlockAfter(const Block& block) const {
+  if (!_isPrefetching) {
+    return;
+  }
+  for (std::size_t i = block.end; i < std::min(block.end + blockSize, _records.size()); ++i) {
     _records[i].prefetch();
   }
-  for (std::size_t i = begin; i < end; ++i) {
+}
+
+/// Proposes the place that the record names, or the one of last time. For other records it makes
+/// the hashes. Returns false when a record is no dictionary.
+inline bool EventOrder::Search::proposeCandidates(Block& block) {
+  const platform::detail::HashKeys hashKeys;
+  for (std::size_t i = block.begin; i < block.end; ++i) {
     const Value& record = _records[i];
     if (!record.isDictionary()) {
       return false;
     }
-    Place& candidate = candidates[i - begin];
+    Place& candidate = block.candidates[i - block.begin];
     candidate = record.hint();
     if (!isHeldAt(candidate, record)) {
-      candidate = _isGuessing ? _order._lastPlaces[i] : nowhere;
+      candidate = _isTryingLastPlaces ? _order._lastPlaces[i] : nowhere;
     }
     if (candidate == nowhere) {
+      std::uint64_t& hash = block.hashes[i - block.begin];
       const Value& identifier = _reader.identifier(record);
-      hashes[i - begin] = isPlain(identifier) ? identifier.hash(hashKeys) : 0;
-      _order._placesByIdentifier.prefetch(hashes[i - begin]);
+      hash = isPlain(identifier) ? identifier.hash(hashKeys) : 0;
+      _order._placesByIdentifier.prefetch(hash);
     }
   }
-  for (std::size_t i = begin; i < end; ++i) {
-    Place& candidate = candidates[i - begin];
+  return true;
+}
+
+inline void EventOrder::Search::lookUpOtherCandidates(Block& block) const {
+  for (std::size_t i = 0; i < block.end - block.begin; ++i) {
+    Place& candidate = block.candidates[i];
     if (candidate == nowhere) {
-      candidate = _order._placesByIdentifier.likely(hashes[i - begin]);
+      candidate = _order._placesByIdentifier.likely(block.hashes[i]);
     }
-    if (_isFarFlung && candidate != nowhere) {
+    if (_isPrefetching && candidate != nowhere) {
       _held[candidate].prefetch();
     }
   }
-  for (std::size_t i = begin; _isFarFlung && i < end; ++i) {
-    const Place candidate = candidates[i - begin];
+}
+
+inline void EventOrder::Search::prefetchPartsOfCandidates(const Block& block) const {
+  if (!_isPrefetching) {
+    return;
+  }
+  for (std::size_t i = block.begin; i < block.end; ++i) {
+    const Place candidate = block.candidates[i - block.begin];
     if (candidate != nowhere && !_held[candidate].sharesStorageWith(_records[i])) {
       _records[i].prefetchParts();
       _held[candidate].prefetchParts();
     }
   }
-  for (std::size_t i = begin; i < end; ++i) {
-    const Place candidate = candidates[i - begin];
+}
+
+/// Returns false when the list must be sorted.
+inline bool EventOrder::Search::compareWithCandidates(const Block& block) {
+  for (std::size_t i = block.begin; i < block.end; ++i) {
+    const Place candidate = block.candidates[i - block.begin];
     if (candidate != nowhere && _held[candidate].plainlyEqualsAtOnce(_records[i]) == true) {
-      settleEqual(i, candidate);
-    } else if (!settle(i, candidate)) {
+      noteEqual(i, candidate);
+    } else if (!findByIdentifier(i, candidate)) {
       return false;
     }
   }
   return true;
 }
 
-/// A record that equals the one held at a place, and surely will.
-void EventOrder::Search::settleEqual(std::size_t index, Place place) {
-  const Value& record = _records[index];
-  find(index, place);
-  if (byPlace) {
-    put(place, place, record);
-  } else if (_held[place].sharesStorageWith(record)) {
-    record.noteHint(place);
-  }
-}
-
-/// Finds out what has become of any other record; false when the list must be sorted.
-bool EventOrder::Search::settle(std::size_t index, Place candidate) {
-  const Value& record = _records[index];
-  const Value& identifier = _reader.identifier(record);
+/// Finds a record that does not equal its candidate at once. Returns false when it has no
+/// identifier.
+bool EventOrder::Search::findByIdentifier(std::size_t index, Place candidate) {
+  const Value& identifier = _reader.identifier(_records[index]);
   if (identifier.isAbsent()) {
     return false;
   }
-  Place place = candidate;
-  if (place == nowhere || !(_heldReader.identifier(_held[place]) == identifier)) {
-    _isGuessing = false;
-    place = findExactly(identifier);
+  const Place place = placeOf(identifier, candidate);
+  if (place == nowhere) {
+    addNewcomer(index, nowhere);
+  } else {
+    compareWithHeld(index, place);
   }
-  Place origin = place;
-  if (place != nowhere) {
-    const std::optional<bool> isPlainlyEqual = _held[place].plainlyEquals(record);
-    if (isPlainlyEqual == true) {
-      settleEqual(index, place);
-      return true;
-    }
-    startByPlace(index);
-    find(index, place);
-    if (!isPlainlyEqual && _held[place] == record) {
-      put(place, place | EventLineage::unsure, record);
-      return true;
-    }
-    origin |= isPlainlyEqual ? EventLineage::changed : EventLineage::unsure;
-    differs = true;
-    if (_heldReader.name(_held[place]) == _reader.name(record)) {
-      put(place, origin, record);
-      return true;
-    }
-  }
-  startByPlace(index);
-  differs = true;
-  places[index] = nowhere;
-  newcomers.push_back({.record = &record, .origin = origin});
   return true;
 }
 
-EventOrder::Place EventOrder::Search::findExactly(const Value& identifier) const {
+/// Returns the place of the held record with this identifier, or nowhere.
+EventOrder::Place EventOrder::Search::placeOf(const Value& identifier, Place candidate) {
+  if (candidate != nowhere && _heldReader.identifier(_held[candidate]) == identifier) {
+    return candidate;
+  }
+  _isTryingLastPlaces = false;
   if (!isPlain(identifier)) {
     return nowhere;
   }
@@ -255,8 +272,162 @@ EventOrder::Place EventOrder::Search::findExactly(const Value& identifier) const
       identifier.hash(), [&](Place place) { return _held[place][identifierKey()] == identifier; });
 }
 
+/// Compares a record with the held one of the same identifier. May run foreign code.
+void EventOrder::Search::compareWithHeld(std::size_t index, Place place) {
+  const Value& record = _records[index];
+  const std::optional<bool> isPlainlyEqual = _held[place].plainlyEquals(record);
+  if (isPlainlyEqual == true) {
+    noteEqual(index, place);
+    return;
+  }
+  startFreshByPlace(index);
+  noteFound(index, place);
+  if (!isPlainlyEqual && _held[place] == record) {
+    putFreshAt(place, place | EventLineage::unsure, record);
+    return;
+  }
+  differs = true;
+  const Place origin = place | (isPlainlyEqual ? EventLineage::changed : EventLineage::unsure);
+  if (_heldReader.name(_held[place]) == _reader.name(record)) {
+    putFreshAt(place, origin, record);
+  } else {
+    addNewcomer(index, origin);
+  }
+}
+
+/// Notes a record that plainly equals the one held at a place, and so equals it for good.
+void EventOrder::Search::noteEqual(std::size_t index, Place place) {
+  const Value& record = _records[index];
+  noteFound(index, place);
+  if (freshByPlace) {
+    putFreshAt(place, place, record);
+  } else if (_held[place].sharesStorageWith(record)) {
+    record.noteHint(place);
+  }
+}
+
+void EventOrder::Search::addNewcomer(std::size_t index, Place origin) {
+  startFreshByPlace(index);
+  differs = true;
+  places[index] = nowhere;
+  newcomers.push_back({.record = &_records[index], .origin = origin});
+}
+
+/// All of the first `foundBefore` records have been found, and equal what is held.
+void EventOrder::Search::startFreshByPlace(std::size_t foundBefore) {
+  if (freshByPlace) {
+    return;
+  }
+  freshByPlace.emplace(_held.size());
+  originsByPlace.resize(_held.size(), nowhere);
+  for (std::size_t i = 0; i < foundBefore; ++i) {
+    putFreshAt(places[i], places[i], _records[i]);
+  }
+}
+
+/// Merges the newcomers of a search with the records that keep their order. The result is strictly
+/// in order.
+class EventOrder::Arrangement {
+ public:
+  explicit Arrangement(Search& search) : _search(search), _byPlace(*search.freshByPlace) {}
+
+  /// Returns false when two records have the same name and identifier, or there are too many.
+  [[nodiscard]] bool run();
+
+  std::optional<ArrayMaker> sorted;
+  std::vector<Place> origins;    // of the sorted records
+  std::vector<Place> newPlaces;  // of the records that were held; nowhere if one is gone
+
+ private:
+  using Staying = std::vector<Place>;
+
+  [[nodiscard]] bool comesBefore(const Value& a, const Value& b) {
+    return std::is_lt(_compare(a, b));
+  }
+  void sortNewcomers();
+  void findStaying();
+  [[nodiscard]] Staying::const_iterator firstStayingNotBefore(const Value& record);
+  void takeStayingUpTo(Staying::const_iterator end);
+  void take(Search::Newcomer& newcomer);
+
+  Search& _search;
+  ArrayMaker& _byPlace;
+  EventComparison _compare;
+  Staying _staying;  // the places of the records that keep their order
+  Staying::const_iterator _next;
+};
+
+bool EventOrder::Arrangement::run() {
+  sortNewcomers();
+  findStaying();
+  const std::size_t count = _staying.size() + _search.newcomers.size();
+  if (!RecordAddress::reaches(count)) {
+    return false;
+  }
+  sorted.emplace(count);
+  origins.reserve(count);
+  newPlaces.resize(_search.originsByPlace.size(), PlaceTable::nowhere);
+  const Value* last = nullptr;
+  for (Search::Newcomer& newcomer : _search.newcomers) {
+    const Value& record = *newcomer.record;
+    const auto end = firstStayingNotBefore(record);
+    if ((last != nullptr && !comesBefore(*last, record)) ||
+        (end != _staying.end() && !comesBefore(record, _byPlace[*end]))) {
+      return false;
+    }
+    takeStayingUpTo(end);
+    take(newcomer);
+    last = &record;
+  }
+  takeStayingUpTo(_staying.end());
+  return true;
+}
+
+void EventOrder::Arrangement::sortNewcomers() {
+  std::ranges::sort(_search.newcomers, [&](const auto& a, const auto& b) {
+    return comesBefore(*a.record, *b.record);
+  });
+}
+
+void EventOrder::Arrangement::findStaying() {
+  const Place count = static_cast<Place>(_search.originsByPlace.size());
+  _staying.reserve(count);
+  for (Place place = 0; place < count; ++place) {
+    if (!_byPlace[place].isAbsent()) {
+      _staying.push_back(place);
+    }
+  }
+  _next = _staying.begin();
+}
+
+EventOrder::Arrangement::Staying::const_iterator EventOrder::Arrangement::firstStayingNotBefore(
+    const Value& record) {
+  return std::lower_bound(_next, _staying.cend(), record, [&](Place place, const Value& other) {
+    return comesBefore(_byPlace[place], other);
+  });
+}
+
+void EventOrder::Arrangement::takeStayingUpTo(Staying::const_iterator end) {
+  for (; _next != end; ++_next) {
+    const Place place = static_cast<Place>(origins.size());
+    sorted->set(place, _byPlace.take(*_next));
+    origins.push_back(_search.originsByPlace[*_next]);
+    newPlaces[*_next] = place;
+  }
+}
+
+void EventOrder::Arrangement::take(Search::Newcomer& newcomer) {
+  newcomer.place = static_cast<Place>(origins.size());
+  sorted->set(newcomer.place, *newcomer.record);
+  newcomer.record->noteHint(newcomer.place);
+  origins.push_back(newcomer.origin);
+  if (newcomer.origin != PlaceTable::nowhere) {
+    newPlaces[newcomer.origin & EventLineage::placeBits] = newcomer.place;
+  }
+}
+
 EventOrder::Answer EventOrder::compare(const Value& held, const Value& events) {
-  const Value before = _known;  // goes last, as anything can happen when it does
+  const Value before = _knownList;  // goes last, as anything can happen when it does
   // Objects in records are asked whether they are equal, and could have the collection refreshed.
   const bool isNested = std::exchange(_isAtWork, true);
   struct AtWork {
@@ -275,7 +446,7 @@ EventOrder::Answer EventOrder::compare(const Value& held, const Value& events) {
   if (isHeld || isNested) {
     return {std::move(sorted.list), isHeld, nullptr};
   }
-  know(sorted);
+  startFrom(sorted);
   return {std::move(sorted.list), false, _lineage};
 }
 
@@ -285,18 +456,18 @@ std::optional<EventOrder::Answer> EventOrder::compareByIdentifier(const Value& h
   if (LiteralRefresh::isWanted() || held.elements().empty() || !events.isArray()) {
     return std::nullopt;
   }
-  if (!held.sharesStorageWith(_known)) {
-    know(knownOrderOf(held));
+  if (!held.sharesStorageWith(_knownList)) {
+    startFrom(asItStands(held));
   }
   if (!_lineage || !learnIdentifiers()) {
     return std::nullopt;
   }
   Search search(*this, events.elements());
-  return search.run() ? arrange(search) : std::nullopt;
+  return search.run() ? answerTo(search) : std::nullopt;
 }
 
-void EventOrder::know(const OrderedEvents& events) {
-  _known = events.list;
+void EventOrder::startFrom(const OrderedEvents& events) {
+  _knownList = events.list;
   _lineage.reset();
   if (events.isStrict && RecordAddress::reaches(events.list.elements().size())) {
     _lineage = std::make_shared<EventLineage>(
@@ -312,7 +483,7 @@ bool EventOrder::learnIdentifiers() {
   if (!_placesByIdentifier.isEmpty() || !_identifiersDiffer) {
     return _identifiersDiffer;
   }
-  const std::span<const Value> records = _known.elements();
+  const std::span<const Value> records = _knownList.elements();
   if (records.size() >= PlaceTable::nowhere) {
     return _identifiersDiffer = false;
   }
@@ -348,92 +519,48 @@ bool EventOrder::learnIdentifier(std::span<const Value> records, Place place) {
   return true;
 }
 
-/// Nothing when records share a place in the order.
-std::optional<EventOrder::Answer> EventOrder::arrange(Search& search) {
-  const std::span<const Value> held = _known.elements();
+/// Returns nothing when the list must be sorted.
+std::optional<EventOrder::Answer> EventOrder::answerTo(Search& search) {
   if (!search.differs) {
     _lastPlaces = std::move(search.places);
-    return Answer{_known, true, nullptr};
+    return Answer{_knownList, true, nullptr};
   }
-  auto lineage = std::make_shared<EventLineage>(EventLineage{.list = EventLineage::nextNumber(),
-                                                             .areIdentified = true,
-                                                             .listBefore = _lineage->list,
-                                                             .countBefore = held.size()});
-  if (search.newcomers.empty() && search.found == held.size()) {
-    lineage->origins = std::move(search.origins);
+  const std::size_t countBefore = _knownList.elements().size();
+  if (search.newcomers.empty() && search.foundCount == countBefore) {
+    // The identifiers stay at their places.
+    Answer answer = answerWith(search.freshByPlace->take(), std::move(search.originsByPlace));
     _lastPlaces = std::move(search.places);
-    _known = search.byPlace->take();  // and identifiers stand where they stood
-    _lineage = lineage;
-    return Answer{_known, false, std::move(lineage)};
+    return answer;
   }
-
-  EventKeyReader reader;
-  EventKeyReader readerOfOthers;
-  const auto before = [&](const Value& a, const Value& b) {
-    return std::is_lt(order(reader(a), readerOfOthers(b)));
-  };
-  std::ranges::sort(search.newcomers,
-                    [&](const auto& a, const auto& b) { return before(*a.record, *b.record); });
-  ArrayMaker& byPlace = *search.byPlace;
-  std::vector<Place> kept;
-  kept.reserve(held.size());
-  for (Place place = 0; place < held.size(); ++place) {
-    if (!byPlace[place].isAbsent()) {
-      kept.push_back(place);
-    }
-  }
-
-  const std::size_t count = kept.size() + search.newcomers.size();
-  if (!RecordAddress::reaches(count)) {
+  Arrangement arrangement(search);
+  if (!arrangement.run()) {
     return std::nullopt;
   }
-  ArrayMaker sorted(count);
-  lineage->origins.reserve(count);
-  std::vector<Place> newPlaces(held.size(), PlaceTable::nowhere);
-  auto stayed = kept.begin();
-  const auto takeUpTo = [&](auto end) {
-    for (; stayed != end; ++stayed) {
-      const Place place = static_cast<Place>(lineage->origins.size());
-      sorted.set(place, byPlace.take(*stayed));
-      lineage->origins.push_back(search.origins[*stayed]);
-      newPlaces[*stayed] = place;
-    }
-  };
-  const Value* last = nullptr;
-  for (Search::Newcomer& newcomer : search.newcomers) {
-    const Value& record = *newcomer.record;
-    const auto at = std::lower_bound(
-        stayed, kept.end(), record,
-        [&](Place place, const Value& other) { return before(byPlace[place], other); });
-    if ((last != nullptr && !before(*last, record)) ||
-        (at != kept.end() && !before(record, byPlace[*at]))) {
-      return std::nullopt;
-    }
-    takeUpTo(at);
-    newcomer.place = static_cast<Place>(lineage->origins.size());
-    sorted.set(newcomer.place, record);
-    record.noteHint(newcomer.place);
-    lineage->origins.push_back(newcomer.origin);
-    if (newcomer.origin != PlaceTable::nowhere) {
-      newPlaces[newcomer.origin & EventLineage::placeBits] = newcomer.place;
-    }
-    last = &record;
-  }
-  takeUpTo(kept.end());
-  _known = sorted.take();
-  _lineage = lineage;
-  followPlaces(search, newPlaces);
-  return Answer{_known, false, std::move(lineage)};
+  Answer answer = answerWith(arrangement.sorted->take(), std::move(arrangement.origins));
+  updatePlaces(search, arrangement.newPlaces);
+  return answer;
 }
 
-/// Brings what is known of places up to a list in another order.
-void EventOrder::followPlaces(Search& search, std::span<const Place> newPlaces) {
+/// The fresh list, in order, becomes the known one.
+EventOrder::Answer EventOrder::answerWith(Value fresh, std::vector<Place> origins) {
+  _lineage =
+      std::make_shared<EventLineage>(EventLineage{.list = EventLineage::nextNumber(),
+                                                  .areIdentified = true,
+                                                  .listBefore = _lineage->list,
+                                                  .countBefore = _knownList.elements().size(),
+                                                  .origins = std::move(origins)});
+  _knownList = std::move(fresh);
+  return {_knownList, false, _lineage};
+}
+
+/// Records have got other places. Updates what is remembered of places.
+void EventOrder::updatePlaces(Search& search, std::span<const Place> newPlaces) {
   _lastPlaces = std::move(search.places);
   for (Place& place : _lastPlaces) {
     place = place == PlaceTable::nowhere ? place : newPlaces[place];
   }
   _placesByIdentifier.renumber(newPlaces);
-  const std::span<const Value> records = _known.elements();
+  const std::span<const Value> records = _knownList.elements();
   for (const Search::Newcomer& newcomer : search.newcomers) {
     _lastPlaces[search.indexOf(newcomer)] = newcomer.place;
     if (newcomer.origin == PlaceTable::nowhere && !_placesByIdentifier.isEmpty() &&

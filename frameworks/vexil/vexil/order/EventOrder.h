@@ -36,23 +36,25 @@ class EventOrder {
   /// The lineage of `list`, the one of the last answer; null for any other list, and where two of
   /// its records may share a place in the order.
   [[nodiscard]] std::shared_ptr<const EventLineage> lineageOf(const platform::Value& list) const {
-    return list.sharesStorageWith(_known) ? _lineage : nullptr;
+    return list.sharesStorageWith(_knownList) ? _lineage : nullptr;
   }
 
  private:
   using Place = PlaceTable::Place;
   class Search;
+  class Arrangement;
 
   [[nodiscard]] std::optional<Answer> compareByIdentifier(const platform::Value& held,
                                                           const platform::Value& events);
-  void know(const OrderedEvents& events);
+  void startFrom(const OrderedEvents& events);
   [[nodiscard]] bool learnIdentifiers();
   bool learnIdentifier(std::span<const platform::Value> records, Place place);
-  void followPlaces(Search& search, std::span<const Place> newPlaces);
-  [[nodiscard]] std::optional<Answer> arrange(Search& search);
+  void updatePlaces(Search& search, std::span<const Place> newPlaces);
+  [[nodiscard]] std::optional<Answer> answerTo(Search& search);
+  Answer answerWith(platform::Value fresh, std::vector<Place> origins);
 
   bool _isAtWork = false;
-  platform::Value _known;  // the list that all this is about
+  platform::Value _knownList;  // the list that all this is about
   // Null where records share a place in the order.
   std::shared_ptr<const EventLineage> _lineage;
   PlaceTable _placesByIdentifier;  // empty while it is not needed

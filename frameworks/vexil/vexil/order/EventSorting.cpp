@@ -22,7 +22,7 @@ namespace {
 
 using Entry = PrefixSort::Entry;
 
-/// How many turns before a record is looked at it is fetched.
+/// A loop prefetches a record this many turns before it reads it.
 constexpr std::size_t ahead = 12;
 
 /// Nothing when the list is not in order.
@@ -47,13 +47,67 @@ std::optional<OrderedEvents> alreadyInOrder(const Value& events) {
 /// The literal way.
 OrderedEvents sortedByComparison(const Value& events) {
   std::vector<Value> records(events.elements().begin(), events.elements().end());
-  EventKeyReader reader;
-  EventKeyReader readerOfOthers;
-  std::ranges::stable_sort(records, [&](const Value& a, const Value& b) {
-    return std::is_lt(order(reader(a), readerOfOthers(b)));
-  });
+  EventComparison compare;
+  std::ranges::stable_sort(
+      records, [&](const Value& a, const Value& b) { return std::is_lt(compare(a, b)); });
   return {Value::array(std::move(records))};
 }
+
+/// A list on its way to being sorted by the prefixes of the names.
+class PrefixSorting {
+ public:
+  explicit PrefixSorting(const Value& events)
+      : _records(events.elements()), _entries(_records.size()) {}
+
+  [[nodiscard]] OrderedEvents run() {
+    readEntries();
+    PrefixSort::sort(_entries, [&](const Entry& a, const Entry& b) {
+      const auto answer = orderOf(a, b);
+      return std::is_neq(answer) ? std::is_lt(answer) : a.index < b.index;
+    });
+    return takeSorted();
+  }
+
+ private:
+  void readEntries() {
+    EventKeyReader reader;
+    bool namesAreStrings = true;
+    for (std::size_t i = 0; i < _records.size(); ++i) {
+      _records[std::min(i + ahead, _records.size() - 1)].prefetch(2);
+      const auto [name, identifier] = reader(_records[i]);
+      namesAreStrings = namesAreStrings && name->isString();
+      _areIdentified = _areIdentified && !identifier->isAbsent();
+      _entries[i] = {name->textPrefix(), static_cast<std::uint32_t>(i)};
+    }
+    if (!namesAreStrings) {
+      // Values of other types have no prefix. Without prefixes the comparison decides alone.
+      for (Entry& entry : _entries) {
+        entry.prefix = {};
+      }
+    }
+  }
+
+  [[nodiscard]] OrderedEvents takeSorted() {
+    bool isStrict = true;
+    ArrayMaker sorted(_records.size());
+    for (std::size_t i = 0; i < _entries.size(); ++i) {
+      _records[_entries[std::min(i + ahead, _entries.size() - 1)].index].prefetch(1);
+      sorted.set(i, _records[_entries[i].index]);
+      isStrict = isStrict && (i == 0 || _entries[i - 1].prefix != _entries[i].prefix ||
+                              std::is_lt(orderOf(_entries[i - 1], _entries[i])));
+    }
+    return {sorted.take(), isStrict, _areIdentified};
+  }
+
+  [[nodiscard]] std::weak_ordering orderOf(const Entry& a, const Entry& b) {
+    return _compare(_records[a.index], _records[b.index]);
+  }
+
+  std::span<const Value> _records;
+  std::vector<Entry> _entries;
+  EventComparison _compare;
+  bool _areIdentified = true;
+};
 
 }  // namespace
 
@@ -64,7 +118,7 @@ std::weak_ordering order(const EventKeys& a, const EventKeys& b) {
   return std::is_neq(names) ? names : a.identifier->compare(*b.identifier);
 }
 
-OrderedEvents knownOrderOf(const Value& events) {
+OrderedEvents asItStands(const Value& events) {
   auto ordered = alreadyInOrder(events);
   return ordered ? std::move(*ordered) : OrderedEvents{events};
 }
@@ -82,42 +136,7 @@ OrderedEvents inEventOrder(const Value& events) {
   if (auto ordered = alreadyInOrder(events)) {
     return std::move(*ordered);
   }
-  const std::span<const Value> records = events.elements();
-  std::vector<Entry> entries(records.size());
-  EventKeyReader reader;
-  EventKeyReader readerOfOthers;
-  bool namesAreStrings = true;
-  bool areIdentified = true;
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    records[std::min(i + ahead, records.size() - 1)].prefetch(2);
-    const auto [name, identifier] = reader(records[i]);
-    namesAreStrings = namesAreStrings && name->isString();
-    areIdentified = areIdentified && !identifier->isAbsent();
-    entries[i] = {name->textPrefix(), static_cast<std::uint32_t>(i)};
-  }
-  if (!namesAreStrings) {
-    // Values of other types have no prefix, which leaves all to their comparison.
-    for (Entry& entry : entries) {
-      entry.prefix = {};
-    }
-  }
-  const auto orderOf = [&](const Entry& a, const Entry& b) {
-    return order(reader(records[a.index]), readerOfOthers(records[b.index]));
-  };
-  PrefixSort::sort(entries, [&](const Entry& a, const Entry& b) {
-    const auto answer = orderOf(a, b);
-    return std::is_neq(answer) ? std::is_lt(answer) : a.index < b.index;
-  });
-
-  bool isStrict = true;
-  ArrayMaker sorted(records.size());
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    records[entries[std::min(i + ahead, entries.size() - 1)].index].prefetch(1);
-    sorted.set(i, records[entries[i].index]);
-    isStrict = isStrict && (i == 0 || entries[i - 1].prefix != entries[i].prefix ||
-                            std::is_lt(orderOf(entries[i - 1], entries[i])));
-  }
-  return {sorted.take(), isStrict, areIdentified};
+  return PrefixSorting(events).run();
 }
 
 }  // namespace vexil::detail

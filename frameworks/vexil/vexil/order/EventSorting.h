@@ -32,6 +32,18 @@ class EventKeyReader {
   platform::FieldReader _identifier;
 };
 
+/// Compares many records by name and, where names are equal, by identifier.
+class EventComparison {
+ public:
+  std::weak_ordering operator()(const platform::Value& a, const platform::Value& b) {
+    return order(_keysOfFirst(a), _keysOfSecond(b));
+  }
+
+ private:
+  EventKeyReader _keysOfFirst;
+  EventKeyReader _keysOfSecond;
+};
+
 /// A list of event records by name and then by identifier, stably.
 struct OrderedEvents {
   platform::Value list;        // absent where the events are; the events themselves when in order
@@ -44,6 +56,6 @@ struct OrderedEvents {
 
 /// The order of an array that is in order; that of one that is not is neither strict nor
 /// identified, as if nothing were known of it.
-[[nodiscard]] OrderedEvents knownOrderOf(const platform::Value& events);
+[[nodiscard]] OrderedEvents asItStands(const platform::Value& events);
 
 }  // namespace vexil::detail

@@ -32,14 +32,14 @@ class PrefixSort {
   }
 
  private:
-  static constexpr std::size_t few = 12;
+  static constexpr std::size_t maxForInsertion = 12;
 
   /// The entries agree in the words before `word`. The recursion is at most as deep as there are
   /// digits in a prefix.
   template <class ComesBefore>
   static void sort(std::span<Entry> entries, std::span<Entry> spare, std::size_t word,
                    const ComesBefore& comesBefore) {
-    if (entries.size() <= few) {
+    if (entries.size() <= maxForInsertion) {
       insertionSort(entries, word, comesBefore);
       return;
     }
