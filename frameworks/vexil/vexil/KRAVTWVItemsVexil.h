@@ -240,8 +240,8 @@ class KRAVTWVEngineVexil : public KRAVTWVItemsVexil {
 
  private:
   void accept(const vexil::platform::Value& list,
-              vexil::platform::Value (KRAVTWVEngineVexil::*held)() const,
-              void (KRAVTWVEngineVexil::*hold)(vexil::platform::Value));
+              vexil::platform::Value (KRAVTWVEngineVexil::*getter)() const,
+              void (KRAVTWVEngineVexil::*setter)(vexil::platform::Value));
   [[nodiscard]] std::shared_ptr<KRAVTWVItemArray> itemsLabelledFrom(
       const vexil::platform::Bundle& strings) const;
 
@@ -323,8 +323,8 @@ class KRAVTWVServicesVexil : public KRAVTWVItemsVexil {
   [[nodiscard]] std::shared_ptr<KRAVTWVItemArray> itemsOfInput() const override;
 
  private:
-  void takeIn(const KRAVTWVNetServiceArray& added);
-  void takeOut(const KRAVTWVNetServiceArray& found);
+  void insertAndRebuild(const KRAVTWVNetServiceArray& added);
+  void eraseAndRebuild(const KRAVTWVNetServiceArray& found);
   void setGroupByDomainValue(const vexil::platform::Value& groupByDomain);
   [[nodiscard]] vexil::platform::Value sortedServicesValue() const;
   void setSortedServicesValue(const vexil::platform::Value& sortedServices);

@@ -56,13 +56,13 @@ void KRAVTWVEngineVexil::setAvailable(const Value& events) {
   accept(events, &KRAVTWVEngineVexil::onDemandAvailable, &KRAVTWVEngineVexil::setOnDemandAvailable);
 }
 
-void KRAVTWVEngineVexil::accept(const Value& list, Value (KRAVTWVEngineVexil::*held)() const,
-                                void (KRAVTWVEngineVexil::*hold)(Value)) {
+void KRAVTWVEngineVexil::accept(const Value& list, Value (KRAVTWVEngineVexil::*getter)() const,
+                                void (KRAVTWVEngineVexil::*setter)(Value)) {
   const auto self = weak_from_this().lock();
   const Value fresh = list;
   requireArray(fresh);
-  if (!areEqualLists((this->*held)(), fresh)) {
-    (this->*hold)(fresh);
+  if (!areEqualLists((this->*getter)(), fresh)) {
+    (this->*setter)(fresh);
     updateItemsForEngine();
   }
 }

@@ -28,6 +28,51 @@ using vexil::detail::requireArray;
 using vexil::detail::RowsOfEvents;
 using vexil::detail::sortedEventsKey;
 
+namespace {
+
+/// Event items by the identifiers of their domains. The records must outlive it, because it refers
+/// to their strings.
+using EventItemsByDomain =
+    std::unordered_map<std::string_view, KRAVTWVItemArray, platform::HashOfText>;
+
+EventItemsByDomain eventItemsByDomain(const Value& events) {
+  static const Key domainKey(kTWEventDomain);
+  EventItemsByDomain eventsOfDomain;
+  for (const Value& event : events.elements()) {
+    eventsOfDomain[event[domainKey].string()].push_back(KRAVTWVEventVexil::itemWithEvent(event));
+  }
+  return eventsOfDomain;
+}
+
+/// A row for each domain that is shown, with its events.
+std::shared_ptr<KRAVTWVItemArray> rowsOfDomains(const Value& domains,
+                                                const EventItemsByDomain& eventsOfDomain) {
+  static const Key identifierKey(kTWDomainUniqueID);
+  auto rows = std::make_shared<KRAVTWVItemArray>();
+  for (const Value& domain : domains.elements()) {
+    if (isEnginesOwn(domain)) {
+      continue;
+    }
+    rows->push_back(KRAVTWVDomainVexil::itemWithDomain(domain));
+    const auto events = eventsOfDomain.find(domain[identifierKey].string());
+    if (events != eventsOfDomain.end()) {
+      rows->back()->addChildren(events->second);
+    }
+  }
+  return rows;
+}
+
+/// Returns the events of a single domain in place of its row.
+std::shared_ptr<KRAVTWVItemArray> withoutSingleDomain(std::shared_ptr<KRAVTWVItemArray> rows) {
+  while (rows && rows->size() == 1 &&
+         std::dynamic_pointer_cast<KRAVTWVDomainVexil>(rows->front())) {
+    rows = rows->front()->children();
+  }
+  return rows;
+}
+
+}  // namespace
+
 KRAVTWVEventStoreVexil::KRAVTWVEventStoreVexil()
     : _order(std::make_unique<EventOrder>()), _rowsOfEvents(std::make_unique<RowsOfEvents>()) {}
 
@@ -73,7 +118,7 @@ void KRAVTWVEventStoreVexil::rebuild() {
       return;
     }
   }
-  const auto forgotten = std::exchange(*_rowsOfEvents, {});
+  const auto rowsBefore = std::exchange(*_rowsOfEvents, {});
   replaceRootChildren(itemsWithEventsAndDomains(events, domains));
 }
 
@@ -83,35 +128,11 @@ std::shared_ptr<KRAVTWVItemArray> KRAVTWVEventStoreVexil::itemsOfInput() const {
 
 std::shared_ptr<KRAVTWVItemArray> KRAVTWVEventStoreVexil::itemsWithEventsAndDomains(
     const Value& eventsOfHost, const Value& domainsOfHost) {
-  // Copies: adding children asks objects, and their host may change what it handed over.
+  // Copies, because foreign code runs while children are added, and may change the host's
+  // variables.
   const Value events = eventsOfHost;
   const Value domains = domainsOfHost;
-  static const Key eventDomainKey(kTWEventDomain);
-  static const Key domainIdentifierKey(kTWDomainUniqueID);
-
-  // The records outlive the table, so it can refer to their strings.
-  std::unordered_map<std::string_view, KRAVTWVItemArray, platform::HashOfText> eventsOfDomain;
-  for (const Value& event : events.elements()) {
-    eventsOfDomain[event[eventDomainKey].string()].push_back(
-        KRAVTWVEventVexil::itemWithEvent(event));
-  }
-
-  auto items = std::make_shared<KRAVTWVItemArray>();
-  for (const Value& domain : domains.elements()) {
-    if (isEnginesOwn(domain)) {
-      continue;
-    }
-    items->push_back(KRAVTWVDomainVexil::itemWithDomain(domain));
-    const auto found = eventsOfDomain.find(domain[domainIdentifierKey].string());
-    if (found != eventsOfDomain.end()) {
-      items->back()->addChildren(found->second);
-    }
-  }
-  while (items && items->size() == 1 &&
-         std::dynamic_pointer_cast<KRAVTWVDomainVexil>(items->front())) {
-    items = items->front()->children();
-  }
-  return items;
+  return withoutSingleDomain(rowsOfDomains(domains, eventItemsByDomain(events)));
 }
 
 const KeyTable& KRAVTWVEventStoreVexil::keyTable() const {

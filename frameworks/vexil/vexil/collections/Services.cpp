@@ -91,6 +91,43 @@ class ServicesByHash {
   std::unordered_multimap<std::size_t, Service> _services;
 };
 
+/// Those of `fresh` that equal no held one and none before them. Runs foreign code, so the caller
+/// must hold both arrays.
+KRAVTWVNetServiceArray newAmong(const KRAVTWVNetServiceArray& fresh,
+                                const KRAVTWVNetServiceArray& held) {
+  ServicesByHash known;
+  for (const Service& service : held) {
+    known.insert(service->hash(), service);
+  }
+  KRAVTWVNetServiceArray added;
+  for (const Service& service : fresh) {
+    const std::size_t hash = service->hash();
+    if (!known.contains(hash, [&](const auto& other) { return other.isEqual(*service); })) {
+      known.insert(hash, service);
+      added.push_back(service);
+    }
+  }
+  return added;
+}
+
+/// Those of `held` that equal one of `unwanted`, in which null pointers do not count. Runs foreign
+/// code, so the caller must hold both arrays.
+KRAVTWVNetServiceArray unwantedAmong(const KRAVTWVNetServiceArray& held,
+                                     const KRAVTWVNetServiceArray& unwanted) {
+  ServicesByHash sought;
+  for (const Service& service : unwanted) {
+    if (service) {
+      sought.insert(service->hash(), service);
+    }
+  }
+  KRAVTWVNetServiceArray found;
+  std::ranges::copy_if(held, std::back_inserter(found), [&](const Service& service) {
+    return sought.contains(service->hash(),
+                           [&](const auto& other) { return service->isEqual(other); });
+  });
+  return found;
+}
+
 using Identities = std::unordered_set<const platform::NetService*>;
 
 Identities identitiesOf(const KRAVTWVNetServiceArray& services) {
@@ -125,18 +162,23 @@ struct ServicesOfDomain {
   KRAVTWVItemArray services;
 };
 
-/// The services by domain, domains in the order in which the first of each stands.
+/// Throws `InvalidArgument` when the service has no domain.
+void requireDomain(const Service& service) {
+  if (!service->domain().isString()) {
+    const Service described = service;  // held, because describing it runs foreign code
+    throw platform::InvalidArgument("a network service needs a domain: " +
+                                    described->description());
+  }
+}
+
+/// The services by domain. Domains come in the order of their first services.
 std::vector<ServicesOfDomain> byDomain(const KRAVTWVNetServiceArray& services) {
   std::vector<ServicesOfDomain> domains;
   std::unordered_map<Value, std::size_t> positions;
   std::size_t current = 0;
   for (const auto& service : services) {
+    requireDomain(service);
     const Value& domain = service->domain();
-    if (!domain.isString()) {
-      const Service described = service;  // which is foreign code
-      throw platform::InvalidArgument("a network service needs a domain: " +
-                                      described->description());
-    }
     if (domains.empty() || domain != domains[current].domain) {
       const auto [position, isNew] = positions.emplace(domain, domains.size());
       if (isNew) {
@@ -235,7 +277,7 @@ void KRAVTWVServicesVexil::addService(const Service& service) {
       }
     }
   }
-  takeIn(added);
+  insertAndRebuild(added);
 }
 
 void KRAVTWVServicesVexil::addServices(const KRAVTWVNetServiceArray& services) {
@@ -247,22 +289,10 @@ void KRAVTWVServicesVexil::addServices(const KRAVTWVNetServiceArray& services) {
   const KRAVTWVNetServiceArray fresh = services;
   const auto array = sortedServices();
   const KRAVTWVNetServiceArray held = array ? *array : KRAVTWVNetServiceArray();
-  ServicesByHash known;
-  for (const Service& service : held) {
-    known.insert(service->hash(), service);
-  }
-  KRAVTWVNetServiceArray added;
-  for (const Service& service : fresh) {
-    const std::size_t hash = service->hash();
-    if (!known.contains(hash, [&](const auto& other) { return other.isEqual(*service); })) {
-      known.insert(hash, service);
-      added.push_back(service);
-    }
-  }
-  takeIn(added);
+  insertAndRebuild(newAmong(fresh, held));
 }
 
-void KRAVTWVServicesVexil::takeIn(const KRAVTWVNetServiceArray& added) {
+void KRAVTWVServicesVexil::insertAndRebuild(const KRAVTWVNetServiceArray& added) {
   if (added.empty()) {
     return;
   }
@@ -296,7 +326,7 @@ void KRAVTWVServicesVexil::removeService(const Service& service) {
       found.push_back(held);
     }
   }
-  takeOut(found);
+  eraseAndRebuild(found);
 }
 
 void KRAVTWVServicesVexil::removeServices(const KRAVTWVNetServiceArray& services) {
@@ -304,21 +334,10 @@ void KRAVTWVServicesVexil::removeServices(const KRAVTWVNetServiceArray& services
   const KRAVTWVNetServiceArray unwanted = services;
   const auto array = sortedServices();
   const KRAVTWVNetServiceArray held = array ? *array : KRAVTWVNetServiceArray();
-  ServicesByHash sought;
-  for (const Service& service : unwanted) {
-    if (service) {
-      sought.insert(service->hash(), service);
-    }
-  }
-  KRAVTWVNetServiceArray found;
-  std::ranges::copy_if(held, std::back_inserter(found), [&](const Service& service) {
-    return sought.contains(service->hash(),
-                           [&](const auto& other) { return service->isEqual(other); });
-  });
-  takeOut(found);
+  eraseAndRebuild(unwantedAmong(held, unwanted));
 }
 
-void KRAVTWVServicesVexil::takeOut(const KRAVTWVNetServiceArray& found) {
+void KRAVTWVServicesVexil::eraseAndRebuild(const KRAVTWVNetServiceArray& found) {
   const auto services = sortedServices();
   if (found.empty() || !services) {
     return;
