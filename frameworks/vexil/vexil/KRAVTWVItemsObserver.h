@@ -88,6 +88,9 @@ class KRAVTWVItemsObserver : public vexil::platform::Observable, public vexil::p
   void rootDidChange(const vexil::platform::ChangeRecord& change);
   void childrenDidChange(const std::shared_ptr<KRAVTWVItemVexil>& parent,
                          const vexil::platform::ChangeRecord& change);
+  void report(vexil::platform::ChangeKind kind, const vexil::platform::Value& items,
+              const std::shared_ptr<KRAVTWVItemVexil>& parent,
+              const vexil::platform::ChangeRecord& change);
   void leave(const std::shared_ptr<KRAVTWVItemVexil>& oldRoot) noexcept;
   void setRootValue(const vexil::platform::Value& root);
   void setDelegateValue(const vexil::platform::Value& delegate);

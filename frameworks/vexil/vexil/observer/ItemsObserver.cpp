@@ -177,33 +177,40 @@ void KRAVTWVItemsObserver::leave(const std::shared_ptr<KRAVTWVItemVexil>& oldRoo
 
 void KRAVTWVItemsObserver::childrenDidChange(const std::shared_ptr<KRAVTWVItemVexil>& parent,
                                              const ChangeRecord& change) {
-  // The delegate may let go of this, and set another root.
-  const auto observer = std::static_pointer_cast<KRAVTWVItemsObserver>(shared_from_this());
+  // The delegate may let go of the observer, and may set another root, which replaces the watch.
+  const auto self = shared_from_this();
   const std::shared_ptr<Watch> watch = _watch;
-  const auto report = [&](ChangeKind kind, const Value& items) {
-    if (const auto delegate = this->delegate()) {
-      delegate->itemsObserverDidObserveItemsIndexesParent(observer, kind, itemsIn(items),
-                                                          change.indexes, parent);
-    }
-  };
+  if (!watch) {
+    return;
+  }
   const bool isReplacement = change.kind == ChangeKind::replacement;
-  if (watch && !change.oldValue.isAbsent()) {
+  if (!change.oldValue.isAbsent()) {
     withdrawFrom(change.oldValue, watch);
     if (!isReplacement) {
-      // Also of a setting: to a view, the old list is gone.
-      report(ChangeKind::removal, change.oldValue);
+      // A setting, too, is a removal first: a view loses the old list.
+      report(ChangeKind::removal, change.oldValue, parent, change);
     }
   }
-  if (!watch || watch != _watch) {
+  if (watch != _watch) {
     return;
   }
   if (!change.newValue.isAbsent()) {
     registerOn(change.newValue, watch);
     if (!isReplacement) {
-      report(change.kind, change.newValue);
+      report(change.kind, change.newValue, parent, change);
     }
   }
   if (isReplacement) {
-    report(ChangeKind::replacement, change.oldValue);
+    report(ChangeKind::replacement, change.oldValue, parent, change);
+  }
+}
+
+void KRAVTWVItemsObserver::report(ChangeKind kind, const Value& items,
+                                  const std::shared_ptr<KRAVTWVItemVexil>& parent,
+                                  const ChangeRecord& change) {
+  if (const auto delegate = this->delegate()) {
+    delegate->itemsObserverDidObserveItemsIndexesParent(
+        std::static_pointer_cast<KRAVTWVItemsObserver>(shared_from_this()), kind, itemsIn(items),
+        change.indexes, parent);
   }
 }
