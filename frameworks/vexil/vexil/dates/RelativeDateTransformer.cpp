@@ -7,7 +7,6 @@
 #include <vexil/texts/EmbeddedStrings.h>
 
 #include <algorithm>
-#include <array>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -24,8 +23,6 @@ using platform::Value;
 
 namespace {
 
-constexpr std::int32_t kNeither = KRAVTWVRelativeDateTransformer::neither;
-
 const Key& dateFormatterKey() {
   static const Key key("dateFormatter");
   return key;
@@ -37,15 +34,18 @@ bool isDaysAfter(const Calendar& calendar, std::optional<Date> start, Date now, 
   return start && candidate && candidate->seconds == start->seconds;
 }
 
-/// The later candidate overrules the one before it, which only matters if midnight comes between.
-constexpr std::array kCandidates = {1, 0};
-
-std::int32_t daysAway(const Calendar& calendar, std::optional<Date> start, Date now) {
-  std::int32_t away = kNeither;
-  for (const int candidate : kCandidates) {
-    away = isDaysAfter(calendar, start, now, candidate) ? candidate : away;
+/// How many days ahead the day that begins at `start` is: 0, 1 or `neither`. Reads `now` once to
+/// compare with tomorrow, and then once to compare with today. The later answer counts, which only
+/// matters when midnight passes in between.
+template <class Now>
+std::int32_t daysAhead(const Calendar& calendar, std::optional<Date> start, const Now& now) {
+  std::int32_t ahead = KRAVTWVRelativeDateTransformer::neither;
+  for (const int days : {1, 0}) {
+    if (isDaysAfter(calendar, start, now(), days)) {
+      ahead = days;
+    }
   }
-  return away;
+  return ahead;
 }
 
 /// `format` with `text` in place of its placeholder.
@@ -92,13 +92,7 @@ const platform::KeyTable& KRAVTWVRelativeDateTransformer::keyTable() const {
 std::int32_t KRAVTWVRelativeDateTransformer::relativeDaysAway(Date date) const {
   const Calendar calendar = Calendar::current();
   const auto start = calendar.startOfDay(date);
-  std::int32_t away = kNeither;
-  for (const int candidate : kCandidates) {
-    if (isDaysAfter(calendar, start, platform::currentDate(), candidate)) {
-      away = candidate;
-    }
-  }
-  return away;
+  return daysAhead(calendar, start, platform::currentDate);
 }
 
 std::optional<Date> KRAVTWVRelativeDateTransformer::validUntil(Date date) const {
@@ -112,11 +106,14 @@ std::optional<Date> KRAVTWVRelativeDateTransformer::validUntil(Date date) const 
   // one, because not every day has the next one behind it: zones have skipped a day, and had their
   // clocks set back into the day before.
   constexpr double margin = 4 * 86'400.0;
-  const std::int32_t away = daysAway(calendar, start, now);
+  const auto daysAheadAt = [&](Date instant) {
+    return daysAhead(calendar, start, [instant] { return instant; });
+  };
+  const std::int32_t ahead = daysAheadAt(now);
   std::optional<Date> next(Date{std::max(now.seconds, start->seconds - margin)});
   while (next && next->seconds < start->seconds + margin) {
     next = calendar.endOfDay(*next);
-    if (next && daysAway(calendar, start, *next) != away) {
+    if (next && daysAheadAt(*next) != ahead) {
       return next;
     }
   }
@@ -124,22 +121,22 @@ std::optional<Date> KRAVTWVRelativeDateTransformer::validUntil(Date date) const 
 }
 
 Value KRAVTWVRelativeDateTransformer::transformedValue(const Value& value) const {
-  const auto held = weak_from_this().lock();  // a clock or formatter of a host may let go of it
+  const auto self = weak_from_this().lock();  // a clock or formatter of a host may let go of it
   const auto date = value.date();
   if (!date) {
     return "";
   }
-  const std::int32_t away = relativeDaysAway(*date);
+  const std::int32_t ahead = relativeDaysAway(*date);
   const auto formatter = dateFormatter();
   std::optional<std::string> text;
   if (formatter) {
-    formatter->setDateStyle(away == kNeither ? FormatStyle::shortStyle : FormatStyle::none);
+    formatter->setDateStyle(ahead == neither ? FormatStyle::shortStyle : FormatStyle::none);
     text = formatter->stringFromDate(*date);
   }
-  if (away != 0 && away != 1) {
+  if (ahead != 0 && ahead != 1) {
     return text.value_or("");
   }
-  const std::string_view key = away == 1 ? "tomorrow.%@" : "today.%@";
+  const std::string_view key = ahead == 1 ? "tomorrow.%@" : "today.%@";
   const std::string format = platform::Bundle::forClassOf(*this).localizedString(key, key);
   const std::string shown = text.value_or("(null)");
   return format.empty() ? shown : filled(format, shown);
