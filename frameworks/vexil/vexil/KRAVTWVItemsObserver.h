@@ -10,19 +10,21 @@
 
 class KRAVTWVItemsObserver;
 
-/// The key under which an items observer's root is observed and set.
+/// The key of an items observer's root, for hosts that observe it or set it by key.
 extern const std::string_view KRAVTWVItemsObserverKeyPathRoot;  ///< "root"
 
 /// Is told of every change of the children of any item of a watched tree.
 class KRAVTWVItemsObserverDelegate : public vexil::platform::Object {
  public:
-  /// Called on the changing thread, after the change and inside the operation that makes it.
+  /// Called after a change, on the thread that makes it and inside the operation that makes it.
+  /// `parent` is the item whose children changed.
   ///
-  /// Of an insertion, `items` are the inserted ones and `indexes` theirs afterwards; of a removal,
-  /// the removed ones and theirs before; of a replacement, the items that stood at `indexes`
-  /// before, which after a merge are the same objects with new content. A setting of the whole list
-  /// is two calls: a removal of the old items, then a setting with the new ones, both without
-  /// indexes. `parent` is the item whose children changed.
+  /// - Insertion: `items` are the inserted items, `indexes` are theirs afterwards.
+  /// - Removal: `items` are the removed items, `indexes` were theirs before.
+  /// - Replacement: `items` are those that stood at `indexes` before. After a merge these are the
+  ///   same objects with new content.
+  /// - A setting of the whole list is two calls, both without indexes: a removal of the old items,
+  ///   then a setting with the new ones.
   virtual void itemsObserverDidObserveItemsIndexesParent(
       const std::shared_ptr<KRAVTWVItemsObserver>& observer, vexil::platform::ChangeKind kind,
       const KRAVTWVItemArray& items, const std::optional<vexil::platform::IndexSet>& indexes,
@@ -37,36 +39,37 @@ class KRAVTWVItemsObserverDelegate : public vexil::platform::Object {
 ///     ...
 ///     observer->setRoot(nullptr);   // before the tree or the observer goes
 ///
-/// It is registered for "children" on every item of the tree, and keeps that in step: subtrees that
-/// are inserted are registered on, subtrees that are removed withdrawn from, each before the
-/// delegate hears of it. What `addChild` adds is not announced and so not followed; let the root be
-/// watched when the tree has been built. That such items are removed or replaced is reported like
-/// that of any others.
+/// The observer registers for "children" on every item of the tree. It registers on subtrees that
+/// are inserted, and withdraws from subtrees that are removed, each before it tells the delegate.
+/// `addChild` announces nothing, so the observer does not follow what it adds: set the root after
+/// building the tree. The observer does report when such items are removed or replaced.
 ///
-/// Order of reports: a child's own removals and insertions during a merge come before the
-/// replacement that they are part of. Setting the root reports nothing. A delegate that sets the
-/// root while it is being told, be it the same one, hears nothing more of the changes in progress.
+/// Order of reports: the removals and insertions below a child during a merge come before the
+/// replacement of the child. Setting the root reports nothing. A delegate may set the root while it
+/// is being told, also to the same one. Then it is told nothing more of the changes in progress.
 ///
-/// Root and delegate are held weakly. A tree that goes clears `root` without an announcement.
-/// Registrations that are left over are never called and do no harm: those on a tree whose observer
-/// is gone, and, once `root` has been set or cleared, those on items that were taken out of the
-/// tree unannounced. So the root can be set and cleared at any time; withdrawing throws nothing.
+/// The observer holds root and delegate weakly. When the tree goes, `root` becomes absent without
+/// an announcement. Some registrations may be left over: those on a tree whose observer is gone,
+/// and, after `root` has been set or cleared, those on items that were taken out of the tree
+/// without an announcement. They are never called and do no harm. So a host can set and clear the
+/// root at any time. Withdrawing throws nothing.
 ///
 /// Throws `InvalidArgument` out of a change when a list of children is set from or to an absent
 /// one.
 class KRAVTWVItemsObserver : public vexil::platform::Observable, public vexil::platform::Observer {
  public:
-  /// An observer without root and delegate. It is made here and not by its constructor because it
-  /// registers on itself, for "root", for which it has to be held already.
+  /// Makes an observer without root and delegate. It registers on itself for "root". That is not
+  /// possible in a constructor, because the observer must be held already.
   static std::shared_ptr<KRAVTWVItemsObserver> init();
   ~KRAVTWVItemsObserver() override;
 
-  /// Setting it withdraws from the old tree and registers on the new one; setting the same root
-  /// again does both. Announced under "root".
+  /// The root of the watched tree; may be absent. Setting it, also to the same root, withdraws from
+  /// the old tree and registers on the new one. Announced under "root".
   [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> root() const { return read(_root).lock(); }
   void setRoot(const std::shared_ptr<KRAVTWVItemVexil>& root);
 
-  /// Announced under "delegate". Without one, the tree is followed and nothing is reported.
+  /// May be absent: then the tree is followed, but nothing is reported. Setting it is announced
+  /// under "delegate".
   [[nodiscard]] std::shared_ptr<KRAVTWVItemsObserverDelegate> delegate() const {
     return read(_delegate).lock();
   }

@@ -30,8 +30,8 @@ using vexil::detail::sortedEventsKey;
 
 namespace {
 
-/// Event items by the identifiers of their domains. The records must outlive it, because it refers
-/// to their strings.
+/// Event items by the identifiers of their domains. The caller must hold the records, because the
+/// keys refer to their strings.
 using EventItemsByDomain =
     std::unordered_map<std::string_view, KRAVTWVItemArray, platform::HashOfText>;
 

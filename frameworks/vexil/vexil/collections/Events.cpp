@@ -10,7 +10,6 @@ namespace platform = vexil::platform;
 
 constinit const std::string_view KRAVTWVEventsVexilKeyPathEvents = "events";
 
-using platform::Key;
 using platform::KeyAccess;
 using platform::KeyTable;
 using platform::Value;

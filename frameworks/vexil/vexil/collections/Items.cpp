@@ -40,7 +40,7 @@ void KRAVTWVItemsVexil::replaceRootChildren(const std::shared_ptr<const KRAVTWVI
 void KRAVTWVItemsVexil::rebuildRootChildren() {
   const auto self = weak_from_this().lock();
   auto items = itemsOfInput();
-  // The root of now, as objects may have been asked while the items were built.
+  // Reads the root now, because foreign code may have run while the items were built.
   if (const auto item = root(); item && items) {
     item->setChildren(std::move(items));
   }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Internal to collections: what several of them do with their lists.
+// Internal to collections: what several of them do with lists.
 #pragma once
 
 #include <vexil/KRAVTWVItemsVexil.h>
@@ -19,19 +19,19 @@ inline const platform::Key& sortedEventsKey() {
   return key;
 }
 
-/// Throws `InvalidArgument` for anything but an array or an absent value.
+/// Throws `InvalidArgument` unless `list` is an array or absent.
 inline void requireArray(const platform::Value& list) {
   if (!list.isAbsent() && !list.isArray()) {
     throw platform::InvalidArgument("not an array: " + list.description());
   }
 }
 
-/// Whether there is nothing to do for a new list. An absent list equals none.
+/// Whether a fresh list changes nothing. An absent list that is held equals no list.
 inline bool areEqualLists(const platform::Value& held, const platform::Value& fresh) {
   return !held.isAbsent() && held == fresh;
 }
 
-/// An item for each record, in their order.
+/// Makes an item for each record, in the same order.
 template <class MakeItem>
 std::shared_ptr<KRAVTWVItemArray> itemsOf(const platform::Value& records,
                                           const MakeItem& makeItem) {
@@ -41,7 +41,7 @@ std::shared_ptr<KRAVTWVItemArray> itemsOf(const platform::Value& records,
   return items;
 }
 
-/// `replaceRootChildren` with items of which only those are made that are inserted.
+/// Does what `replaceRootChildren` does, but makes only the items that are needed.
 inline void mergeIntoRoot(const KRAVTWVItemsVexil& collection, FreshSource fresh) {
   if (const auto root = collection.root()) {
     ItemMerge().perform(*root, std::move(fresh));

@@ -129,7 +129,7 @@ std::optional<FreshSource> RowsOfEvents::freshRows(
   }
   selectByRow(_rows, eventsOfRows);
   if (eventsOfRows.size() == 1) {
-    // The row of a single domain is not shown, so its events get another parent.
+    // The row of a single domain is not shown, so it does not become the parent of its events.
     eventsOfRows.front().parent = nullptr;
     return std::move(eventsOfRows.front());
   }

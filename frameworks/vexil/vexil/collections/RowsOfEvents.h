@@ -14,23 +14,24 @@
 
 namespace vexil::detail {
 
-/// Whether a domain record is that of the engine itself, which is not shown.
+/// Whether a domain record is that of the engine itself. That domain is not shown.
 [[nodiscard]] bool isEnginesOwn(const platform::Value& domain);
 
-/// Which domain each event of a store belongs to. That of an event that has not changed is known
-/// from the list before.
+/// Remembers which domain each event of a store belongs to. An event that has not changed stays
+/// under the domain that it had in the list before.
 class RowsOfEvents {
  public:
-  /// What the store makes of its records, with the event items left out that are not needed.
-  /// Nothing when two domains share their events. `lineage` is that of the events.
+  /// Returns what the store shows of its records. Events come as records, so that the merge makes
+  /// only the items that it needs. Returns nothing when two domains have the same identifier.
+  /// `lineage` is the lineage of `events`.
   [[nodiscard]] std::optional<FreshSource> freshRows(
       const platform::Value& events, const std::shared_ptr<const EventLineage>& lineage,
       const platform::Value& domains);
 
  private:
   platform::Value _domains;
-  std::uint64_t _list = 0;               // the events, as their lineage calls them
-  std::vector<PlaceTable::Place> _rows;  // nowhere for an event that is not shown
+  std::uint64_t _list = 0;               // the number of the event list that `_rows` is about
+  std::vector<PlaceTable::Place> _rows;  // by event; nowhere for one that is not shown
 };
 
 }  // namespace vexil::detail

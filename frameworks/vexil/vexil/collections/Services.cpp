@@ -36,7 +36,7 @@ bool standsBefore(const Service& a, const Service& b) {
   return std::is_lt(a->name().compare(b->name()));
 }
 
-/// In linear time where the order is right already.
+/// Takes linear time when the order is right already.
 template <class Range, class Before>
 void sortStably(Range& range, const Before& before) {
   if (!std::ranges::is_sorted(range, before)) {
@@ -44,11 +44,11 @@ void sortStably(Range& range, const Before& before) {
   }
 }
 
-/// As a stable sort of all, for a list to which services were added at the end, from `added` on.
+/// Does what a stable sort of all services does. From index `added` on they are new.
 void sortAdded(KRAVTWVNetServiceArray& services, std::size_t added) {
   const auto firstAdded = services.begin() + static_cast<std::ptrdiff_t>(added);
   if (!std::is_sorted(services.begin(), firstAdded, standsBefore)) {
-    std::ranges::stable_sort(services, standsBefore);  // a host has put them out of order
+    std::ranges::stable_sort(services, standsBefore);  // a host has changed the order
   } else if (services.end() - firstAdded == 1) {
     std::rotate(std::upper_bound(services.begin(), firstAdded, *firstAdded, standsBefore),
                 firstAdded, services.end());
@@ -65,22 +65,22 @@ bool isPlain(const platform::NetService& service) {
          isText(service.type()) && isText(service.domain());
 }
 
-/// Whether one that is held equals `sought`, as it says itself.
+/// Whether a held service says that it equals `sought`. May run foreign code.
 bool areEqual(const Service& held, const platform::NetService& sought) {
   if (isPlain(*held)) {
     return held->hasValuesOf(sought);
   }
-  // Foreign code may take it out of the array that `held` stands in.
+  // Foreign code may remove it from the array that `held` refers into.
   const Service asked = held;
   return asked->isEqual(sought);
 }
 
-/// Services that are found by their hash; holds them.
+/// Finds services by their hashes, and holds them.
 class ServicesByHash {
  public:
   void insert(std::size_t hash, Service service) { _services.emplace(hash, std::move(service)); }
 
-  /// Whether `isMeant` says so of one with this hash. It may run foreign code.
+  /// Whether `isMeant`, which may run foreign code, returns true for a service with this hash.
   template <class IsMeant>
   [[nodiscard]] bool contains(std::size_t hash, const IsMeant& isMeant) const {
     const auto [first, last] = _services.equal_range(hash);
@@ -138,7 +138,7 @@ Identities identitiesOf(const KRAVTWVNetServiceArray& services) {
   return identities;
 }
 
-/// Those of `services` that do not stand in `array` themselves.
+/// Those of `services` that are not in `array` as the same objects.
 KRAVTWVNetServiceArray elementsNotIn(const KRAVTWVNetServiceArray& array,
                                      KRAVTWVNetServiceArray services) {
   if (services.size() == 1) {
@@ -191,7 +191,7 @@ std::vector<ServicesOfDomain> byDomain(const KRAVTWVNetServiceArray& services) {
   return domains;
 }
 
-/// A group for each domain, with its services.
+/// Makes a group for each domain, with its services as children.
 KRAVTWVItemArray groups(std::vector<ServicesOfDomain> domains) {
   sortStably(domains,
              [](const auto& a, const auto& b) { return std::is_lt(a.domain.compare(b.domain)); });
@@ -204,7 +204,7 @@ KRAVTWVItemArray groups(std::vector<ServicesOfDomain> domains) {
   return items;
 }
 
-/// A header for each domain, with its services behind it.
+/// Makes a header for each domain, followed by its services.
 KRAVTWVItemArray rows(std::vector<ServicesOfDomain> domains, std::size_t services) {
   sortStably(domains, [](const auto& a, const auto& b) {
     return std::is_lt(a.caseFolded.compare(b.caseFolded));
@@ -268,7 +268,7 @@ void KRAVTWVServicesVexil::addService(const Service& service) {
   if (!service) {
     throw platform::InvalidArgument("an absent service cannot be added");
   }
-  const auto self = weak_from_this().lock();  // foreign code may let go of this
+  const auto self = weak_from_this().lock();
   const KRAVTWVNetServiceArray added{service};
   if (const auto services = sortedServices()) {
     for (std::size_t i = 0; i < services->size(); ++i) {
@@ -285,7 +285,7 @@ void KRAVTWVServicesVexil::addServices(const KRAVTWVNetServiceArray& services) {
     throw platform::InvalidArgument("an absent service cannot be added");
   }
   const auto self = weak_from_this().lock();
-  // Copies, because foreign code may change the arrays.
+  // Copies both arrays, because foreign code may change them.
   const KRAVTWVNetServiceArray fresh = services;
   const auto array = sortedServices();
   const KRAVTWVNetServiceArray held = array ? *array : KRAVTWVNetServiceArray();
@@ -314,7 +314,7 @@ void KRAVTWVServicesVexil::insertAndRebuild(const KRAVTWVNetServiceArray& added)
 void KRAVTWVServicesVexil::removeService(const Service& service) {
   const auto self = weak_from_this().lock();
   const auto services = sortedServices();
-  // Held, because it may be a reference into the array.
+  // Copied, because `service` may refer into the array.
   const Service sought = service;
   if (!sought || !services) {
     return;
@@ -342,7 +342,7 @@ void KRAVTWVServicesVexil::eraseAndRebuild(const KRAVTWVNetServiceArray& found) 
   if (found.empty() || !services) {
     return;
   }
-  // `found` holds them, so that no destructor runs in the middle.
+  // The caller's array holds them, so no destructor runs in the middle.
   const Identities gone = identitiesOf(found);
   const auto isGone = [&](const Service& service) { return gone.contains(service.get()); };
   if (std::erase_if(*services, isGone) > 0) {

@@ -28,15 +28,15 @@ const Key& dateFormatterKey() {
   return key;
 }
 
-/// Whether the day that begins at `start` is so many days after the one of `now`.
+/// Whether the day that begins at `start` is `days` days after the day of `now`.
 bool isDaysAfter(const Calendar& calendar, std::optional<Date> start, Date now, int days) {
   const auto candidate = calendar.startOfDay(now, days);
   return start && candidate && candidate->seconds == start->seconds;
 }
 
-/// How many days ahead the day that begins at `start` is: 0, 1 or `neither`. Reads `now` once to
-/// compare with tomorrow, and then once to compare with today. The later answer counts, which only
-/// matters when midnight passes in between.
+/// How many days ahead the day that begins at `start` is: 0, 1 or `neither`. Reads `now` to compare
+/// with tomorrow, and again to compare with today. If midnight passes in between, both may hold,
+/// and then the second counts.
 template <class Now>
 std::int32_t daysAhead(const Calendar& calendar, std::optional<Date> start, const Now& now) {
   std::int32_t ahead = KRAVTWVRelativeDateTransformer::neither;
@@ -48,7 +48,7 @@ std::int32_t daysAhead(const Calendar& calendar, std::optional<Date> start, cons
   return ahead;
 }
 
-/// `format` with `text` in place of its placeholder.
+/// Returns `format` with `text` instead of the first placeholder.
 std::string filled(std::string format, std::string_view text) {
   constexpr std::string_view placeholder = "%@";
   if (const std::size_t at = format.find(placeholder); at != std::string::npos) {
@@ -102,9 +102,9 @@ std::optional<Date> KRAVTWVRelativeDateTransformer::validUntil(Date date) const 
   if (!start || !calendar.components(now)) {
     return std::nullopt;
   }
-  // What is told of a date changes about its day only. Some days around it are looked at one by
-  // one, because not every day has the next one behind it: zones have skipped a day, and had their
-  // clocks set back into the day before.
+  // The answer changes only near the day of the date. The days around it are checked one by one,
+  // because the next day does not always follow: time zones have skipped a day, and have set their
+  // clocks back into the day before.
   constexpr double margin = 4 * 86'400.0;
   const auto daysAheadAt = [&](Date instant) {
     return daysAhead(calendar, start, [instant] { return instant; });
@@ -121,7 +121,7 @@ std::optional<Date> KRAVTWVRelativeDateTransformer::validUntil(Date date) const 
 }
 
 Value KRAVTWVRelativeDateTransformer::transformedValue(const Value& value) const {
-  const auto self = weak_from_this().lock();  // a clock or formatter of a host may let go of it
+  const auto self = weak_from_this().lock();  // a host's clock or formatter may let go of it
   const auto date = value.date();
   if (!date) {
     return "";

@@ -11,12 +11,12 @@ class KRAVTWVItemVexil;
 
 namespace vexil::detail {
 
-/// A weak pointer to an item in the space of one pointer, as every item has one to its parent: all
-/// that are copies of one share what they refer by. As with any pointer, one that threads read and
+/// A weak pointer to an item that takes the space of one pointer, because every item has one to its
+/// parent. Copies share one `std::weak_ptr`. As with any pointer, one that several threads read and
 /// assign needs a lock.
 class ItemReference {
  public:
-  /// To nothing.
+  /// Refers to nothing.
   ItemReference() noexcept = default;
   explicit ItemReference(std::weak_ptr<KRAVTWVItemVexil> item)
       : _shared(new Shared{{}, std::move(item)}) {}
@@ -38,7 +38,7 @@ class ItemReference {
 
   [[nodiscard]] bool refers() const noexcept { return _shared != nullptr; }
 
-  /// A null pointer once the item is gone.
+  /// Returns a null pointer when the item is gone or there is none.
   [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> lock() const noexcept {
     return _shared == nullptr ? nullptr : _shared->item.lock();
   }

@@ -14,27 +14,27 @@ class KRAVTWVItemVexil;
 
 namespace vexil::detail {
 
-/// All stored properties of an item but `_enabled`, which subclasses may set.
+/// All stored properties of an item except `_enabled`, which subclasses may set.
 ///
 /// There can be millions of items, so this is small. Most items are leaves and read their
-/// identifier and label from a record: what they do without lies in `rare`, which is made when it
-/// is needed first. `rare` comes first because a walk through a tree looks at nothing else of a
-/// leaf: there it lies in the same cache line as the beginning of the item.
+/// identifier and label from a record. What they do not need lies in `rare`, which is made when it
+/// is first needed. `rare` is the first member because a walk through a tree reads nothing else of
+/// a leaf, and there it lies in the same cache line as the beginning of the item.
 struct ItemStorage {
   using Children = std::vector<std::shared_ptr<KRAVTWVItemVexil>>;
 
   struct Rare {
     platform::Value _uniqueID;
     platform::Value _label;
-    std::shared_ptr<Children> _children;  // made when somebody first asks for it
-    ItemReference self;                   // the children refer to this item by it
-    bool areChildrenAbsent = false;       // a null `_children` is an empty array otherwise
+    std::shared_ptr<Children> _children;  // made when it is first needed
+    ItemReference self;                   // copied by the children, to refer to this item
+    bool areChildrenAbsent = false;       // if false, a null `_children` means an empty array
   };
 
   explicit ItemStorage(platform::Value representedObject)
       : _representedObject(std::move(representedObject)) {}
 
-  /// The children where there is an array of them, otherwise null.
+  /// Returns null when no array of children has been made.
   [[nodiscard]] Children* children() const { return rare ? rare->_children.get() : nullptr; }
   [[nodiscard]] bool areChildrenAbsent() const { return rare && rare->areChildrenAbsent; }
   void setChildren(std::shared_ptr<Children>& children) {
@@ -42,7 +42,7 @@ struct ItemStorage {
     rare->_children.swap(children);
   }
 
-  mutable std::unique_ptr<Rare> rare;  // once it is there, it stays
+  mutable std::unique_ptr<Rare> rare;  // stays once it is made
   platform::Value _representedObject;
   ItemReference _parent;
   RecordAddress equalRecord;  // a record that equals the represented object

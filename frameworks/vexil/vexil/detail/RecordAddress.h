@@ -7,18 +7,18 @@
 
 namespace vexil::detail {
 
-/// A record by its place in one of the lists that a collection has held, as one number: lists are
-/// numbered across all collections and never twice. 0 is none.
+/// Says which record of which list: the number of a list that a collection has held, and the place
+/// of the record in it. No two lists of any collections have the same number. 0 is no list.
 ///
-/// An item that came out of a list, or was compared with a record of it, remembers that its own
-/// record equals the one there; it forgets as soon as it is given another. So a merge knows of most
-/// items whether they differ from a fresh record without a look at either.
+/// An item that was made from a record of a list, or found equal to one, remembers the address: its
+/// own record equals the one there. It forgets the address when it gets another record. So a merge
+/// knows of most items whether they differ from a fresh record, and reads neither.
 class RecordAddress {
  public:
   RecordAddress() = default;
   RecordAddress(std::uint64_t list, std::uint32_t place) : _bits((list << placeBits) | place) {}
 
-  /// Whether a list of this length can be numbered.
+  /// Whether all places of a list of this length fit into an address.
   static constexpr bool reaches(std::size_t count) { return count < std::size_t{1} << placeBits; }
 
   [[nodiscard]] std::uint64_t list() const { return _bits >> placeBits; }
@@ -27,7 +27,7 @@ class RecordAddress {
   }
 
  private:
-  static constexpr unsigned placeBits = 24;  // which leaves lists enough for centuries
+  static constexpr unsigned placeBits = 24;  // leaves numbers for 2^40 lists, enough for centuries
   std::uint64_t _bits = 0;
 };
 

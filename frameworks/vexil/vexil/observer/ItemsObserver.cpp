@@ -38,7 +38,8 @@ const Key& childrenKey() {
   return key;
 }
 
-/// Calls `visit` for every item of the subtrees in a change record's array.
+/// Calls `visit` for each item in the subtrees of a change record's array. Throws `InvalidArgument`
+/// when it is no array.
 template <class Visit>
 void walkThroughTreesIn(const Value& items, const Visit& visit) {
   if (!items.isArray()) {
@@ -71,9 +72,9 @@ KRAVTWVItemArray itemsIn(const Value& values) {
 
 }  // namespace
 
-/// What stands in the place of an items observer on the items of one tree, and hands on to it what
-/// it hears. It goes when the root is set or cleared: registrations that cannot be found then are
-/// those of an observer that is gone.
+/// Is registered on the items of one tree in place of the items observer, and passes notices on to
+/// it. Setting or clearing the root ends it. Registrations that cannot be found by then belong to
+/// an observer that is gone, and so do no harm.
 class KRAVTWVItemsObserver::Watch : public platform::Observer {
  public:
   explicit Watch(const std::shared_ptr<KRAVTWVItemsObserver>& observer) : _observer(observer) {}
@@ -85,7 +86,7 @@ class KRAVTWVItemsObserver::Watch : public platform::Observer {
       observer->observeValueForKeyPathOfObjectChangeContext(keyPath, object, change, context);
     }
   }
-  /// Hands on nothing more, though it may be held by a delivery.
+  /// Passes on no more notices, even if a delivery still holds this object.
   void end() noexcept { _observer.reset(); }
 
  private:
@@ -98,7 +99,7 @@ std::shared_ptr<KRAVTWVItemsObserver> KRAVTWVItemsObserver::init() {
   return observer;
 }
 
-// The registration on itself needs no withdrawal: it goes with the observer that it stands in.
+// The observer need not withdraw from itself: its destruction ends that registration.
 KRAVTWVItemsObserver::~KRAVTWVItemsObserver() = default;
 
 void KRAVTWVItemsObserver::setRoot(const std::shared_ptr<KRAVTWVItemVexil>& root) {
@@ -170,7 +171,7 @@ void KRAVTWVItemsObserver::leave(const std::shared_ptr<KRAVTWVItemVexil>& oldRoo
       vexil::detail::ItemWalk::throughTree(
           *oldRoot, [&](KRAVTWVItemVexil& item) { withdrawals.removeFrom(item); });
     } catch (const std::bad_alloc&) {
-      // The rest is left over.
+      // The other registrations stay. They do no harm.
     }
   }
 }

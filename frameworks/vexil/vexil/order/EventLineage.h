@@ -11,25 +11,28 @@
 
 namespace vexil::detail {
 
-/// Where the records of a list come from. No two records of the list are equal, and no two of the
-/// list before have one identifier.
+/// Where the records of a list come from. No two records of the list are equal, and no two records
+/// of the list before have the same identifier.
 struct EventLineage {
   using Place = PlaceTable::Place;
 
-  /// In an origin: the record there has the same identifier, but is another one.
+  /// A mark in an origin: the record there has the same identifier, but differs.
   static constexpr Place changed = Place{1} << 31;
-  /// The same identifier, and whether it is another record is for the merge to ask.
+  /// A mark in an origin: the record there has the same identifier, and the merge must ask whether
+  /// it differs.
   static constexpr Place unsure = Place{1} << 30;
   static constexpr Place placeBits = ~(changed | unsure);
 
   std::uint64_t list = 0;
-  bool areIdentified = false;    // whether none of its records lacks an identifier
-  std::uint64_t listBefore = 0;  // 0 where nothing is known of it
+  bool areIdentified = false;    // whether all its records have identifiers
+  std::uint64_t listBefore = 0;  // 0 when nothing is known of it
   std::size_t countBefore = 0;
-  std::vector<Place> origins = {};  // nowhere for a record whose identifier is new
+  // For each record, the place in the list before of the record with the same identifier, with a
+  // mark or without; nowhere when the identifier is new.
+  std::vector<Place> origins = {};
 
-  /// Where in the list before the record stood that has the identifier of this one; nowhere when it
-  /// is of neither list.
+  /// Returns the place in the list before of the record that has the identifier of this one.
+  /// Returns nowhere when there is none, or when `record` is of neither list.
   [[nodiscard]] Place placeBefore(RecordAddress record) const {
     if (record.list() == list && record.place() < origins.size() &&
         origins[record.place()] != PlaceTable::nowhere) {

@@ -24,7 +24,7 @@ const Key& identifierKey() {
   return key;
 }
 
-/// Whether an identifier can be looked for: a text or number, which runs no foreign code.
+/// Whether an identifier is a text or number. Looking it up runs no foreign code then.
 bool isPlain(const Value& identifier) {
   return identifier.isString() || identifier.isNumber();
 }
@@ -331,7 +331,7 @@ class EventOrder::Arrangement {
  public:
   explicit Arrangement(Search& search) : _search(search), _byPlace(*search.freshByPlace) {}
 
-  /// Returns false when two records have the same name and identifier, or there are too many.
+  /// Returns false when two records compare equal, or when there are too many for a lineage.
   [[nodiscard]] bool run();
 
   std::optional<ArrayMaker> sorted;
@@ -427,8 +427,8 @@ void EventOrder::Arrangement::take(Search::Newcomer& newcomer) {
 }
 
 EventOrder::Answer EventOrder::compare(const Value& held, const Value& events) {
-  const Value before = _knownList;  // goes last, as anything can happen when it does
-  // Objects in records are asked whether they are equal, and could have the collection refreshed.
+  const Value before = _knownList;  // destroyed last, because this can run foreign code
+  // Objects in records are asked whether they are equal. They may refresh the collection.
   const bool isNested = std::exchange(_isAtWork, true);
   struct AtWork {
     bool& isAtWork;
@@ -450,7 +450,7 @@ EventOrder::Answer EventOrder::compare(const Value& held, const Value& events) {
   return {std::move(sorted.list), false, _lineage};
 }
 
-/// Nothing when the list must be sorted.
+/// Returns nothing when the list must be sorted.
 std::optional<EventOrder::Answer> EventOrder::compareByIdentifier(const Value& held,
                                                                   const Value& events) {
   if (LiteralRefresh::isWanted() || held.elements().empty() || !events.isArray()) {
@@ -478,7 +478,8 @@ void EventOrder::startFrom(const OrderedEvents& events) {
   _lastPlaces.clear();
 }
 
-/// Makes the table, where it is missing; whether all identifiers are there and differ.
+/// Makes the table of identifiers if it is missing. Returns whether all records have plain
+/// identifiers that differ.
 bool EventOrder::learnIdentifiers() {
   if (!_placesByIdentifier.isEmpty() || !_identifiersDiffer) {
     return _identifiersDiffer;
@@ -503,8 +504,8 @@ bool EventOrder::learnIdentifiers() {
   return true;
 }
 
-/// Whether the identifier at a place can be looked for, and is at no other place so far. Otherwise
-/// nothing is known any more.
+/// Adds the identifier at a place to the table. Returns false, and clears the table, when the
+/// identifier is not plain or is in the table already. Clears it also when the table is full.
 bool EventOrder::learnIdentifier(std::span<const Value> records, Place place) {
   const Value& identifier = records[place][identifierKey()];
   const std::uint64_t hash = isPlain(identifier) ? identifier.hash() : 0;

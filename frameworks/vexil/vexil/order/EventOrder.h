@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Internal to collections: event records in their order.
+// Internal to collections: event records by name and then by identifier.
 #pragma once
 
 #include <vexil/order/EventLineage.h>
@@ -16,25 +16,26 @@
 
 namespace vexil::detail {
 
-/// What a collection knows about the list of events that it holds, so that the next list, which is
-/// mostly the same one with few changes, need not be sorted and compared as a whole: each record is
-/// looked for by its identifier, and one that has not changed its name keeps its place.
+/// What a collection knows about the list of events that it holds. The next list is mostly the same
+/// one with few changes, so it need not be sorted and compared as a whole. Each record is looked up
+/// by its identifier. Records that keep their names keep their order.
 ///
-/// That yields what sorting and comparing would only where no two records share a place in the
-/// order, or an identifier. Other lists are sorted.
+/// The result is that of the literal way if no two records have the same identifier, and no two
+/// compare equal. Other lists are sorted.
 class EventOrder {
  public:
   struct Answer {
     platform::Value sorted;
-    bool isHeld;  // whether the list held equals the fresh one in order; an absent one never does
-    std::shared_ptr<const EventLineage> lineage;  // of the fresh one, where it is strict
+    bool isHeld;  // whether `sorted` equals the list held; false if the latter is absent
+    std::shared_ptr<const EventLineage> lineage;  // of `sorted`; null if not known
   };
 
-  /// `held` is what the collection holds, whoever has set it. Raises what sorting raises.
+  /// Compares a fresh list with the list that the collection holds now, which a host may have set.
+  /// Throws what `inEventOrder` throws.
   [[nodiscard]] Answer compare(const platform::Value& held, const platform::Value& events);
 
-  /// The lineage of `list`, the one of the last answer; null for any other list, and where two of
-  /// its records may share a place in the order.
+  /// Returns the lineage of `list` if it is the list of the last answer. Returns null for any other
+  /// list, and when two records may compare equal.
   [[nodiscard]] std::shared_ptr<const EventLineage> lineageOf(const platform::Value& list) const {
     return list.sharesStorageWith(_knownList) ? _lineage : nullptr;
   }
@@ -54,12 +55,12 @@ class EventOrder {
   Answer answerWith(platform::Value fresh, std::vector<Place> origins);
 
   bool _isAtWork = false;
-  platform::Value _knownList;  // the list that all this is about
-  // Null where records share a place in the order.
-  std::shared_ptr<const EventLineage> _lineage;
+  platform::Value _knownList;  // what the other members are about
+  std::shared_ptr<const EventLineage>
+      _lineage;                    // null if two records may compare equal, or too many
   PlaceTable _placesByIdentifier;  // empty while it is not needed
   bool _identifiersDiffer = true;
-  std::vector<Place> _lastPlaces;  // of the records of the last list, in the order it came in
+  std::vector<Place> _lastPlaces;  // by the index of the record in the list that came last
 };
 
 }  // namespace vexil::detail

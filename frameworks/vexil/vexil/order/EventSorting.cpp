@@ -25,7 +25,7 @@ using Entry = PrefixSort::Entry;
 /// A loop prefetches a record this many turns before it reads it.
 constexpr std::size_t ahead = 12;
 
-/// Nothing when the list is not in order.
+/// Returns nothing when the list is not in order.
 std::optional<OrderedEvents> alreadyInOrder(const Value& events) {
   const std::span<const Value> records = events.elements();
   OrderedEvents ordered{events, true, true};
@@ -53,7 +53,7 @@ OrderedEvents sortedByComparison(const Value& events) {
   return {Value::array(std::move(records))};
 }
 
-/// A list on its way to being sorted by the prefixes of the names.
+/// Sorts a list by the prefixes of names, and by comparing records whose prefixes are equal.
 class PrefixSorting {
  public:
   explicit PrefixSorting(const Value& events)

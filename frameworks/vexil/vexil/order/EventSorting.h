@@ -9,15 +9,16 @@
 
 namespace vexil::detail {
 
-/// The two values that decide where a record belongs.
+/// The two values that decide the order of records.
 struct EventKeys {
   const platform::Value* name;
   const platform::Value* identifier;
 };
 
+/// Compares by name, and by identifier if names compare equal.
 [[nodiscard]] std::weak_ordering order(const EventKeys& a, const EventKeys& b);
 
-/// Reads the keys of many records; absent ones of what is no record.
+/// Reads the keys of many records. What is no record has absent ones.
 class EventKeyReader {
  public:
   EventKeyReader();
@@ -32,7 +33,7 @@ class EventKeyReader {
   platform::FieldReader _identifier;
 };
 
-/// Compares many records by name and, where names are equal, by identifier.
+/// Compares many records with `order`.
 class EventComparison {
  public:
   std::weak_ordering operator()(const platform::Value& a, const platform::Value& b) {
@@ -44,18 +45,18 @@ class EventComparison {
   EventKeyReader _keysOfSecond;
 };
 
-/// A list of event records by name and then by identifier, stably.
+/// A list of event records, sorted stably by name and then by identifier.
 struct OrderedEvents {
-  platform::Value list;        // absent where the events are; the events themselves when in order
-  bool isStrict = false;       // whether no two records share a place in the order
-  bool areIdentified = false;  // whether none lacks an identifier
+  platform::Value list;        // absent if the events are absent
+  bool isStrict = false;       // known: no two records compare equal
+  bool areIdentified = false;  // known: all records have identifiers
 };
 
-/// Sorts `events`. Raises `InvalidArgument` when they are neither absent nor an array.
+/// Sorts `events`. If they are in order already, the result shares their storage. Throws
+/// `InvalidArgument` when they are neither absent nor an array.
 [[nodiscard]] OrderedEvents inEventOrder(const platform::Value& events);
 
-/// The order of an array that is in order; that of one that is not is neither strict nor
-/// identified, as if nothing were known of it.
+/// Returns an array without sorting it. If it is not in order, nothing is known of it.
 [[nodiscard]] OrderedEvents asItStands(const platform::Value& events);
 
 }  // namespace vexil::detail

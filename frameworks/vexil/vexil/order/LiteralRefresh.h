@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// Internal to collections: the choice of the way a refresh takes.
+// Internal to collections and tests: makes refreshes take the literal way.
 #pragma once
 
 namespace vexil::detail {
 
-/// While one of these lives, refreshes on its thread take no shorter way: they sort every list,
-/// compare it as a whole and make an item for each record. Observers must not be able to tell the
-/// difference, which is what the tests use this for.
+/// While an object of this class lives, refreshes on its thread take the literal way: they sort
+/// every list, compare it as a whole and make an item for each record. Tests use it to check that
+/// observers cannot tell the difference.
 class LiteralRefresh {
  public:
   LiteralRefresh() { ++count(); }

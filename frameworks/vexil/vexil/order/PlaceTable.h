@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Internal: places in a list, found by the hash of what stands there.
+// Internal: finds places in a list by the hashes of what stands there.
 #pragma once
 
 #include <bit>
@@ -10,8 +10,12 @@
 
 namespace vexil::detail {
 
-/// A hash table that holds numbers alone: what they stand for lies in somebody's list, and is
-/// compared there. One allocation, no nodes.
+/// A hash table of places. A place is the index of an element in one particular list, as a number
+/// of 32 bits: in this folder, in the list of records that a collection holds, in order. Where a
+/// record stands in the list that a host hands over is called its index.
+///
+/// The table holds only numbers. The elements lie in the caller's list, and the caller compares
+/// them there. One allocation, no nodes.
 class PlaceTable {
  public:
   using Place = std::uint32_t;
@@ -31,12 +35,13 @@ class PlaceTable {
 
   void prefetch(std::uint64_t hash) const { __builtin_prefetch(&_slots[hash & _mask]); }
 
-  /// The place that is most likely meant: its hash agrees in half of its bits.
+  /// Returns the first place whose hash agrees in its upper half, or nowhere. That is most likely
+  /// the right place, but the caller must check it.
   [[nodiscard]] Place likely(std::uint64_t hash) const {
     return find(hash, [](Place) { return true; });
   }
 
-  /// The first place with this hash of which `isMeant` says so.
+  /// Returns the first place with this hash for which `isMeant` returns true, or nowhere.
   template <class IsMeant>
   [[nodiscard]] Place find(std::uint64_t hash, const IsMeant& isMeant) const {
     for (std::size_t slot = hash & _mask; _slots[slot] != 0; slot = (slot + 1) & _mask) {
@@ -57,14 +62,13 @@ class PlaceTable {
     ++_used;
   }
 
-  /// Whether so many more places can be inserted. There is always room for as many as `reset` was
-  /// told, at first.
+  /// Whether `count` more places can be inserted. After `reset` there is room for its `count`.
   [[nodiscard]] bool hasRoomFor(std::size_t count) const {
     return (_used + count) * 3 <= _slots.size() * 2;
   }
 
-  /// Gives each place its new number out of `places`; those that are nowhere there are not found
-  /// any more, but go on taking up room.
+  /// Replaces each place by `places[place]`. If that is nowhere, the place is not found any more,
+  /// but still takes up room.
   void renumber(std::span<const Place> places) {
     for (std::uint64_t& slot : _slots) {
       const auto place = static_cast<Place>(slot);
@@ -76,9 +80,9 @@ class PlaceTable {
   }
 
  private:
-  static constexpr Place gone = nowhere;  // in place of a number, which never comes to that
+  static constexpr Place gone = nowhere;  // instead of a place + 1, which is never so large
 
-  std::vector<std::uint64_t> _slots;  // bits of the hash above, the place and one below
+  std::vector<std::uint64_t> _slots;  // upper half: of the hash; lower half: place + 1
   std::size_t _mask = 0;
   std::size_t _used = 0;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Internal to collections: sorting by texts, of which mostly the beginning decides.
+// Internal to collections: sorting by texts that mostly differ at the beginning.
 #pragma once
 
 #include <algorithm>
@@ -12,19 +12,20 @@
 
 namespace vexil::detail {
 
-/// Distributes entries over buckets by the bits in which they differ, and then each bucket in the
-/// same way: no comparison goes astray as half of those of a usual sort do, which costs a processor
-/// more than moving what is sorted.
+/// Distributes entries over buckets by the bits in which they differ, and then sorts each bucket in
+/// the same way. A usual sort compares, and a processor mispredicts half of its comparisons. That
+/// costs more than moving the entries.
 class PrefixSort {
  public:
-  /// The first bytes of a text, as numbers that compare as they do.
+  /// The first bytes of a text, as numbers that compare like the text.
   using Prefix = std::array<std::uint64_t, 3>;
   struct Entry {
     Prefix prefix;
     std::uint32_t index;
   };
 
-  /// Sorts by prefix. Where prefixes are equal `comesBefore` decides, a strict total order.
+  /// Sorts by prefix. If prefixes are equal, `comesBefore` decides, which must be a strict total
+  /// order.
   template <class ComesBefore>
   static void sort(std::vector<Entry>& entries, const ComesBefore& comesBefore) {
     std::vector<Entry> spare(entries.size());
@@ -34,8 +35,8 @@ class PrefixSort {
  private:
   static constexpr std::size_t maxForInsertion = 12;
 
-  /// The entries agree in the words before `word`. The recursion is at most as deep as there are
-  /// digits in a prefix.
+  /// Sorts entries that agree in the words before `word`. The recursion is at most as deep as a
+  /// prefix has digits.
   template <class ComesBefore>
   static void sort(std::span<Entry> entries, std::span<Entry> spare, std::size_t word,
                    const ComesBefore& comesBefore) {

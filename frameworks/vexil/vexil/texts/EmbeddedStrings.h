@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Internal: the strings tables that the build embeds. Every source that looks a text up includes
-// this.
+// Internal: the strings tables that the build embeds. A source that looks a text up must include
+// this header.
 #pragma once
 
 #include <vexil/platform/Bundle.h>
@@ -9,11 +9,11 @@
 
 namespace vexil::detail {
 
-/// The library's own strings tables, one a language.
+/// The library's own strings tables, one for each language.
 [[nodiscard]] std::span<const platform::EmbeddedStrings> embeddedStrings();
 
-/// Here, and not in a source of its own: a program that uses the library as an archive would not
-/// link that source.
+/// Registered in this header because a program that links the library as an archive would leave out
+/// a source that only registers.
 inline const platform::BundleRegistration ownStrings(embeddedStrings().data(), embeddedStrings());
 
 }  // namespace vexil::detail
