@@ -27,11 +27,11 @@ MAIN = """#include <vexil/avahi/PollLoop.h>
 #include <vexil/platform/Error.h>
 #include <vexil/KRAVTWVItemsVexil.h>
 int main() {
-  avahi::PollLoop loop;
+  vexil::avahi::PollLoop loop;
   try {
-    avahi::ServiceBrowser browser(loop.poll(), "printers",
+    vexil::avahi::ServiceBrowser browser(loop.poll(), "printers",
                                   std::make_shared<KRAVTWVServicesVexil>());
-  } catch (const platform::InvalidArgument& error) {
+  } catch (const vexil::platform::InvalidArgument& error) {
     std::cout << error.what();
   }
 }
