@@ -245,7 +245,7 @@ TEST(DisabledJobs, AreJobLinesBehindACommentSign) {
 }
 
 TEST(DisabledJobs, AreWhateverHasTheSignRightBeforeASchedule) {
-  // What `sed 's/^/#/'` made of a job is one, however it reads and whatever stands above it.
+  // `sed 's/^/#/'` makes a switched-off job of every job, whatever its text and the lines above.
   EXPECT_EQ(systemJobs("#0 6 * * * root snapshot keep only 5\n0 7 * * * root /bin/next\n"),
             (Lines{"1 - [snapshot keep] 0 6 * * * | root | snapshot keep only 5",
                    "2 + [next] 0 7 * * * | root | /bin/next"}));

@@ -23,12 +23,6 @@ using platform::Value;
 const Zone kBerlin = Zone::named("Europe/Berlin");
 const Instant kNoon = sys_days(2026y / 5 / 4) + 10h;  // a Monday, 12:00 in Berlin
 
-Tables tablesOf(std::string_view text) {
-  Tables tables;
-  tables.tables.push_back({kSystemInfo, parseTable(kSystemInfo, text).jobs});
-  return tables;
-}
-
 Value pendingOf(const Tables& tables, Instant now) {
   return pendingRecords(tables, eventRecords(tables), now, kBerlin);
 }
@@ -66,7 +60,7 @@ TEST(PendingTriggers, GoWhenTheyFireAndTheOthersStay) {
   EXPECT_EQ(before, (std::set<std::string>{"etc/cron.d/x|root|1|a@2026-05-05 01:00",
                                            "etc/cron.d/x|root|1|b@2026-05-04 10:30",
                                            "etc/cron.d/x|root|1|c@2026-05-04 10:20"}));
-  // A moment before the first is due nothing is another; then it alone is.
+  // A moment before the first is due, all are the same. Then only the first is another.
   EXPECT_EQ(identifiersOf(pendingOf(tables, kNoon + 20min - 1s)), before);
   EXPECT_EQ(identifiersOf(pendingOf(tables, kNoon + 20min)),
             (std::set<std::string>{"etc/cron.d/x|root|1|a@2026-05-05 01:00",

@@ -13,17 +13,13 @@
 #include <variant>
 #include <vector>
 
+#include "TableSupport.h"
+
 namespace monitor {
 namespace {
 
 using namespace std::chrono;
 using namespace std::chrono_literals;
-
-Schedule scheduleOf(std::string_view text) {
-  const auto schedule = parseSchedule(text);
-  EXPECT_TRUE(std::holds_alternative<Schedule>(schedule)) << text;
-  return std::get<Schedule>(schedule);
-}
 
 Instant utc(year_month_day date, minutes time) {
   return sys_days(date) + time;

@@ -205,12 +205,6 @@ TEST(Processes, OfThisMachineCanBeReadWhileTheyComeAndGo) {
 
 // --- which job a process runs
 
-Tables tablesOf(std::string_view text) {
-  Tables tables;
-  tables.tables.push_back({kSystemInfo, parseTable(kSystemInfo, text).jobs});
-  return tables;
-}
-
 Process processOf(int id, int parent, Lines arguments, std::string user = "root") {
   return {id, parent, "sh", std::move(arguments), std::move(user), std::nullopt};
 }

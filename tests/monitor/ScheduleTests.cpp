@@ -10,6 +10,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "TableSupport.h"
 #include "tests/support/Property.h"
 
 namespace monitor {
@@ -17,15 +18,6 @@ namespace {
 
 static_assert(std::is_nothrow_move_constructible_v<Schedule>);
 static_assert(std::is_copy_assignable_v<Schedule>);
-
-Schedule scheduleOf(const std::string& text) {
-  const auto parsed = parseSchedule(text);
-  if (const auto* problem = std::get_if<Problem>(&parsed)) {
-    ADD_FAILURE() << text << ": " << problem->reason;
-    return {};
-  }
-  return std::get<Schedule>(parsed);
-}
 
 std::string problemOf(const std::string& text) {
   const auto parsed = parseSchedule(text);

@@ -154,7 +154,7 @@ TEST(Tables, AMissingPermissionIsOneWarning) {
   root.makeDirectory("var/spool/cron/crontabs");
   fs::permissions(root / "etc/cron.d/secret", fs::perms::none);
   fs::permissions(root / "var/spool/cron/crontabs", fs::perms::none);
-  // Whoever may read everything sees no mistake, and that is right as well.
+  // A user who may read everything gets no error, which is right as well.
   const bool mayReadAll = ::access((root / "etc/cron.d/secret").c_str(), R_OK) == 0;
 
   const Tables found = readTables(root.path());

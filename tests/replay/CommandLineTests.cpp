@@ -36,7 +36,7 @@ const std::string group =
 const std::string transcriptOfGroup =
     "== 1 KRAVTWVGroupVexil itemWithLabel:uniqueID:\n-> #1(KRAVTWVGroupVexil \"g\")\n";
 
-/// A folder for files that goes with the test.
+/// A folder for files. It is removed after the test.
 class CommandLine : public testing::Test {
  protected:
   CommandLine() { std::filesystem::create_directories(folder); }
@@ -168,7 +168,7 @@ TEST_F(CommandLine, AnEmptyScenarioPrintsNothing) {
   EXPECT_EQ(outcome.output, "");
 }
 
-/// Takes nothing, like a disk that is full.
+/// Accepts nothing, like a full disk.
 class FullBuffer : public std::streambuf {};
 
 TEST_F(CommandLine, ATranscriptThatCannotBeWrittenIsARefusal) {
@@ -181,7 +181,7 @@ TEST_F(CommandLine, ATranscriptThatCannotBeWrittenIsARefusal) {
   EXPECT_EQ(errors.str(), "vexil-replay: the transcript cannot be written\n");
 }
 
-/// Keeps what stood in it at each flush.
+/// Keeps its content at each flush.
 class FlushedBuffer : public std::stringbuf {
  public:
   std::vector<std::string> flushes;

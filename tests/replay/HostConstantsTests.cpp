@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A host whose constants have values of their own: scenarios and transcripts read the same.
+// A host has its own values for the constants. Scenarios and transcripts stay the same.
 #include <gtest/gtest.h>
 #include <replay/Constants.h>
 #include <ternwood/Ternwood.h>

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What items give for pasteboard types, and directories and files by their content.
+#include "tests/support/Bytes.h"
+
 #include <gtest/gtest.h>
 #include <replay/Printer.h>
 #include <ternwood/Ternwood.h>
@@ -21,6 +23,8 @@ using platform::FileURL;
 using platform::kUTTypeFileURL;
 using platform::NSPasteboardTypeString;
 using platform::Value;
+using test::bytesOf;
+using test::dataOf;
 
 // The binary property list of the array (1).
 constexpr std::string_view list(
@@ -28,10 +32,6 @@ constexpr std::string_view list(
     "\x08\x0A"
     "\0\0\0\0\0\0\x01\x01\0\0\0\0\0\0\0\x02\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x0C",
     46);
-
-std::span<const std::byte> bytesOf(std::string_view text) {
-  return std::as_bytes(std::span(text));
-}
 
 class PrintedFile : public testing::Test {
  protected:
@@ -49,16 +49,16 @@ class PrintedFile : public testing::Test {
 };
 
 TEST_F(PrintedFile, PropertyListsAreShownByTheirContent) {
-  const Value data = Value::data(bytesOf(list));
+  const Value data = dataOf(list);
   EXPECT_EQ(printed(data, kTWWorkspaceUTIEvent), "plist([1])");
   EXPECT_EQ(printed(data, kTWWorkspaceUTISchedule), "plist([1])");
   EXPECT_EQ(printed(data, "ORG.Ternwood.Event"), "plist([1])");
 }
 
 TEST_F(PrintedFile, WhatIsNoBinaryPropertyListIsShownAsData) {
-  EXPECT_EQ(printed(Value::data(bytesOf("(1)")), kTWWorkspaceUTIEvent), "<283129>");
-  EXPECT_EQ(printed(Value::data(bytesOf("bplist00")), kTWWorkspaceUTIEvent), "<62706c6973743030>");
-  EXPECT_EQ(printed(Value::data(bytesOf("x")), NSPasteboardTypeString), "<78>");
+  EXPECT_EQ(printed(dataOf("(1)"), kTWWorkspaceUTIEvent), "<283129>");
+  EXPECT_EQ(printed(dataOf("bplist00"), kTWWorkspaceUTIEvent), "<62706c6973743030>");
+  EXPECT_EQ(printed(dataOf("x"), NSPasteboardTypeString), "<78>");
 }
 
 TEST_F(PrintedFile, EverythingElseIsShownAsAValue) {
@@ -79,10 +79,9 @@ TEST_F(PrintedFile, FilesAreShownByNameAndContent) {
 TEST_F(PrintedFile, AreNamedNowhereElse) {
   const Value url = written("x y", list);
   EXPECT_EQ(printer.value(Value::array({url, 1})), "[<url>, 1]");
-  const std::string text(reinterpret_cast<const char*>(url.bytes().data()), url.bytes().size());
+  const std::string text = test::textOf(url);
   EXPECT_EQ(printer.value(text), "\"<url>\"");
-  EXPECT_EQ(printer.value(Value::data(bytesOf(text + " "))),
-            replay::printedData(bytesOf(text + " ")));
+  EXPECT_EQ(printer.value(dataOf(text + " ")), replay::printedData(bytesOf(text + " ")));
 }
 
 TEST_F(PrintedFile, TheExtensionOfScheduleFilesGoesByItsName) {
@@ -94,9 +93,9 @@ TEST_F(PrintedFile, TheExtensionOfScheduleFilesGoesByItsName) {
 }
 
 TEST_F(PrintedFile, URLsOfNoFileStayData) {
-  EXPECT_EQ(printed(Value::data(bytesOf("file:///x")), kUTTypeFileURL), "<66696c653a2f2f2f78>");
-  EXPECT_EQ(printed(Value::data(bytesOf("file:///%4")), kUTTypeFileURL), "<66696c653a2f2f2f2534>");
-  EXPECT_EQ(printed(Value::data(bytesOf("x:y")), kUTTypeFileURL), "<783a79>");
+  EXPECT_EQ(printed(dataOf("file:///x"), kUTTypeFileURL), "<66696c653a2f2f2f78>");
+  EXPECT_EQ(printed(dataOf("file:///%4"), kUTTypeFileURL), "<66696c653a2f2f2f2534>");
+  EXPECT_EQ(printed(dataOf("x:y"), kUTTypeFileURL), "<783a79>");
   EXPECT_EQ(printed("file:///x", kUTTypeFileURL), "\"file:///x\"");
 }
 

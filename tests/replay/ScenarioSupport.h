@@ -16,7 +16,7 @@ namespace test {
 
 using vexil::platform::Value;
 
-/// What a replay wrote, and why it was refused; empty when it was not.
+/// What a replay wrote, and why it was refused. The refusal is empty when it was not.
 struct Replayed {
   std::string transcript;
   std::string refusal;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What reaches a transcript from outside of the steps, and what must not depend on the run.
+// What gets into a transcript from outside of the steps, and what must be the same in every run.
 #include <gtest/gtest.h>
 #include <vexil/platform/Files.h>
 #include <vexil/platform/Log.h>
@@ -135,7 +135,7 @@ rc::Gen<Value> anyArgument(int depth = 2) {
                    [](std::vector<Value> elements) { return Value::array(std::move(elements)); }));
 }
 
-/// Steps of operations that do not walk up or down a tree without end where it contains itself.
+/// Steps of operations that end even if a tree contains itself.
 rc::Gen<Value> anyStep() {
   return rc::gen::exec([] {
     static const std::vector<std::pair<const char*, std::size_t>> operations = {
@@ -188,7 +188,7 @@ PROPERTY(RandomScenarios, ReadTheSameEachTime, ()) {
   };
   const auto more = *rc::gen::container<std::vector<Value>>(anyStep());
   for (const Value& step : more) {
-    // A step that is refused ends a scenario; each is tried, and kept when it is performed.
+    // A refused step ends a scenario. So each step is tried first, and kept if it is performed.
     steps.push_back(step);
     const test::Replayed outcome = test::replayed(Value::array(steps));
     RC_ASSERT(outcome == test::replayed(Value::array(steps)));

@@ -6,7 +6,7 @@
 
 namespace test {
 
-/// How often the calling thread has taken memory from `operator new` so far. A binary that asks
+/// How often the calling thread has taken memory from `operator new` so far. A program that asks
 /// links AllocationCounter.cpp, which replaces the operator.
 [[nodiscard]] std::size_t allocations() noexcept;
 
@@ -16,8 +16,8 @@ namespace test {
 /// How many bytes the calling thread has asked for so far.
 [[nodiscard]] std::size_t bytesTaken() noexcept;
 
-/// While it lives, one allocation of the calling thread fails with `std::bad_alloc`: the one that
-/// `before` others come before. One alive at a time.
+/// While it lives, one allocation of the calling thread fails with `std::bad_alloc`, after `before`
+/// others have succeeded. A thread may have only one of these at a time.
 class FailingAllocation {
  public:
   explicit FailingAllocation(std::size_t before) noexcept;
@@ -29,8 +29,8 @@ class FailingAllocation {
   [[nodiscard]] bool hasFailed() const noexcept;
 };
 
-/// Runs `body` again and again, each time with a later one of its allocations failing, until none
-/// of them fails. `prepare` runs before each time, with all the memory that it wants. How often an
+/// Runs `body` again and again. Its first allocation fails first, then its second and so on, until
+/// none fails. `prepare` runs before each time, and its allocations succeed. Returns how often an
 /// allocation failed.
 template <class Prepare, class Body>
 std::size_t failEachAllocation(Prepare&& prepare, Body&& body) {
@@ -54,7 +54,7 @@ std::size_t failEachAllocation(Body&& body) {
   return failEachAllocation([] {}, body);
 }
 
-/// How often `body` takes memory.
+/// Returns how often `body` takes memory.
 template <class Body>
 [[nodiscard]] std::size_t allocationsOf(Body&& body) {
   const std::size_t before = allocations();

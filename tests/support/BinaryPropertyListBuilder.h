@@ -47,7 +47,7 @@ inline std::string bigEndian(std::uint64_t number, std::size_t size) {
 ///     list.objects = {hex("A2 01 01"), hex("51 61")};  // ("a", "a"), the string shared
 ///     const std::string file = list.file();
 ///
-/// Whatever of the trailer is not set has the value that is right for the objects.
+/// A field of the trailer that is not set has the value that is right for the objects.
 struct BinaryPropertyListBuilder {
   std::vector<std::string> objects;
   std::size_t offsetSize = 1;
@@ -146,15 +146,15 @@ struct BinaryPropertyListBuilder {
     return bytes;
   }
 
-  /// Adds a value and whatever it consists of, every part as an object of its own; its index. The
-  /// reference size must be set before.
+  /// Adds a value and all of its parts, each as an object of its own. Returns the value's index.
+  /// The caller must have set the reference size.
   std::size_t add(const vexil::platform::Value& value);
 
  private:
   static std::string leaf(const vexil::platform::Value& value);
 };
 
-/// UTF-8 as UTF-16; independent of the conversion that it serves to test.
+/// UTF-8 as UTF-16. Does not use the conversion that it helps to test.
 inline std::u16string utf16FromUTF8(std::string_view text) {
   std::u16string units;
   for (std::size_t at = 0; at < text.size();) {

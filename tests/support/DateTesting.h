@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The user of a test: a locale and a time zone; and dates and their texts by ICU alone.
+// The user of a test, who has a locale and a time zone. Dates and their texts, made by ICU alone.
 #pragma once
 
 #include <unicode/datefmt.h>
@@ -32,7 +32,7 @@ inline void PrintTo(Date date, std::ostream* out) {
 
 namespace test {
 
-/// Who uses the program, until this object goes; then it is again whoever it was before.
+/// Sets the user of the program. The destructor sets the previous user again.
 class User {
  public:
   User(const char* locale, const char* zone) : _zoneBefore(icu::TimeZone::createDefault()) {
@@ -48,7 +48,7 @@ class User {
     icu::TimeZone::setDefault(*_zoneBefore);
   }
 
-  /// Travels.
+  /// The user travels to another time zone.
   static void setZone(const char* zone) {
     std::unique_ptr<icu::TimeZone> fresh(icu::TimeZone::createTimeZone(zone));
     if (*fresh == icu::TimeZone::getUnknown()) {
@@ -66,8 +66,8 @@ inline UDate icuDate(vexil::platform::Date date) {
   return (date.seconds + 978'307'200) * 1000;
 }
 
-/// What the user's clock shows, by the Gregorian calendar: the first time it shows it. Years before
-/// the first are 0 and below.
+/// The first instant at which the user's clock shows this, in the Gregorian calendar. The year
+/// before year 1 is 0.
 inline vexil::platform::Date at(int year, int month, int day, int hour = 0, int minute = 0,
                                 int second = 0) {
   UErrorCode error = U_ZERO_ERROR;

@@ -15,7 +15,7 @@ namespace test {
 /// Which values are taken for the same.
 enum class Sameness {
   toTheBit,
-  asXMLHasIt,  ///< the binary format's, but for what XML does not say: which NaN, which zero a date
+  asXMLHasIt,  ///< but XML does not tell NaNs, nor the two zeros of dates, apart
 };
 
 inline bool sameReal(double a, double b, Sameness sameness) {

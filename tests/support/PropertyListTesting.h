@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Bytes.h"
 #include "IdenticalValues.h"
 
 #include <vexil/platform/PropertyList.h>
@@ -9,10 +10,8 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <fstream>
 #include <optional>
 #include <span>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -21,10 +20,6 @@
 namespace test {
 
 using Code = vexil::platform::PropertyListError::Code;
-
-inline std::span<const std::byte> bytesOf(std::string_view text) {
-  return std::as_bytes(std::span(text));
-}
 
 inline vexil::platform::PropertyListResult<vexil::platform::Value> readBinary(
     std::string_view file) {
@@ -37,11 +32,7 @@ inline vexil::platform::PropertyListResult<vexil::platform::Value> readText(std:
   return vexil::platform::readTextPropertyList(bytesOf(file));
 }
 
-inline std::string_view textOf(std::span<const std::byte> bytes) {
-  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
-// The file of a value; empty, and a failure of the test, where the value is refused.
+// The file of a value. If the value is refused, the test fails and the file is empty.
 inline std::string binaryFile(const vexil::platform::Value& value) {
   const auto written = vexil::platform::writeBinaryPropertyList(value);
   if (!written) {
@@ -113,7 +104,7 @@ inline ::testing::AssertionResult refused(
   return refused(result, code, std::nullopt, line.value);
 }
 
-/// Whether writing was refused, with a message that tells the way as well.
+/// Whether writing was refused with this message, which says where in the value.
 template <class File>
 ::testing::AssertionResult refusedWriting(const vexil::platform::PropertyListResult<File>& result,
                                           Code code, std::string_view message) {
@@ -128,8 +119,8 @@ template <class File>
   return ::testing::AssertionSuccess();
 }
 
-/// How many arrays and dictionaries stand in one another, at most, without recursion; a value that
-/// shares objects is looked through once for every way to them.
+/// How deep arrays and dictionaries are nested. Does not recurse. Visits a shared object once for
+/// every way to it.
 inline std::size_t depthOf(const vexil::platform::Value& value) {
   std::size_t deepest = 0;
   std::vector<std::pair<const vexil::platform::Value*, std::size_t>> pending = {{&value, 1}};
@@ -160,14 +151,6 @@ inline std::uint64_t sizeOf(const vexil::platform::Value& value) {
     }
   }
   return size;
-}
-
-inline std::string contentsOfFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_TRUE(file) << path;
-  std::ostringstream contents;
-  contents << file.rdbuf();
-  return std::move(contents).str();
 }
 
 inline std::string repeated(std::string_view text, std::size_t count) {

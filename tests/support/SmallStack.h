@@ -28,8 +28,8 @@ inline constexpr std::size_t smallStackSize = std::size_t{512} * 1024;  // frame
 inline constexpr std::size_t smallStackSize = std::size_t{128} * 1024;
 #endif
 
-/// Runs `body` to its end on a thread whose stack is too small for anything that recurses once a
-/// level of a deep value or tree, and passes on what it throws.
+/// Runs `body` to its end on a thread with a stack too small for code that recurses once for each
+/// level of a deep value or tree. Throws what `body` throws.
 template <class Body>
 void runOnSmallStack(Body body) {
   struct Run {

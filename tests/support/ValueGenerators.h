@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Random values for property tests, and copies of them that are equal but made otherwise.
+// Random values for property tests, and values that equal them but are made otherwise.
 #pragma once
 
 #include <rapidcheck.h>
@@ -16,7 +16,7 @@
 
 namespace vexil::platform {
 
-// What RapidCheck and GoogleTest print of a counterexample; found by the argument's namespace.
+// RapidCheck and GoogleTest find these by the argument's namespace and print counterexamples.
 inline void showValue(const Value& value, std::ostream& out) {
   out << value.description();
 }
@@ -57,7 +57,7 @@ inline rc::Gen<vexil::platform::Value> anyNumber() {
 }
 
 inline rc::Gen<vexil::platform::Value> anyString() {
-  // Lengths on both sides of what stands in the value itself, and few enough to meet again.
+  // Lengths that a value does and does not hold in itself. They are few, so that strings repeat.
   return rc::gen::oneOf(
       rc::gen::map(rc::gen::element(0, 1, 2, 22, 23, 24, 40),
                    [](int length) {
@@ -82,7 +82,7 @@ inline rc::Gen<vexil::platform::Value> anyScalar() {
       }));
 }
 
-/// What `generator` makes of few parts, for what multiplies or is made often.
+/// Has a generator make values of few parts.
 template <class T>
 rc::Gen<T> small(rc::Gen<T> generator) {
   return rc::gen::resize(6, std::move(generator));

@@ -1,19 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
-// What tests of items share: records and items written briefly, and notices as lines of text.
+// What tests of items share: records, items and trees written briefly. TreeRecorder.h records what
+// is announced of them.
 #pragma once
 
+#include "tests/support/Lines.h"
 #include "tests/support/ValueGenerators.h"
 
 #include <ternwood/Ternwood.h>
 #include <vexil/KRAVTWVItemVexil.h>
-#include <vexil/platform/Observing.h>
 #include <vexil/platform/Value.h>
 
+#include <algorithm>
 #include <memory>
 #include <ostream>
 #include <string>
 #include <utility>
-#include <vector>
 
 /// What GoogleTest prints of an item; found by the argument's namespace.
 inline void PrintTo(const std::shared_ptr<KRAVTWVItemVexil>& item, std::ostream* out) {
@@ -32,6 +33,38 @@ inline vexil::platform::Value eventRecord(const vexil::platform::Value& uniqueID
       {{kTWEventUniqueID, uniqueID}, {kTWEventName, name}, {kTWEventEnabled, enabled}});
 }
 
+/// A domain record; absent values make no entry.
+inline vexil::platform::Value domainRecord(const vexil::platform::Value& uniqueID,
+                                           const vexil::platform::Value& name,
+                                           const vexil::platform::Value& type = {}) {
+  return vexil::platform::Value::dictionary(
+      {{kTWDomainUniqueID, uniqueID}, {kTWDomainName, name}, {kTWDomainType, type}});
+}
+
+/// The record of an event that runs; absent values make no entry.
+inline vexil::platform::Value activeRecord(const vexil::platform::Value& uniqueID,
+                                           const vexil::platform::Value& event,
+                                           const vexil::platform::Value& activity = {}) {
+  return vexil::platform::Value::dictionary({{kTWActiveEventActiveID, uniqueID},
+                                             {kTWActiveEventEvent, event},
+                                             {kTWActiveEventActivity, activity}});
+}
+
+/// The record of a queued trigger, with its event's record and its trigger's; absent values make no
+/// entry.
+inline vexil::platform::Value queuedRecord(const vexil::platform::Value& uniqueID,
+                                           const vexil::platform::Value& event,
+                                           const vexil::platform::Value& trigger = {}) {
+  return vexil::platform::Value::dictionary({{kTWQueuedTriggerTriggerID, uniqueID},
+                                             {kTWQueuedTriggerEvent, event},
+                                             {kTWQueuedTriggerTrigger, trigger}});
+}
+
+/// A trigger's record, which holds its date.
+inline vexil::platform::Value dateRecord(const vexil::platform::Value& date) {
+  return vexil::platform::Value::dictionary({{kTWTriggerDate, date}});
+}
+
 /// A plain item that represents its identifier.
 inline ItemPointer plainItem(const char* uniqueID) {
   auto item = KRAVTWVItemVexil::itemWithRepresentedObject(uniqueID);
@@ -46,6 +79,30 @@ inline ItemPointer plainItem(const char* uniqueID, const KRAVTWVItemArray& child
   return item;
 }
 
+/// A plain item that represents something else than its identifier.
+inline ItemPointer plainItemWith(const char* uniqueID,
+                                 const vexil::platform::Value& representedObject,
+                                 const KRAVTWVItemArray& children = {}) {
+  auto item = KRAVTWVItemVexil::itemWithRepresentedObject(representedObject);
+  item->setUniqueID(uniqueID);
+  item->addChildren(children);
+  return item;
+}
+
+/// An event item: its identifier and label are those of its record.
+inline ItemPointer eventItem(const vexil::platform::Value& uniqueID,
+                             const vexil::platform::Value& name,
+                             const KRAVTWVItemArray& children = {}) {
+  ItemPointer item = KRAVTWVEventVexil::itemWithEvent(eventRecord(uniqueID, name));
+  item->addChildren(children);
+  return item;
+}
+
+/// An array of items, as `setChildren` and `replaceChildren` take it.
+inline std::shared_ptr<KRAVTWVItemArray> items(KRAVTWVItemArray elements) {
+  return std::make_shared<KRAVTWVItemArray>(std::move(elements));
+}
+
 /// The identifiers of some items, in their order: "[alpha, beta]".
 inline std::string identifiers(const KRAVTWVItemArray& items) {
   std::string text = "[";
@@ -55,62 +112,33 @@ inline std::string identifiers(const KRAVTWVItemArray& items) {
   return text + "]";
 }
 
-/// A value in a notice; items by their identifiers, because their descriptions hold addresses.
-inline std::string noticed(const vexil::platform::Value& value) {
-  if (const auto item = std::dynamic_pointer_cast<KRAVTWVItemVexil>(value.object())) {
-    return item->uniqueID().displayText();
-  }
-  if (!value.isArray()) {
-    return value.isAbsent() ? "absent" : value.isNull() ? "null" : value.displayText();
-  }
-  std::string text = "[";
-  for (const vexil::platform::Value& element : value.elements()) {
-    text += (text.size() == 1 ? "" : ", ") + noticed(element);
-  }
-  return text + "]";
+/// Whether any of some items has an observer.
+inline bool isAnyObserved(const KRAVTWVItemArray& items) {
+  return std::ranges::any_of(items, [](const auto& item) { return item->isObserved(); });
 }
 
-/// Observes keys of one object and keeps what it was told, a line a notice, such as
-/// "label setting old=a new=b" and "children removal {0-1} old=[x, y]".
-class Notices {
- public:
-  Notices(const std::shared_ptr<vexil::platform::Observable>& object,
-          const std::vector<std::string>& keys,
-          vexil::platform::ObservingOptions options = vexil::platform::ObservingOptions::both) {
-    for (const std::string& key : keys) {
-      _observations.push_back(vexil::platform::observe(
-          object, key, options, [this, key](const vexil::platform::ChangeRecord& change) {
-            _lines.push_back(line(key, change));
-          }));
-    }
+/// A tree on one line: "root[a=One b=Two[c=Three]]" is
+///
+///     root
+///       a        with the label One
+///       b        with the label Two
+///         c      with the label Three
+///
+/// An absent label is left out with its "=".
+inline std::string outline(const ItemPointer& item) {
+  std::string text = item->uniqueID().displayText();
+  if (!item->label().isAbsent()) {
+    text += "=" + item->label().displayText();
   }
-  // The closures hold its address.
-  Notices(const Notices&) = delete;
-  Notices& operator=(const Notices&) = delete;
-
-  /// What was told since the last call, in order.
-  [[nodiscard]] std::vector<std::string> take() { return std::exchange(_lines, {}); }
-
- private:
-  static std::string line(const std::string& key, const vexil::platform::ChangeRecord& change) {
-    static constexpr const char* kinds[] = {"", "setting", "insertion", "removal", "replacement"};
-    std::string text = key + " " + kinds[static_cast<unsigned>(change.kind)];
-    if (change.indexes) {
-      text += " " + change.indexes->description();
+  const auto children = item->children();
+  if (children && !children->empty()) {
+    std::string inner;
+    for (const ItemPointer& child : *children) {
+      inner += (inner.empty() ? "" : " ") + outline(child);
     }
-    if (!change.oldValue.isAbsent()) {
-      text += " old=" + noticed(change.oldValue);
-    }
-    if (!change.newValue.isAbsent()) {
-      text += " new=" + noticed(change.newValue);
-    }
-    return text;
+    text += "[" + inner + "]";
   }
-
-  std::vector<vexil::platform::Observation> _observations;
-  std::vector<std::string> _lines;
-};
-
-using Lines = std::vector<std::string>;
+  return text;
+}
 
 }  // namespace test

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Whatever calendar and zone: days are put together again from their numbers, and follow one
-// another without a gap.
+// In every calendar and zone, a day can be made again from its numbers, and days follow one another
+// without a gap.
 #include <gtest/gtest.h>
 #include <vexil/platform/Calendar.h>
 #include "tests/support/DateTesting.h"
@@ -73,7 +73,7 @@ PROPERTY(AnyCalendar, CountsOnFromAnyDayToTheNext, ()) {
   const Calendar calendar = Calendar::current();
   const Date date = anyDate();
   const auto end = calendar.endOfDay(date).value();
-  // Where clocks are set back over midnight, the day that follows is the one before.
+  // If clocks are set back over midnight, the next day is the day before.
   RC_PRE(calendar.startOfDay(end)->seconds == end.seconds);
   auto next = calendar.components(date).value();
   next.day += 1;

@@ -30,7 +30,7 @@ DayComponents dayOf(Date date) {
   return Calendar::current().components(date).value();
 }
 
-/// When the day so many days later begins.
+/// The beginning of the day that is `days` later.
 Date startOfDayAfter(Date date, int days) {
   DayComponents components = dayOf(date);
   components.day += days;
@@ -216,7 +216,7 @@ TEST(Calendar, BeginsADayThatAZoneSkippedWithTheNext) {
 
 TEST(Calendar, CountsADayThatAZoneHadTwiceAsOne) {
   const User user("en_MH", "Pacific/Kwajalein");
-  // The last of September 1969 was followed by itself, from one o'clock on.
+  // After the end of 30 September 1969, the same day came again from one o'clock on.
   const Date start = at(1969, 9, 30);
   EXPECT_EQ(endOfDay(start)->seconds, start.seconds + 47 * kHour);
   EXPECT_EQ(startOfDay(start + 40 * kHour), start);
@@ -344,7 +344,7 @@ TEST(EveryCalendar, HasNoDayWhereANumberLeadsTooFar) {
 }
 
 TEST(EveryCalendar, TakesAnyNumbers) {
-  // As far as each leads, also all at once: what comes is a day within reach, or none.
+  // Extreme numbers, one at a time and all at once: the result is a day in the range, or none.
   for (const std::string& locale : localesOfEveryCalendar()) {
     const User user(locale.c_str(), "UTC");
     const Calendar calendar = Calendar::current();

@@ -21,7 +21,7 @@ using platform::ScopedClock;
 static_assert(!std::is_copy_constructible_v<ScopedClock>);
 static_assert(!std::is_copy_assignable_v<ScopedClock>);
 
-/// Seconds since 2001 by the system's clock, by another road than the library's.
+/// Seconds since 2001 by the system's clock, read in another way than the library does.
 double systemSeconds() {
   const auto since1970 = std::chrono::system_clock::now().time_since_epoch();
   return std::chrono::duration<double>(since1970).count() - 11323.0 * 86'400;

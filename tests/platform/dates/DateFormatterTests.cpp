@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Texts are computed with ICU, whose locale data change from year to year; they are written down
-// only where a locale and a zone are pinned that have been the same for long.
+// ICU computes the expected texts, because its locale data change from year to year. Tests write
+// down a text only for a locale and a zone that have not changed for long.
 #include "tests/support/Property.h"
 
 #include <gtest/gtest.h>
@@ -158,7 +158,7 @@ TEST(DateFormatter, UnderstandsBothWaysOfNamingALocale) {
             icuText(date, DateFormat::kShort, DateFormat::kNone, "th_TH@calendar=gregorian"));
 }
 
-/// Texts that are no locale, as hosts get them from settings and files.
+/// Texts that are not locales. Hosts get such texts from settings and files.
 const std::vector<std::string>& noLocales() {
   static const std::vector<std::string> texts = {
       "German (Germany)",
@@ -290,7 +290,7 @@ TEST(DateFormatter, WritesNothingOfWhatIsNoInstantOrTooFarAway) {
   }
 }
 
-/// One that says it in its own way.
+/// A formatter with a text of its own.
 class Spoken : public DateFormatter {
  public:
   [[nodiscard]] std::optional<std::string> stringFromDate(Date /*date*/) const override {

@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 
+#include "tests/support/Bytes.h"
 #include "tests/support/Property.h"
 
 namespace platform = vexil::platform;
@@ -27,6 +28,8 @@ using platform::createDirectory;
 using platform::FileURL;
 using platform::randomUUID;
 using platform::temporaryDirectory;
+using test::bytesOf;
+using test::contentOf;
 
 TEST(FileURL, IsAbsoluteWhateverItIsMadeOf) {
   EXPECT_EQ(FileURL::file("/tmp/a").path(), "/tmp/a");
@@ -73,7 +76,7 @@ TEST(FileURL, AppendsANameThatLooksLikeAnAbsolutePathBelowItself) {
   EXPECT_EQ(directory.appendingDirectory("//b").path(), "/tmp/a/b");
 }
 
-/// The path of the place that a URL names, with a slash at the end of a directory's; "none".
+/// The path that a URL names, with a slash at the end for a directory. "none" when it names none.
 std::string placeOf(std::string_view url) {
   const auto file = FileURL::fromAbsoluteString(url);
   return !file ? "none" : file->path().string() + (file->isDirectory() ? "/" : "");
@@ -289,15 +292,6 @@ TEST_F(Directories, ForTemporaryFilesIsTheUsualOneWhenTheEnvironmentSaysNothing)
 
 // --- atomic writing
 
-std::span<const std::byte> bytesOf(std::string_view text) {
-  return std::as_bytes(std::span(text));
-}
-
-std::string contentOf(const fs::path& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 class AtomicWrite : public Directories {
  protected:
   [[nodiscard]] bool write(const std::string& name, std::string_view content) const {
@@ -344,7 +338,7 @@ TEST_F(AtomicWrite, PutsANewFileInPlaceOfTheOldOne) {
   fs::create_hard_link(root / "file", root / "same");
   EXPECT_TRUE(write("file", "new"));
   EXPECT_EQ(contentOf(root / "file"), "new");
-  // The old file was not written to: whoever has it open still reads the whole old content.
+  // The old file was not written to. A reader that has it open still reads all of the old content.
   EXPECT_EQ(contentOf(root / "same"), "old and longer");
 }
 
@@ -395,7 +389,7 @@ TEST_F(AtomicWrite, LeavesTheOldFileWhenThereIsNoRoom) {
 }
 
 TEST_F(AtomicWrite, LeavesFilesOfOtherWritersAlone) {
-  // What earlier processes of the same number left behind when they ended in the middle.
+  // Earlier processes of the same number ended in the middle and left these files.
   const std::string prefix = "." + std::to_string(::getpid()) + "-";
   constexpr int leftOver = 500;
   for (int number = 0; number < leftOver; ++number) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a network service makes when it is first asked, asked for on several threads at once. The
-// thread sanitizer has its say here.
+// A network service makes some values when it is first asked. Several threads ask at once. Most of
+// what this can find shows only under a thread sanitizer.
 #include <gtest/gtest.h>
 #include <vexil/platform/NetService.h>
 

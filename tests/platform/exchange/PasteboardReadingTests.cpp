@@ -265,7 +265,7 @@ class Meddling : public Read {
   static std::shared_ptr<Meddling> initWithPasteboardPropertyListOfType(const Value& list,
                                                                         std::string_view type) {
     meddle(meddler().atObject);
-    // Of the first type nothing is made, so that the reader goes on.
+    // The class makes nothing of the first type, so the reader goes on.
     return type == "list" ? nullptr : std::make_shared<Meddling>("meddling", list, type);
   }
 };
@@ -274,7 +274,7 @@ class PasteboardMeddling : public PasteboardReading {
  protected:
   void TearDown() override { meddler() = {}; }
 
-  /// Does something at each question in turn; what is read then.
+  /// Does something at each question in turn. Returns what is read then.
   void atEachQuestion(const std::function<void()>& before, const std::function<void()>& change,
                       const std::function<Lines()>& reading, const Lines& expected) {
     for (std::function<void()> Meddler::*moment :

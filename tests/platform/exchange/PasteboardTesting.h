@@ -2,11 +2,13 @@
 // Objects that go to a pasteboard and come from one, and what they were asked.
 #pragma once
 
+#include "tests/support/Bytes.h"
+#include "tests/support/Lines.h"
+
 #include <vexil/platform/Pasteboard.h>
 
 #include <functional>
 #include <memory>
-#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -18,11 +20,6 @@ using vexil::platform::Pasteboard;
 using vexil::platform::PasteboardReadingOptions;
 using vexil::platform::PasteboardWritingOptions;
 using vexil::platform::Value;
-using Lines = std::vector<std::string>;
-
-inline Value dataOf(std::string_view text) {
-  return Value::data(std::as_bytes(std::span(text)));
-}
 
 /// An object with a table of types, which keeps what it was asked.
 class Note : public vexil::platform::Object, public vexil::platform::PasteboardWriting {
@@ -51,7 +48,7 @@ class Note : public vexil::platform::Object, public vexil::platform::PasteboardW
   }
   Value pasteboardPropertyListForType(std::string_view type) const override {
     _questions.push_back("data " + std::string(type));
-    // What is done may change what is done next.
+    // A copy, because the function may replace itself.
     if (const auto meanwhile = whenAskedForData) {
       meanwhile(std::string(type));
     }

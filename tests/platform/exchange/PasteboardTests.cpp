@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What is written to a board: what is asked when, who is held how long, and what can be had.
+// Writing to a board: what it asks and when, what it holds and how long, and what it gives.
 #include "PasteboardTesting.h"
 
 #include <gtest/gtest.h>
@@ -39,7 +39,7 @@ TEST(TypeIdentifiers, AreEqualWhateverTheCaseOfTheirLetters) {
   EXPECT_FALSE(typeIdentifiersAreEqual("public.file-url", "public.file-ur"));
   EXPECT_FALSE(typeIdentifiersAreEqual("public.file-url", "public.file-url.x"));
   EXPECT_FALSE(typeIdentifiersAreEqual("a-b", "a_b"));
-  // Only of ASCII letters, and of letters only: "@" and "`", "[" and "{" are as far apart.
+  // Only ASCII letters have a case. "@" and "`", "[" and "{" are as far apart as "A" and "a".
   EXPECT_FALSE(typeIdentifiersAreEqual("\u00e9", "\u00c9"));
   EXPECT_FALSE(typeIdentifiersAreEqual("@[", "`{"));
   EXPECT_FALSE(typeIdentifiersAreEqual("k", "\u212a"));
@@ -232,7 +232,7 @@ TEST(PasteboardContent, IsDecodedFromAnyFormat) {
   EXPECT_TRUE(board->propertyListForType("nothing").isAbsent());
 }
 
-/// What is read as a property list of bytes of a type.
+/// What a board reads as a property list from bytes of a type.
 Value decoded(std::string_view type, std::string_view bytes) {
   const auto board = Pasteboard::unnamed();
   EXPECT_TRUE(board->writeObjects({note({{std::string(type), dataOf(bytes)}})}));
@@ -411,7 +411,7 @@ class LettingGo : public Note {
  private:
   void letGoAt(std::string_view question) const {
     if (question == _question) {
-      // A copy, as this object may be what goes.
+      // A copy, because this object may be destroyed.
       const auto letGo = _letGo;
       letGo();
     }

@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "Shelf.h"
-#include "tests/support/RecordingObserver.h"
+#include "tests/support/Recorder.h"
 
 namespace platform = vexil::platform;
 
@@ -18,8 +18,8 @@ namespace {
 using platform::Key;
 using platform::ObservingOptions;
 using platform::Value;
-using test::Notices;
-using test::RecordingObserver;
+using test::Lines;
+using test::Recorder;
 using test::Shelf;
 
 class DependentKey : public testing::Test {
@@ -28,29 +28,29 @@ class DependentKey : public testing::Test {
     shelf->addObserver(observer, key, options, nullptr);
   }
 
-  Notices notices;
+  Lines notices;
   std::shared_ptr<Shelf> shelf = Shelf::make();
-  std::shared_ptr<RecordingObserver> observer = RecordingObserver::make("heard", notices);
+  std::shared_ptr<Recorder> observer = Recorder::make("heard", notices);
 };
 
 TEST_F(DependentKey, IsAnnouncedAsASettingWithItsOldAndNewValue) {
   shelf->setLabel("a");
   observe("spine");
   shelf->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"heard: spine set old=\"[a]\" new=\"[b]\""}));
+  EXPECT_EQ(notices, (Lines{"heard: spine setting old=\"[a]\" new=\"[b]\""}));
 }
 
 TEST_F(DependentKey, IsAnnouncedAlsoWhenItsValueStaysTheSame) {
   shelf->setLabel("a");
   observe("spine");
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"heard: spine set old=\"[a]\" new=\"[a]\""}));
+  EXPECT_EQ(notices, (Lines{"heard: spine setting old=\"[a]\" new=\"[a]\""}));
 }
 
 TEST_F(DependentKey, FollowsThroughOtherKeys) {
   observe("heading");
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"heard: heading set old=\"Shelf []\" new=\"Shelf [a]\""}));
+  EXPECT_EQ(notices, (Lines{"heard: heading setting old=\"Shelf []\" new=\"Shelf [a]\""}));
 }
 
 TEST_F(DependentKey, FollowsIndexedChangesAsASetting) {
@@ -58,9 +58,9 @@ TEST_F(DependentKey, FollowsIndexedChangesAsASetting) {
   shelf->insertBook(0, "a");
   shelf->replaceBook(0, "b");
   shelf->removeBook(0);
-  EXPECT_EQ(notices, (Notices{"heard: isEmpty set old=true new=false",
-                              "heard: isEmpty set old=false new=false",
-                              "heard: isEmpty set old=false new=true"}));
+  EXPECT_EQ(notices, (Lines{"heard: isEmpty setting old=true new=false",
+                            "heard: isEmpty setting old=false new=false",
+                            "heard: isEmpty setting old=false new=true"}));
 }
 
 TEST_F(DependentKey, CarriesNoIndexesOfTheChangeItFollows) {
@@ -83,8 +83,8 @@ TEST_F(DependentKey, FollowsEachOfSeveralKeysByItself) {
   observe("summary", ObservingOptions::newValue);
   shelf->setLabel("a");
   shelf->insertBook(0, "b");
-  EXPECT_EQ(notices, (Notices{"heard: summary set new=\"Shelf [a] 0\"",
-                              "heard: summary set new=\"Shelf [a] 1\""}));
+  EXPECT_EQ(notices, (Lines{"heard: summary setting new=\"Shelf [a] 0\"",
+                            "heard: summary setting new=\"Shelf [a] 1\""}));
 }
 
 TEST_F(DependentKey, IsToldAmongTheOthersInTheOrderOfRegistration) {
@@ -93,14 +93,15 @@ TEST_F(DependentKey, IsToldAmongTheOthersInTheOrderOfRegistration) {
   observe("spine", ObservingOptions::none);
   observe("isEmpty", ObservingOptions::none);
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"heard: heading set", "heard: label set", "heard: spine set"}));
+  EXPECT_EQ(notices,
+            (Lines{"heard: heading setting", "heard: label setting", "heard: spine setting"}));
 }
 
 TEST_F(DependentKey, IsSilentWhenItCannotBeRead) {
   observe("weight");
   shelf->insertBook(0, "a");
-  shelf->setInbox(Value::array({"b"}));
-  EXPECT_EQ(notices, Notices());
+  shelf->setAllBooks(Value::array({"b"}));
+  EXPECT_EQ(notices, Lines());
 }
 
 TEST_F(DependentKey, DoesNotAnnounceWhatItFollows) {
@@ -108,7 +109,7 @@ TEST_F(DependentKey, DoesNotAnnounceWhatItFollows) {
   observe("books");
   auto change = shelf->willChangeValueForKey("spine");
   shelf->didChangeValueForKey(std::move(change));
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
 }
 
 TEST_F(DependentKey, MayFollowInACircle) {
@@ -116,7 +117,7 @@ TEST_F(DependentKey, MayFollowInACircle) {
   observe("pool", ObservingOptions::none);
   auto change = shelf->willChangeValueForKey("pool");
   shelf->didChangeValueForKey(std::move(change));
-  EXPECT_EQ(notices, (Notices{"heard: loop set", "heard: pool set"}));
+  EXPECT_EQ(notices, (Lines{"heard: loop setting", "heard: pool setting"}));
 }
 
 TEST_F(DependentKey, ReadsItsValueOncePerChange) {
@@ -146,11 +147,11 @@ TEST_F(DependentKey, IsAMatterOfTheObjectsClass) {
   const auto renamed = std::make_shared<Renamed>();
   renamed->addObserver(observer, "label", ObservingOptions::none, nullptr);
   shelf->insertBook(0, "a");
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
   renamed->insertBook(0, "a");
-  EXPECT_EQ(notices, (Notices{"heard: label set"}));
+  EXPECT_EQ(notices, (Lines{"heard: label setting"}));
   shelf->insertBook(0, "b");
-  EXPECT_EQ(notices, (Notices{"heard: label set"}))
+  EXPECT_EQ(notices, (Lines{"heard: label setting"}))
       << "what was kept of one class is not the other's";
 }
 
@@ -173,11 +174,12 @@ TEST_F(DependentKey, WorksOnEveryThread) {
   observe("spine", ObservingOptions::newValue);
   shelf->setLabel("a");
   std::thread([this] { shelf->setLabel("b"); }).join();
-  EXPECT_EQ(notices, (Notices{"heard: spine set new=\"[a]\"", "heard: spine set new=\"[b]\""}));
+  EXPECT_EQ(notices,
+            (Lines{"heard: spine setting new=\"[a]\"", "heard: spine setting new=\"[b]\""}));
 }
 
 TEST_F(DependentKey, FollowsAtTheVeryEndOfAThread) {
-  // Made before the thread has learnt what follows from what, so it goes after that is forgotten.
+  // Made before the thread has noted what follows from what, so it is destroyed after those notes.
   struct LastWord {
     ~LastWord() { shelf->setLabel("at the end"); }
     std::shared_ptr<Shelf> shelf;
@@ -188,8 +190,8 @@ TEST_F(DependentKey, FollowsAtTheVeryEndOfAThread) {
     lastWord.shelf = shelf;
     shelf->setLabel("on the way");
   }).join();
-  EXPECT_EQ(notices, (Notices{"heard: heading set new=\"Shelf [on the way]\"",
-                              "heard: heading set new=\"Shelf [at the end]\""}));
+  EXPECT_EQ(notices, (Lines{"heard: heading setting new=\"Shelf [on the way]\"",
+                            "heard: heading setting new=\"Shelf [at the end]\""}));
 }
 
 }  // namespace

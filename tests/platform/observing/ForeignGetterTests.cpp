@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What getters, and the overrides that say what follows from what, may do while a change is
-// announced: change the object, withdraw and register, let go of it, throw.
+// What may happen during an announcement in getters, and in the overrides that say what follows
+// from what: they change the object, withdraw, register, let go of the object, throw.
 #include <gtest/gtest.h>
 #include <vexil/platform/Error.h>
 #include <vexil/platform/Observable.h>
@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/RecordingObserver.h"
+#include "tests/support/Recorder.h"
 
 namespace platform = vexil::platform;
 
@@ -26,8 +26,8 @@ using platform::KeyAccess;
 using platform::KeyTable;
 using platform::ObservingOptions;
 using platform::Value;
-using test::Notices;
-using test::RecordingObserver;
+using test::Lines;
+using test::Recorder;
 
 /// Numbers, and three keys that follow from them. Each getter does what the host asked of it before
 /// it answers.
@@ -92,9 +92,9 @@ class Host : public platform::Observable {
 
 class ForeignGetter : public testing::Test {
  protected:
-  std::shared_ptr<RecordingObserver> add(const char* name, const char* key,
-                                         ObservingOptions options = ObservingOptions::both) {
-    auto observer = RecordingObserver::make(name, notices);
+  std::shared_ptr<Recorder> add(const char* name, const char* key,
+                                ObservingOptions options = ObservingOptions::both) {
+    auto observer = Recorder::make(name, notices);
     host->addObserver(observer, key, options, nullptr);
     return observer;
   }
@@ -109,7 +109,7 @@ class ForeignGetter : public testing::Test {
   }
   using Reads = std::vector<std::string>;
 
-  Notices notices;
+  Lines notices;
   std::shared_ptr<Host> host = Host::make();
 };
 
@@ -127,9 +127,10 @@ TEST_F(ForeignGetter, MayChangeTheObjectBeforeTheOldValueIsRead) {
   const auto two = add("two", "count");
   onceRead("count", [&] { host->setAll({5, 6}); });
   host->setAll({7});
-  EXPECT_EQ(notices,
-            (Notices{"one: numbers set old=[1, 2, 3] new=[5, 6]", "two: count set old=3 new=2",
-                     "one: numbers set old=[5, 6] new=[7]", "two: count set old=3 new=1"}));
+  EXPECT_EQ(
+      notices,
+      (Lines{"one: numbers setting old=[1, 2, 3] new=[5, 6]", "two: count setting old=3 new=2",
+             "one: numbers setting old=[5, 6] new=[7]", "two: count setting old=3 new=1"}));
 }
 
 TEST_F(ForeignGetter, ThatTakesAwayWhatIsToBeRemovedFailsTheRemovalUnannounced) {
@@ -137,7 +138,7 @@ TEST_F(ForeignGetter, ThatTakesAwayWhatIsToBeRemovedFailsTheRemovalUnannounced) 
   const auto two = add("two", "count");
   onceRead("count", [&] { host->remove(2); });
   EXPECT_THROW(host->remove(2), platform::RangeError);
-  EXPECT_EQ(notices, (Notices{"one: numbers remove {2} old=[3]", "two: count set old=3 new=2"}));
+  EXPECT_EQ(notices, (Lines{"one: numbers removal {2} old=[3]", "two: count setting old=3 new=2"}));
 }
 
 TEST_F(ForeignGetter, MayChangeTheObjectAgainBeforeAllNewValuesAreRead) {
@@ -145,10 +146,10 @@ TEST_F(ForeignGetter, MayChangeTheObjectAgainBeforeAllNewValuesAreRead) {
   const auto two = add("two", "count", ObservingOptions::newValue);
   onceRead("count", [&] { host->remove(0); });
   host->insert(0, 9);
-  // The nested change is told at once, so before the one around it; neither is lost, and the
-  // number that was inserted is told although it has gone.
-  EXPECT_EQ(notices, (Notices{"one: numbers remove {0} old=[9]", "two: count set new=3",
-                              "one: numbers insert {0} new=[9]", "two: count set new=4"}));
+  // The notice of the nested change comes at once, before that of the outer change. Neither is
+  // lost. The notice has the number that was inserted, although it has gone.
+  EXPECT_EQ(notices, (Lines{"one: numbers removal {0} old=[9]", "two: count setting new=3",
+                            "one: numbers insertion {0} new=[9]", "two: count setting new=4"}));
 }
 
 TEST_F(ForeignGetter, ThatThrowsForAnOldValueKeepsTheChangeFromBeingMade) {
@@ -156,10 +157,10 @@ TEST_F(ForeignGetter, ThatThrowsForAnOldValueKeepsTheChangeFromBeingMade) {
   const auto two = add("two", "count");
   onceRead("count", [] { throw std::runtime_error("count"); });
   EXPECT_THROW(host->insert(0, 9), std::runtime_error);
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
   EXPECT_EQ(host->count(), 3);
   host->insert(0, 9);
-  EXPECT_EQ(notices, (Notices{"one: numbers insert {0}", "two: count set old=3 new=4"}));
+  EXPECT_EQ(notices, (Lines{"one: numbers insertion {0}", "two: count setting old=3 new=4"}));
 }
 
 TEST_F(ForeignGetter, ThatThrowsForANewValueKeepsOnlyThisValueFromBeingTold) {
@@ -169,12 +170,12 @@ TEST_F(ForeignGetter, ThatThrowsForANewValueKeepsOnlyThisValueFromBeingTold) {
   const auto four = add("four", "first");
   onceRead("numbers", [&] { onceRead("count", [] { throw std::runtime_error("count"); }); });
   EXPECT_THROW(host->insert(0, 9), std::runtime_error);
-  EXPECT_EQ(notices, (Notices{"one: numbers insert {0} new=[9]", "three: numbers insert {0}",
-                              "four: first set old=1 new=9"}));
+  EXPECT_EQ(notices, (Lines{"one: numbers insertion {0} new=[9]", "three: numbers insertion {0}",
+                            "four: first setting old=1 new=9"}));
   notices.clear();
   host->remove(0);
-  EXPECT_EQ(notices, (Notices{"one: numbers remove {0} old=[9]", "two: count set new=3",
-                              "three: numbers remove {0}", "four: first set old=9 new=1"}));
+  EXPECT_EQ(notices, (Lines{"one: numbers removal {0} old=[9]", "two: count setting new=3",
+                            "three: numbers removal {0}", "four: first setting old=9 new=1"}));
 }
 
 TEST_F(ForeignGetter, ThatThrowsAfterAnObserverDidGivesWayToIt) {
@@ -183,7 +184,7 @@ TEST_F(ForeignGetter, ThatThrowsAfterAnObserverDidGivesWayToIt) {
   one->then = [] { throw std::logic_error("observer"); };
   onceRead("count", [&] { onceRead("count", [] { throw std::runtime_error("count"); }); });
   EXPECT_THROW(host->insert(0, 9), std::logic_error);
-  EXPECT_EQ(notices, (Notices{"one: numbers insert {0}"}));
+  EXPECT_EQ(notices, (Lines{"one: numbers insertion {0}"}));
 }
 
 TEST_F(ForeignGetter, MayWithdrawAnyoneWhileValuesAreRead) {
@@ -199,7 +200,7 @@ TEST_F(ForeignGetter, MayWithdrawAnyoneWhileValuesAreRead) {
     });
   });
   host->insert(0, 9);
-  EXPECT_EQ(notices, (Notices{"three: numbers insert {0} new=[9]"}));
+  EXPECT_EQ(notices, (Lines{"three: numbers insertion {0} new=[9]"}));
 }
 
 TEST_F(ForeignGetter, MayLetGoOfTheObject) {
@@ -209,8 +210,8 @@ TEST_F(ForeignGetter, MayLetGoOfTheObject) {
   Host* const raw = host.get();
   onceRead("count", [&] { host.reset(); });
   raw->setAll({7});
-  EXPECT_EQ(notices,
-            (Notices{"one: numbers set old=[1, 2, 3] new=[7]", "two: count set old=3 new=1"}));
+  EXPECT_EQ(notices, (Lines{"one: numbers setting old=[1, 2, 3] new=[7]",
+                            "two: count setting old=3 new=1"}));
   EXPECT_TRUE(watch.expired());
 }
 
@@ -229,17 +230,17 @@ TEST_F(ForeignGetter, AskedWhatAKeyFollowsFromMayWithdrawAllObservers) {
   host->setAll({7});
   EXPECT_EQ(host->whenAsked, nullptr) << "it was asked";
   EXPECT_FALSE(host->isObserved());
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
 }
 
 TEST_F(ForeignGetter, AskedWhatAKeyFollowsFromMayRegisterOthersForTheNextChange) {
   const auto one = add("one", "a third key of its own", ObservingOptions::none);
-  std::shared_ptr<RecordingObserver> two;
+  std::shared_ptr<Recorder> two;
   host->whenAsked = [&] { two = add("two", "numbers", ObservingOptions::newValue); };
   host->setAll({7});
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
   host->setAll({8});
-  EXPECT_EQ(notices, Notices{"two: numbers set new=[8]"});
+  EXPECT_EQ(notices, Lines{"two: numbers setting new=[8]"});
 }
 
 TEST_F(ForeignGetter, AskedWhatAKeyFollowsFromMayChangeOthersOfItsClass) {
@@ -251,7 +252,7 @@ TEST_F(ForeignGetter, AskedWhatAKeyFollowsFromMayChangeOthersOfItsClass) {
   }
   host->whenAsked = [&] { other->setAll({1}); };  // which asks for each of its keys
   host->setAll({7});
-  EXPECT_EQ(notices, Notices{"two: numbers set new=[7]"});
+  EXPECT_EQ(notices, Lines{"two: numbers setting new=[7]"});
 }
 
 // --- objects that are going
@@ -282,13 +283,13 @@ class Gone : public Going {
 };
 
 TEST(ObservedObject, MayAnnounceInTheDestructorOfAnAbstractBaseClassAndNobodyHears) {
-  Notices notices;
-  const auto observer = RecordingObserver::make("heard", notices);
+  Lines notices;
+  const auto observer = Recorder::make("heard", notices);
   auto object = std::make_shared<Gone>();
   object->addObserver(observer, "state", ObservingOptions::both, nullptr);
   object->addObserver(observer, "summary", ObservingOptions::both, nullptr);
   object.reset();
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
 }
 
 }  // namespace

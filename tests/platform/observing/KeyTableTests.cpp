@@ -9,7 +9,7 @@
 #include <type_traits>
 
 #include "Shelf.h"
-#include "tests/support/RecordingObserver.h"
+#include "tests/support/Recorder.h"
 
 namespace platform = vexil::platform;
 
@@ -22,8 +22,8 @@ using platform::KeyTable;
 using platform::ObservingOptions;
 using platform::UndefinedKey;
 using platform::Value;
-using test::Notices;
-using test::RecordingObserver;
+using test::Lines;
+using test::Recorder;
 using test::Shelf;
 
 static_assert(std::is_base_of_v<std::invalid_argument, UndefinedKey>);
@@ -42,20 +42,20 @@ TEST(KeyAccess, ReadsWhatTheGetterReturns) {
 }
 
 TEST(KeyAccess, SetsThroughTheSetterWithItsAnnouncement) {
-  Notices notices;
-  const auto observer = RecordingObserver::make("heard", notices);
+  Lines notices;
+  const auto observer = Recorder::make("heard", notices);
   const auto shelf = Shelf::make();
   shelf->addObserver(observer, "label", ObservingOptions::newValue, nullptr);
   shelf->setValueForKey("a", "label");
   EXPECT_EQ(shelf->label(), "a");
-  EXPECT_EQ(notices, (Notices{"heard: label set new=\"a\""}));
+  EXPECT_EQ(notices, (Lines{"heard: label setting new=\"a\""}));
 }
 
 TEST(KeyAccess, ReachesAnInputThatCanOnlyBeSet) {
   const auto shelf = Shelf::make();
-  shelf->setValueForKey(Value::array({"a", "b"}), "inbox");
+  shelf->setValueForKey(Value::array({"a", "b"}), "allBooks");
   EXPECT_EQ(shelf->books(), Value::array({"a", "b"}));
-  EXPECT_THROW((void)shelf->valueForKey("inbox"), UndefinedKey);
+  EXPECT_THROW((void)shelf->valueForKey("allBooks"), UndefinedKey);
 }
 
 TEST(KeyAccess, OfAKeyThatIsNotThereRaises) {
@@ -85,7 +85,7 @@ TEST(KeyAccess, NamesTheClassAndTheKeyItFailedOn) {
   }
 }
 
-/// Getters of every form a `Value` can be made of.
+/// Getters of every type that converts to `Value`.
 class Getters : public platform::Observable {
  public:
   [[nodiscard]] bool boolean() const { return true; }
@@ -161,11 +161,11 @@ TEST(KeyAccess, OfTheClassHidesThatOfTheBaseClass) {
   const auto labelled = std::make_shared<Labelled>();
   labelled->setLabel("a");
   EXPECT_EQ(labelled->valueForKey("spine"), "|a|");
-  Notices notices;
-  const auto observer = RecordingObserver::make("heard", notices);
+  Lines notices;
+  const auto observer = Recorder::make("heard", notices);
   labelled->addObserver(observer, "spine", ObservingOptions::both, nullptr);
   labelled->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"heard: spine set old=\"|a|\" new=\"|b|\""}));
+  EXPECT_EQ(notices, (Lines{"heard: spine setting old=\"|a|\" new=\"|b|\""}));
 }
 
 TEST(KeyTable, FindsNothingWhenItIsEmpty) {

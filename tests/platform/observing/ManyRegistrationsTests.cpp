@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// One observer on many objects: the same as on each of them by itself, but for what it costs.
+// One observer on many objects. The result is that of registering on each object, only cheaper.
 #include <gtest/gtest.h>
 #include <vexil/platform/Error.h>
 #include <vexil/platform/ManyRegistrations.h>
@@ -14,7 +14,7 @@
 #include "Shelf.h"
 #include "tests/support/AllocationCounter.h"
 #include "tests/support/Property.h"
-#include "tests/support/RecordingObserver.h"
+#include "tests/support/Recorder.h"
 
 namespace platform = vexil::platform;
 
@@ -26,8 +26,8 @@ using platform::Key;
 using platform::ManyRegistrations;
 using platform::ManyWithdrawals;
 using platform::ObservingOptions;
-using test::Notices;
-using test::RecordingObserver;
+using test::Lines;
+using test::Recorder;
 using test::Shelf;
 
 static_assert(!std::is_copy_constructible_v<ManyRegistrations>);
@@ -46,14 +46,13 @@ Shelves shelves(std::size_t count) {
 
 class ManyObjects : public testing::Test {
  protected:
-  void addToAll(const std::shared_ptr<RecordingObserver>& observer,
-                const ContextToken* token = &context) {
+  void addToAll(const std::shared_ptr<Recorder>& observer, const ContextToken* token = &context) {
     ManyRegistrations registrations(observer, label, ObservingOptions::newValue, token);
     for (const auto& object : objects) {
       registrations.addTo(*object);
     }
   }
-  void removeFromAll(const std::shared_ptr<RecordingObserver>& observer,
+  void removeFromAll(const std::shared_ptr<Recorder>& observer,
                      const ContextToken* token = &context) {
     ManyWithdrawals withdrawals(observer, label, token);
     for (const auto& object : objects) {
@@ -61,7 +60,7 @@ class ManyObjects : public testing::Test {
     }
   }
   /// What is heard when each object gets its number for a label.
-  Notices heard() {
+  Lines heard() {
     notices.clear();
     for (std::size_t i = 0; i < objects.size(); ++i) {
       objects[i]->setLabel(i);
@@ -74,19 +73,20 @@ class ManyObjects : public testing::Test {
   }
 
   const Key label = Key("label");
-  Notices notices;
+  Lines notices;
   Shelves objects = shelves(4);
-  std::shared_ptr<RecordingObserver> one = RecordingObserver::make("one", notices);
-  std::shared_ptr<RecordingObserver> two = RecordingObserver::make("two", notices);
+  std::shared_ptr<Recorder> one = Recorder::make("one", notices);
+  std::shared_ptr<Recorder> two = Recorder::make("two", notices);
 };
 
 TEST_F(ManyObjects, AreObservedEach) {
   addToAll(one);
-  EXPECT_EQ(heard(),
-            (Notices{"one: label set new=0 (a context)", "one: label set new=1 (a context)",
-                     "one: label set new=2 (a context)", "one: label set new=3 (a context)"}));
+  EXPECT_EQ(
+      heard(),
+      (Lines{"one: label setting new=0 (a context)", "one: label setting new=1 (a context)",
+             "one: label setting new=2 (a context)", "one: label setting new=3 (a context)"}));
   removeFromAll(one);
-  EXPECT_EQ(heard(), Notices());
+  EXPECT_EQ(heard(), Lines());
   EXPECT_EQ(observed(), 0U);
 }
 
@@ -95,12 +95,12 @@ TEST_F(ManyObjects, MayHaveDifferentObserversAlready) {
   objects[1]->addObserver(two, label, ObservingOptions::none, nullptr);
   objects[2]->addObserver(two, label, ObservingOptions::none, nullptr);
   addToAll(one);
-  EXPECT_EQ(heard(),
-            (Notices{"one: label set new=0 (a context)", "two: label set",
-                     "one: label set new=1 (a context)", "two: label set",
-                     "one: label set new=2 (a context)", "one: label set new=3 (a context)"}));
+  EXPECT_EQ(heard(), (Lines{"one: label setting new=0 (a context)", "two: label setting",
+                            "one: label setting new=1 (a context)", "two: label setting",
+                            "one: label setting new=2 (a context)",
+                            "one: label setting new=3 (a context)"}));
   removeFromAll(one);
-  EXPECT_EQ(heard(), (Notices{"two: label set", "two: label set"}));
+  EXPECT_EQ(heard(), (Lines{"two: label setting", "two: label setting"}));
   EXPECT_EQ(observed(), 2U);
 }
 
@@ -123,8 +123,8 @@ TEST_F(ManyObjects, AreObservedAsOftenAsTheyOccur) {
   objects = {objects[0], objects[2], objects[0]};
   removeFromAll(one);
   EXPECT_EQ(heard(),
-            (Notices{"one: label set new=0 (a context)", "one: label set new=1 (a context)",
-                     "one: label set new=2 (a context)"}));
+            (Lines{"one: label setting new=0 (a context)", "one: label setting new=1 (a context)",
+                   "one: label setting new=2 (a context)"}));
 }
 
 TEST_F(ManyObjects, TakeNoAbsentObserver) {
@@ -136,7 +136,7 @@ TEST_F(ManyObjects, AreLeftFromTheFirstThatIsNotObservedOn) {
   addToAll(one);
   objects[2]->removeObserver(one, label, &context);
   EXPECT_THROW(removeFromAll(one), InvalidArgument);
-  EXPECT_EQ(heard(), Notices{"one: label set new=3 (a context)"});
+  EXPECT_EQ(heard(), Lines{"one: label setting new=3 (a context)"});
   EXPECT_THROW(removeFromAll(one), InvalidArgument);
   EXPECT_EQ(observed(), 1U);
 }
@@ -170,13 +170,14 @@ TEST_F(ManyObjects, ForgetWhoIsGoneWhenTheNextOneComes) {
 }
 
 TEST_F(ManyObjects, KeepRegistrationsApartFromAChangeInProgress) {
-  // Who comes during a change hears of the next one, and who goes hears no more of it.
+  // An observer that registers during a change hears the next one. One that withdraws hears no
+  // more.
   addToAll(one);
   auto change = objects[2]->willChangeValueForKey(label);
   addToAll(two);
   removeFromAll(one);
   objects[2]->didChangeValueForKey(std::move(change));
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
   EXPECT_EQ(heard().size(), 4U);
 }
 
@@ -250,10 +251,10 @@ rc::Gen<Call> call() {
 
 /// Objects and observers that calls are made on.
 struct World {
-  const std::shared_ptr<RecordingObserver>& observer(const Call& call) const {
+  const std::shared_ptr<Recorder>& observer(const Call& call) const {
     return call.byOne ? one : two;
   }
-  /// Whether something raised.
+  /// Whether a call threw.
   bool make(const Call& call, bool atOnce) {
     const ContextToken* token = call.underOther ? &other : &context;
     const ObservingOptions options =
@@ -276,7 +277,7 @@ struct World {
       return true;
     }
   }
-  Notices heard() {
+  Lines heard() {
     for (const auto& object : objects) {
       object->setLabel("text");
     }
@@ -284,10 +285,10 @@ struct World {
   }
 
   const Key label = Key("label");
-  Notices notices;
+  Lines notices;
   Shelves objects = shelves(objectCount);
-  std::shared_ptr<RecordingObserver> one = RecordingObserver::make("one", notices);
-  std::shared_ptr<RecordingObserver> two = RecordingObserver::make("two", notices);
+  std::shared_ptr<Recorder> one = Recorder::make("one", notices);
+  std::shared_ptr<Recorder> two = Recorder::make("two", notices);
 };
 
 PROPERTY(ManyObjectsProperty, AreObservedAsIfOneAfterTheOther, ()) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Several that register on the same objects, or withdraw from them, while the objects are used in
-// other ways, and go.
+// Several observers register on the same objects or withdraw from them. Meanwhile the objects are
+// used in other ways, and destroyed.
 #include <gtest/gtest.h>
 #include <vexil/platform/Error.h>
 #include <vexil/platform/ManyRegistrations.h>
@@ -16,7 +16,7 @@
 #include "Shelf.h"
 #include "tests/support/AllocationCounter.h"
 #include "tests/support/Property.h"
-#include "tests/support/RecordingObserver.h"
+#include "tests/support/Recorder.h"
 
 namespace platform = vexil::platform;
 
@@ -27,8 +27,8 @@ using platform::Key;
 using platform::ManyRegistrations;
 using platform::ManyWithdrawals;
 using platform::ObservingOptions;
-using test::Notices;
-using test::RecordingObserver;
+using test::Lines;
+using test::Recorder;
 using test::Shelf;
 
 class ManyRegistrationsTogether : public testing::Test {
@@ -38,7 +38,7 @@ class ManyRegistrationsTogether : public testing::Test {
       object = Shelf::make();
     }
   }
-  Notices heard() {
+  Lines heard() {
     notices.clear();
     for (const auto& object : objects) {
       if (object) {
@@ -47,8 +47,8 @@ class ManyRegistrationsTogether : public testing::Test {
     }
     return notices;
   }
-  static Notices times(std::size_t count, const Notices& lines) {
-    Notices all;
+  static Lines times(std::size_t count, const Lines& lines) {
+    Lines all;
     for (std::size_t i = 0; i < count; ++i) {
       all.insert(all.end(), lines.begin(), lines.end());
     }
@@ -56,10 +56,10 @@ class ManyRegistrationsTogether : public testing::Test {
   }
 
   const Key label = Key("label");
-  Notices notices;
+  Lines notices;
   std::array<std::shared_ptr<Shelf>, 5> objects;
-  std::shared_ptr<RecordingObserver> one = RecordingObserver::make("one", notices);
-  std::shared_ptr<RecordingObserver> two = RecordingObserver::make("two", notices);
+  std::shared_ptr<Recorder> one = Recorder::make("one", notices);
+  std::shared_ptr<Recorder> two = Recorder::make("two", notices);
 };
 
 TEST_F(ManyRegistrationsTogether, MayTakeTurnsAtEachObject) {
@@ -71,7 +71,7 @@ TEST_F(ManyRegistrationsTogether, MayTakeTurnsAtEachObject) {
       twos.addTo(*object);
     }
   }
-  EXPECT_EQ(heard(), times(5, {"one: label set", "two: label set"}));
+  EXPECT_EQ(heard(), times(5, {"one: label setting", "two: label setting"}));
   {
     ManyWithdrawals ones(one, label, nullptr);
     ManyWithdrawals twos(two, label, nullptr);
@@ -80,7 +80,7 @@ TEST_F(ManyRegistrationsTogether, MayTakeTurnsAtEachObject) {
       ones.removeFrom(*object);
     }
   }
-  EXPECT_EQ(heard(), Notices());
+  EXPECT_EQ(heard(), Lines());
 }
 
 TEST_F(ManyRegistrationsTogether, MayEndInAnyOrder) {
@@ -98,7 +98,7 @@ TEST_F(ManyRegistrationsTogether, MayEndInAnyOrder) {
     object->removeObserver(one, label, nullptr);
   }
   twos.reset();
-  EXPECT_EQ(heard(), Notices());
+  EXPECT_EQ(heard(), Lines());
 }
 
 TEST_F(ManyRegistrationsTogether, LeaveObjectsFreeToBeUsedMeanwhile) {
@@ -110,11 +110,11 @@ TEST_F(ManyRegistrationsTogether, LeaveObjectsFreeToBeUsedMeanwhile) {
     object->removeObserver(one, label, nullptr);
     object->addObserver(two, label, ObservingOptions::none, nullptr);
   }
-  EXPECT_EQ(heard(), times(5, {"two: label set"}));
+  EXPECT_EQ(heard(), times(5, {"two: label setting"}));
   for (const auto& object : objects) {
     ones.addTo(*object);
   }
-  EXPECT_EQ(heard(), times(5, {"two: label set", "one: label set"}));
+  EXPECT_EQ(heard(), times(5, {"two: label setting", "one: label setting"}));
 }
 
 TEST_F(ManyRegistrationsTogether, LeaveObjectsFreeToGoMeanwhile) {
@@ -125,7 +125,7 @@ TEST_F(ManyRegistrationsTogether, LeaveObjectsFreeToGoMeanwhile) {
   }
   objects[0] = Shelf::make();
   ones.addTo(*objects[0]);
-  EXPECT_EQ(heard(), Notices{"one: label set"});
+  EXPECT_EQ(heard(), Lines{"one: label setting"});
 }
 
 TEST_F(ManyRegistrationsTogether, MayRegisterAndWithdrawInTurn) {
@@ -138,11 +138,11 @@ TEST_F(ManyRegistrationsTogether, MayRegisterAndWithdrawInTurn) {
       without.removeFrom(*object);
     }
   }
-  EXPECT_EQ(heard(), times(15, {"one: label set"}));
+  EXPECT_EQ(heard(), times(15, {"one: label setting"}));
 }
 
 TEST_F(ManyRegistrationsTogether, GoOnAfterAHundredThousandObjects) {
-  // What is done in advance for the next objects does not last for ever.
+  // What a registration prepares for the next objects does not last for ever.
   std::vector<std::shared_ptr<Shelf>> many(100'000);
   (void)heard();
   objects[0]->addObserver(one, label, ObservingOptions::none, nullptr);
@@ -214,7 +214,7 @@ class World {
     restart(1);
   }
   /// What was heard, and whether something was thrown.
-  std::pair<Notices, bool> take(const Step& step) {
+  std::pair<Lines, bool> take(const Step& step) {
     bool hasThrown = false;
     try {
       make(step);
@@ -269,9 +269,9 @@ class World {
 
   bool _atOnce;
   const Key _label = Key("label");
-  Notices _notices;
-  std::array<std::shared_ptr<RecordingObserver>, 2> _observers{
-      RecordingObserver::make("one", _notices), RecordingObserver::make("two", _notices)};
+  Lines _notices;
+  std::array<std::shared_ptr<Recorder>, 2> _observers{Recorder::make("one", _notices),
+                                                      Recorder::make("two", _notices)};
   std::array<std::shared_ptr<Shelf>, objectCount> _objects;
   std::array<std::optional<ManyRegistrations>, 2> _registrations;
   std::array<std::optional<ManyWithdrawals>, 2> _withdrawals;

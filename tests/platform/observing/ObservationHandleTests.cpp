@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "Shelf.h"
-#include "tests/support/RecordingObserver.h"
+#include "tests/support/Recorder.h"
 
 namespace platform = vexil::platform;
 
@@ -25,7 +25,7 @@ using platform::Observation;
 using platform::observe;
 using platform::ObservingOptions;
 using platform::Value;
-using test::Notices;
+using test::Lines;
 using test::Shelf;
 
 static_assert(!std::is_copy_constructible_v<Observation>);
@@ -46,7 +46,7 @@ class ObservationHandle : public testing::Test {
     return observe(shelf, "label", ObservingOptions::newValue, noting(name));
   }
 
-  Notices notices;
+  Lines notices;
   std::shared_ptr<Shelf> shelf = Shelf::make();
 };
 
@@ -56,8 +56,8 @@ TEST_F(ObservationHandle, CallsItsClosureForEveryChange) {
   shelf->setLabel("a");
   shelf->insertBook(0, "other key");
   shelf->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"closure: it set old=<null> new=\"a\"",
-                              "closure: it set old=\"a\" new=\"b\""}));
+  EXPECT_EQ(notices, (Lines{"closure: it setting old=<null> new=\"a\"",
+                            "closure: it setting old=\"a\" new=\"b\""}));
 }
 
 TEST_F(ObservationHandle, EndsWhenItGoes) {
@@ -66,7 +66,7 @@ TEST_F(ObservationHandle, EndsWhenItGoes) {
     shelf->setLabel("a");
   }
   shelf->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"closure: it set new=\"a\""}));
+  EXPECT_EQ(notices, (Lines{"closure: it setting new=\"a\""}));
 }
 
 TEST_F(ObservationHandle, CanBeEndedEarlyAndMoreThanOnce) {
@@ -74,7 +74,7 @@ TEST_F(ObservationHandle, CanBeEndedEarlyAndMoreThanOnce) {
   observation.end();
   observation.end();
   shelf->setLabel("a");
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
   Observation none;
   none.end();
 }
@@ -84,7 +84,7 @@ TEST_F(ObservationHandle, GoesOnWhereItIsMovedTo) {
   Observation moved(std::move(observation));
   observation.end();  // NOLINT(bugprone-use-after-move): it has nothing to end
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"closure: it set new=\"a\""}));
+  EXPECT_EQ(notices, (Lines{"closure: it setting new=\"a\""}));
   moved.end();
   shelf->setLabel("b");
   EXPECT_EQ(notices.size(), 1U);
@@ -94,7 +94,7 @@ TEST_F(ObservationHandle, EndsWhenAnotherTakesItsPlace) {
   Observation observation = labelObservation("first");
   observation = labelObservation("second");
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"second: it set new=\"a\""}));
+  EXPECT_EQ(notices, (Lines{"second: it setting new=\"a\""}));
   observation = Observation();
   shelf->setLabel("b");
   EXPECT_EQ(notices.size(), 1U);
@@ -113,7 +113,8 @@ TEST_F(ObservationHandle, KeepsTheOrderOfRegistration) {
   const Observation first = labelObservation("second made");
   Observation moved = std::move(second);
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"first made: it set new=\"a\"", "second made: it set new=\"a\""}));
+  EXPECT_EQ(notices,
+            (Lines{"first made: it setting new=\"a\"", "second made: it setting new=\"a\""}));
 }
 
 TEST_F(ObservationHandle, MayBeEndedByItsOwnClosure) {
@@ -137,7 +138,7 @@ TEST_F(ObservationHandle, EndedByAnotherClosureIsNotCalledAgain) {
                                     [&second](const ChangeRecord&) { second.end(); });
   second = labelObservation("second");
   shelf->setLabel("a");
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
 }
 
 TEST_F(ObservationHandle, MayOutliveTheObject) {
@@ -172,7 +173,7 @@ TEST_F(ObservationHandle, ObservesIndexedChangesAndDependentKeys) {
   const Observation books = observe(shelf, "books", ObservingOptions::both, noting("books"));
   const Observation empty = observe(shelf, "isEmpty", ObservingOptions::newValue, noting("empty"));
   shelf->insertBook(0, "a");
-  EXPECT_EQ(notices, (Notices{"books: it insert {0} new=[\"a\"]", "empty: it set new=false"}));
+  EXPECT_EQ(notices, (Lines{"books: it insertion {0} new=[\"a\"]", "empty: it setting new=false"}));
 }
 
 TEST_F(ObservationHandle, NeedsAnObjectAndAClosure) {
@@ -183,7 +184,8 @@ TEST_F(ObservationHandle, NeedsAnObjectAndAClosure) {
 }
 
 TEST_F(ObservationHandle, MayStandInTheOwnerThatItsClosureKeeps) {
-  // The owner holds the handle, the handle the closure, the closure the owner: ending breaks it.
+  // The owner holds the handle, the handle holds the closure, the closure holds the owner. `end`
+  // breaks this circle.
   struct Owner {
     Observation observation;
     int calls = 0;
@@ -210,7 +212,7 @@ TEST_F(ObservationHandle, MayBeAssignedByItsOwnClosure) {
       });
   shelf->setLabel("a");
   shelf->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"first: it set new=\"a\"", "second: it set new=\"b\""}));
+  EXPECT_EQ(notices, (Lines{"first: it setting new=\"a\"", "second: it setting new=\"b\""}));
 }
 
 TEST_F(ObservationHandle, MayBeAssignedWhereOnlyItsClosureKeepsIt) {
@@ -232,7 +234,7 @@ TEST_F(ObservationHandle, MayBeAssignedWhereOnlyItsClosureKeepsIt) {
     }
     EXPECT_TRUE(watch.expired());
     shelf->setLabel("b");
-    EXPECT_EQ(notices, Notices()) << "its owner went, and it with it";
+    EXPECT_EQ(notices, Lines()) << "its owner went, and it with it";
   }
 }
 

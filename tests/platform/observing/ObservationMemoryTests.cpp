@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Observation when memory runs out at any point, and when observers come and go for ever: nothing
-// is lost, nothing piles up.
+// Memory runs out at any point, or observers come and go for ever. No registration is lost and no
+// memory is.
 #include <gtest/gtest.h>
 #include <vexil/platform/ManyRegistrations.h>
 #include <vexil/platform/Observable.h>
@@ -14,7 +14,7 @@
 
 #include "Shelf.h"
 #include "tests/support/AllocationCounter.h"
-#include "tests/support/RecordingObserver.h"
+#include "tests/support/Recorder.h"
 
 namespace platform = vexil::platform;
 
@@ -25,8 +25,8 @@ using platform::Key;
 using platform::Observation;
 using platform::ObservingOptions;
 using test::failEachAllocation;
-using test::Notices;
-using test::RecordingObserver;
+using test::Lines;
+using test::Recorder;
 using test::Shelf;
 
 /// Counts without taking memory.
@@ -46,7 +46,7 @@ class CountingObserver : public platform::Observer {
 class ObservationMemory : public testing::Test {
  protected:
   ObservationMemory() {
-    // The first time takes what stays for all.
+    // The first time takes memory that stays.
     registerAnew();
     shelf->addObserver(observers[0], spine, ObservingOptions::none, nullptr);
     (void)heardOfAChange();
@@ -258,7 +258,7 @@ TEST_F(ObservationMemory, OfObserversThatAreReplacedBeforeAnyChangeDoesNotPileUp
 }
 
 TEST_F(ObservationMemory, OfReplacedObserversIsGivenBackWithoutWorkForEachOfTheOthers) {
-  // Of those who stay, each is looked at a few times at most, however many are replaced.
+  // Each observer that stays is looked at a few times at most, however many others are replaced.
   shelf = Shelf::make();
   std::vector<std::shared_ptr<CountingObserver>> staying;
   for (int i = 0; i < 2'000; ++i) {
@@ -319,7 +319,7 @@ TEST_F(ObservationMemory, OfObserversThatAreGoneIsGivenBackAtTheNextDelivery) {
 }
 
 TEST_F(ObservationMemory, OfObservedKeysIsBounded) {
-  // What follows from what is kept for each key, but not for every key that ever was.
+  // The notes of what follows from what are kept for each key, but not for keys that are gone.
   shelf = Shelf::make();
   const auto observeAndChange = [&](int number) {
     const Key key("key " + std::to_string(number));

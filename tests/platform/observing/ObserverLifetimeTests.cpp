@@ -11,7 +11,7 @@
 
 #include "Shelf.h"
 #include "tests/support/AllocationCounter.h"
-#include "tests/support/RecordingObserver.h"
+#include "tests/support/Recorder.h"
 
 namespace platform = vexil::platform;
 
@@ -21,16 +21,16 @@ using platform::ContextToken;
 using platform::Observer;
 using platform::ObservingOptions;
 using platform::Value;
-using test::Notices;
-using test::RecordingObserver;
+using test::Lines;
+using test::Recorder;
 using test::Shelf;
 
 class ObserverLifetime : public testing::Test {
  protected:
-  Notices notices;
+  Lines notices;
   std::shared_ptr<Shelf> shelf = Shelf::make();
-  std::shared_ptr<RecordingObserver> one = RecordingObserver::make("one", notices);
-  std::shared_ptr<RecordingObserver> two = RecordingObserver::make("two", notices);
+  std::shared_ptr<Recorder> one = Recorder::make("one", notices);
+  std::shared_ptr<Recorder> two = Recorder::make("two", notices);
 };
 
 TEST_F(ObserverLifetime, ARegistrationDoesNotKeepTheObserver) {
@@ -53,7 +53,7 @@ TEST_F(ObserverLifetime, AnObserverThatIsGoneIsSkipped) {
   one.reset();
   shelf->setLabel("a");
   shelf->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"two: label set", "two: label set"}));
+  EXPECT_EQ(notices, (Lines{"two: label setting", "two: label setting"}));
 }
 
 TEST_F(ObserverLifetime, OnlyGoneObserversAreAlrightToo) {
@@ -63,7 +63,7 @@ TEST_F(ObserverLifetime, OnlyGoneObserversAreAlrightToo) {
   two.reset();
   shelf->setLabel("a");
   shelf->setLabel("b");
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
 }
 
 TEST_F(ObserverLifetime, AnObserverThatIsGoneIsSweptAtTheNextDelivery) {
@@ -73,19 +73,20 @@ TEST_F(ObserverLifetime, AnObserverThatIsGoneIsSweptAtTheNextDelivery) {
   one.reset();
   const std::ptrdiff_t before = test::liveAllocations();
   shelf->setLabel("a");
-  EXPECT_EQ(notices, Notices{"two: label set"});
+  EXPECT_EQ(notices, Lines{"two: label setting"});
+  notices.clear();  // what is left of the vector was reserved before
   // The registration, and the memory in which the observer was.
   EXPECT_EQ(test::liveAllocations() - before, -2);
 }
 
 TEST_F(ObserverLifetime, NothingIsReadForAnObserverThatIsGone) {
-  // Reading may cost, or raise; and who is left has not asked for it.
+  // Reading may cost time, or throw. The observer that is left has not asked for values.
   shelf->addObserver(one, "label", ObservingOptions::both, nullptr);
   shelf->addObserver(two, "label", ObservingOptions::none, nullptr);
   one.reset();
   shelf->setLabel("a");
   EXPECT_EQ(shelf->readsOf("label"), 0);
-  EXPECT_EQ(notices, Notices{"two: label set"});
+  EXPECT_EQ(notices, Lines{"two: label setting"});
 }
 
 TEST_F(ObserverLifetime, NothingNewIsReadForAnObserverThatWentDuringTheChange) {
@@ -96,13 +97,13 @@ TEST_F(ObserverLifetime, NothingNewIsReadForAnObserverThatWentDuringTheChange) {
   shelf->removeObserver(two, "label", nullptr);
   shelf->didChangeValueForKey(std::move(change));
   EXPECT_EQ(shelf->readsOf("label"), 0);
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
 }
 
 TEST_F(ObserverLifetime, SweepingLeavesTheOthersInTheirOrder) {
-  std::vector<std::shared_ptr<RecordingObserver>> crowd;
+  std::vector<std::shared_ptr<Recorder>> crowd;
   for (int i = 0; i < 10; ++i) {
-    crowd.push_back(RecordingObserver::make(std::to_string(i), notices));
+    crowd.push_back(Recorder::make(std::to_string(i), notices));
     shelf->addObserver(crowd.back(), i % 3 == 0 ? "spine" : "label", ObservingOptions::none,
                        nullptr);
   }
@@ -110,8 +111,8 @@ TEST_F(ObserverLifetime, SweepingLeavesTheOthersInTheirOrder) {
     crowd[gone].reset();
   }
   shelf->setLabel("a");
-  const Notices expected{"2: label set", "3: spine set", "6: spine set", "7: label set",
-                         "8: label set"};
+  const Lines expected{"2: label setting", "3: spine setting", "6: spine setting",
+                       "7: label setting", "8: label setting"};
   EXPECT_EQ(notices, expected);
   notices.clear();
   shelf->setLabel("b");
@@ -121,8 +122,8 @@ TEST_F(ObserverLifetime, SweepingLeavesTheOthersInTheirOrder) {
 }
 
 TEST_F(ObserverLifetime, SweepingInANestedDeliveryDoesNotDisturbTheOuterOne) {
-  const auto three = RecordingObserver::make("three", notices);
-  auto gone = RecordingObserver::make("gone", notices);
+  const auto three = Recorder::make("three", notices);
+  auto gone = Recorder::make("gone", notices);
   shelf->addObserver(one, "label", ObservingOptions::none, nullptr);
   shelf->addObserver(gone, "label", ObservingOptions::none, nullptr);
   shelf->addObserver(two, "label", ObservingOptions::none, nullptr);
@@ -134,20 +135,19 @@ TEST_F(ObserverLifetime, SweepingInANestedDeliveryDoesNotDisturbTheOuterOne) {
     shelf->removeObserver(two, "label", nullptr);
   };
   shelf->setLabel("outer");
-  EXPECT_EQ(notices, (Notices{"one: label set", "one: label set", "two: label set",
-                              "three: label set", "three: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "one: label setting", "two: label setting",
+                            "three: label setting", "three: label setting"}));
 }
 
 TEST_F(ObserverLifetime, AnObserverAtTheAddressOfOneThatIsGoneIsAnother) {
-  // Same address, other owner: nobody may inherit a registration by chance.
+  // The same address with another owner: an observer must not inherit a registration by chance.
   struct Slot {
-    alignas(RecordingObserver) std::byte memory[sizeof(RecordingObserver)];
+    alignas(Recorder) std::byte memory[sizeof(Recorder)];
   };
   Slot slot{};
   const auto inSlot = [&](const char* name) {
-    return std::shared_ptr<RecordingObserver>(
-        new (static_cast<void*>(slot.memory)) RecordingObserver(name, notices),
-        [](RecordingObserver* observer) { observer->~RecordingObserver(); });
+    return std::shared_ptr<Recorder>(new (static_cast<void*>(slot.memory)) Recorder(name, notices),
+                                     [](Recorder* observer) { observer->~Recorder(); });
   };
   auto before = inSlot("before");
   shelf->addObserver(before, "label", ObservingOptions::none, nullptr);
@@ -158,15 +158,15 @@ TEST_F(ObserverLifetime, AnObserverAtTheAddressOfOneThatIsGoneIsAnother) {
   ASSERT_EQ(after.get(), address);
   EXPECT_THROW(shelf->removeObserver(after, "label", nullptr), std::invalid_argument);
   shelf->setLabel("a");
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
   other->addObserver(after, "label", ObservingOptions::none, nullptr);
   other->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"after: label set"}));
+  EXPECT_EQ(notices, (Lines{"after: label setting"}));
 }
 
 TEST_F(ObserverLifetime, ObserversThatCameAndWentLeaveNothingBehind) {
   const auto comeAndGo = [this] {
-    const auto passing = RecordingObserver::make("passing", notices);
+    const auto passing = Recorder::make("passing", notices);
     shelf->addObserver(passing, "books", ObservingOptions::both, nullptr);
   };
   comeAndGo();
@@ -179,7 +179,7 @@ TEST_F(ObserverLifetime, ObserversThatCameAndWentLeaveNothingBehind) {
 
 TEST_F(ObserverLifetime, NothingIsLeftWhenAllIsWithdrawn) {
   const auto comeAndGo = [this] {
-    const auto who = RecordingObserver::make("who", notices);
+    const auto who = Recorder::make("who", notices);
     const auto object = Shelf::make();
     for (const char* key : {"label", "books", "label", "spine"}) {
       object->addObserver(who, key, ObservingOptions::both, nullptr);
@@ -187,7 +187,7 @@ TEST_F(ObserverLifetime, NothingIsLeftWhenAllIsWithdrawn) {
     object->removeObserver(who, "label", nullptr);
     object->removeObserver(who, "books", nullptr);
   };
-  comeAndGo();  // the first time takes what stays for all
+  comeAndGo();  // the first time takes memory that stays
   const std::ptrdiff_t before = test::liveAllocations();
   comeAndGo();
   EXPECT_EQ(test::liveAllocations(), before);
@@ -219,8 +219,8 @@ TEST_F(ObserverLifetime, RegisteringOnAHundredThousandObjectsTakesMemoryOnce) {
             }),
             2U);
   shelves[77'777]->insertBook(0, "a");
-  EXPECT_EQ(notices, (Notices{"one: books insert {0} new=[\"a\"] (a context)",
-                              "two: books insert {0} new=[\"a\"]"}));
+  EXPECT_EQ(notices, (Lines{"one: books insertion {0} new=[\"a\"] (a context)",
+                            "two: books insertion {0} new=[\"a\"]"}));
 }
 
 TEST_F(ObserverLifetime, RegisteringSeveralAtEachObjectTakesMemoryOnceEach) {
@@ -252,7 +252,7 @@ TEST_F(ObserverLifetime, WithdrawingTheLatestFromManyObjectsTakesNoMemory) {
             }),
             0U);
   shelves[5]->insertBook(0, "a");
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
 }
 
 TEST_F(ObserverLifetime, AnUnobservedObjectChangesWithoutTakingMemory) {
@@ -281,15 +281,15 @@ TEST_F(ObserverLifetime, ObjectsOnSeveralThreadsMayShareTheirObservers) {
   for (std::thread& thread : threads) {
     thread.join();
   }
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
 }
 
 TEST_F(ObserverLifetime, AThousandGoneObserversAreSweptInPassing) {
   // Work for each observer once, not for each pair of them.
-  std::vector<std::shared_ptr<RecordingObserver>> crowd;
+  std::vector<std::shared_ptr<Recorder>> crowd;
   shelf->addObserver(one, "label", ObservingOptions::none, nullptr);
   for (int i = 0; i < 1000; ++i) {
-    crowd.push_back(RecordingObserver::make("crowd", notices));
+    crowd.push_back(Recorder::make("crowd", notices));
     shelf->addObserver(crowd.back(), "label", ObservingOptions::none, nullptr);
     shelf->addObserver(two, "label", ObservingOptions::none, nullptr);
   }

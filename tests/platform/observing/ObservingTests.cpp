@@ -11,7 +11,7 @@
 
 #include "Shelf.h"
 #include "tests/support/AllocationCounter.h"
-#include "tests/support/RecordingObserver.h"
+#include "tests/support/Recorder.h"
 
 namespace platform = vexil::platform;
 
@@ -29,8 +29,8 @@ using platform::ObservingOptions;
 using platform::PendingChange;
 using platform::RangeError;
 using platform::Value;
-using test::Notices;
-using test::RecordingObserver;
+using test::Lines;
+using test::Recorder;
 using test::Shelf;
 
 static_assert(!std::is_copy_constructible_v<Observable> && !std::is_copy_assignable_v<Observable>);
@@ -56,8 +56,8 @@ constexpr ContextToken contextB("b");
 
 class Observing : public testing::Test {
  protected:
-  std::shared_ptr<RecordingObserver> observer(const std::string& name) {
-    return RecordingObserver::make(name, notices);
+  std::shared_ptr<Recorder> observer(const std::string& name) {
+    return Recorder::make(name, notices);
   }
   void add(const std::shared_ptr<Observer>& who, const char* key,
            ObservingOptions options = ObservingOptions::none,
@@ -65,11 +65,11 @@ class Observing : public testing::Test {
     shelf->addObserver(who, key, options, context);
   }
 
-  Notices notices;
+  Lines notices;
   std::shared_ptr<Shelf> shelf = Shelf::make();
-  std::shared_ptr<RecordingObserver> one = observer("one");
-  std::shared_ptr<RecordingObserver> two = observer("two");
-  std::shared_ptr<RecordingObserver> three = observer("three");
+  std::shared_ptr<Recorder> one = observer("one");
+  std::shared_ptr<Recorder> two = observer("two");
+  std::shared_ptr<Recorder> three = observer("three");
 };
 
 TEST_F(Observing, NoticesArriveInTheOrderOfRegistration) {
@@ -77,7 +77,7 @@ TEST_F(Observing, NoticesArriveInTheOrderOfRegistration) {
   add(three, "spine");
   add(one, "label");
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"two: label set", "three: spine set", "one: label set"}));
+  EXPECT_EQ(notices, (Lines{"two: label setting", "three: spine setting", "one: label setting"}));
 }
 
 TEST_F(Observing, NoticesHaveArrivedWhenTheSetterReturnsAndNotBeforeTheChange) {
@@ -92,7 +92,7 @@ TEST_F(Observing, RegisteringTwiceGivesTwoRegistrations) {
   add(one, "label");
   add(one, "label");
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set", "one: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "one: label setting"}));
 }
 
 TEST_F(Observing, WithdrawingTakesTheLatestRegistrationThatMatches) {
@@ -103,8 +103,8 @@ TEST_F(Observing, WithdrawingTakesTheLatestRegistrationThatMatches) {
   add(one, "label", ObservingOptions::both, &contextA);
   shelf->removeObserver(one, "label", nullptr);
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set old=<null>", "two: label set",
-                              "one: label set old=<null> new=\"a\" (a)"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting old=<null>", "two: label setting",
+                            "one: label setting old=<null> new=\"a\" (a)"}));
 }
 
 TEST_F(Observing, WithdrawingOneOfSeveralLeavesTheOthersInTheirOrder) {
@@ -114,12 +114,12 @@ TEST_F(Observing, WithdrawingOneOfSeveralLeavesTheOthersInTheirOrder) {
   }
   shelf->removeObserver(two, "label", nullptr);
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set", "three: label set", "four: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "three: label setting", "four: label setting"}));
   notices.clear();
   shelf->removeObserver(one, "label", nullptr);
   shelf->removeObserver(four, "label", nullptr);
   shelf->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"three: label set"}));
+  EXPECT_EQ(notices, (Lines{"three: label setting"}));
 }
 
 TEST_F(Observing, WithdrawingWhatIsNotThereRaises) {
@@ -131,7 +131,7 @@ TEST_F(Observing, WithdrawingWhatIsNotThereRaises) {
   EXPECT_THROW(shelf->removeObserver(one, "label", nullptr), InvalidArgument);
   EXPECT_THROW(shelf->removeObserver(nullptr, "label", &contextA), InvalidArgument);
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set (a)"})) << "the registration is untouched";
+  EXPECT_EQ(notices, (Lines{"one: label setting (a)"})) << "the registration is untouched";
   shelf->removeObserver(one, "label", &contextA);
   EXPECT_THROW(shelf->removeObserver(one, "label", &contextA), InvalidArgument);
 }
@@ -169,9 +169,9 @@ TEST_F(Observing, EachRegistrationIsToldOfItsOwnContext) {
 TEST_F(Observing, ObserversInOneAllocationAreToldApart) {
   // One owner, two observers: the owner's count is theirs.
   struct Pair {
-    explicit Pair(Notices& notices) : first("first", notices), second("second", notices) {}
-    RecordingObserver first;
-    RecordingObserver second;
+    explicit Pair(Lines& notices) : first("first", notices), second("second", notices) {}
+    Recorder first;
+    Recorder second;
   };
   const auto pair = std::make_shared<Pair>(notices);
   const std::shared_ptr<Observer> first(pair, &pair->first);
@@ -180,7 +180,7 @@ TEST_F(Observing, ObserversInOneAllocationAreToldApart) {
   add(second, "label");
   shelf->removeObserver(first, "label", nullptr);
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"second: label set"}));
+  EXPECT_EQ(notices, (Lines{"second: label setting"}));
 }
 
 TEST_F(Observing, ObjectsHaveRegistrationsOfTheirOwn) {
@@ -188,7 +188,7 @@ TEST_F(Observing, ObjectsHaveRegistrationsOfTheirOwn) {
   add(one, "label");
   other->addObserver(two, "label", ObservingOptions::none, nullptr);
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting"}));
   EXPECT_THROW(other->removeObserver(one, "label", nullptr), InvalidArgument);
 }
 
@@ -212,7 +212,7 @@ TEST_F(Observing, AKeyThatTheObjectDoesNotHaveMayBeObservedAndIsNeverHeardOf) {
   add(one, "no such key", ObservingOptions::both);
   shelf->setLabel("a");
   shelf->insertBook(0, "b");
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
   shelf->removeObserver(one, "no such key", nullptr);
 }
 
@@ -223,91 +223,91 @@ TEST_F(Observing, ASettingCarriesWhatWasAskedFor) {
   add(one, "label", ObservingOptions::oldValue);
   add(one, "label", ObservingOptions::both);
   shelf->setLabel("new");
-  EXPECT_EQ(notices,
-            (Notices{"one: label set", "one: label set new=\"new\"", "one: label set old=\"old\"",
-                     "one: label set old=\"old\" new=\"new\""}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "one: label setting new=\"new\"",
+                            "one: label setting old=\"old\"",
+                            "one: label setting old=\"old\" new=\"new\""}));
 }
 
 TEST_F(Observing, AnAbsentValueArrivesAsTheNullMarker) {
   add(one, "label", ObservingOptions::both);
   shelf->setLabel("a");
   shelf->setLabel(Value());
-  EXPECT_EQ(notices, (Notices{"one: label set old=<null> new=\"a\"",
-                              "one: label set old=\"a\" new=<null>"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting old=<null> new=\"a\"",
+                            "one: label setting old=\"a\" new=<null>"}));
 }
 
 TEST_F(Observing, AnAutomaticSetterAnnouncesAnEqualValueAsWell) {
   shelf->setLabel("same");
   add(one, "label", ObservingOptions::both);
   shelf->setLabel("same");
-  EXPECT_EQ(notices, (Notices{"one: label set old=\"same\" new=\"same\""}));
+  EXPECT_EQ(notices, (Lines{"one: label setting old=\"same\" new=\"same\""}));
 }
 
 TEST_F(Observing, AnInsertionCarriesItsIndexesAndTheNewElements) {
-  shelf->setInbox(Value::array({"a", "b"}));
+  shelf->setAllBooks(Value::array({"a", "b"}));
   add(one, "books", ObservingOptions::both);
   shelf->insertBook(1, "x");
-  EXPECT_EQ(notices, (Notices{"one: books insert {1} new=[\"x\"]"}));
+  EXPECT_EQ(notices, (Lines{"one: books insertion {1} new=[\"x\"]"}));
 }
 
 TEST_F(Observing, ARemovalCarriesItsIndexesAndTheOldElements) {
-  shelf->setInbox(Value::array({"a", "b"}));
+  shelf->setAllBooks(Value::array({"a", "b"}));
   add(one, "books", ObservingOptions::both);
   shelf->removeBook(1);
-  EXPECT_EQ(notices, (Notices{"one: books remove {1} old=[\"b\"]"}));
+  EXPECT_EQ(notices, (Lines{"one: books removal {1} old=[\"b\"]"}));
 }
 
 TEST_F(Observing, AReplacementCarriesItsIndexesAndBothElements) {
-  shelf->setInbox(Value::array({"a", "b"}));
+  shelf->setAllBooks(Value::array({"a", "b"}));
   add(one, "books", ObservingOptions::both);
   shelf->replaceBook(0, "x");
-  EXPECT_EQ(notices, (Notices{"one: books replace {0} old=[\"a\"] new=[\"x\"]"}));
+  EXPECT_EQ(notices, (Lines{"one: books replacement {0} old=[\"a\"] new=[\"x\"]"}));
 }
 
 TEST_F(Observing, AnIndexedChangeCarriesNoValuesThatWereNotAskedFor) {
-  shelf->setInbox(Value::array({"a"}));
+  shelf->setAllBooks(Value::array({"a"}));
   add(one, "books", ObservingOptions::none);
   add(two, "books", ObservingOptions::oldValue);
   add(three, "books", ObservingOptions::newValue);
   shelf->replaceBook(0, "x");
-  EXPECT_EQ(notices, (Notices{"one: books replace {0}", "two: books replace {0} old=[\"a\"]",
-                              "three: books replace {0} new=[\"x\"]"}));
+  EXPECT_EQ(notices, (Lines{"one: books replacement {0}", "two: books replacement {0} old=[\"a\"]",
+                            "three: books replacement {0} new=[\"x\"]"}));
   notices.clear();
   shelf->removeBook(0);
-  EXPECT_EQ(notices, (Notices{"one: books remove {0}", "two: books remove {0} old=[\"x\"]",
-                              "three: books remove {0}"}));
+  EXPECT_EQ(notices, (Lines{"one: books removal {0}", "two: books removal {0} old=[\"x\"]",
+                            "three: books removal {0}"}));
   notices.clear();
   shelf->insertBook(0, "y");
-  EXPECT_EQ(notices, (Notices{"one: books insert {0}", "two: books insert {0}",
-                              "three: books insert {0} new=[\"y\"]"}));
+  EXPECT_EQ(notices, (Lines{"one: books insertion {0}", "two: books insertion {0}",
+                            "three: books insertion {0} new=[\"y\"]"}));
 }
 
 TEST_F(Observing, SeveralIndexesCarryTheirElementsInAscendingOrder) {
-  shelf->setInbox(Value::array({"a", "b", "c", "d"}));
+  shelf->setAllBooks(Value::array({"a", "b", "c", "d"}));
   add(one, "books", ObservingOptions::both);
   auto change = shelf->willChangeValuesAtIndexesForKey(ChangeKind::replacement, {3, 0, 1}, "books");
   shelf->didChangeValuesAtIndexesForKey(std::move(change));
-  EXPECT_EQ(notices, (Notices{"one: books replace {0-1, 3} old=[\"a\", \"b\", \"d\"] "
-                              "new=[\"a\", \"b\", \"d\"]"}));
+  EXPECT_EQ(notices, (Lines{"one: books replacement {0-1, 3} old=[\"a\", \"b\", \"d\"] "
+                            "new=[\"a\", \"b\", \"d\"]"}));
 }
 
 TEST_F(Observing, AnIndexedChangeOfNoElementsCarriesEmptyArrays) {
   add(one, "books", ObservingOptions::both);
   auto change = shelf->willChangeValuesAtIndexesForKey(ChangeKind::replacement, {}, "books");
   shelf->didChangeValuesAtIndexesForKey(std::move(change));
-  EXPECT_EQ(notices, (Notices{"one: books replace {} old=[] new=[]"}));
+  EXPECT_EQ(notices, (Lines{"one: books replacement {} old=[] new=[]"}));
 }
 
 TEST_F(Observing, AskingForOldElementsThatAreNotThereRaisesBeforeTheChange) {
-  shelf->setInbox(Value::array({"a"}));
+  shelf->setAllBooks(Value::array({"a"}));
   add(one, "books", ObservingOptions::oldValue);
   EXPECT_THROW((void)shelf->willChangeValuesAtIndexesForKey(ChangeKind::removal, {0, 1}, "books"),
                RangeError);
   EXPECT_THROW((void)shelf->willChangeValuesAtIndexesForKey(ChangeKind::replacement, {7}, "books"),
                RangeError);
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
   shelf->removeBook(0);
-  EXPECT_EQ(notices, (Notices{"one: books remove {0} old=[\"a\"]"}));
+  EXPECT_EQ(notices, (Lines{"one: books removal {0} old=[\"a\"]"}));
 }
 
 TEST_F(Observing, OldValuesAreTakenAtWillChangeAndNewOnesAtDidChange) {
@@ -319,7 +319,7 @@ TEST_F(Observing, OldValuesAreTakenAtWillChangeAndNewOnesAtDidChange) {
   shelf->setLabelSilently("at did");
   shelf->didChangeValueForKey(std::move(change));
   shelf->setLabelSilently("after");
-  EXPECT_EQ(notices, (Notices{"one: label set old=\"at will\" new=\"at did\""}));
+  EXPECT_EQ(notices, (Lines{"one: label setting old=\"at will\" new=\"at did\""}));
 }
 
 TEST_F(Observing, NewValuesAreTakenBeforeTheFirstNotice) {
@@ -327,7 +327,7 @@ TEST_F(Observing, NewValuesAreTakenBeforeTheFirstNotice) {
   add(one, "label");
   add(two, "label", ObservingOptions::newValue);
   shelf->setLabel("set");
-  EXPECT_EQ(notices, (Notices{"one: label set", "two: label set new=\"set\""}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "two: label setting new=\"set\""}));
 }
 
 TEST_F(Observing, ValuesAreReadOnlyWhenSomebodyAsksForThem) {
@@ -371,9 +371,9 @@ TEST_F(Observing, ADroppedAnnouncementIsNeverHeardOf) {
     auto change = shelf->willChangeValueForKey("label");
     shelf->setLabelSilently("dropped");
   }
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
   shelf->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"one: label set old=\"dropped\" new=\"b\""}));
+  EXPECT_EQ(notices, (Lines{"one: label setting old=\"dropped\" new=\"b\""}));
 }
 
 TEST_F(Observing, AnnouncementsMayEndInAnyOrder) {
@@ -385,7 +385,7 @@ TEST_F(Observing, AnnouncementsMayEndInAnyOrder) {
   shelf->didChangeValueForKey(std::move(first));
   third = PendingChange();
   shelf->didChangeValueForKey(std::move(second));
-  EXPECT_EQ(notices, (Notices{"one: label set old=<null> new=<null>", "one: books set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting old=<null> new=<null>", "one: books setting"}));
 }
 
 TEST_F(Observing, AnAnnouncementBelongsToTheObjectThatMadeIt) {
@@ -393,7 +393,7 @@ TEST_F(Observing, AnAnnouncementBelongsToTheObjectThatMadeIt) {
   const auto other = Shelf::make();
   auto change = shelf->willChangeValueForKey("label");
   EXPECT_THROW(other->didChangeValueForKey(std::move(change)), InvalidArgument);
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
 }
 
 TEST_F(Observing, AnAnnouncementThatConcernsNobodyEndsWithoutNotice) {
@@ -401,7 +401,7 @@ TEST_F(Observing, AnAnnouncementThatConcernsNobodyEndsWithoutNotice) {
   add(one, "label");
   shelf->didChangeValueForKey(std::move(change));
   shelf->didChangeValueForKey(PendingChange());
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
 }
 
 TEST_F(Observing, ChangesOfAnObjectThatIsStillBeingMadeAreNobodysToHear) {
@@ -412,9 +412,9 @@ TEST_F(Observing, ChangesOfAnObjectThatIsStillBeingMadeAreNobodysToHear) {
     }
   };
   const auto eager = std::make_shared<Eager>(one);
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
   eager->setLabel("later");
-  EXPECT_EQ(notices, (Notices{"one: label set old=\"in the constructor\" new=\"later\""}));
+  EXPECT_EQ(notices, (Lines{"one: label setting old=\"in the constructor\" new=\"later\""}));
 }
 
 TEST_F(Observing, AnObserverMayKeepTheRecord) {
@@ -429,7 +429,7 @@ TEST_F(Observing, AnObserverMayKeepTheRecord) {
   const auto keeper = std::make_shared<Keeper>();
   add(keeper, "books", ObservingOptions::both);
   shelf->insertBook(0, "a");
-  shelf->setInbox(Value::array({}));
+  shelf->setAllBooks(Value::array({}));
   EXPECT_EQ(keeper->kept.kind, ChangeKind::setting);
   EXPECT_EQ(keeper->kept.oldValue, Value::array({"a"}));
   EXPECT_EQ(keeper->kept.indexes, std::nullopt);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What observers may do while they are being told.
+// What observers may do within a notice.
 #include <gtest/gtest.h>
 #include <vexil/platform/Error.h>
 #include <vexil/platform/Observable.h>
@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "Shelf.h"
-#include "tests/support/RecordingObserver.h"
+#include "tests/support/Recorder.h"
 #include "tests/support/SmallStack.h"
 
 namespace platform = vexil::platform;
@@ -23,8 +23,8 @@ using platform::Observable;
 using platform::Observer;
 using platform::ObservingOptions;
 using platform::Value;
-using test::Notices;
-using test::RecordingObserver;
+using test::Lines;
+using test::Recorder;
 using test::Shelf;
 
 class Reentrancy : public testing::Test {
@@ -37,18 +37,18 @@ class Reentrancy : public testing::Test {
     shelf->removeObserver(who, key, nullptr);
   }
   /// Makes the next notice to `who`, and no later one, do `action`.
-  static void once(const std::shared_ptr<RecordingObserver>& who, std::function<void()> action) {
+  static void once(const std::shared_ptr<Recorder>& who, std::function<void()> action) {
     who->then = [raw = who.get(), action = std::move(action)] {
       raw->then = nullptr;
       action();
     };
   }
 
-  Notices notices;
+  Lines notices;
   std::shared_ptr<Shelf> shelf = Shelf::make();
-  std::shared_ptr<RecordingObserver> one = RecordingObserver::make("one", notices);
-  std::shared_ptr<RecordingObserver> two = RecordingObserver::make("two", notices);
-  std::shared_ptr<RecordingObserver> three = RecordingObserver::make("three", notices);
+  std::shared_ptr<Recorder> one = Recorder::make("one", notices);
+  std::shared_ptr<Recorder> two = Recorder::make("two", notices);
+  std::shared_ptr<Recorder> three = Recorder::make("three", notices);
 };
 
 TEST_F(Reentrancy, WhoIsWithdrawnMeanwhileHearsNothingMore) {
@@ -57,7 +57,7 @@ TEST_F(Reentrancy, WhoIsWithdrawnMeanwhileHearsNothingMore) {
   add(three);
   once(one, [&] { remove(two); });
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set", "three: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "three: label setting"}));
 }
 
 TEST_F(Reentrancy, AnObserverMayWithdrawItself) {
@@ -66,7 +66,7 @@ TEST_F(Reentrancy, AnObserverMayWithdrawItself) {
   once(one, [&] { remove(one); });
   shelf->setLabel("a");
   shelf->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"one: label set", "two: label set", "two: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "two: label setting", "two: label setting"}));
 }
 
 TEST_F(Reentrancy, AnObserverMayWithdrawOneThatWasToldAlready) {
@@ -75,7 +75,7 @@ TEST_F(Reentrancy, AnObserverMayWithdrawOneThatWasToldAlready) {
   add(three);
   once(two, [&] { remove(one); });
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set", "two: label set", "three: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "two: label setting", "three: label setting"}));
 }
 
 TEST_F(Reentrancy, AllMayBeWithdrawnByTheFirst) {
@@ -89,7 +89,7 @@ TEST_F(Reentrancy, AllMayBeWithdrawnByTheFirst) {
   });
   shelf->setLabel("a");
   shelf->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"one: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting"}));
 }
 
 TEST_F(Reentrancy, WithdrawingOneOfTwoRegistrationsMeanwhileSilencesTheLatestOnly) {
@@ -98,16 +98,16 @@ TEST_F(Reentrancy, WithdrawingOneOfTwoRegistrationsMeanwhileSilencesTheLatestOnl
   add(two, "label", ObservingOptions::newValue);
   once(one, [&] { remove(two); });
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set", "two: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "two: label setting"}));
 }
 
 TEST_F(Reentrancy, WhoIsRegisteredMeanwhileHearsOfTheNextChange) {
   add(one);
   once(one, [&] { add(two); });
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting"}));
   shelf->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"one: label set", "one: label set", "two: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "one: label setting", "two: label setting"}));
 }
 
 TEST_F(Reentrancy, WhoIsWithdrawnAndRegisteredAgainHearsOfTheNextChangeOnly) {
@@ -118,9 +118,9 @@ TEST_F(Reentrancy, WhoIsWithdrawnAndRegisteredAgainHearsOfTheNextChangeOnly) {
     add(two);
   });
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting"}));
   shelf->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"one: label set", "one: label set", "two: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "one: label setting", "two: label setting"}));
 }
 
 TEST_F(Reentrancy, WhoIsRegisteredAndWithdrawnAgainMeanwhileNeverHears) {
@@ -131,11 +131,11 @@ TEST_F(Reentrancy, WhoIsRegisteredAndWithdrawnAgainMeanwhileNeverHears) {
     remove(three);
   });
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set", "two: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "two: label setting"}));
 }
 
 TEST_F(Reentrancy, AWithdrawalMeanwhileTakesTheRegistrationThatCameMeanwhile) {
-  // The latest registration is the one that came during delivery, so the older one still hears.
+  // The latest registration was made during delivery, so the older one still hears.
   add(one);
   add(two);
   once(one, [&] {
@@ -143,7 +143,7 @@ TEST_F(Reentrancy, AWithdrawalMeanwhileTakesTheRegistrationThatCameMeanwhile) {
     remove(two);
   });
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set", "two: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "two: label setting"}));
 }
 
 TEST_F(Reentrancy, WhoIsWithdrawnBetweenWillAndDidHearsNothing) {
@@ -152,7 +152,7 @@ TEST_F(Reentrancy, WhoIsWithdrawnBetweenWillAndDidHearsNothing) {
   auto change = shelf->willChangeValueForKey("label");
   remove(one);
   shelf->didChangeValueForKey(std::move(change));
-  EXPECT_EQ(notices, (Notices{"two: label set"}));
+  EXPECT_EQ(notices, (Lines{"two: label setting"}));
 }
 
 TEST_F(Reentrancy, WhoIsRegisteredBetweenWillAndDidHearsOfTheNextChange) {
@@ -160,7 +160,7 @@ TEST_F(Reentrancy, WhoIsRegisteredBetweenWillAndDidHearsOfTheNextChange) {
   auto change = shelf->willChangeValueForKey("label");
   add(two);
   shelf->didChangeValueForKey(std::move(change));
-  EXPECT_EQ(notices, (Notices{"one: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting"}));
 }
 
 TEST_F(Reentrancy, WhoIsWithdrawnAndRegisteredAgainBetweenWillAndDidHearsOfTheNextChange) {
@@ -170,9 +170,9 @@ TEST_F(Reentrancy, WhoIsWithdrawnAndRegisteredAgainBetweenWillAndDidHearsOfTheNe
   remove(one);
   add(one);
   shelf->didChangeValueForKey(std::move(change));
-  EXPECT_EQ(notices, (Notices{"two: label set"}));
+  EXPECT_EQ(notices, (Lines{"two: label setting"}));
   shelf->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"two: label set", "two: label set", "one: label set"}));
+  EXPECT_EQ(notices, (Lines{"two: label setting", "two: label setting", "one: label setting"}));
 }
 
 TEST_F(Reentrancy, NestedChangesAreDeliveredAtOnce) {
@@ -180,8 +180,9 @@ TEST_F(Reentrancy, NestedChangesAreDeliveredAtOnce) {
   add(two, "label", ObservingOptions::newValue);
   once(one, [&] { shelf->setLabel("inner"); });
   shelf->setLabel("outer");
-  EXPECT_EQ(notices, (Notices{"one: label set new=\"outer\"", "one: label set new=\"inner\"",
-                              "two: label set new=\"inner\"", "two: label set new=\"outer\""}));
+  EXPECT_EQ(notices,
+            (Lines{"one: label setting new=\"outer\"", "one: label setting new=\"inner\"",
+                   "two: label setting new=\"inner\"", "two: label setting new=\"outer\""}));
 }
 
 TEST_F(Reentrancy, NestedChangesOfAnotherKeyAreDeliveredAtOnce) {
@@ -190,7 +191,8 @@ TEST_F(Reentrancy, NestedChangesOfAnotherKeyAreDeliveredAtOnce) {
   add(three);
   once(one, [&] { shelf->insertBook(0, "a"); });
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set", "two: books insert {0}", "three: label set"}));
+  EXPECT_EQ(notices,
+            (Lines{"one: label setting", "two: books insertion {0}", "three: label setting"}));
 }
 
 TEST_F(Reentrancy, WhoIsRegisteredMeanwhileHearsOfTheNestedChangeButNotOfTheOuterOne) {
@@ -200,8 +202,8 @@ TEST_F(Reentrancy, WhoIsRegisteredMeanwhileHearsOfTheNestedChangeButNotOfTheOute
     shelf->setLabel("inner");
   });
   shelf->setLabel("outer");
-  EXPECT_EQ(notices, (Notices{"one: label set new=\"outer\"", "one: label set new=\"inner\"",
-                              "two: label set new=\"inner\""}));
+  EXPECT_EQ(notices, (Lines{"one: label setting new=\"outer\"", "one: label setting new=\"inner\"",
+                            "two: label setting new=\"inner\""}));
 }
 
 TEST_F(Reentrancy, AWithdrawalInANestedDeliveryHoldsForTheOuterOnesToo) {
@@ -213,8 +215,8 @@ TEST_F(Reentrancy, AWithdrawalInANestedDeliveryHoldsForTheOuterOnesToo) {
     shelf->setLabel("inner");
   });
   shelf->setLabel("outer");
-  EXPECT_EQ(notices,
-            (Notices{"one: label set", "one: label set", "two: label set", "two: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "one: label setting", "two: label setting",
+                            "two: label setting"}));
 }
 
 TEST_F(Reentrancy, AWithdrawalInADeliveryOfAnotherObjectHoldsForThisOne) {
@@ -225,7 +227,7 @@ TEST_F(Reentrancy, AWithdrawalInADeliveryOfAnotherObjectHoldsForThisOne) {
   once(one, [&] { other->setLabel("b"); });
   once(three, [&] { remove(two); });
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set", "three: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "three: label setting"}));
 }
 
 TEST_F(Reentrancy, AnObserverMayDropItselfInItsOwnNotice) {
@@ -236,7 +238,7 @@ TEST_F(Reentrancy, AnObserverMayDropItselfInItsOwnNotice) {
   shelf->setLabel("a");
   EXPECT_TRUE(watch.expired());
   shelf->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"one: label set", "two: label set", "two: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "two: label setting", "two: label setting"}));
 }
 
 TEST_F(Reentrancy, AnObserverThatGoesMeanwhileHearsNothing) {
@@ -246,8 +248,8 @@ TEST_F(Reentrancy, AnObserverThatGoesMeanwhileHearsNothing) {
   one->then = [&] { two.reset(); };
   shelf->setLabel("a");
   shelf->setLabel("b");
-  EXPECT_EQ(notices,
-            (Notices{"one: label set", "three: label set", "one: label set", "three: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "three: label setting", "one: label setting",
+                            "three: label setting"}));
 }
 
 TEST_F(Reentrancy, TheLastReferenceToTheObjectMayBeDroppedInANotice) {
@@ -261,7 +263,7 @@ TEST_F(Reentrancy, TheLastReferenceToTheObjectMayBeDroppedInANotice) {
   });
   raw->setLabel("a");
   EXPECT_TRUE(watch.expired());
-  EXPECT_EQ(notices, (Notices{"one: label set", "two: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "two: label setting"}));
 }
 
 TEST_F(Reentrancy, ObjectAndObserverMayBothBeDroppedInANotice) {
@@ -274,7 +276,7 @@ TEST_F(Reentrancy, ObjectAndObserverMayBothBeDroppedInANotice) {
   };
   raw->insertBook(0, "a");
   EXPECT_TRUE(watch.expired());
-  EXPECT_EQ(notices, (Notices{"one: books insert {0}"}));
+  EXPECT_EQ(notices, (Lines{"one: books insertion {0}"}));
 }
 
 TEST_F(Reentrancy, AnExceptionPassesThroughToWhoeverMadeTheChange) {
@@ -288,7 +290,8 @@ TEST_F(Reentrancy, AnExceptionPassesThroughToWhoeverMadeTheChange) {
   } catch (const std::runtime_error& error) {
     EXPECT_STREQ(error.what(), "from an observer");
   }
-  EXPECT_EQ(notices, (Notices{"one: label set", "two: label set"})) << "those behind are not told";
+  EXPECT_EQ(notices, (Lines{"one: label setting", "two: label setting"}))
+      << "those behind are not told";
   EXPECT_EQ(shelf->label(), "a") << "the change stays made";
 }
 
@@ -300,7 +303,7 @@ TEST_F(Reentrancy, RegistrationsStayAsTheyAreAfterAnException) {
   EXPECT_THROW(shelf->setLabel("a"), std::runtime_error);
   notices.clear();
   shelf->setLabel("b");
-  EXPECT_EQ(notices, (Notices{"one: label set", "two: label set", "three: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "two: label setting", "three: label setting"}));
   remove(two);
   EXPECT_THROW(remove(two), InvalidArgument);
 }
@@ -314,11 +317,11 @@ TEST_F(Reentrancy, AnExceptionLeavesTheDeliveriesAroundItInOrder) {
     remove(two);
   });
   shelf->setLabel("outer");
-  EXPECT_EQ(notices, (Notices{"one: label set", "one: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "one: label setting"}));
   notices.clear();
   add(two);
   shelf->setLabel("next");
-  EXPECT_EQ(notices, (Notices{"one: label set", "two: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting", "two: label setting"}));
 }
 
 TEST_F(Reentrancy, AnExceptionBetweenWillAndDidDropsTheAnnouncement) {
@@ -328,9 +331,9 @@ TEST_F(Reentrancy, AnExceptionBetweenWillAndDidDropsTheAnnouncement) {
     throw std::runtime_error("before the change");
   };
   EXPECT_THROW(change(), std::runtime_error);
-  EXPECT_EQ(notices, Notices());
+  EXPECT_EQ(notices, Lines());
   shelf->setLabel("a");
-  EXPECT_EQ(notices, (Notices{"one: label set"}));
+  EXPECT_EQ(notices, (Lines{"one: label setting"}));
 }
 
 TEST_F(Reentrancy, AnObserverMayObserveTheObjectItIs) {
@@ -342,21 +345,21 @@ TEST_F(Reentrancy, AnObserverMayObserveTheObjectItIs) {
       EXPECT_EQ(object.get(), static_cast<Observable*>(this));
       seen.push_back(test::describe(key, change));
     }
-    Notices seen;
+    Lines seen;
   };
   auto mirror = std::make_shared<Mirror>();
   const std::weak_ptr<Mirror> watch = mirror;
   mirror->addObserver(mirror, "label", ObservingOptions::newValue, nullptr);
   mirror->setLabel("a");
-  EXPECT_EQ(mirror->seen, (Notices{"label set new=\"a\""}));
+  EXPECT_EQ(mirror->seen, (Lines{"label setting new=\"a\""}));
   mirror.reset();
   EXPECT_TRUE(watch.expired());
 }
 
 TEST_F(Reentrancy, ManyObserversMayWithdrawInTheirOwnNotices) {
-  std::vector<std::shared_ptr<RecordingObserver>> crowd;
+  std::vector<std::shared_ptr<Recorder>> crowd;
   for (int i = 0; i < 500; ++i) {
-    crowd.push_back(RecordingObserver::make(std::to_string(i), notices));
+    crowd.push_back(Recorder::make(std::to_string(i), notices));
     add(crowd.back());
     once(crowd.back(), [this, who = std::weak_ptr<Observer>(crowd.back())] { remove(who.lock()); });
   }
@@ -377,8 +380,8 @@ TEST_F(Reentrancy, ChangesMayNestDeeply) {
   add(two);
   shelf->setLabel("outer");
   EXPECT_EQ(notices.size(), 200U);
-  EXPECT_EQ(notices[99], "one: label set");
-  EXPECT_EQ(notices[100], "two: label set");
+  EXPECT_EQ(notices[99], "one: label setting");
+  EXPECT_EQ(notices[100], "two: label setting");
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ namespace test {
 ///     isEmpty               follows from "books"
 ///     summary               follows from "books" and "heading"
 ///     weight                follows from "books", but cannot be read
-///     inbox                 can only be set, and sets "books" as a whole
+///     allBooks              can only be set, and sets "books" as a whole
 ///     loop, pool            follow from each other
 class Shelf : public vexil::platform::Observable {
  public:
@@ -48,7 +48,7 @@ class Shelf : public vexil::platform::Observable {
   }
   [[nodiscard]] int loop() const { return 1; }
 
-  void setInbox(const vexil::platform::Value& books) {
+  void setAllBooks(const vexil::platform::Value& books) {
     auto change = willChangeValueForKey("books");
     _books.assign(books.elements().begin(), books.elements().end());
     didChangeValueForKey(std::move(change));
@@ -72,7 +72,7 @@ class Shelf : public vexil::platform::Observable {
     didChangeValuesAtIndexesForKey(std::move(change));
   }
 
-  /// The changes' halves, for tests that do something in between.
+  /// Changes without announcements. Tests announce them by hand and do something in between.
   void setLabelSilently(vexil::platform::Value label) { exchange(_label, label); }
   void appendSilently(vexil::platform::Value book) { _books.push_back(std::move(book)); }
 
@@ -105,7 +105,7 @@ class Shelf : public vexil::platform::Observable {
          KeyAccess::readOnly<&Shelf::isEmpty>("isEmpty"),
          KeyAccess::readOnly<&Shelf::summary>("summary"), KeyAccess::readOnly<&Shelf::loop>("loop"),
          KeyAccess::readOnly<&Shelf::loop>("pool"),
-         KeyAccess::writeOnly<&Shelf::setInbox>("inbox")});
+         KeyAccess::writeOnly<&Shelf::setAllBooks>("allBooks")});
     return table;
   }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The three readers against one another, and against files that another writer wrote.
+// The three readers agree with one another, and with the files of another writer.
+#include "Fixtures.h"
 #include "tests/support/BinaryPropertyListBuilder.h"
 #include "tests/support/PropertyListTesting.h"
 
@@ -14,11 +15,8 @@ namespace {
 
 using platform::Date;
 using platform::Value;
+using test::fixture;
 using test::reads;
-
-std::string fixture(const std::string& name) {
-  return test::contentsOfFile(PROPERTY_LIST_FIXTURES "/" + name + ".plist");
-}
 
 platform::PropertyListResult<Value> readFixture(const std::string& name) {
   return platform::readPropertyList(test::bytesOf(fixture(name)));

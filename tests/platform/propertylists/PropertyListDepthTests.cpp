@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Values from files nested far deeper than the stack: each thing that is done with one, in little
-// stack.
+// Values from files, nested far deeper than the stack allows to recurse. Every operation on them
+// runs on a small stack.
 #include "tests/support/BinaryPropertyListBuilder.h"
 #include "tests/support/PropertyListTesting.h"
 #include "tests/support/SmallStack.h"
@@ -23,8 +23,8 @@ PropertyListLimits deepLimits() {
   return limits;
 }
 
-/// An array in a dictionary in an array, and so on, with more before and after each; two made alike
-/// share nothing.
+/// An array in a dictionary in an array, and so on, with other values before and after each. Two of
+/// these share nothing.
 Value made() {
   Value value = "innermost";
   for (std::size_t level = 0; level < test::deepNesting; ++level) {

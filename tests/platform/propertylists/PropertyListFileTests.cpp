@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which format bytes are taken for, and property lists in files.
+// Which format a reader takes bytes for, and property lists in files.
 #include "tests/support/BinaryPropertyListBuilder.h"
 #include "tests/support/PropertyListTesting.h"
 
@@ -195,8 +195,8 @@ TEST_F(PropertyListFile, ThatIsAPipeDoesNotMakeTheCallerWait) {
   EXPECT_TRUE(test::refused(platform::readPropertyListFile("/dev/zero"), Code::notAFile));
 }
 
-/// Whether somebody who may not read all files is refused a file that he may not read, and reads
-/// one that he may. To be called in a process of its own, for it cannot become root again.
+/// Whether an ordinary user is refused a file that he may not read, and reads one that he may. Call
+/// it in a process of its own, because it gives up the rights of root.
 bool ordinaryUserIsRefused(const std::filesystem::path& secret, const std::filesystem::path& open) {
   constexpr unsigned nobody = 65534;
   if (::geteuid() == 0 &&
@@ -213,7 +213,7 @@ TEST_F(PropertyListFile, ThatMayNotBeRead) {
   const auto open = write("open", "a");
   fs::permissions(secret, fs::perms::none);
   fs::permissions(secret.parent_path(), fs::perms(0755));
-  // Nothing is forbidden to the superuser.
+  // The superuser may read every file.
   EXPECT_EXIT(std::_Exit(ordinaryUserIsRefused(secret, open) ? 0 : 1), testing::ExitedWithCode(0),
               "");
 }
@@ -236,7 +236,7 @@ TEST_F(PropertyListFile, FaultsNameTheFileAndTheLine) {
 }
 
 TEST_F(PropertyListFile, ThatTheKernelMakesUpHasNoSizeAndIsReadAllTheSame) {
-  // A sentence in prose is neither of the formats, which shows that it was read.
+  // Prose is in none of the formats. The error shows that the file was read.
   const auto read = platform::readPropertyListFile("/proc/self/status");
   ASSERT_FALSE(read);
   EXPECT_EQ(read.error().code, Code::unexpectedCharacter);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the fuzz targets found, each as small as can be.
+// Inputs that the fuzz targets found, each as small as possible.
 #include "tests/support/PropertyListTesting.h"
 
 #include <vexil/platform/PropertyList.h>
@@ -12,7 +12,7 @@ namespace {
 
 using platform::Value;
 
-// Copied no bytes from no memory, which is undefined behaviour: only the sanitizer minds.
+// This copied zero bytes from a null pointer, which only the sanitizer reports.
 TEST(PropertyListFinding, ContainersWithoutALeafAmongThem) {
   const Value value = Value::array({Value::array({}), Value::dictionary({})});
   const auto bytes = platform::writeBinaryPropertyList(value);

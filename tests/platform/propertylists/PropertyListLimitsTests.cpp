@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the readers accept of sizes and depths, and that nothing in the input drives the stack.
+// Which sizes and depths the readers accept. No input makes them use more stack.
 #include "tests/support/BinaryPropertyListBuilder.h"
 #include "tests/support/PropertyListTesting.h"
 #include "tests/support/SmallStack.h"
@@ -26,7 +26,7 @@ using test::readXML;
 using test::refused;
 using test::repeated;
 
-/// Arrays in one another, each an object that refers to the next; the last is empty.
+/// Nested arrays. Each is an object that refers to the next. The last is empty.
 std::string nestedBinary(std::size_t depth) {
   BinaryPropertyListBuilder list;
   list.offsetSize = 4;

@@ -55,8 +55,8 @@ using test::BinaryPropertyListBuilder;
 using test::hex;
 using test::repeated;
 
-/// What reading a file takes at most, in bytes for each byte of it; what the XML parser has for
-/// itself is not counted, which is a few kilobytes and the longest token.
+/// The most memory that reading a file takes, in bytes for each byte of the file. It does not count
+/// the XML parser's own memory, which is a few kilobytes and the longest token.
 double memoryPerByte(const std::string& file, bool isGood = true) {
   const std::size_t before = inUse;
   peak = inUse;
@@ -64,7 +64,7 @@ double memoryPerByte(const std::string& file, bool isGood = true) {
     const auto read = platform::readPropertyList(test::bytesOf(file));
     EXPECT_EQ(static_cast<bool>(read), isGood) << (read ? "accepted" : read.error().description());
   }
-  // The tables of keys and shapes keep their buckets; all else is given back.
+  // The tables of keys and shapes keep their buckets. All other memory is given back.
   EXPECT_LE(inUse, before + 16 * file.size());
   return static_cast<double>(peak - before) / static_cast<double>(file.size());
 }
@@ -230,7 +230,7 @@ TEST(PropertyListMemory, OfEntitiesOfEntities) {
   EXPECT_LT(memoryPerByte(file + "]><string>&a39;</string>", false), most);
 }
 
-/// What writing a value takes at most, the file itself included, in bytes for each byte of the
+/// The most memory that writing a value takes, with the file itself, in bytes for each byte of the
 /// file.
 template <class File>
 double memoryOfWriting(platform::PropertyListResult<File> (*write)(const Value&),
@@ -264,7 +264,7 @@ Value arrayOf(std::size_t count, const Element& element) {
 /// The bound of the manual.
 constexpr double mostOfWriting = 32;
 
-/// Tables of a power of two, half of which may be taken, have just grown.
+/// At this number, tables have just grown: their size is a power of two, and at most half is used.
 constexpr std::size_t justTooMany = 33'000;
 
 TEST(PropertyListMemory, OfWriting) {
@@ -301,7 +301,7 @@ TEST(PropertyListMemory, OfWritingWhatExpandsToNoEnd) {
   for (int level = 0; level < 60; ++level) {
     value = Value::array({value, value});
   }
-  // Some hundred bytes of file; memory for little is asked for in pieces of a kilobyte.
+  // The file has some hundred bytes, and memory comes in pieces of a kilobyte.
   EXPECT_LT(memoryOfWriting(platform::writeBinaryPropertyList, value), 50);
 }
 

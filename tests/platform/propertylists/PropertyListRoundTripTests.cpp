@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Values written and read again, and files read and written again.
+#include "Fixtures.h"
 #include "tests/support/Property.h"
 #include "tests/support/PropertyListTesting.h"
 #include "tests/support/ValueGenerators.h"
@@ -18,6 +19,7 @@ namespace {
 using platform::Date;
 using platform::Value;
 using test::binaryFile;
+using test::fixture;
 using test::identical;
 using test::readBinary;
 using test::readXML;
@@ -41,7 +43,7 @@ std::string utf8(char32_t character) {
   return {byte(0xF0 | (character >> 18)), byte(0x80 | ((character >> 12) & 0x3F)), middle, last};
 }
 
-/// Text of characters that the format has, those at the edges of their encodings among them.
+/// Text of characters that the format has, also of those at the edges of their encodings.
 rc::Gen<std::string> anyText(Format format) {
   const auto edges = rc::gen::element<char32_t>('\t', '\n', '\r', ' ', '&', '<', '>', ']', 0x7F,
                                                 0x80, 0x7FF, 0x800, 0xD7FF, 0xE000, 0xFEFF, 0xFFFD,
@@ -80,7 +82,7 @@ rc::Gen<Value> anyLeaf(Format format) {
   return rc::gen::oneOf(number, text, text, data, anyDate(format));
 }
 
-/// A value whose containers hold what was made before them, some of it many times.
+/// A value whose containers hold values that were made before, some of them many times.
 Value anyPropertyList(Format format) {
   std::vector<Value> made =
       *rc::gen::nonEmpty(test::small(rc::gen::container<std::vector<Value>>(anyLeaf(format))));
@@ -143,10 +145,6 @@ PROPERTY(PropertyListRoundTrip, AFileIsNoLargerForWhatIsShared, ()) {
   const std::size_t once = binaryFile(Value::array({value})).size();
   const std::size_t often = binaryFile(Value::array(std::vector<Value>(100, value))).size();
   RC_ASSERT(often <= once + 99 * 2 + 3 + 64);  // references, a longer marker, longer offsets
-}
-
-std::string fixture(const std::string& name) {
-  return test::contentsOfFile(PROPERTY_LIST_FIXTURES "/" + name + ".plist");
 }
 
 TEST(PropertyListFixtures, AFileOfTheFormatsOwnWriterIsWrittenAsItWas) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Good files spoilt in every place, and bytes of no meaning: a reader refuses or accepts, and a
-// value it accepts is whole.
+// Good files that are spoilt in one place, and random bytes. A reader refuses or accepts them. A
+// value that it accepts is whole.
+#include "Fixtures.h"
 #include "tests/support/BinaryPropertyListBuilder.h"
 #include "tests/support/Property.h"
 #include "tests/support/PropertyListTesting.h"
@@ -19,18 +20,15 @@ namespace {
 using platform::PropertyListLimits;
 using platform::Value;
 using test::BinaryPropertyListBuilder;
+using test::fixture;
 
 constexpr const char* fixtures[] = {"everything.binary", "texts.xml", "texts.text"};
 constexpr decltype(&platform::readPropertyList) readers[] = {platform::readBinaryPropertyList,
                                                              platform::readXMLPropertyList,
                                                              platform::readTextPropertyList};
 
-std::string fixture(const std::string& name) {
-  return test::contentsOfFile(PROPERTY_LIST_FIXTURES "/" + name + ".plist");
-}
-
-/// Reads with every reader; what is accepted must be within the bounds and equal to itself read
-/// again, and what is refused must say why and, where there is a place, where.
+/// Reads with every reader. An accepted value must be within the bounds, and reading again must
+/// give an equal one. A refusal must say why and, if there is a place, where.
 void readAnyWay(std::string_view file) {
   PropertyListLimits limits;
   limits.depth = 32;
@@ -63,7 +61,7 @@ TEST(PropertyListSweep, FilesCutShortAreRefusedAtEveryLength) {
     const std::string file = fixture(fixtures[i]);
     std::size_t end = file.size();
     while (file[end - 1] == '\n') {
-      --end;  // which nobody misses
+      --end;  // the file is good without it, too
     }
     ASSERT_TRUE(readers[i](test::bytesOf(file), {})) << fixtures[i];
     for (std::size_t length = 0; length < end; ++length) {
@@ -142,7 +140,7 @@ PROPERTY(PropertyListProperties, ArbitraryObjectsInAGoodFrameAreReadOrRefused, (
   readAnyWay(list.file());
 }
 
-/// What of `value` a binary property list can say.
+/// The parts of `value` that a binary property list can hold.
 Value expressible(const Value& value) {
   switch (value.kind()) {
     case Value::Kind::absent:

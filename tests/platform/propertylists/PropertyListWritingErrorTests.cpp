@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What both writers refuse, and the way to it that they tell.
+// What both writers refuse, and the path to it in their message.
 #include "tests/support/PropertyListTesting.h"
 
 #include <vexil/platform/PropertyList.h>

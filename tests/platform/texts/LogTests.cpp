@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "tests/support/Lines.h"
+
 #include <gtest/gtest.h>
 #include <vexil/platform/Log.h>
 
 #include <atomic>
 #include <memory>
-#include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 namespace platform = vexil::platform;
 
 namespace {
 
-using Lines = std::vector<std::string>;
+using test::Lines;
 
 class Log : public testing::Test {
  protected:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Blocks of one size, of which each is somebody's own until it is given back.
+// Blocks of one size. Each has one owner until it is given back.
 #include <gtest/gtest.h>
 #include <vexil/platform/detail/BlockPool.h>
 
@@ -24,7 +24,7 @@ using platform::detail::BlockPool;
 using platform::detail::deallocateBlock;
 using platform::detail::PooledAllocator;
 
-/// A block that is full of one byte, as long as nobody else writes into it.
+/// A block that its owner has filled with one byte. Another byte in it shows a second owner.
 class Filled {
  public:
   Filled(void* block, std::size_t size, unsigned char byte)

@@ -162,8 +162,8 @@ PROPERTY(DictionaryProperty, ReadsLikeAMapFilledInTheSameOrder, ()) {
 }
 
 TEST(Dictionary, CanBeMadeReadAndDroppedOnSeveralThreads) {
-  // All threads make and drop dictionaries of the same keys, so that keys and key lists come, are
-  // shared and go under their hands.
+  // All threads make and drop dictionaries of the same keys, so keys and key lists are made, shared
+  // and destroyed all the time.
   std::vector<std::thread> threads;
   std::vector<int> mistakes(4, 0);
   for (std::size_t thread = 0; thread < mistakes.size(); ++thread) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Prints hashes of things of several kinds, one a line: SeededHashTests runs it more than once.
+// Prints hashes of things of several kinds, one a line. HashTests.cpp runs it more than once.
 #include <vexil/platform/Value.h>
 
 #include <cstdio>
@@ -11,7 +11,7 @@ using platform::Value;
 
 namespace {
 
-// Made before anything of the library that would need to be.
+// Made before the library makes anything that it needs.
 const Key early("early");
 
 void print(const char* name, std::size_t hash) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Hashes that nobody outside the process can foresee.
+// No one outside the process can foresee its hashes.
 #include <gtest/gtest.h>
 #include <vexil/platform/Value.h>
 
@@ -29,8 +29,8 @@ std::string textOf(const std::vector<std::uint64_t>& words) {
   return text;
 }
 
-/// Texts of sixteen bytes that collide where the words of a text are multiplied after a known
-/// number was added to each: the second becomes zero, and so does the product.
+/// Texts of sixteen bytes that collide if a hash adds a known number to each word of a text and
+/// then multiplies the words: the second word becomes zero, and so does the product.
 std::vector<std::string> collidingShortTexts() {
   std::vector<std::string> texts;
   for (std::size_t i = 0; i < count; ++i) {
@@ -56,8 +56,8 @@ constexpr std::uint64_t undoneShift(std::uint64_t bits, unsigned shift) {
   return undone;
 }
 
-/// Texts of 24 bytes that collide in `std::hash`, as the second word takes back what the first
-/// does.
+/// Texts of 24 bytes that collide in `std::hash`, because the second word undoes the effect of the
+/// first.
 std::vector<std::string> collidingLongTexts() {
   constexpr std::uint64_t factor = 0xc6a4a7935bd1e995U;
   constexpr std::uint64_t inverse = inverseOf(factor);
@@ -76,7 +76,7 @@ std::vector<std::string> collidingLongTexts() {
   return texts;
 }
 
-/// Integers whose hash is a multiple of `buckets` where the mixing has no secret.
+/// Integers whose hash is a multiple of `buckets` if the mixing has no secret.
 std::vector<std::uint64_t> collidingIntegers(std::size_t buckets) {
   std::vector<std::uint64_t> integers;
   for (std::size_t i = 0; i < count; ++i) {
@@ -96,7 +96,8 @@ std::size_t mostInABucket(const std::vector<Value>& values, std::size_t buckets)
   return most;
 }
 
-// At random, none of as many buckets as values gets this many: the chance is less than 1 in 10^12.
+// With random hashes and as many buckets as values, the chance of so many in one is below 1 in
+// 10^12.
 constexpr std::size_t tooMany = 20;
 
 TEST(SeededHash, SpreadsShortTextsThatWereMadeToCollide) {
@@ -134,8 +135,8 @@ TEST(SeededHash, SpreadsIntegersAndRealsInAnyStep) {
 }
 
 TEST(SeededHash, SpreadsArraysOfTwoPartsInTurns) {
-  // Sequences in which two parts follow each other in such turns collide where the hash is a
-  // polynomial of those of the parts, whatever these are.
+  // Sequences in which two parts take such turns collide if the hash is a polynomial of the hashes
+  // of the parts, whatever those are.
   std::vector<Value> arrays;
   for (std::uint64_t i = 0; i < 2; ++i) {
     std::vector<Value> parts;

@@ -64,7 +64,7 @@ TEST(Object, DescribesItselfByClassAndAddress) {
   EXPECT_EQ(object.longDescription(), text + "!");
 }
 
-/// Appends its number to a list as it goes, and lets go of what it holds before or after.
+/// Its destructor appends its number to a list, and lets go of what it holds before or after.
 class Numbered : public Object {
  public:
   Numbered(int number, std::vector<int>& gone) : _number(number), _gone(gone) {}

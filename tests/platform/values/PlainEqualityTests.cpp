@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What shows of equality and hash without asking objects.
+// What can be said of equality and hash without asking objects.
 #include <gtest/gtest.h>
 #include <vexil/platform/Value.h>
 
@@ -184,7 +184,7 @@ TEST_F(PlainEquality, ComesWithAHashUnlessAnObjectMustBeAsked) {
   EXPECT_EQ(_asked, 2);
 }
 
-/// What `plainlyEquals` must answer, found in the simplest way.
+/// What `plainlyEquals` must return, computed in the simplest way.
 std::optional<bool> plainlyEqual(const Value& a, const Value& b) {
   const auto parts = [](const Value& value) {
     return value.isArray() ? value.elements() : value.values();
@@ -218,7 +218,7 @@ bool hasObject(const Value& value) {
          std::ranges::any_of(value.values(), hasObject);
 }
 
-/// The same value with objects in place of some leaves, and now and then another leaf.
+/// The same value with objects in place of some leaves. Sometimes a leaf differs.
 Value withObjects(const Value& value, const std::array<Value, 2>& objects, std::mt19937& random) {
   if (value.isArray()) {
     std::vector<Value> elements;

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/Bytes.h"
 #include "tests/support/Property.h"
 #include "tests/support/ValueGenerators.h"
 
@@ -20,6 +21,7 @@ namespace {
 using platform::Date;
 using platform::Object;
 using platform::Value;
+using test::dataOf;
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double infinity = std::numeric_limits<double>::infinity();
@@ -29,10 +31,6 @@ constexpr double twoTo64 = 18446744073709551616.0;
 constexpr std::int64_t exact53 = std::int64_t{1} << 53;
 
 struct Plain : Object {};
-
-Value data(std::string_view text) {
-  return Value::data(std::as_bytes(std::span(text)));
-}
 
 /// Every value is less than all those behind it.
 void expectAscending(const std::vector<Value>& values) {
@@ -49,7 +47,7 @@ void expectAscending(const std::vector<Value>& values) {
 }
 
 TEST(ValueOrder, OfTypesIsFixed) {
-  expectAscending({Value(), Value::null(), 10, "text", Date{-5}, data("a"), Value::array({}),
+  expectAscending({Value(), Value::null(), 10, "text", Date{-5}, dataOf("a"), Value::array({}),
                    Value::dictionary({}), std::make_shared<Plain>()});
 }
 
@@ -107,8 +105,8 @@ TEST(ValueOrder, OfDatesIsByInstantWithNotANumberFirst) {
 }
 
 TEST(ValueOrder, OfDataIsByBytes) {
-  expectAscending(
-      {data(""), data(std::string_view("\0", 1)), data("a"), data("ab"), data("b"), data("\x80")});
+  expectAscending({dataOf(""), dataOf(std::string_view("\0", 1)), dataOf("a"), dataOf("ab"),
+                   dataOf("b"), dataOf("\x80")});
 }
 
 TEST(ValueOrder, OfContainersAndObjectsIsEquivalentAmongThemselves) {
@@ -175,7 +173,7 @@ PROPERTY(AnyTwoTexts, AreOrderedAsTheirPrefixesAre, ()) {
   if (a.textPrefix() != b.textPrefix()) {
     RC_ASSERT(a.compare(b) == std::weak_ordering(a.textPrefix() <=> b.textPrefix()));
   } else {
-    // What lies behind the prefix, or zeros at an end, must decide.
+    // The part after the prefix, or zeros at the end, must decide.
     const auto beginning = [](const Value& value) {
       std::string bytes(value.string().substr(0, 24));
       bytes.resize(24);
@@ -187,7 +185,7 @@ PROPERTY(AnyTwoTexts, AreOrderedAsTheirPrefixesAre, ()) {
 
 TEST(ValueOrder, HasNoPrefixesOfWhatIsNoText) {
   constexpr std::array<std::uint64_t, 3> none{};
-  for (const Value& value : {Value(), Value(7), Value(2.5), data("abc"), Value::array({})}) {
+  for (const Value& value : {Value(), Value(7), Value(2.5), dataOf("abc"), Value::array({})}) {
     EXPECT_EQ(value.textPrefix(), none) << value.description();
   }
   EXPECT_EQ(Value("").textPrefix(), none);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Values nested far deeper than the stack: everything that can be done with one, in little stack.
+// Values nested far deeper than the stack allows to recurse. Every operation runs on a small stack.
 #include <gtest/gtest.h>
 #include <vexil/platform/Value.h>
 
@@ -69,7 +69,7 @@ class DeepValue : public testing::TestWithParam<Nesting> {
   }
 };
 
-/// Those whose content is looked into; an object is asked instead.
+/// The containers that operations walk through. They do not walk through objects, but ask them.
 class DeepContainer : public DeepValue {};
 
 TEST_P(DeepValue, IsBuiltAndDestroyed) {
@@ -153,7 +153,7 @@ INSTANTIATE_TEST_SUITE_P(Nestings, DeepContainer,
                                          Nesting{"ArraysAndDictionaries", inTurns}),
                          [](const auto& tested) { return tested.param.name; });
 
-/// An object that owns the next one and lets go of it as every destructor of its kind should.
+/// An object that owns the next one and lets go of it without recursion.
 class Link : public Object {
  public:
   explicit Link(std::shared_ptr<Object> next) : _next(std::move(next)) {}

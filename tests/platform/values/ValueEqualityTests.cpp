@@ -141,7 +141,7 @@ TEST(ValueEquality, OfDictionariesIsInAnyOrderOfKeys) {
   expectDifferent(Value::dictionary({{"a", 1}, {"b", 2}}), Value::dictionary({{"a", 2}, {"b", 1}}));
 }
 
-/// Considers everything of its mind its equal, whatever that thinks of it.
+/// Equals everything of its kind, in this direction only.
 class Lenient : public Object {
  public:
   explicit Lenient(bool mind) : _mind(mind) {}
@@ -216,8 +216,8 @@ TEST(ValueEquality, LooksOnceAtWidePartsThatAValueSharesWithItself) {
   EXPECT_EQ(wide().hash(), wide().hash());
 }
 
-/// Levels that hold, in turns, the same array twice and two equal arrays. It does not matter for
-/// equality which comes first; of two parts that are compared, only one is ever shared.
+/// Levels that hold, in turns, the same array twice and two equal arrays. Equality does not depend
+/// on which comes first. If two such values are compared, only one of two parts is ever shared.
 Value halfShared(int levels, bool beginsShared, const Value& leaf) {
   const auto copy = [](const Value& value) {
     return Value::array(std::vector<Value>(value.elements().begin(), value.elements().end()));
@@ -267,7 +267,7 @@ TEST(ValueEquality, HashesAPartOnceHoweverOftenItOccurs) {
   EXPECT_EQ(all.hash(), Value::array(std::vector<Value>(100'000, part)).hash());
 }
 
-/// Assigns to the values that are being asked for, and so lets go of what they hold.
+/// Assigns to the values that are being compared, which lets go of what they hold.
 class Meddler : public Object {
  public:
   explicit Meddler(std::vector<Value*>& places) : _places(places) {}

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What is left behind when an allocation fails: nothing.
+// Nothing is left behind when an allocation fails.
 #include <gtest/gtest.h>
 #include <vexil/platform/PropertyList.h>
 #include <vexil/platform/RecordShape.h>
@@ -21,8 +21,8 @@ using platform::Object;
 using platform::RecordShape;
 using platform::Value;
 
-/// Has every allocation of `make` fail in turn, and expects that as much memory is in use
-/// afterwards as before: what is leaked, and what stands in a table that never forgets it.
+/// Lets every allocation of `make` fail in turn. Expects that as much memory is in use afterwards
+/// as before: nothing is leaked, and nothing stays in a table.
 template <class Make>
 void expectNothingLeftBehind(const Make& make) {
   make();  // tables of all texts and shapes grow once
@@ -140,7 +140,7 @@ TEST(ValueMemory, OfAPropertyListThatCouldNotBeReadComesBack) {
   expectNothingLeftBehind([&] { (void)platform::writeXMLPropertyList(list); });
 }
 
-/// Holds the next one and lets go of it as every destructor of its kind should.
+/// Holds the next one and lets go of it without recursion.
 class Link : public Object {
  public:
   explicit Link(std::shared_ptr<Object> next) : _next(std::move(next)) {}

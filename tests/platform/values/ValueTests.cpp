@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Kinds, accessors, strings, sharing and the life of values.
+#include "tests/support/Bytes.h"
+
 #include <gtest/gtest.h>
 #include <vexil/platform/Value.h>
 
@@ -19,6 +21,7 @@ using platform::Date;
 using platform::Key;
 using platform::Object;
 using platform::Value;
+using test::dataOf;
 using Kind = Value::Kind;
 
 static_assert(sizeof(Value) == 24);
@@ -30,7 +33,7 @@ static_assert(std::is_nothrow_copy_assignable_v<Value>);
 static_assert(std::is_nothrow_swappable_v<Value>);
 static_assert(std::is_nothrow_destructible_v<Value>);
 
-// What reads like a value converts to one; what would be mistaken for another does not.
+// Types that read like a value convert to one. Types that could be mistaken do not.
 static_assert(std::is_convertible_v<bool, Value>);
 static_assert(std::is_convertible_v<std::uint8_t, Value>);
 static_assert(std::is_convertible_v<std::uint64_t, Value>);
@@ -62,10 +65,6 @@ class Named : public Object {
   int* _destroyed;
 };
 
-std::span<const std::byte> bytesOf(std::string_view text) {
-  return std::as_bytes(std::span(text));
-}
-
 Value longText(char character = 'x') {
   return std::string(100, character);
 }
@@ -78,7 +77,7 @@ std::vector<Value> oneOfEachKind() {
           7,
           2.5,
           "text",
-          Value::data(bytesOf("bytes")),
+          dataOf("bytes"),
           Date{12},
           Value::array({1, 2}),
           Value::dictionary({{"a", 1}}),
@@ -132,9 +131,9 @@ TEST(Value, ReadsAsABooleanWhenItIsANumber) {
   EXPECT_TRUE(Value(0.25).booleanReading());
   EXPECT_FALSE(Value(-0.0).booleanReading());
   EXPECT_TRUE(Value(std::numeric_limits<double>::quiet_NaN()).booleanReading());
-  for (const Value& other : {Value(), Value::null(), Value("1"), Value("true"), Value(Date{1}),
-                             Value::array({true}), Value::dictionary({{"a", true}}),
-                             Value::data(bytesOf("1")), Value(std::make_shared<Named>("n"))}) {
+  for (const Value& other :
+       {Value(), Value::null(), Value("1"), Value("true"), Value(Date{1}), Value::array({true}),
+        Value::dictionary({{"a", true}}), dataOf("1"), Value(std::make_shared<Named>("n"))}) {
     EXPECT_FALSE(other.booleanReading()) << other.description();
   }
 }
@@ -199,10 +198,10 @@ TEST(Value, KeepsDataThatIsEmptyOrHoldsAnyByte) {
   for (int i = 0; i < 256; ++i) {
     all += static_cast<char>(i);
   }
-  const Value data = Value::data(bytesOf(all));
+  const Value data = dataOf(all);
   ASSERT_EQ(data.bytes().size(), 256U);
   EXPECT_EQ(data.bytes()[255], std::byte{255});
-  EXPECT_EQ(data, Value::data(bytesOf(all)));
+  EXPECT_EQ(data, dataOf(all));
   EXPECT_NE(data, Value(all)) << "data is no string";
 }
 
@@ -282,7 +281,7 @@ TEST(Value, CanBeReplacedByAPartOfItself) {
 }
 
 TEST(Value, HoldsItsNewContentWhenTheOldObjectGoes) {
-  // The object looks at the value that is just letting go of it.
+  // The object reads the value that is letting go of it.
   struct Watcher : Object {
     Watcher(const Value& watched, Value& reported) : place(watched), seen(reported) {}
     ~Watcher() override { seen = place; }
@@ -368,7 +367,7 @@ TEST(Value, DescribesEachKindForPeople) {
   EXPECT_EQ(Value(0.1).description(), "0.1");
   EXPECT_EQ(Value(Date{-1.5}).description(), "@-1.5");
   EXPECT_EQ(Value("say \"a\\b\"").description(), R"("say \"a\\b\"")");
-  EXPECT_EQ(Value::data(bytesOf("\x01\xab")).description(), "<01ab>");
+  EXPECT_EQ(dataOf("\x01\xab").description(), "<01ab>");
   EXPECT_EQ(Value(std::make_shared<Named>("n")).description(), "named n");
   EXPECT_EQ(Value::array({}).description(), "[]");
   EXPECT_EQ(Value::dictionary({}).description(), "{}");

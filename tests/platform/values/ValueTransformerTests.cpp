@@ -28,7 +28,7 @@ class Negated : public ValueTransformer {
   }
 };
 
-/// Goes one way only.
+/// Transforms in one direction only.
 class Length : public ValueTransformer {
  public:
   [[nodiscard]] Value::Kind transformedValueClass() const override { return Value::Kind::integer; }
@@ -38,7 +38,7 @@ class Length : public ValueTransformer {
   }
 };
 
-/// Goes both ways, and has a property.
+/// Transforms in both directions, and has a property.
 class Suffixed : public ValueTransformer {
  public:
   [[nodiscard]] Value::Kind transformedValueClass() const override { return Value::Kind::string; }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Whatever a collection was given before, it shows what a new one shows that is given the same now.
+// What a collection shows depends only on what it was given last, not on what it was given before.
 #include "CollectionTesting.h"
 #include "tests/support/Property.h"
 
@@ -19,8 +19,8 @@ using platform::NetService;
 using platform::Value;
 using test::domainRecord;
 using test::eventOf;
-using test::Recorder;
 using test::records;
+using test::TreeRecorder;
 
 // --- event store
 
@@ -56,7 +56,7 @@ PROPERTY(AnyEventStore, ShowsWhatANewOneShowsThatIsGivenTheLastInputs, ()) {
       [](const auto& of) { return eventOf(of.second, {}, of.first); });
 
   const auto store = std::make_shared<KRAVTWVEventStoreVexil>();
-  const auto recorder = Recorder::of(store->root());
+  const auto recorder = TreeRecorder::of(store->root());
   Value domains = records({});
   Value events = records({});
   for (int refresh = 0; refresh < 8; ++refresh) {
@@ -74,7 +74,7 @@ PROPERTY(AnyEventStore, ShowsWhatANewOneShowsThatIsGivenTheLastInputs, ()) {
     (void)recorder->take();
     store->setEvents(store->sortedEvents());
     store->setDomains(store->orderedDomains());
-    RC_ASSERT(recorder->take() == "");
+    RC_ASSERT(recorder->take().empty());
   }
 }
 
@@ -149,7 +149,7 @@ PROPERTY(AnyServices, AreHeldOnceInOrderAndShownAsIfBuiltAnew, ()) {
     fresh->updateItemsForServices();
     RC_ASSERT(represented(*fresh->root()->children()) ==
               represented(*collection->root()->children()));
-    // A new shape may turn domains round, and they take over each other's content alone.
+    // A new shape may change the order of domains. Then they take over only each other's content.
     RC_ASSERT(!hasOneShape || test::showTheSame(fresh->root(), collection->root()));
   }
 }

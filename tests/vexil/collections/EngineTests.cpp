@@ -19,9 +19,10 @@ using platform::Value;
 using test::briefly;
 using test::eventRecord;
 using test::ItemPointer;
+using test::Lines;
 using test::outline;
-using test::Recorder;
 using test::records;
+using test::TreeRecorder;
 
 using Engine = KRAVTWVEngineVexil;
 
@@ -33,18 +34,15 @@ constexpr std::array tables = std::to_array<platform::EmbeddedStrings>({
 });
 const platform::BundleRegistration registration(&tables, tables);
 
-Value activeRecord(const char* uniqueID, const char* name, const Value& activity = {}) {
-  return Value::dictionary({{kTWActiveEventActiveID, uniqueID},
-                            {kTWActiveEventActivity, activity},
-                            {kTWActiveEventEvent, eventRecord("e", name)}});
+/// An active event and a queued trigger, each of an event with a name.
+Value activeNamed(const char* uniqueID, const char* name, const Value& activity = {}) {
+  return test::activeRecord(uniqueID, eventRecord("e", name), activity);
+}
+Value queuedNamed(const char* uniqueID, const char* name) {
+  return test::queuedRecord(uniqueID, eventRecord("e", name));
 }
 
-Value queuedRecord(const char* uniqueID, const char* name) {
-  return Value::dictionary(
-      {{kTWQueuedTriggerTriggerID, uniqueID}, {kTWQueuedTriggerEvent, eventRecord("e", name)}});
-}
-
-/// An input of the engine: all three keep the same rules.
+/// An input of the engine. All three follow the same rules.
 struct Input {
   const char* key;   // under which it is set
   const char* held;  // under which it is held
@@ -58,9 +56,9 @@ struct Input {
 const std::array inputs = std::to_array<Input>({
     {"active", "activeEvents", 0, &Engine::setActive, &Engine::activeEvents,
      &Engine::setActiveEvents,
-     [](const char* uniqueID, const char* name) { return activeRecord(uniqueID, name); }},
+     [](const char* uniqueID, const char* name) { return activeNamed(uniqueID, name); }},
     {"pending", "pendingTriggers", 2, &Engine::setPending, &Engine::pendingTriggers,
-     &Engine::setPendingTriggers, queuedRecord},
+     &Engine::setPendingTriggers, queuedNamed},
     {"available", "onDemandAvailable", 1, &Engine::setAvailable, &Engine::onDemandAvailable,
      &Engine::setOnDemandAvailable,
      [](const char* uniqueID, const char* name) { return eventRecord(uniqueID, name); }},
@@ -87,7 +85,7 @@ struct EngineState : ::testing::Test {
   }
   ~EngineState() override { platform::setPreferredLanguage({}); }
 
-  std::string notices() { return briefly(recorder->take()); }
+  Lines notices() { return briefly(recorder->take()); }
 
   /// The identifiers in the three groups: "[a1] [] [t1, t2]".
   [[nodiscard]] std::string groups() const {
@@ -99,15 +97,15 @@ struct EngineState : ::testing::Test {
   }
 
   void fill() {
-    engine->setActive(records({activeRecord("a1", "One"), activeRecord("a2", "Two")}));
+    engine->setActive(records({activeNamed("a1", "One"), activeNamed("a2", "Two")}));
     engine->setAvailable(records({eventRecord("d1", "Three")}));
-    engine->setPending(records({queuedRecord("t1", "Four"), queuedRecord("t2", "Five")}));
+    engine->setPending(records({queuedNamed("t1", "Four"), queuedNamed("t2", "Five")}));
     (void)recorder->take();
   }
 
   std::shared_ptr<Engine> engine;
   ItemPointer root;
-  std::shared_ptr<Recorder> recorder = Recorder::make();
+  std::shared_ptr<TreeRecorder> recorder = TreeRecorder::make();
 };
 
 TEST_F(EngineState, BeginsWithThreeEmptyGroupsInTheirOrder) {
@@ -153,9 +151,9 @@ TEST_F(EngineState, LooksItsLabelsUpAtEveryRebuild) {
 }
 
 TEST_F(EngineState, FillsEachGroupWithItemsOfItsKindInTheGivenOrder) {
-  engine->setActive(records({activeRecord("a2", "B", "step"), activeRecord("a1", "A")}));
+  engine->setActive(records({activeNamed("a2", "B", "step"), activeNamed("a1", "A")}));
   engine->setAvailable(records({eventRecord("d2", "B", true), eventRecord("d1", "A")}));
-  engine->setPending(records({queuedRecord("t2", "B"), queuedRecord("t1", "A")}));
+  engine->setPending(records({queuedNamed("t2", "B"), queuedNamed("t1", "A")}));
   EXPECT_EQ(outline(root),
             "root=[scheduler.active=Running[a2=B a1=A] ondemand.available=On Demand[d2=B d1=A] "
             "scheduler.pending=Pending[t2=B t1=A]]");
@@ -180,16 +178,16 @@ TEST_F(EngineState, ADifferentListIsStoredAndAnnouncedAndThenShown) {
   const std::string ids[] = {"scheduler.active", "ondemand.available", "scheduler.pending"};
   for (const Input& input : inputs) {
     std::string seen;
-    recorder->meanwhile = [&] {
+    recorder->then = [&] {
       seen += std::to_string((*engine.*input.get)().elements().size()) + groups() + "; ";
     };
     const std::string before = groups();
     (*engine.*input.set)(records({input.record("2", "B"), input.record("1", "A")}));
     const std::string& id = ids[input.position];
-    EXPECT_EQ(notices(), std::string(input.held) + "\n" + id +
-                             " children insertion {0-1} new=[2, 1]\nroot children replacement {" +
-                             std::to_string(input.position) + "} old=[" + id + "] new=[" + id +
-                             "]\n");
+    const std::string position = std::to_string(input.position);
+    EXPECT_EQ(notices(), (Lines{input.held, id + " children insertion {0-1} new=[2, 1]",
+                                "root children replacement {" + position + "} old=[" + id +
+                                    "] new=[" + id + "]"}));
     EXPECT_EQ(seen, "2" + before + "; 2" + groups() + "; 2" + groups() + "; ");
   }
   EXPECT_EQ(groups(), "[2, 1] [2, 1] [2, 1]");
@@ -198,10 +196,10 @@ TEST_F(EngineState, ADifferentListIsStoredAndAnnouncedAndThenShown) {
 TEST_F(EngineState, AnEqualListAnnouncesNothingAndLeavesTheTree) {
   fill();
   const auto shown = root->recursiveChildren();
-  engine->setActive(records({activeRecord("a1", "One"), activeRecord("a2", "Two")}));
+  engine->setActive(records({activeNamed("a1", "One"), activeNamed("a2", "Two")}));
   engine->setAvailable(records({eventRecord("d1", "Three")}));
-  engine->setPending(records({queuedRecord("t1", "Four"), queuedRecord("t2", "Five")}));
-  EXPECT_EQ(recorder->take(), "");
+  engine->setPending(records({queuedNamed("t1", "Four"), queuedNamed("t2", "Five")}));
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_EQ(root->recursiveChildren(), shown);
 }
 
@@ -214,20 +212,19 @@ TEST_F(EngineState, AnEqualListDoesNotRebuildWhatAHostHasChanged) {
 
 TEST_F(EngineState, TheSameRecordsInAnotherOrderAreAnotherList) {
   fill();
-  engine->setPending(records({queuedRecord("t2", "Five"), queuedRecord("t1", "Four")}));
+  engine->setPending(records({queuedNamed("t2", "Five"), queuedNamed("t1", "Four")}));
   EXPECT_EQ(groups(), "[a1, a2] [d1] [t2, t1]");
 }
 
 TEST_F(EngineState, AChangeKeepsTheItemsOfTheOtherGroupsAndThoseThatStay) {
   fill();
   const auto before = root->recursiveChildren();  // a1 a2 active d1 ondemand t1 t2 pending
-  engine->setActive(records({activeRecord("a1", "One", "step 2"), activeRecord("a3", "New")}));
+  engine->setActive(records({activeNamed("a1", "One", "step 2"), activeNamed("a3", "New")}));
   EXPECT_EQ(notices(),
-            "activeEvents\n"
-            "scheduler.active children removal {1} old=[a2]\n"
-            "scheduler.active children insertion {1} new=[a3]\n"
-            "scheduler.active children replacement {0} old=[a1] new=[a1]\n"
-            "root children replacement {0} old=[scheduler.active] new=[scheduler.active]\n");
+            (Lines{"activeEvents", "scheduler.active children removal {1} old=[a2]",
+                   "scheduler.active children insertion {1} new=[a3]",
+                   "scheduler.active children replacement {0} old=[a1] new=[a1]",
+                   "root children replacement {0} old=[scheduler.active] new=[scheduler.active]"}));
   auto after = root->recursiveChildren();
   ASSERT_EQ(after.size(), before.size());
   after[1] = before[1];  // the one that was exchanged
@@ -247,7 +244,7 @@ TEST_F(EngineState, EmptiedKeepsTheThreeGroups) {
 
 TEST_F(EngineState, ShowsEqualRecordsOnce) {
   engine->setPending(
-      records({queuedRecord("t1", "A"), queuedRecord("t2", "B"), queuedRecord("t1", "A")}));
+      records({queuedNamed("t1", "A"), queuedNamed("t2", "B"), queuedNamed("t1", "A")}));
   EXPECT_EQ(groups(), "[] [] [t2, t1]");
   EXPECT_EQ(engine->pendingTriggers().elements().size(), 3U);
 }
@@ -271,9 +268,9 @@ TEST_F(EngineState, AnAbsentListThatIsHeldNeverCountsAsEqual) {
       root->setChildren(nullptr);
       (void)recorder->take();
       (*engine.*input.set)(list);
-      EXPECT_EQ(notices(), std::string(input.held) +
-                               "\nroot children insertion {0-2} new=[scheduler.active, "
-                               "ondemand.available, scheduler.pending]\n");
+      EXPECT_EQ(notices(), (Lines{input.held,
+                                  "root children insertion {0-2} new=[scheduler.active, "
+                                  "ondemand.available, scheduler.pending]"}));
     }
   }
 }
@@ -283,26 +280,26 @@ TEST_F(EngineState, SettingAHeldListShowsWithTheNextRebuild) {
   for (const Input& input : inputs) {
     const std::string before = groups();
     (*engine.*input.setHeld)(records({input.record("n", "New")}));
-    EXPECT_EQ(notices(), std::string(input.held) + "\n");
+    EXPECT_EQ(notices(), Lines{input.held});
     EXPECT_EQ(groups(), before);
     (*engine.*input.set)(records({input.record("n", "New")}));
-    EXPECT_EQ(recorder->take(), "") << "it is what is compared";
+    EXPECT_EQ(recorder->take(), Lines{}) << "it is what is compared";
   }
   engine->updateItemsForEngine();
   EXPECT_EQ(groups(), "[n] [n] [n]");
 }
 
 TEST_F(EngineState, AChangeOfOneListShowsWhatAllThreeHold) {
-  engine->setActiveEvents(records({activeRecord("a1", "One")}));
+  engine->setActiveEvents(records({activeNamed("a1", "One")}));
   engine->setOnDemandAvailable(records({eventRecord("d1", "Two")}));
-  engine->setPending(records({queuedRecord("t1", "Three")}));
+  engine->setPending(records({queuedNamed("t1", "Three")}));
   EXPECT_EQ(groups(), "[a1] [d1] [t1]");
 }
 
 TEST_F(EngineState, ARebuildOfTheSameAnnouncesNothing) {
   fill();
   engine->updateItemsForEngine();
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
 }
 
 TEST_F(EngineState, ARebuildBringsBackWhatAHostTookOut) {
@@ -315,7 +312,7 @@ TEST_F(EngineState, ARebuildBringsBackWhatAHostTookOut) {
 
 TEST_F(EngineState, ItsItemsHaveTheirGroupForAParent) {
   root->setChildren(nullptr);
-  engine->setActive(records({activeRecord("a1", "One")}));
+  engine->setActive(records({activeNamed("a1", "One")}));
   const auto group = root->childAtIndex(0);
   EXPECT_EQ(group->childAtIndex(0)->parent(), group);
   EXPECT_EQ(group->parent(), nullptr);
@@ -332,7 +329,7 @@ TEST_F(EngineState, TakesItsInputsByKeyAndDoesNotReadThemBack) {
   EXPECT_EQ(engine->valueForKey("root").object(), root);
   const auto all = recorder->take();
   for (const char* input : {" active ", " pending ", " available "}) {
-    EXPECT_EQ(all.find(input), std::string::npos) << "inputs are never announced";
+    EXPECT_FALSE(test::anyContains(all, input)) << "inputs are never announced";
   }
 }
 
@@ -354,7 +351,7 @@ TEST_F(EngineState, TakesArraysAndAbsentListsAlone) {
     }
     EXPECT_TRUE((*engine.*input.get)().sharesStorageWith(held));
   }
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
 }
 
 TEST_F(EngineState, ShowsNothingOfAHeldValueThatIsNoList) {
@@ -369,13 +366,13 @@ TEST_F(EngineState, ARecordWithoutIdentifierIsStoredAndCannotBeMerged) {
   EXPECT_THROW(engine->setPending(records({Value("no record")})), InvalidArgument);
   EXPECT_EQ(engine->pendingTriggers(), records({Value("no record")}));
   EXPECT_EQ(groups(), "[a1, a2] [d1] [t1, t2]");
-  engine->setPending(records({queuedRecord("t2", "Five")}));
+  engine->setPending(records({queuedNamed("t2", "Five")}));
   EXPECT_EQ(groups(), "[a1, a2] [d1] [t2]") << "and goes on with better ones";
 }
 
 TEST_F(EngineState, WithoutARootStoresAllTheSame) {
   engine->setRoot(nullptr);
-  engine->setActive(records({activeRecord("a1", "One")}));
+  engine->setActive(records({activeNamed("a1", "One")}));
   EXPECT_EQ(groups(), "[] [] []");
   const auto other = test::plainItem("other");
   engine->setRoot(other);
@@ -384,20 +381,20 @@ TEST_F(EngineState, WithoutARootStoresAllTheSame) {
 }
 
 TEST_F(EngineState, SetAgainByAnObserverShowsWhatItHolds) {
-  recorder->meanwhile = [&] {
-    recorder->meanwhile = nullptr;
-    engine->setActive(records({activeRecord("a2", "Two")}));
+  recorder->then = [&] {
+    recorder->then = nullptr;
+    engine->setActive(records({activeNamed("a2", "Two")}));
   };
-  engine->setActive(records({activeRecord("a1", "One")}));
+  engine->setActive(records({activeNamed("a1", "One")}));
   EXPECT_EQ(groups(), "[a2] [] []");
-  EXPECT_EQ(engine->activeEvents(), records({activeRecord("a2", "Two")}));
+  EXPECT_EQ(engine->activeEvents(), records({activeNamed("a2", "Two")}));
 }
 
 TEST_F(EngineState, ARaisingObserverOfAListKeepsTheTree) {
   fill();
-  recorder->meanwhile = [] { throw std::runtime_error("refused"); };
+  recorder->then = [] { throw std::runtime_error("refused"); };
   EXPECT_THROW(engine->setActive(records({})), std::runtime_error);
-  recorder->meanwhile = nullptr;
+  recorder->then = nullptr;
   EXPECT_EQ(engine->activeEvents(), records({}));
   EXPECT_EQ(groups(), "[a1, a2] [d1] [t1, t2]");
   engine->setActive(records({}));

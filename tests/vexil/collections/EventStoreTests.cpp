@@ -23,9 +23,10 @@ using test::briefly;
 using test::domainRecord;
 using test::eventOf;
 using test::ItemPointer;
+using test::Lines;
 using test::outline;
-using test::Recorder;
 using test::records;
+using test::TreeRecorder;
 
 using Store = KRAVTWVEventStoreVexil;
 
@@ -47,7 +48,7 @@ struct EventStore : ::testing::Test {
     recorder->watch(root);
   }
 
-  std::string notices() { return briefly(recorder->take()); }
+  Lines notices() { return briefly(recorder->take()); }
 
   /// Shows the tree above, and forgets what was announced.
   void showBoth() {
@@ -58,7 +59,7 @@ struct EventStore : ::testing::Test {
 
   std::shared_ptr<Store> store = std::make_shared<Store>();
   ItemPointer root = store->root();
-  std::shared_ptr<Recorder> recorder = Recorder::make();
+  std::shared_ptr<TreeRecorder> recorder = TreeRecorder::make();
   Value attic = domainRecord("A", "Attic 7");
   Value barn = domainRecord("B", "Barn 9");
   Value engine = domainRecord("X", "Engine room", kTWDomainType_Engine);
@@ -82,7 +83,7 @@ TEST_F(EventStore, PublishesItsKey) {
 TEST_F(EventStore, FedEmptyArraysAtFirstAnnouncesNothing) {
   store->setDomains(records({}));
   store->setEvents(records({}));
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
 }
 
 // --- the rows
@@ -153,7 +154,7 @@ TEST_F(EventStore, ShowsNothingOfALoneDomainWithoutEvents) {
   store->setEvents(records({three}));
   store->setDomains(records({attic}));
   EXPECT_EQ(outline(root), "root=");
-  EXPECT_EQ(notices(), "sortedEvents\norderedDomains\n");
+  EXPECT_EQ(notices(), (Lines{"sortedEvents", "orderedDomains"}));
 }
 
 TEST_F(EventStore, NeverShowsTheEnginesDomainOrItsEvents) {
@@ -239,7 +240,7 @@ TEST_F(EventStore, BuildsItemsFromNothingButItsArguments) {
   EXPECT_EQ(outline(first->at(1)), "A=Attic 7[a2=Two a1=One]") << "in the order given";
   const auto second = Store::itemsWithEventsAndDomains(records({two, one}), records({barn, attic}));
   EXPECT_NE(first->at(0), second->at(0)) << "made anew each time";
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_EQ(outline(root), "root=[A=Attic 7[a1=One a2=Two] B=Barn 9[b1=Three]]");
   EXPECT_EQ(store->orderedDomains(), records({attic, barn}));
 }
@@ -251,7 +252,7 @@ TEST_F(EventStore, SetsTheParentOfEventsAndOfNoDomain) {
   EXPECT_EQ(rows->at(0)->parent(), nullptr);
 }
 
-// Their parent stays the row that was left out, and with that row the weak link has gone.
+// Their parent is still the row that was left out. That row is gone, so their parent is absent.
 TEST_F(EventStore, TheEventsOfALoneDomainAreNotGivenTheRootForAParent) {
   store->setDomains(records({attic}));
   store->setEvents(records({one}));
@@ -298,15 +299,14 @@ TEST_F(EventStore, SentTheSameAnnouncesNothing) {
   store->setDomains(records({domainRecord("A", "Attic 7"), domainRecord("B", "Barn 9")}));
   store->setEvents(records({three, eventOf("A", "a2", "Two"), one}));
   store->setEvents(records({one, two, three}));
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
 }
 
 TEST_F(EventStore, SentDomainsInAnotherOrderRebuilds) {
   showBoth();
   store->setDomains(records({barn, attic}));
   EXPECT_EQ(notices(),
-            "orderedDomains\n"
-            "root children replacement {0-1} old=[B, A] new=[B, A]\n");
+            (Lines{"orderedDomains", "root children replacement {0-1} old=[B, A] new=[B, A]"}));
   EXPECT_EQ(outline(root), "root=[B=Barn 9[b1=Three] A=Attic 7[a1=One a2=Two]]");
 }
 
@@ -316,11 +316,9 @@ TEST_F(EventStore, KeepsTheRowsAndEventsThatStay) {
   const auto kept = rows[0]->childAtIndex(1);
   recorder->watch(rows[0]);
   store->setEvents(records({three, eventOf("A", "a3", "New"), two}));
-  EXPECT_EQ(notices(),
-            "sortedEvents\n"
-            "A children removal {0} old=[a1]\n"
-            "A children insertion {0} new=[a3]\n"
-            "root children replacement {0} old=[A] new=[A]\n");
+  EXPECT_EQ(notices(), (Lines{"sortedEvents", "A children removal {0} old=[a1]",
+                              "A children insertion {0} new=[a3]",
+                              "root children replacement {0} old=[A] new=[A]"}));
   EXPECT_EQ(*root->children(), rows);
   EXPECT_EQ(rows[0]->childAtIndex(1), kept);
 }
@@ -330,28 +328,22 @@ TEST_F(EventStore, PutsTheLevelOfDomainsInAndTakesItOut) {
   store->setDomains(records({attic}));
   (void)recorder->take();
   store->setDomains(records({attic, barn}));
-  EXPECT_EQ(notices(),
-            "orderedDomains\n"
-            "root children removal {0-1} old=[a1, a2]\n"
-            "root children insertion {0-1} new=[A, B]\n");
+  EXPECT_EQ(notices(), (Lines{"orderedDomains", "root children removal {0-1} old=[a1, a2]",
+                              "root children insertion {0-1} new=[A, B]"}));
   store->setDomains(records({barn}));
-  EXPECT_EQ(notices(),
-            "orderedDomains\n"
-            "root children removal {0-1} old=[A, B]\n"
-            "root children insertion {0} new=[b1]\n");
+  EXPECT_EQ(notices(), (Lines{"orderedDomains", "root children removal {0-1} old=[A, B]",
+                              "root children insertion {0} new=[b1]"}));
 }
 
 TEST_F(EventStore, StoresAndAnnouncesDomainsBeforeTheTreeIsTouched) {
   showBoth();
   std::string seen;
-  recorder->meanwhile = [&] {
+  recorder->then = [&] {
     seen += std::to_string(store->orderedDomains().elements().size()) + outline(root) + "; ";
   };
   store->setDomains(records({barn}));
-  EXPECT_EQ(notices(),
-            "orderedDomains\n"
-            "root children removal {0-1} old=[A, B]\n"
-            "root children insertion {0} new=[b1]\n");
+  EXPECT_EQ(notices(), (Lines{"orderedDomains", "root children removal {0-1} old=[A, B]",
+                              "root children insertion {0} new=[b1]"}));
   EXPECT_EQ(seen,
             "1root=[A=Attic 7[a1=One a2=Two] B=Barn 9[b1=Three]]; 1root=; 1root=[b1=Three]; ");
 }
@@ -361,11 +353,11 @@ TEST_F(EventStore, StoresAndAnnouncesEventsBeforeTheTreeIsTouched) {
   store->setEvents(records({one}));
   (void)recorder->take();
   std::string seen;
-  recorder->meanwhile = [&] {
+  recorder->then = [&] {
     seen += std::to_string(store->sortedEvents().elements().size()) + outline(root) + "; ";
   };
   store->setEvents(records({two, one}));
-  EXPECT_EQ(notices(), "sortedEvents\nroot children insertion {1} new=[a2]\n");
+  EXPECT_EQ(notices(), (Lines{"sortedEvents", "root children insertion {1} new=[a2]"}));
   EXPECT_EQ(seen, "2root=[a1=One]; 2root=[a1=One a2=Two]; ");
 }
 
@@ -375,12 +367,9 @@ TEST_F(EventStore, KeepsEachInputWhenTheOtherComes) {
   EXPECT_EQ(store->sortedEvents(), records({one, three, two}));
   store->setEvents(records({}));
   EXPECT_EQ(store->orderedDomains(), records({barn}));
-  EXPECT_EQ(notices(),
-            "orderedDomains\n"
-            "root children removal {0-1} old=[A, B]\n"
-            "root children insertion {0} new=[b1]\n"
-            "sortedEvents\n"
-            "root children removal {0} old=[b1]\n");
+  EXPECT_EQ(notices(), (Lines{"orderedDomains", "root children removal {0-1} old=[A, B]",
+                              "root children insertion {0} new=[b1]", "sortedEvents",
+                              "root children removal {0} old=[b1]"}));
 }
 
 TEST_F(EventStore, KeepsTheRootItHas) {
@@ -391,7 +380,7 @@ TEST_F(EventStore, KeepsTheRootItHas) {
       EXPECT_EQ(store->root(), root);
     }
   }
-  EXPECT_EQ(recorder->take().find(" root setting"), std::string::npos);
+  EXPECT_FALSE(test::anyContains(recorder->take(), " root setting"));
 }
 
 // --- absent and bad input
@@ -400,7 +389,7 @@ TEST_F(EventStore, StoresAbsentDomainsAndEmptiesTheRoot) {
   showBoth();
   store->setDomains({});
   EXPECT_TRUE(store->orderedDomains().isAbsent());
-  EXPECT_EQ(notices(), "orderedDomains\nroot children removal {0-1} old=[A, B]\n");
+  EXPECT_EQ(notices(), (Lines{"orderedDomains", "root children removal {0-1} old=[A, B]"}));
   store->setEvents(records({one}));
   EXPECT_EQ(outline(root), "root=");
 }
@@ -410,7 +399,8 @@ TEST_F(EventStore, StoresAbsentEventsAndKeepsTheRows) {
   store->setEvents({});
   EXPECT_TRUE(store->sortedEvents().isAbsent());
   EXPECT_EQ(outline(root), "root=[A=Attic 7 B=Barn 9]");
-  EXPECT_EQ(notices(), "sortedEvents\nroot children replacement {0-1} old=[A, B] new=[A, B]\n");
+  EXPECT_EQ(notices(),
+            (Lines{"sortedEvents", "root children replacement {0-1} old=[A, B] new=[A, B]"}));
   store->setDomains(records({attic, barn, domainRecord("C", "Cave 1")}));
   EXPECT_EQ(outline(root), "root=[A=Attic 7 B=Barn 9 C=Cave 1]");
   EXPECT_TRUE(store->sortedEvents().isAbsent());
@@ -419,11 +409,11 @@ TEST_F(EventStore, StoresAbsentEventsAndKeepsTheRows) {
 TEST_F(EventStore, NeverTakesAnAbsentListForTheSame) {
   for (const Value& domains : {Value(), Value(), records({}), Value()}) {
     store->setDomains(domains);
-    EXPECT_EQ(notices(), "orderedDomains\n");
+    EXPECT_EQ(notices(), Lines{"orderedDomains"});
   }
   for (const Value& events : {Value(), Value(), records({}), Value()}) {
     store->setEvents(events);
-    EXPECT_EQ(notices(), "sortedEvents\n");
+    EXPECT_EQ(notices(), Lines{"sortedEvents"});
   }
 }
 
@@ -435,7 +425,7 @@ TEST_F(EventStore, TakesArraysAndAbsentListsAlone) {
     EXPECT_THROW(store->setValueForKey(other, "domains"), InvalidArgument);
     EXPECT_THROW(store->setValueForKey(other, "events"), InvalidArgument);
   }
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_EQ(store->orderedDomains(), records({attic, barn}));
   EXPECT_EQ(store->sortedEvents(), records({one, three, two}));
 }
@@ -455,23 +445,23 @@ TEST_F(EventStore, TakesItsInputsByKeyAndDoesNotReadThemBack) {
 
 TEST_F(EventStore, AnnouncesWhatItHoldsAndNeverItsInputs) {
   store->setDomains(records({attic}));
-  EXPECT_EQ(recorder->take(), "KRAVTWVEventStoreVexil orderedDomains setting old=[] new=[" +
-                                  attic.description() + "]\n");
+  EXPECT_EQ(recorder->take(), Lines{"KRAVTWVEventStoreVexil orderedDomains setting old=[] new=[" +
+                                    attic.description() + "]"});
   store->setValueForKey(records({three}), "events");
-  EXPECT_EQ(recorder->take(), "KRAVTWVEventStoreVexil sortedEvents setting old=[] new=[" +
-                                  three.description() + "]\n");
+  EXPECT_EQ(recorder->take(), Lines{"KRAVTWVEventStoreVexil sortedEvents setting old=[] new=[" +
+                                    three.description() + "]"});
 }
 
 TEST_F(EventStore, SettingWhatItHoldsLeavesTheTree) {
   showBoth();
   store->setOrderedDomains(records({barn}));
   store->setSortedEvents(records({three}));
-  EXPECT_EQ(notices(), "orderedDomains\nsortedEvents\n");
+  EXPECT_EQ(notices(), (Lines{"orderedDomains", "sortedEvents"}));
   EXPECT_EQ(outline(root), "root=[A=Attic 7[a1=One a2=Two] B=Barn 9[b1=Three]]");
   // It is what is compared, and what the next rebuild takes.
   store->setDomains(records({barn}));
   store->setEvents(records({three}));
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   store->setEvents(records({one, three}));
   EXPECT_EQ(outline(root), "root=[b1=Three]");
   store->setValueForKey(records({one}), "sortedEvents");
@@ -503,15 +493,15 @@ TEST_F(EventStore, WithoutARootStoresAllTheSame) {
 
 TEST_F(EventStore, SetAgainByAnObserverShowsWhatItHolds) {
   store->setDomains(records({attic}));
-  recorder->meanwhile = [&] {
-    recorder->meanwhile = nullptr;
+  recorder->then = [&] {
+    recorder->then = nullptr;
     store->setEvents(records({two}));
   };
   store->setEvents(records({one}));
   EXPECT_EQ(store->sortedEvents(), records({two}));
   EXPECT_EQ(outline(root), "root=[a2=Two]");
-  recorder->meanwhile = [&] {
-    recorder->meanwhile = nullptr;
+  recorder->then = [&] {
+    recorder->then = nullptr;
     store->setDomains(records({attic, barn}));
   };
   store->setDomains(records({}));
@@ -521,10 +511,10 @@ TEST_F(EventStore, SetAgainByAnObserverShowsWhatItHolds) {
 
 TEST_F(EventStore, ARaisingObserverOfAnInputKeepsTheTree) {
   showBoth();
-  recorder->meanwhile = [] { throw std::runtime_error("refused"); };
+  recorder->then = [] { throw std::runtime_error("refused"); };
   EXPECT_THROW(store->setDomains(records({barn})), std::runtime_error);
   EXPECT_THROW(store->setEvents(records({one})), std::runtime_error);
-  recorder->meanwhile = nullptr;
+  recorder->then = nullptr;
   EXPECT_EQ(store->orderedDomains(), records({barn}));
   EXPECT_EQ(store->sortedEvents(), records({one}));
   EXPECT_EQ(outline(root), "root=[A=Attic 7[a1=One a2=Two] B=Barn 9[b1=Three]]");
@@ -535,9 +525,9 @@ TEST_F(EventStore, ARaisingObserverOfAnInputKeepsTheTree) {
 TEST_F(EventStore, ARaisingObserverOfTheTreeLeavesWhatWasDoneSoFar) {
   showBoth();
   recorder->unwatch(store, "orderedDomains");
-  recorder->meanwhile = [] { throw std::runtime_error("refused"); };
+  recorder->then = [] { throw std::runtime_error("refused"); };
   EXPECT_THROW(store->setDomains(records({barn})), std::runtime_error);
-  recorder->meanwhile = nullptr;
+  recorder->then = nullptr;
   EXPECT_EQ(outline(root), "root=") << "removed, and nothing inserted yet";
   store->setEvents(records({three}));
   EXPECT_EQ(outline(root), "root=[b1=Three]");
@@ -558,7 +548,7 @@ TEST_F(EventStore, FindsOutEventsWithoutAnIdentifierBelowARowThatHasChanged) {
   EXPECT_THROW(store->setDomains(records({domainRecord("A", "Attic 8"), barn})), InvalidArgument);
 }
 
-/// Has something done when it goes.
+/// Calls a function when it is destroyed.
 class Farewell : public platform::Object {
  public:
   explicit Farewell(std::function<void()> action) : _action(std::move(action)) {}

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The collection without a rule of its own, and the flat list of events.
 #include "tests/support/Property.h"
-#include "tests/support/Recorder.h"
+#include "tests/support/TreeRecorder.h"
 
 #include <vexil/KRAVTWVItemsVexil.h>
 #include <vexil/platform/Error.h>
@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <set>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -25,9 +24,10 @@ using platform::Value;
 using test::eventRecord;
 using test::ItemPointer;
 using test::items;
+using test::Lines;
 using test::outline;
 using test::plainItem;
-using test::Recorder;
+using test::TreeRecorder;
 
 static_assert(std::is_base_of_v<platform::OutlineViewDataSource, KRAVTWVItemsVexil>);
 static_assert(std::is_base_of_v<KRAVTWVItemsVexil, KRAVTWVEventsVexil>);
@@ -66,15 +66,14 @@ TEST(Items, OwnTheirRoot) {
 
 TEST(Items, AnnounceTheirRootAlsoWhenItIsTheSame) {
   const auto collection = std::make_shared<KRAVTWVItemsVexil>();
-  const auto recorder = Recorder::make();
+  const auto recorder = TreeRecorder::make();
   recorder->watch(collection, KRAVTWVItemsVexilKeyPathRoot);
   collection->setRoot(plainItem("other"));
   collection->setRoot(collection->root());
   collection->setRoot(nullptr);
-  EXPECT_EQ(recorder->take(),
-            "KRAVTWVItemsVexil root setting old=root new=other\n"
-            "KRAVTWVItemsVexil root setting old=other new=other\n"
-            "KRAVTWVItemsVexil root setting old=other new=null\n");
+  EXPECT_EQ(recorder->take(), (Lines{"KRAVTWVItemsVexil root setting old=root new=other",
+                                     "KRAVTWVItemsVexil root setting old=other new=other",
+                                     "KRAVTWVItemsVexil root setting old=other new=<null>"}));
 }
 
 TEST(Items, AreGivenARootByKey) {
@@ -94,14 +93,13 @@ TEST(Items, HandTheirRootTheVeryArray) {
   const auto root = collection->root();
   const auto a = plainItem("a");
   const auto b = plainItem("b");
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   collection->replaceRootChildren(items({b, a}));
   EXPECT_EQ(*root->children(), (KRAVTWVItemArray{b, a}));
   collection->replaceRootChildren(items({plainItem("b"), plainItem("a")}));
   collection->replaceRootChildren(nullptr);
-  EXPECT_EQ(recorder->take(),
-            "root children insertion {0-1} new=[b, a]\n"
-            "root children removal {0-1} old=[b, a]\n");
+  EXPECT_EQ(recorder->take(), (Lines{"root children insertion {0-1} new=[b, a]",
+                                     "root children removal {0-1} old=[b, a]"}));
   EXPECT_EQ(collection->root(), root);
 }
 
@@ -131,20 +129,17 @@ struct Events : ::testing::Test {
   }
 
   /// The lines since the last call, without those of "sortedEvents", which are long.
-  std::string treeNotices() {
-    std::string rest;
-    std::istringstream lines(recorder->take());
-    for (std::string line; std::getline(lines, line);) {
-      if (!line.starts_with("KRAVTWVEventsVexil sortedEvents ")) {
-        rest += line + "\n";
-      }
-    }
-    return rest;
+  Lines treeNotices() {
+    Lines lines = recorder->take();
+    std::erase_if(lines, [](const std::string& line) {
+      return line.starts_with("KRAVTWVEventsVexil sortedEvents ");
+    });
+    return lines;
   }
 
   std::shared_ptr<KRAVTWVEventsVexil> list = std::make_shared<KRAVTWVEventsVexil>();
   ItemPointer root = list->root();
-  std::shared_ptr<Recorder> recorder = Recorder::make();
+  std::shared_ptr<TreeRecorder> recorder = TreeRecorder::make();
   Value a = eventRecord("1", "A");
   Value b = eventRecord("2", "B");
   Value c = eventRecord("3", "C");
@@ -158,7 +153,7 @@ TEST_F(Events, BeginWithAnEmptySortedArray) {
 
 TEST_F(Events, AnEmptyArrayAtFirstChangesAndAnnouncesNothing) {
   list->setEvents(records({}));
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_TRUE(list->sortedEvents().isArray());
 }
 
@@ -166,7 +161,7 @@ TEST_F(Events, AreSortedAndShownAsEventItemsInThatOrder) {
   list->setEvents(records({c, a, b}));
   EXPECT_EQ(list->sortedEvents(), records({a, b, c}));
   EXPECT_EQ(outline(root), "root=[1=A 2=B 3=C]");
-  EXPECT_EQ(treeNotices(), "root children insertion {0-2} new=[1, 2, 3]\n");
+  EXPECT_EQ(treeNotices(), Lines{"root children insertion {0-2} new=[1, 2, 3]"});
   for (const auto& item : *root->children()) {
     const KRAVTWVItemVexil& shown = *item;
     EXPECT_EQ(typeid(shown), typeid(KRAVTWVEventVexil));
@@ -179,7 +174,7 @@ TEST_F(Events, InAnyOtherOrderAreTheSame) {
   list->setEvents(records({c, b, a}));
   list->setEvents(records({a, b, c}));
   list->setEvents(records({eventRecord("2", "B"), eventRecord("1", "A"), eventRecord("3", "C")}));
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
 }
 
 TEST_F(Events, WithEqualNamesAreSortedByTheirIdentifiers) {
@@ -213,10 +208,10 @@ TEST_F(Events, WithoutBothKeepTheirOrder) {
   const Value first = Value::dictionary({{"note", "first"}});
   const Value second = Value::dictionary({{"note", "second"}});
   const Value unnamed = eventRecord({}, "A");
-  // They are sorted and stored before the merge, which cannot do without identifiers.
+  // The list sorts and stores them before the merge, which needs identifiers.
   EXPECT_THROW(list->setEvents(records({b, unnamed, second, first})), InvalidArgument);
   EXPECT_EQ(list->sortedEvents(), records({second, first, unnamed, b}));
-  EXPECT_EQ(treeNotices(), "");
+  EXPECT_EQ(treeNotices(), Lines{});
 }
 
 TEST_F(Events, LeaveTheirArgumentAsItWas) {
@@ -231,7 +226,7 @@ TEST_F(Events, AChangedFieldIsOneReplacementAtItsIndex) {
   (void)recorder->take();
   const Value enabled = eventRecord("2", "B", true);
   list->setEvents(records({c, enabled, a}));
-  EXPECT_EQ(treeNotices(), "root children replacement {1} old=[2] new=[2]\n");
+  EXPECT_EQ(treeNotices(), Lines{"root children replacement {1} old=[2] new=[2]"});
   EXPECT_EQ(list->sortedEvents(), records({a, enabled, c}));
   EXPECT_EQ(*root->children(), shown);
   EXPECT_TRUE(shown[1]->enabled());
@@ -243,7 +238,7 @@ TEST_F(Events, ARenamedEventReplacesAllWhosePositionsItMoves) {
   const auto shown = *root->children();
   (void)recorder->take();
   list->setEvents(records({a, eventRecord("2", "Cz"), c, d}));
-  EXPECT_EQ(treeNotices(), "root children replacement {1-2} old=[3, 2] new=[3, 2]\n");
+  EXPECT_EQ(treeNotices(), Lines{"root children replacement {1-2} old=[3, 2] new=[3, 2]"});
   EXPECT_EQ(outline(root), "root=[1=A 3=C 2=Cz 4=D]");
   EXPECT_EQ(*root->children(), shown);
 }
@@ -254,7 +249,7 @@ TEST_F(Events, TheRootIsAlwaysTheSame) {
     list->setEvents(events);
     EXPECT_EQ(list->root(), root);
   }
-  EXPECT_EQ(recorder->take().find(" root setting"), std::string::npos);
+  EXPECT_FALSE(test::anyContains(recorder->take(), " root setting"));
 }
 
 TEST_F(Events, ThatVanishAreRemovedAndThatAppearInserted) {
@@ -262,29 +257,28 @@ TEST_F(Events, ThatVanishAreRemovedAndThatAppearInserted) {
   (void)recorder->take();
   list->setEvents(records({c, b}));
   EXPECT_EQ(treeNotices(),
-            "root children removal {0} old=[1]\n"
-            "root children insertion {1} new=[3]\n");
+            (Lines{"root children removal {0} old=[1]", "root children insertion {1} new=[3]"}));
 }
 
 TEST_F(Events, AreStoredAndAnnouncedBeforeTheTreeIsTouched) {
   list->setEvents(records({a}));
   (void)recorder->take();
   std::string seen;
-  recorder->meanwhile = [&] {
+  recorder->then = [&] {
     seen += std::to_string(list->sortedEvents().elements().size()) + " records, " +
             test::identifiers(*root->children()) + "; ";
   };
   list->setEvents(records({b, a}));
   EXPECT_EQ(seen, "2 records, [1]; 2 records, [1, 2]; ");
-  const std::string notices = recorder->take();
-  EXPECT_TRUE(notices.starts_with("KRAVTWVEventsVexil sortedEvents setting old=")) << notices;
-  EXPECT_EQ(std::ranges::count(notices, '\n'), 2) << notices;
+  const Lines notices = recorder->take();
+  ASSERT_EQ(notices.size(), 2U);
+  EXPECT_TRUE(notices[0].starts_with("KRAVTWVEventsVexil sortedEvents setting old=")) << notices[0];
 }
 
 TEST_F(Events, AreNeverAnnouncedThemselves) {
   list->setEvents(records({a, b}));
   list->setValueForKey(records({c}), KRAVTWVEventsVexilKeyPathEvents);
-  EXPECT_EQ(recorder->take().find(" events "), std::string::npos);
+  EXPECT_FALSE(test::anyContains(recorder->take(), " events "));
 }
 
 TEST_F(Events, AreSetByKeyAndNotReadBack) {
@@ -300,22 +294,22 @@ TEST_F(Events, AnAbsentListIsStoredAsAbsentAndEmptiesTheTree) {
   (void)recorder->take();
   list->setEvents({});
   EXPECT_TRUE(list->sortedEvents().isAbsent());
-  EXPECT_EQ(treeNotices(), "root children removal {0-1} old=[1, 2]\n");
+  EXPECT_EQ(treeNotices(), Lines{"root children removal {0-1} old=[1, 2]"});
 }
 
 TEST_F(Events, AnAbsentListIsNeverTheSame) {
   const std::string announced = "KRAVTWVEventsVexil sortedEvents setting ";
   list->setEvents({});
-  EXPECT_EQ(recorder->take(), announced + "old=[] new=null\n");
+  EXPECT_EQ(recorder->take(), Lines{announced + "old=[] new=<null>"});
   list->setEvents({});
-  EXPECT_EQ(recorder->take(), announced + "old=null new=null\n");
+  EXPECT_EQ(recorder->take(), Lines{announced + "old=<null> new=<null>"});
   list->setEvents(records({}));
-  EXPECT_EQ(recorder->take(), announced + "old=null new=[]\n");
+  EXPECT_EQ(recorder->take(), Lines{announced + "old=<null> new=[]"});
 }
 
 TEST_F(Events, SettingTheSortedArrayLeavesTheTree) {
   list->setSortedEvents(records({b, a}));
-  EXPECT_EQ(std::ranges::count(recorder->take(), '\n'), 1);
+  EXPECT_EQ(recorder->take().size(), 1U);
   EXPECT_EQ(list->sortedEvents(), records({b, a}));
   EXPECT_TRUE(root->children()->empty());
   // What is compared is what is held.
@@ -353,23 +347,23 @@ TEST_F(Events, AreAnArrayOrAbsent) {
   (void)recorder->take();
   EXPECT_THROW(list->setEvents("text"), InvalidArgument);
   EXPECT_THROW(list->setEvents(a), InvalidArgument);
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_EQ(list->sortedEvents(), records({a}));
 }
 
 TEST_F(Events, SetAgainByAnObserverAreStoredLastAndShownFirst) {
-  recorder->meanwhile = [&] {
-    recorder->meanwhile = nullptr;
+  recorder->then = [&] {
+    recorder->then = nullptr;
     list->setEvents(records({c}));
   };
   list->setEvents(records({a, b}));
-  // The outer call goes on with what it had sorted.
+  // The outer call goes on with the list that it has sorted.
   EXPECT_EQ(list->sortedEvents(), records({c}));
   EXPECT_EQ(outline(root), "root=[1=A 2=B]");
 }
 
 TEST_F(Events, ARaisingObserverOfTheArrayKeepsTheTree) {
-  recorder->meanwhile = [] { throw std::runtime_error("refused"); };
+  recorder->then = [] { throw std::runtime_error("refused"); };
   EXPECT_THROW(list->setEvents(records({a})), std::runtime_error);
   EXPECT_EQ(list->sortedEvents(), records({a}));
   EXPECT_TRUE(root->children()->empty());
@@ -423,12 +417,11 @@ TEST_F(Events, ThatAreObservedAnnounceTheirNewRecords) {
   (void)recorder->take();
   recorder->watch(second, "enabled");
   list->setEvents(records({eventRecord(1, "A", true), eventRecord(2, "B", true)}));
-  EXPECT_EQ(treeNotices(),
-            "2 enabled setting old=false new=true\n"
-            "root children replacement {0-1} old=[1, 2] new=[1, 2]\n");
+  EXPECT_EQ(treeNotices(), (Lines{"2 enabled setting old=false new=true",
+                                  "root children replacement {0-1} old=[1, 2] new=[1, 2]"}));
 }
 
-/// Has the list refreshed whenever it is compared, and refuses to be hashed.
+/// Refreshes the list each time it is compared. Throws when it is hashed.
 class Busybody : public platform::Object {
  public:
   Busybody(std::weak_ptr<KRAVTWVEventsVexil> list, Value events)
@@ -473,7 +466,7 @@ TEST_F(Events, WhoseIdentifiersAreObjectsAreNotHashedToBeOrdered) {
   EXPECT_EQ(list->sortedEvents(), events);
 }
 
-/// Gives the answers that it is told to, one each time it is compared.
+/// Each comparison takes the next letter of `answers`: "y" for equal, "n" for unequal.
 struct Fickle : platform::Object {
   [[nodiscard]] bool isEqual(const platform::Object& /*other*/) const override {
     const bool answer = answers.at(0) == 'y';
@@ -495,8 +488,8 @@ TEST_F(Events, AskWhatARecordRefersToOnceForTheListAndOnceForTheTree) {
     return treeNotices();
   };
   (void)refresh("", 1);
-  EXPECT_EQ(refresh("yn", 2), "root children replacement {0-1} old=[1, 2] new=[1, 2]\n");
-  EXPECT_EQ(refresh("ny", 3), "root children replacement {1} old=[2] new=[2]\n");
+  EXPECT_EQ(refresh("yn", 2), Lines{"root children replacement {0-1} old=[1, 2] new=[1, 2]"});
+  EXPECT_EQ(refresh("ny", 3), Lines{"root children replacement {1} old=[2] new=[2]"});
 }
 
 }  // namespace

@@ -16,10 +16,11 @@ namespace platform = vexil::platform;
 namespace {
 
 using platform::Value;
-using test::Recorder;
+using test::Lines;
 using test::records;
+using test::TreeRecorder;
 
-/// The record of a number, in whose order they stand; made anew each time.
+/// The record of a number, made anew each time. Records sort by their numbers.
 Value event(int number, int revision = 0) {
   const std::string digits = std::to_string(1'000'000 + number);
   return Value::dictionary({{kTWEventUniqueID, "id " + digits},
@@ -27,7 +28,7 @@ Value event(int number, int revision = 0) {
                             {"revision", revision}});
 }
 
-/// As many numbers, in an order that the seed decides.
+/// The numbers below `count`, in an order that the seed decides.
 std::vector<int> shuffled(int count, unsigned seed) {
   std::vector<int> numbers(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) {
@@ -46,25 +47,24 @@ std::vector<Value> eventsOf(const std::vector<int>& numbers) {
   return events;
 }
 
-/// So many records: one block or more, with and without a part of one; and more than lie nearby.
+/// The parameter is the number of records: one block or more, with and without a partial one.
 struct LargeRefresh : ::testing::TestWithParam<int> {
   LargeRefresh() { list->setEvents(records(eventsOf(shuffled(count, 1)))); }
 
-  /// Refreshes, and yields what was announced of the root's children, without the items.
-  std::string refresh(std::vector<Value> events) {
+  /// Refreshes. Returns what was announced of the root's children, without the items.
+  Lines refresh(std::vector<Value> events) {
     const Value all = records(std::move(events));
-    const auto recorder = Recorder::of(list->root());
+    const auto recorder = TreeRecorder::of(list->root());
     list->setEvents(all);
     const auto fresh = std::make_shared<KRAVTWVEventsVexil>();
     fresh->setEvents(all);
     EXPECT_EQ(list->sortedEvents(), fresh->sortedEvents());
     EXPECT_TRUE(test::showTheSame(list->root(), fresh->root()));
-    std::string brief;
-    std::istringstream lines(recorder->take());
-    for (std::string line; std::getline(lines, line);) {
-      brief += line.substr(0, line.find('}') + 1) + "\n";
+    Lines lines = recorder->take();
+    for (std::string& line : lines) {
+      line.resize(line.find('}') + 1);
     }
-    return brief;
+    return lines;
   }
 
   const int count = GetParam();
@@ -73,12 +73,13 @@ struct LargeRefresh : ::testing::TestWithParam<int> {
 
 TEST_P(LargeRefresh, ThatBringsTheSameInAnotherOrderAnnouncesNothing) {
   for (unsigned order = 2; order < 5; ++order) {
-    EXPECT_EQ(refresh(eventsOf(shuffled(count, order))), "");
+    EXPECT_EQ(refresh(eventsOf(shuffled(count, order))), Lines{});
   }
   const std::vector<Value> same = eventsOf(shuffled(count, 5));
-  EXPECT_EQ(refresh(same), "");
-  EXPECT_EQ(refresh(same), "") << "the very records, in the order of last time";
-  EXPECT_EQ(refresh(eventsOf(shuffled(count, 5))), "") << "equal ones, in the order of last time";
+  EXPECT_EQ(refresh(same), Lines{});
+  EXPECT_EQ(refresh(same), Lines{}) << "the very records, in the order of last time";
+  EXPECT_EQ(refresh(eventsOf(shuffled(count, 5))), Lines{})
+      << "equal ones, in the order of last time";
 }
 
 TEST_P(LargeRefresh, FindsTheOneThatHasChangedWhereverItStands) {
@@ -88,23 +89,23 @@ TEST_P(LargeRefresh, FindsTheOneThatHasChangedWhereverItStands) {
     std::vector<Value> events = eventsOf(order);
     const int number = order[static_cast<std::size_t>(at) % order.size()];
     events[static_cast<std::size_t>(at) % order.size()] = event(number, ++revision);
-    const std::string replaced = "root children replacement {" + std::to_string(number) + "}\n";
-    EXPECT_EQ(refresh(events), replaced) << at;
-    EXPECT_EQ(refresh(eventsOf(order)), replaced) << at;
+    const std::string replaced = "root children replacement {" + std::to_string(number) + "}";
+    EXPECT_EQ(refresh(events), Lines{replaced}) << at;
+    EXPECT_EQ(refresh(eventsOf(order)), Lines{replaced}) << at;
   }
 }
 
 TEST_P(LargeRefresh, FindsThoseThatCameAndWentAmongTheOthers) {
   std::vector<Value> events = eventsOf(shuffled(count - 1, 2));
   events.insert(events.begin() + 7, event(count + 3));
-  EXPECT_EQ(refresh(events), "root children removal {" + std::to_string(count - 1) +
-                                 "}\nroot children insertion {" + std::to_string(count - 1) +
-                                 "}\n");
+  EXPECT_EQ(refresh(events),
+            (Lines{"root children removal {" + std::to_string(count - 1) + "}",
+                   "root children insertion {" + std::to_string(count - 1) + "}"}));
   std::ranges::reverse(events);
   events.push_back(event(count - 1));
-  EXPECT_EQ(refresh(events), "root children insertion {" + std::to_string(count - 1) + "}\n");
+  EXPECT_EQ(refresh(events), Lines{"root children insertion {" + std::to_string(count - 1) + "}"});
   std::erase_if(events, [](const Value& each) { return each == event(0); });
-  EXPECT_EQ(refresh(events), "root children removal {0}\n");
+  EXPECT_EQ(refresh(events), Lines{"root children removal {0}"});
 }
 
 TEST_P(LargeRefresh, FindsAllAgainAfterOneWasRenamed) {
@@ -112,10 +113,11 @@ TEST_P(LargeRefresh, FindsAllAgainAfterOneWasRenamed) {
   const Value renamed = Value::dictionary(
       {{kTWEventUniqueID, "id 1000000"}, {kTWEventName, "renamed"}, {"revision", 0}});
   *std::ranges::find(events, event(0)) = renamed;  // from the first place to the last
-  EXPECT_EQ(refresh(events), "root children replacement {0-" + std::to_string(count - 1) + "}\n");
+  EXPECT_EQ(refresh(events),
+            Lines{"root children replacement {0-" + std::to_string(count - 1) + "}"});
   for (unsigned order = 3; order < 5; ++order) {
     std::ranges::shuffle(events, std::mt19937(order));
-    EXPECT_EQ(refresh(events), "");
+    EXPECT_EQ(refresh(events), Lines{});
   }
 }
 

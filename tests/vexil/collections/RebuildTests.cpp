@@ -17,9 +17,11 @@ namespace {
 using platform::Value;
 using test::eventRecord;
 using test::ItemPointer;
+using test::Lines;
 using test::outline;
 using test::plainItem;
 using test::records;
+using test::TreeRecorder;
 
 Value twice() {
   return records({eventRecord("1", "A"), eventRecord("1", "Z")});
@@ -42,20 +44,19 @@ TEST(Rebuild, SetsTheRootsChildrenOnce) {
   const auto list = std::make_shared<KRAVTWVEventsVexil>();
   list->setEvents(records({eventRecord("1", "A"), eventRecord("2", "B")}));
   const auto before = *list->root()->children();
-  const auto notices = test::Recorder::of(list->root());
-  const auto delegate = test::Recorder::make();
+  const auto notices = TreeRecorder::of(list->root());
+  const auto delegate = TreeRecorder::make();
   const auto observer = KRAVTWVItemsObserver::init();
   observer->setDelegate(delegate);
   observer->setRoot(list->root());
   list->rebuildRootChildren();
-  EXPECT_EQ(notices->take(), "root children setting old=[1, 2] new=[1, 2]\n");
-  EXPECT_EQ(delegate->take(),
-            "report removal [1, 2] without indexes of root\n"
-            "report setting [1, 2] without indexes of root\n");
+  EXPECT_EQ(notices->take(), Lines{"root children setting old=[1, 2] new=[1, 2]"});
+  EXPECT_EQ(delegate->take(), (Lines{"report removal [1, 2] without indexes of root",
+                                     "report setting [1, 2] without indexes of root"}));
   EXPECT_NE((*list->root()->children())[0], before[0]);
   // And the new items are followed.
   (*list->root()->children())[0]->replaceChildren(test::items({plainItem("below")}));
-  EXPECT_EQ(delegate->take(), "report insertion [below] {0} of 1\n");
+  EXPECT_EQ(delegate->take(), Lines{"report insertion [below] {0} of 1"});
 }
 
 TEST(Rebuild, OfAnEventStoreShowsItsRowsAndTheEventsOfALoneDomain) {

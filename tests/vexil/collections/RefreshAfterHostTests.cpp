@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a refresh makes of items that the host has put into the tree of a collection: they look like
-// those that stood there, and the collection's notes do not hold of them.
+// A host has put items into the tree of a collection. They look like the items that stood there,
+// but what the collection has noted of those is not true of them. A refresh must notice.
 #include "CollectionTesting.h"
 
 #include <gtest/gtest.h>
@@ -17,18 +17,19 @@ using platform::Value;
 using test::domainRecord;
 using test::eventOf;
 using test::ItemPointer;
+using test::Lines;
 using test::outline;
-using test::Recorder;
 using test::records;
+using test::TreeRecorder;
 
 // root - one, two, three: what the list shows of these records at first
 struct ListWithAHost : ::testing::Test {
   ListWithAHost() { list->setEvents(records({one, two, three})); }
 
   KRAVTWVItemArray& shown() { return *root->children(); }
-  /// Refreshes, and yields what was announced of the root's children.
-  std::string refresh(std::vector<Value> all) {
-    const auto recorder = Recorder::of(root);
+  /// Refreshes. Returns what was announced of the root's children.
+  Lines refresh(std::vector<Value> all) {
+    const auto recorder = TreeRecorder::of(root);
     list->setEvents(records(std::move(all)));
     return recorder->take();
   }
@@ -51,9 +52,9 @@ TEST_F(ListWithAHost, AnItemOfAnOlderListIsReplacedWhereItsRecordIsNotThatOfNow)
   const Value changed = event("2", "B", "changed");
   list->setEvents(records({one, changed, three}));
   shown()[1] = older;
-  // The only record that is new is another.
+  // Only another record is new.
   EXPECT_EQ(refresh({one, changed, event("3", "C", "changed")}),
-            "root children replacement {1-2} old=[2, 3] new=[2, 3]\n");
+            Lines{"root children replacement {1-2} old=[2, 3] new=[2, 3]"});
   EXPECT_EQ(older->representedObject(), changed);
 }
 
@@ -62,9 +63,9 @@ TEST_F(ListWithAHost, AnItemOfAnOlderListIsLeftWhereItsRecordIsThatOfNow) {
   list->setEvents(records({one, two}));
   const Value zero = event("0", "0");
   list->setEvents(records({zero, one, two, three}));
-  shown()[3] = older;  // where it stood third
+  shown()[3] = older;  // it was third before
   EXPECT_EQ(refresh({zero, one, event("2", "B", "changed"), three}),
-            "root children replacement {2} old=[2] new=[2]\n");
+            Lines{"root children replacement {2} old=[2] new=[2]"});
   EXPECT_EQ(shown()[3], older);
 }
 
@@ -74,30 +75,29 @@ TEST_F(ListWithAHost, AnItemOfAnOlderListIsNotTakenForTheOneThatStoodInItsPlace)
   const Value other = event("4", "B");
   list->setEvents(records({one, other, three}));
   shown()[1] = older;
-  EXPECT_EQ(refresh({one, other, three, event("5", "D")}),
-            "root children removal {1} old=[2]\n"
-            "root children insertion {1, 3} new=[4, 5]\n");
+  EXPECT_EQ(
+      refresh({one, other, three, event("5", "D")}),
+      (Lines{"root children removal {1} old=[2]", "root children insertion {1, 3} new=[4, 5]"}));
 }
 
 TEST_F(ListWithAHost, AnItemThatWasTakenOutIsInsertedAnew) {
   root->removeChildrenAtIndexes({1});
   EXPECT_EQ(refresh({one, two, event("3", "C", "changed")}),
-            "root children insertion {1} new=[2]\n"
-            "root children replacement {2} old=[3] new=[3]\n");
+            (Lines{"root children insertion {1} new=[2]",
+                   "root children replacement {2} old=[3] new=[3]"}));
 }
 
 TEST_F(ListWithAHost, AnItemThatWasTakenOutIsInsertedAnewWhereAnotherGoes) {
   root->removeChildrenAtIndexes({2});
   EXPECT_EQ(refresh({two, three}),
-            "root children removal {0} old=[1]\n"
-            "root children insertion {1} new=[3]\n");
+            (Lines{"root children removal {0} old=[1]", "root children insertion {1} new=[3]"}));
 }
 
 TEST_F(ListWithAHost, ItemsInAnotherOrderTakeOverTheRecordsOfTheirPlaces) {
   std::swap(shown()[0], shown()[1]);
   EXPECT_EQ(refresh({one, two, three, event("4", "D")}),
-            "root children insertion {3} new=[4]\n"
-            "root children replacement {0-1} old=[1, 2] new=[1, 2]\n");
+            (Lines{"root children insertion {3} new=[4]",
+                   "root children replacement {0-1} old=[1, 2] new=[1, 2]"}));
 }
 
 TEST_F(ListWithAHost, AnEventOfAnotherKindWithTheSameRecordIsReplacedByEveryRefresh) {
@@ -105,7 +105,7 @@ TEST_F(ListWithAHost, AnEventOfAnotherKindWithTheSameRecordIsReplacedByEveryRefr
   shown()[1] = exchanged;
   for (const char* note : {"changed", "changed again"}) {
     EXPECT_EQ(refresh({one, two, event("3", "C", note)}),
-              "root children replacement {1-2} old=[2, 3] new=[2, 3]\n");
+              Lines{"root children replacement {1-2} old=[2, 3] new=[2, 3]"});
   }
   EXPECT_EQ(shown()[1], exchanged);
 }
@@ -117,21 +117,21 @@ TEST_F(ListWithAHost, AnEventOfAnotherKindIsAskedForItsIdentifier) {
   };
   shown()[1] = Renamed::itemWithEvent(two);
   EXPECT_EQ(refresh({one, two, three, event("4", "D")}),
-            "root children removal {1} old=[other]\n"
-            "root children insertion {1, 3} new=[2, 4]\n");
+            (Lines{"root children removal {1} old=[other]",
+                   "root children insertion {1, 3} new=[2, 4]"}));
 }
 
 TEST_F(ListWithAHost, AnEventWithAChildIsReplacedAndLosesIt) {
   shown()[1]->addChild(KRAVTWVEventVexil::itemWithEvent(one));
   EXPECT_EQ(refresh({one, two, event("3", "C", "changed")}),
-            "root children replacement {1-2} old=[2, 3] new=[2, 3]\n");
+            Lines{"root children replacement {1-2} old=[2, 3] new=[2, 3]"});
   EXPECT_TRUE(shown()[1]->children()->empty());
 }
 
 TEST_F(ListWithAHost, AnEventWhoseRecordTheHostHasSetIsReplaced) {
   shown()[1]->setRepresentedObject(event("2", "B", "of the host"));
   EXPECT_EQ(refresh({one, two, event("3", "C", "changed")}),
-            "root children replacement {1-2} old=[2, 3] new=[2, 3]\n");
+            Lines{"root children replacement {1-2} old=[2, 3] new=[2, 3]"});
   EXPECT_EQ(shown()[1]->representedObject(), two);
 }
 
@@ -152,22 +152,21 @@ struct StoreWithAHost : ::testing::Test {
   Value b1 = eventOf("B", "b1", "Three");
   std::shared_ptr<KRAVTWVEventStoreVexil> store = std::make_shared<KRAVTWVEventStoreVexil>();
   ItemPointer root = store->root();
-  std::shared_ptr<Recorder> recorder = Recorder::make();
+  std::shared_ptr<TreeRecorder> recorder = TreeRecorder::make();
 };
 
 TEST_F(StoreWithAHost, AnEventOfAnotherKindWithAnEqualRecordIsReplacedInARowThatIsNotNew) {
   (*row()->children())[1] = KRAVTWVOnDemandVexil::itemWithEvent(eventOf("A", "a2", "Two"));
   store->setEvents(records({a1, a2, eventOf("B", "b1", "Three and more")}));
-  EXPECT_EQ(recorder->take(),
-            "A children replacement {1} old=[a2] new=[a2]\n"
-            "root children replacement {0-1} old=[A, B] new=[A, B]\n");
+  EXPECT_EQ(recorder->take(), (Lines{"A children replacement {1} old=[a2] new=[a2]",
+                                     "root children replacement {0-1} old=[A, B] new=[A, B]"}));
 }
 
 TEST_F(StoreWithAHost, AnEventThatBelongsToTwoRowsIsThatOfEachRowInTurn) {
   const ItemPointer shared = row()->childAtIndex(1);
   (*root->childAtIndex(1)->children())[0] = shared;
   store->setEvents(records({a1, a2, b1, eventOf("B", "b2", "Tomorrow")}));
-  EXPECT_EQ(recorder->take(), "root children replacement {1} old=[B] new=[B]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children replacement {1} old=[B] new=[B]"});
   EXPECT_EQ(outline(root), "root=[A=Attic 7[a1=One a2=Two] B=Barn 9[b1=Three b2=Tomorrow]]");
   EXPECT_EQ(row()->childAtIndex(1), shared);
 }
@@ -175,9 +174,8 @@ TEST_F(StoreWithAHost, AnEventThatBelongsToTwoRowsIsThatOfEachRowInTurn) {
 TEST_F(StoreWithAHost, ARowWithAnEventMoreIsReplaced) {
   row()->addChild(KRAVTWVEventVexil::itemWithEvent(b1));
   store->setEvents(records({a1, a2, b1, eventOf("B", "b2", "Tomorrow")}));
-  EXPECT_EQ(recorder->take(),
-            "A children removal {2} old=[b1]\n"
-            "root children replacement {0-1} old=[A, B] new=[A, B]\n");
+  EXPECT_EQ(recorder->take(), (Lines{"A children removal {2} old=[b1]",
+                                     "root children replacement {0-1} old=[A, B] new=[A, B]"}));
 }
 
 TEST_F(StoreWithAHost, ARowOfAnotherKindWithAnEqualRecordIsReplaced) {
@@ -187,7 +185,7 @@ TEST_F(StoreWithAHost, ARowOfAnotherKindWithAnEqualRecordIsReplaced) {
   other->setRepresentedObject(domainRecord("A", "Another"));
   (*root->children())[0] = other;
   store->setEvents(records({a1, a2, b1, eventOf("B", "b2", "Tomorrow")}));
-  EXPECT_EQ(recorder->take(), "root children replacement {0-1} old=[A, B] new=[A, B]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children replacement {0-1} old=[A, B] new=[A, B]"});
   EXPECT_EQ(other->representedObject(), domainRecord("A", "Attic 7"));
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A refresh that takes the shorter ways and one that sorts, compares and makes everything: nobody
-// who watches can tell which is which, whatever records come and whatever a host does to its tree.
+// One refresh takes the shorter ways, the other sorts, compares and makes everything. An observer
+// cannot tell them apart, whatever records come and whatever a host does to the tree.
 #include "CollectionTesting.h"
 #include "tests/support/Property.h"
 
@@ -25,7 +25,7 @@ namespace {
 using platform::Value;
 using test::ItemPointer;
 
-/// What a record may refer to: it equals whatever the test says, which may change.
+/// An object in a record. The test decides whether it equals others, and may change that.
 class Moody : public platform::Object {
  public:
   explicit Moody(const int* mood) : _mood(mood) {}
@@ -38,7 +38,7 @@ class Moody : public platform::Object {
   const int* _mood;
 };
 
-/// Random choices that both worlds make alike.
+/// Random choices. Both worlds make the same ones.
 class Choices {
  public:
   explicit Choices(std::uint32_t seed) : _random(seed) {}
@@ -96,7 +96,7 @@ class Records {
     return list.isArray() ? Value::array(std::move(elements)) : list;
   }
 
-  /// The number by which the test knows a record: the very object.
+  /// The number of a record. Equal records that are different objects have different numbers.
   [[nodiscard]] std::string numberOf(const Value& record) const {
     const auto found = std::ranges::find_if(_made, [&](const Value& made) {
       return made.sharesStorageWith(record) || (!made.isDictionary() && made == record);
@@ -138,7 +138,7 @@ class Records {
   std::vector<Value> _made;
 };
 
-/// A collection, and everything that is told of it, as text without addresses.
+/// A collection, and everything that observers hear of it, as text without addresses.
 template <class Collection>
 class World : public std::enable_shared_from_this<World<Collection>> {
  public:
@@ -161,11 +161,11 @@ class World : public std::enable_shared_from_this<World<Collection>> {
     for (const char* key : {"children", "representedObject"}) {
       _observations.push_back(
           observe(item, key, platform::ObservingOptions::both,
-                  [this](const platform::ChangeRecord& change) { hear(change); }));
+                  [this, key](const platform::ChangeRecord& change) { hear(key, change); }));
     }
   }
 
-  /// Performs something, the way this world does; what it raises is told.
+  /// Performs an action in the way of this world. Writes down what it throws.
   void perform(const std::function<void(World&)>& action) {
     std::optional<vexil::detail::LiteralRefresh> literal;
     if (_isLiteral) {
@@ -180,7 +180,7 @@ class World : public std::enable_shared_from_this<World<Collection>> {
     show(*collection->root(), 0);
   }
 
-  /// One of all the items that were ever told of, which may have left the tree.
+  /// One of the items that ever stood in a notice. It may have left the tree.
   [[nodiscard]] ItemPointer known(std::size_t which) const {
     const auto found = std::ranges::find(_names, which % (_names.size() + 1),
                                          [](const auto& named) { return named.second; });
@@ -194,10 +194,8 @@ class World : public std::enable_shared_from_this<World<Collection>> {
  private:
   void tell(const std::string& line) { told += line + "\n"; }
 
-  void hear(const platform::ChangeRecord& change) {
-    tell("children " + std::to_string(static_cast<int>(change.kind)) +
-         (change.indexes ? change.indexes->description() : "") + textOf(change.oldValue) +
-         textOf(change.newValue));
+  void hear(const char* key, const platform::ChangeRecord& change) {
+    tell(test::describe(key, change, [this](const Value& value) { return textOf(value); }));
     if (auto action = std::exchange(meanwhile, nullptr)) {
       action(*this);
     }
@@ -241,11 +239,11 @@ class World : public std::enable_shared_from_this<World<Collection>> {
 
   const Records& _records;
   bool _isLiteral;
-  std::map<ItemPointer, std::size_t> _names;  // which keeps them, so that no two get one address
+  std::map<ItemPointer, std::size_t> _names;  // holds the items, so that no address comes again
   std::vector<platform::Observation> _observations;
 };
 
-/// Something that a host does to the tree behind its collection's back: to the children of the
+/// Something that a host does to the tree without telling the collection: to the children of the
 /// root, or of one of its rows.
 template <class Collection>
 std::function<void(World<Collection>&)> meddling(Choices& choices, Records& records) {

@@ -23,26 +23,24 @@ using platform::InvalidArgument;
 using platform::NetService;
 using platform::Value;
 using test::ItemPointer;
+using test::Lines;
 using test::outline;
-using test::Recorder;
+using test::service;
+using test::ServicePointer;
+using test::TreeRecorder;
 
 using Collection = KRAVTWVServicesVexil;
-using ServicePointer = std::shared_ptr<NetService>;
 using Services = KRAVTWVNetServiceArray;
-
-ServicePointer service(const char* name, const char* domain, const char* type = "_t.") {
-  return std::make_shared<NetService>(name, type, domain);
-}
 
 struct ServicesInABurst : ::testing::Test {
   ServicesInABurst() { recorder->watch(root); }
 
   /// What adding and removing announced since the last call.
-  std::string notices() { return recorder->take(); }
+  Lines notices() { return recorder->take(); }
 
   std::shared_ptr<Collection> collection = std::make_shared<Collection>();
   ItemPointer root = collection->root();
-  std::shared_ptr<Recorder> recorder = Recorder::make();
+  std::shared_ptr<TreeRecorder> recorder = TreeRecorder::make();
   ServicePointer alpha = service("alpha", "local.");
   ServicePointer beta = service("beta", "local.");
   ServicePointer gamma = service("gamma", "Work.");
@@ -51,9 +49,8 @@ struct ServicesInABurst : ::testing::Test {
 TEST_F(ServicesInABurst, AreAddedWithOneRebuild) {
   collection->addServices({beta, gamma, alpha});
   EXPECT_EQ(*collection->sortedServices(), (Services{gamma, alpha, beta}));
-  EXPECT_EQ(notices(),
-            "root children insertion {0-4} new=[local., local.:_t.:alpha, local.:_t.:beta, Work., "
-            "Work.:_t.:gamma]\n");
+  EXPECT_EQ(notices(), Lines{"root children insertion {0-4} new=[local., local.:_t.:alpha, "
+                             "local.:_t.:beta, Work., Work.:_t.:gamma]"});
 }
 
 TEST_F(ServicesInABurst, AreMergedIntoThoseThatAreHeld) {
@@ -61,8 +58,9 @@ TEST_F(ServicesInABurst, AreMergedIntoThoseThatAreHeld) {
   (void)notices();
   collection->addServices({alpha, service("beta", "local."), gamma});
   EXPECT_EQ(*collection->sortedServices(), (Services{gamma, alpha, beta}));
-  EXPECT_EQ(notices(),
-            "root children insertion {1, 3-4} new=[local.:_t.:alpha, Work., Work.:_t.:gamma]\n");
+  EXPECT_EQ(
+      notices(),
+      Lines{"root children insertion {1, 3-4} new=[local.:_t.:alpha, Work., Work.:_t.:gamma]"});
 }
 
 TEST_F(ServicesInABurst, AreRemovedWithOneRebuild) {
@@ -71,7 +69,7 @@ TEST_F(ServicesInABurst, AreRemovedWithOneRebuild) {
   collection->removeServices({service("gamma", "Work."), service("alpha", "local.")});
   EXPECT_EQ(*collection->sortedServices(), Services{beta});
   EXPECT_EQ(notices(),
-            "root children removal {1, 3-4} old=[local.:_t.:alpha, Work., Work.:_t.:gamma]\n");
+            Lines{"root children removal {1, 3-4} old=[local.:_t.:alpha, Work., Work.:_t.:gamma]"});
 }
 
 TEST_F(ServicesInABurst, RebuildNothingWhenNothingChanges) {
@@ -82,7 +80,7 @@ TEST_F(ServicesInABurst, RebuildNothingWhenNothingChanges) {
   collection->addServices({alpha, service("alpha", "local."), alpha});
   collection->removeServices({});
   collection->removeServices({beta, gamma, service("alpha", "local.", "_u.")});
-  EXPECT_EQ(notices(), "");
+  EXPECT_EQ(notices(), Lines{});
   EXPECT_EQ(root->children(), nullptr) << "a rebuild would bring the rows back";
 }
 
@@ -126,7 +124,7 @@ TEST_F(ServicesInABurst, MayBeTheArrayThatIsHeldItself) {
   const auto array = collection->sortedServices();
   (void)notices();
   collection->addServices(*array);
-  EXPECT_EQ(notices(), "");
+  EXPECT_EQ(notices(), Lines{});
   collection->removeServices(*array);
   EXPECT_TRUE(array->empty());
   EXPECT_TRUE(root->children()->empty());
@@ -138,7 +136,7 @@ TEST_F(ServicesInABurst, AreNotAbsentWhenTheyAreAdded) {
   (void)notices();
   EXPECT_THROW(collection->addServices({beta, nullptr, gamma}), InvalidArgument);
   EXPECT_EQ(*collection->sortedServices(), Services{alpha});
-  EXPECT_EQ(notices(), "");
+  EXPECT_EQ(notices(), Lines{});
 }
 
 TEST_F(ServicesInABurst, AreSkippedWhereTheyAreAbsentAndToBeRemoved) {
@@ -162,12 +160,12 @@ TEST_F(ServicesInABurst, WithoutADomainAreHeldWithAllOthersAndThrowUntilTheyAreR
   EXPECT_EQ(*collection->sortedServices(), (Services{lost, alpha, beta}));
   EXPECT_THROW(collection->removeServices({beta}), InvalidArgument);
   EXPECT_EQ(*collection->sortedServices(), (Services{lost, alpha}));
-  EXPECT_EQ(notices(), "");
+  EXPECT_EQ(notices(), Lines{});
   collection->removeServices({lost});
   EXPECT_EQ(outline(root), "root=[local.=local. local.:_t.:alpha=alpha]");
 }
 
-/// A host's service of which another may be an equal: by name alone, whatever the hash of others.
+/// A host's service. It equals others of the same name, even if their hashes differ.
 class NamedService : public NetService {
  public:
   NamedService(Value name, Value type) : NetService(std::move(name), std::move(type), "local.") {}
@@ -215,7 +213,7 @@ TEST_F(ServicesInABurst, AskOnlyServicesOfTheirHash) {
 
 // --- against a model
 
-/// The collection as simply as it can be: it compares each with each, sorts all and rebuilds all.
+/// A plain model of the collection: it compares each with each, sorts all and rebuilds all.
 class Model {
  public:
   void add(const ServicePointer& service) {
@@ -316,8 +314,8 @@ Services anyServices() {
 PROPERTY(AnyServicesInTurn, AreHeldShownAndAnnouncedAsByASimplerCollection, ()) {
   const auto collection = std::make_shared<Collection>();
   Model model;
-  const auto recorder = Recorder::make();
-  const auto recorderOfModel = Recorder::make();
+  const auto recorder = TreeRecorder::make();
+  const auto recorderOfModel = TreeRecorder::make();
   const auto observer = KRAVTWVItemsObserver::init();
   const auto observerOfModel = KRAVTWVItemsObserver::init();
   observer->setDelegate(recorder);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Network services whose own code, or whose observers, get hold of the collection in the middle.
+// Network services with code of the host, and observers, that change the collection meanwhile.
 #include "CollectionTesting.h"
 
 #include <vexil/platform/Error.h>
@@ -23,16 +23,16 @@ using platform::NetService;
 using platform::Object;
 using platform::Value;
 using test::outline;
-using test::Recorder;
+using test::ServicePointer;
+using test::TreeRecorder;
 
 using Collection = KRAVTWVServicesVexil;
-using ServicePointer = std::shared_ptr<NetService>;
 
 struct Refused : std::runtime_error {
   Refused() : std::runtime_error("refused") {}
 };
 
-/// What runs in the middle: once, at a call that is counted.
+/// An action that runs once in the middle of an operation, at a call of a given number.
 struct Plan {
   int callsBefore = 0;
   int calls = 0;
@@ -113,7 +113,7 @@ struct Act {
   std::function<void(Host&)> run;
 };
 
-/// What a host may do to the collection in the middle of an operation of it.
+/// What a host may do to the collection in the middle of one of its operations.
 const std::vector<Act>& acts() {
   static const std::vector<Act> all = {
       {"adds many",
@@ -177,7 +177,7 @@ struct Operation : Act {
   bool asksForHashes;  // in the flat or the grouped shape
 };
 
-/// Operations that ask services. Arguments are references into what the host may let go of.
+/// Operations that call code of services. Their arguments refer to what the host may destroy.
 const std::vector<Operation>& operations() {
   static const std::vector<Operation> all = {
       {{"adds another", [](Host& host) { host.collection->addService(host.another); }}, true},
@@ -211,7 +211,7 @@ const std::vector<Operation>& operations() {
   return all;
 }
 
-/// What a collection shows equals what a new one would show of the same services.
+/// Expects that a collection shows what a new one would show of the same services.
 void expectShownAsBuiltAnew(Collection& collection) {
   if (!collection.root()) {
     collection.setRoot(Collection().root());
@@ -224,7 +224,7 @@ void expectShownAsBuiltAnew(Collection& collection) {
   EXPECT_EQ(outline(collection.root()), outline(fresh.root()));
 }
 
-/// Whether the host's code ran.
+/// Returns whether the host's code ran.
 bool runsInTheMiddle(const Operation& operation, const Act& act, int callsBefore, bool isGrouped,
                      bool inEquality) {
   SCOPED_TRACE(std::string(operation.name) + ", and a service " + act.name + " at call " +
@@ -254,7 +254,7 @@ bool runsInTheMiddle(const Operation& operation, const Act& act, int callsBefore
 
 class ServicesThatInterfere : public ::testing::TestWithParam<std::tuple<Operation, Act>> {
  protected:
-  /// At the first, a middle and the last call, and in both shapes. Whether the host's code ran.
+  /// At the first, a middle and the last call, in both shapes. Returns whether the host's code ran.
   static bool run(bool inEquality) {
     const auto& [operation, act] = GetParam();
     bool hasRun = false;
@@ -288,7 +288,7 @@ INSTANTIATE_TEST_SUITE_P(AnyOperation, ServicesThatInterfere,
 
 TEST(ServicesInForeignHands, MayChangeTheListWhenOneGoes) {
   const auto collection = std::make_shared<Collection>();
-  collection->setRoot(nullptr);  // whose items would hold them
+  collection->setRoot(nullptr);  // its items would hold them
   Plan plan;
   for (const char* name : {"a", "b", "c", "d"}) {
     auto service = std::make_shared<HostService>(name, "local.");
@@ -332,8 +332,8 @@ TEST(ServicesInForeignHands, AreAddedAndRemovedThoughAnObserverLetsGoOfTheCollec
       Host host(isGrouped);
       const auto root = host.collection->root();
       const std::weak_ptr<Collection> watched = host.collection;
-      const auto recorder = Recorder::of(root);
-      recorder->meanwhile = [&] { host.collection.reset(); };
+      const auto recorder = TreeRecorder::of(root);
+      recorder->then = [&] { host.collection.reset(); };
       if (adds) {
         host.collection->addService(std::make_shared<NetService>("f", "_t.", "other."));
       } else {

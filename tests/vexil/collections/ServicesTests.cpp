@@ -19,17 +19,15 @@ using platform::NetService;
 using platform::Value;
 using test::briefly;
 using test::ItemPointer;
+using test::Lines;
 using test::outline;
-using test::Recorder;
+using test::service;
+using test::ServicePointer;
+using test::TreeRecorder;
 
 using Collection = KRAVTWVServicesVexil;
-using ServicePointer = std::shared_ptr<NetService>;
 
 static_assert(std::is_base_of_v<KRAVTWVItemsVexil, Collection>);
-
-ServicePointer service(const char* name, const char* domain, const char* type = "_t.") {
-  return std::make_shared<NetService>(name, type, domain);
-}
 
 /// "local./alpha local./beta".
 std::string held(const Collection& collection) {
@@ -41,7 +39,7 @@ std::string held(const Collection& collection) {
   return text;
 }
 
-/// The rows with their labels alone, groups with what is in them: "Work. gamma local.[alpha]".
+/// The labels of rows, those of a group's children in brackets: "Work. gamma local.[alpha]".
 std::string labels(const KRAVTWVItemArray& rows) {
   std::string text;
   for (const auto& row : rows) {
@@ -78,12 +76,12 @@ struct Services : ::testing::Test {
     add({beta, alpha, gamma});
     (void)recorder->take();
   }
-  std::string notices() { return briefly(recorder->take()); }
+  Lines notices() { return briefly(recorder->take()); }
   [[nodiscard]] std::string shown() const { return labels(*root->children()); }
 
   std::shared_ptr<Collection> collection = std::make_shared<Collection>();
   ItemPointer root = collection->root();
-  std::shared_ptr<Recorder> recorder = Recorder::make();
+  std::shared_ptr<TreeRecorder> recorder = TreeRecorder::make();
   ServicePointer alpha = service("alpha", "local.");
   ServicePointer beta = service("beta", "local.");
   ServicePointer gamma = service("gamma", "Work.");
@@ -117,7 +115,7 @@ TEST_F(Services, AddedTwiceAreThereOnceAndRebuiltOnce) {
   (void)recorder->take();
   collection->addService(alpha);
   collection->addService(service("alpha", "local."));
-  EXPECT_EQ(recorder->take(), "") << "a rebuild would bring the rows back";
+  EXPECT_EQ(recorder->take(), Lines{}) << "a rebuild would bring the rows back";
   EXPECT_EQ(*collection->sortedServices(), KRAVTWVNetServiceArray{alpha});
 }
 
@@ -131,7 +129,7 @@ TEST_F(Services, ThatWereNeverAddedAreRemovedWithoutATrace) {
   addAll();
   collection->removeService(service("alpha", "local.", "_u."));
   collection->removeService(nullptr);
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_EQ(held(*collection), "Work./gamma local./alpha local./beta");
   root->setChildren(nullptr);
   collection->removeService(service("alpha", "elsewhere."));
@@ -142,7 +140,7 @@ TEST_F(Services, AreRemovedByAnEqualOne) {
   addAll();
   collection->removeService(service("alpha", "local."));
   EXPECT_EQ(held(*collection), "Work./gamma local./beta");
-  EXPECT_EQ(notices(), "root children removal {1} old=[local.:_t.:alpha]\n");
+  EXPECT_EQ(notices(), Lines{"root children removal {1} old=[local.:_t.:alpha]"});
 }
 
 TEST_F(Services, RemovalTakesEveryEqualOneAndKeepsTheOrder) {
@@ -165,15 +163,14 @@ TEST_F(Services, ChangeInPlaceAndUnannounced) {
   collection->removeService(alpha);
   EXPECT_EQ(collection->sortedServices(), array);
   EXPECT_EQ(*array, KRAVTWVNetServiceArray{gamma});
-  EXPECT_EQ(notices(),
-            "root children insertion {0-1} new=[local., local.:_t.:alpha]\n"
-            "root children insertion {2-3} new=[Work., Work.:_t.:gamma]\n"
-            "root children removal {0-1} old=[local., local.:_t.:alpha]\n");
+  EXPECT_EQ(notices(), (Lines{"root children insertion {0-1} new=[local., local.:_t.:alpha]",
+                              "root children insertion {2-3} new=[Work., Work.:_t.:gamma]",
+                              "root children removal {0-1} old=[local., local.:_t.:alpha]"}));
 }
 
 TEST_F(Services, AreStoredBeforeTheTreeIsTouched) {
   std::string seen;
-  recorder->meanwhile = [&] { seen += held(*collection) + "; "; };
+  recorder->then = [&] { seen += held(*collection) + "; "; };
   add({alpha, beta});
   collection->removeService(alpha);
   EXPECT_EQ(seen, "local./alpha; local./alpha local./beta; local./beta; ");
@@ -193,7 +190,7 @@ TEST_F(Services, GivenByAReferenceIntoTheArrayItselfAreRemoved) {
 }
 
 TEST_F(Services, HeldByTheArrayAloneAreRemovedByAReferenceIntoIt) {
-  collection->setRoot(nullptr);  // whose items would hold them too
+  collection->setRoot(nullptr);  // its items would hold them, too
   add({service("a", "d."), service("b", "d."), service("c", "d."), service("d", "d.")});
   auto& array = *collection->sortedServices();
   const std::weak_ptr<NetService> first = array[0];
@@ -256,7 +253,7 @@ TEST_F(Services, WithinADomainStandAsTheyAreHeldInBothShapes) {
 TEST_F(Services, FlatTakeTheHeaderAwayWithTheLastOfADomain) {
   addAll();
   collection->removeService(gamma);
-  EXPECT_EQ(notices(), "root children removal {3-4} old=[Work., Work.:_t.:gamma]\n");
+  EXPECT_EQ(notices(), Lines{"root children removal {3-4} old=[Work., Work.:_t.:gamma]"});
   collection->removeService(alpha);
   EXPECT_EQ(shown(), "local. beta");
 }
@@ -294,7 +291,7 @@ TEST_F(Services, GroupedTakeTheGroupAwayWithTheLastOfADomain) {
   collection->setGroupByDomain(true);
   addAll();
   collection->removeService(gamma);
-  EXPECT_EQ(notices(), "root children removal {0} old=[Work.]\n");
+  EXPECT_EQ(notices(), Lines{"root children removal {0} old=[Work.]"});
   EXPECT_EQ(shown(), "local.[alpha beta]");
 }
 
@@ -305,11 +302,9 @@ TEST_F(Services, GroupedKeepTheItemsThatStay) {
   const auto row = group->childAtIndex(0);
   recorder->watch(group);
   add({alpha});
-  EXPECT_EQ(notices(),
-            "groupByDomain\n"
-            "root children insertion {0} new=[local.]\n"
-            "local. children insertion {0} new=[local.:_t.:alpha]\n"
-            "root children replacement {0} old=[local.] new=[local.]\n");
+  EXPECT_EQ(notices(), (Lines{"groupByDomain", "root children insertion {0} new=[local.]",
+                              "local. children insertion {0} new=[local.:_t.:alpha]",
+                              "root children replacement {0} old=[local.] new=[local.]"}));
   EXPECT_EQ(root->childAtIndex(0), group);
   EXPECT_EQ(group->childAtIndex(1), row);
 }
@@ -320,7 +315,8 @@ TEST_F(Services, TakeANewShapeWithTheNextRebuild) {
   addAll();
   const auto rows = *root->children();
   collection->setGroupByDomain(true);
-  EXPECT_EQ(recorder->take(), "KRAVTWVServicesVexil groupByDomain setting old=false new=true\n");
+  EXPECT_EQ(recorder->take(),
+            Lines{"KRAVTWVServicesVexil groupByDomain setting old=false new=true"});
   EXPECT_EQ(*root->children(), rows);
   collection->addService(alpha);
   EXPECT_EQ(*root->children(), rows) << "nothing was added";
@@ -355,7 +351,7 @@ TEST_F(Services, AreReadAndSetByKey) {
   EXPECT_EQ(*collection->sortedServices(), (KRAVTWVNetServiceArray{beta, gamma}));
   collection->setValueForKey(1, "groupByDomain");
   EXPECT_TRUE(collection->groupByDomain());
-  EXPECT_EQ(notices(), "sortedServices\ngroupByDomain\n");
+  EXPECT_EQ(notices(), (Lines{"sortedServices", "groupByDomain"}));
   EXPECT_EQ(shown(), "local. alpha beta Work. gamma") << "the tree stays";
   collection->setValueForKey({}, "sortedServices");
   EXPECT_EQ(collection->sortedServices(), nullptr);
@@ -379,14 +375,14 @@ TEST_F(Services, AreNotSetToAnythingElseByKey) {
   for (const Value& other : {Value("true"), Value::null(), Value(), Value::array({})}) {
     EXPECT_THROW(collection->setValueForKey(other, "groupByDomain"), InvalidArgument);
   }
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_EQ(held(*collection), "Work./gamma local./alpha local./beta");
 }
 
 TEST_F(Services, OfAHostsArrayAreChangedInThatArray) {
   const auto array = std::make_shared<KRAVTWVNetServiceArray>();
   collection->setSortedServices(array);
-  EXPECT_EQ(notices(), "sortedServices\n");
+  EXPECT_EQ(notices(), Lines{"sortedServices"});
   add({alpha});
   EXPECT_EQ(*array, KRAVTWVNetServiceArray{alpha});
 }
@@ -396,7 +392,7 @@ TEST_F(Services, OfAHostsArrayAreChangedInThatArray) {
 TEST_F(Services, AreNotAbsent) {
   EXPECT_THROW(collection->addService(nullptr), InvalidArgument);
   EXPECT_TRUE(collection->sortedServices()->empty());
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
 }
 
 TEST_F(Services, WithoutAnArrayShowNothingAndBeginANewOneWithTheNext) {
@@ -404,12 +400,12 @@ TEST_F(Services, WithoutAnArrayShowNothingAndBeginANewOneWithTheNext) {
   collection->setSortedServices(nullptr);
   (void)recorder->take();
   collection->removeService(alpha);
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   collection->updateItemsForServices();
   EXPECT_EQ(shown(), "");
   (void)recorder->take();
   collection->addService(beta);
-  EXPECT_EQ(notices(), "root children insertion {0-1} new=[local., local.:_t.:beta]\n");
+  EXPECT_EQ(notices(), Lines{"root children insertion {0-1} new=[local., local.:_t.:beta]"});
   EXPECT_EQ(held(*collection), "local./beta");
 }
 
@@ -422,7 +418,7 @@ TEST_F(Services, WithoutADomainAreHeldAndRaiseUntilTheyAreRemoved) {
     EXPECT_EQ(collection->sortedServices()->front(), lost) << "the value that sorts first";
     EXPECT_THROW(collection->updateItemsForServices(), InvalidArgument);
     EXPECT_THROW(collection->addService(service("delta", "local.")), InvalidArgument);
-    EXPECT_EQ(recorder->take(), "");
+    EXPECT_EQ(recorder->take(), Lines{});
     collection->removeService(lost);
     collection->removeService(service("delta", "local."));
     EXPECT_EQ(shown(), "local. alpha beta Work. gamma");
@@ -462,25 +458,25 @@ TEST_F(Services, KeepTheirRoot) {
 
 TEST_F(Services, AnObserverThatRaisesLeavesTheServiceHeld) {
   addAll();
-  recorder->meanwhile = [] { throw std::runtime_error("refused"); };
+  recorder->then = [] { throw std::runtime_error("refused"); };
   EXPECT_THROW(collection->removeService(alpha), std::runtime_error);
   EXPECT_EQ(held(*collection), "Work./gamma local./beta");
   EXPECT_THROW(collection->addService(service("delta", "local.")), std::runtime_error);
-  recorder->meanwhile = nullptr;
+  recorder->then = nullptr;
   EXPECT_EQ(held(*collection), "Work./gamma local./beta local./delta");
   collection->updateItemsForServices();
   EXPECT_EQ(shown(), "local. beta delta Work. gamma");
 }
 
 TEST_F(Services, AnObserverThatRaisesAtTheShapeLeavesItSet) {
-  recorder->meanwhile = [] { throw std::runtime_error("refused"); };
+  recorder->then = [] { throw std::runtime_error("refused"); };
   EXPECT_THROW(collection->setGroupByDomain(true), std::runtime_error);
   EXPECT_TRUE(collection->groupByDomain());
 }
 
 TEST_F(Services, AddedByAnObserverOfTheTreeAreShownAndEndTheOuterMerge) {
-  recorder->meanwhile = [&] {
-    recorder->meanwhile = nullptr;
+  recorder->then = [&] {
+    recorder->then = nullptr;
     collection->addService(gamma);
   };
   EXPECT_THROW(collection->addService(alpha), platform::RangeError);

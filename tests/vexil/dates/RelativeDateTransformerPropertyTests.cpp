@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A text holds until the instant that is told and not beyond, whoever and wherever the user is.
+// A text is right until the instant that the transformer tells, and not longer, for every user.
 #include <gtest/gtest.h>
 #include <vexil/KRAVTWVRelativeDateTransformer.h>
 #include <vexil/platform/Clock.h>
@@ -87,7 +87,7 @@ PROPERTY(AnyRelativeDate, HasOneTextUntilTheInstantThatIsToldAndThenAnother, ())
   for (int step = 0; step < 50; ++step) {
     RC_ASSERT(textAt(dates, now + (end - now.seconds) * step / 50, date) == text);
   }
-  // Where something could happen: about the date's own day.
+  // Something can happen only near the date's own day.
   for (double before = -2 * kDay; before < 2 * kDay; before += kDay / 12) {
     const Date between = date + before;
     if (between.seconds >= now.seconds && between.seconds < end) {

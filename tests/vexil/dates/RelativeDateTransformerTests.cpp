@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Dates of today, of tomorrow and of other days, by a clock that stands. The texts of dates and
-// times are those of ICU itself.
+// Dates of today, of tomorrow and of other days, with a clock that does not run. ICU itself makes
+// the expected texts of dates and times.
 #include <gtest/gtest.h>
 #include <ternwood/Ternwood.h>
 #include <unicode/simpletz.h>
@@ -423,7 +423,7 @@ TEST_F(RelativeDate, AnnouncesThatItsFormatterIsSetAndNoTransformation) {
 
 // --- subclasses
 
-/// Knows one day more, and calls all dates of it by the time alone.
+/// Knows one more day, yesterday, and shows only the time of its dates.
 class WithYesterday : public Transformer {
  public:
   [[nodiscard]] std::int32_t relativeDaysAway(Date date) const override {
@@ -477,7 +477,7 @@ TEST_F(RelativeDateUntil, ItsDayIsTomorrowThenTodayThenPast) {
   EXPECT_EQ(untilAt(at(2036, 3, 7), date), std::nullopt);
 }
 
-/// Universal time, which counts how often it is asked how far it is ahead of itself.
+/// The zone of universal time. It counts how often it is asked for its offset.
 class CountingZone : public icu::SimpleTimeZone {
  public:
   CountingZone() : SimpleTimeZone(0, "Counting") {}

@@ -16,7 +16,7 @@
 
 namespace test {
 
-/// What a host's code does, once, when its turn comes: at the `skipped + 1`st call.
+/// What a host's code does once: at call number `skipped + 1`.
 class Turn {
  public:
   void does(std::function<void()> action, int skipped = 0) {
@@ -35,7 +35,8 @@ class Turn {
   int _skipped = 0;
 };
 
-/// Part of a record. Equals all of its class, and has its turn when it is asked.
+/// Part of a record. It equals all of its class. Its turn comes when it is asked for that or a
+/// hash.
 class Guest : public vexil::platform::Object {
  public:
   explicit Guest(Turn& asked) : _asked(asked) {}
@@ -76,8 +77,8 @@ class ForeignCode : public testing::Test {
     return item;
   }
 
-  /// Performs what may throw that something is out of range by now, and nothing else. Whether the
-  /// host's code had its turn.
+  /// Performs an operation that may throw `RangeError` and nothing else. Returns whether the host's
+  /// code had its turn.
   template <class Operation>
   bool hasItsTurnIn(const Operation& operation) {
     try {
@@ -89,7 +90,7 @@ class ForeignCode : public testing::Test {
     return hasCome;
   }
 
-  /// Calls `round` with 0, 1 and so on, the calls to skip, until the host's code has no turn there.
+  /// Calls `round` with the number of calls to skip, 0, 1 and so on, until it returns false.
   template <class Round>
   static void atEveryCall(const Round& round) {
     int skipped = 0;
@@ -97,10 +98,6 @@ class ForeignCode : public testing::Test {
       ++skipped;
     }
     EXPECT_GT(skipped, 0) << "the host's code never ran";
-  }
-
-  static std::shared_ptr<KRAVTWVItemArray> arrayOf(KRAVTWVItemArray items) {
-    return std::make_shared<KRAVTWVItemArray>(std::move(items));
   }
 
   Turn turn;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Equality and hashes of objects, and observers, change what an operation is at work on. All of
-// this is about memory as well: it is run under the address sanitizer.
+// Equality and hashes of objects, and observers, change what an operation works on. The address
+// sanitizer checks that the operation uses no memory that is gone.
 #include "ForeignCodeTesting.h"
 
 #include <gtest/gtest.h>
@@ -26,6 +26,7 @@ using test::identifiers;
 using test::ItemPointer;
 using test::plainItem;
 using test::records;
+using test::TreeRecorder;
 using test::Turn;
 
 // --- equality in the middle of a refresh
@@ -34,7 +35,7 @@ enum class Meddling { removes, setsOthers, setsNone, refreshes, adds };
 
 class ForeignEquality : public ForeignCode, public testing::WithParamInterface<Meddling> {
  protected:
-  /// What the guest does to the collection whose item it is part of.
+  /// What the guest does to the collection that holds it.
   void meddle(KRAVTWVItemsVexil& items) {
     const ItemPointer root = items.root();
     switch (GetParam()) {
@@ -44,13 +45,13 @@ class ForeignEquality : public ForeignCode, public testing::WithParamInterface<M
         }
         break;
       case Meddling::setsOthers:
-        root->setChildren(arrayOf({plainItem("other")}));
+        root->setChildren(test::items({plainItem("other")}));
         break;
       case Meddling::setsNone:
         root->setChildren(nullptr);
         break;
       case Meddling::refreshes:
-        items.replaceRootChildren(arrayOf({plainItem("2"), plainItem("9")}));
+        items.replaceRootChildren(test::items({plainItem("2"), plainItem("9")}));
         break;
       case Meddling::adds:
         for (int i = 100; i < 200; ++i) {
@@ -152,7 +153,7 @@ TEST_P(ForeignEqualityInAStore, MayChangeTheEventsOfARow) {
             if (GetParam() == Meddling::setsNone) {
               row->setChildren(nullptr);
             } else if (GetParam() == Meddling::setsOthers) {
-              row->setChildren(arrayOf({plainItem("other")}));
+              row->setChildren(test::items({plainItem("other")}));
             } else {
               row->children()->clear();
               row->children()->shrink_to_fit();
@@ -166,8 +167,9 @@ TEST_P(ForeignEqualityInAStore, MayChangeTheEventsOfARow) {
 
 TEST_P(ForeignEquality, MayChangeTheItemsThatAreMerged) {
   const auto items = [&](const char* last) {
-    return arrayOf({visitedItem("1", {visitedItem("1.1"), visitedItem("1.2")}), visitedItem("2"),
-                    visitedItem("3", {visitedItem("3.1"), visitedItem(last)}), visitedItem(last)});
+    return test::items({visitedItem("1", {visitedItem("1.1"), visitedItem("1.2")}),
+                        visitedItem("2"), visitedItem("3", {visitedItem("3.1"), visitedItem(last)}),
+                        visitedItem(last)});
   };
   for (const char* last : {"4", "5"}) {
     atEveryCall([&](int skipped) {
@@ -181,8 +183,8 @@ TEST_P(ForeignEquality, MayChangeTheItemsThatAreMerged) {
 
 TEST_P(ForeignEquality, MayChangeTheFreshItems) {
   const auto items = [&](const char* last) {
-    return arrayOf({visitedItem("1", {visitedItem("1.1"), visitedItem("1.2")}), visitedItem("2"),
-                    visitedItem("3"), visitedItem(last)});
+    return test::items({visitedItem("1", {visitedItem("1.1"), visitedItem("1.2")}),
+                        visitedItem("2"), visitedItem("3"), visitedItem(last)});
   };
   atEveryCall([&](int skipped) {
     const auto root = plainItem("root");
@@ -261,7 +263,7 @@ TEST_F(ForeignCode, MayChangeTheChildrenToWhichOneIsAdded) {
                              visitedItem("4")};
       turn.does(
           [&] {
-            byAnotherArray ? parent->setChildren(arrayOf({plainItem("other")}))
+            byAnotherArray ? parent->setChildren(test::items({plainItem("other")}))
                            : parent->children()->clear();
           },
           skipped);
@@ -332,9 +334,9 @@ TEST_F(ForeignCode, ThatThrowsWhenItHearsOfAParentCostsNoChild) {
   const auto parent = plainItem("parent");
   *parent->children() = {plainItem("1"), plainItem("2")};
   const auto added = plainItem("1");
-  const auto recorder = test::Recorder::make();
+  const auto recorder = TreeRecorder::make();
   recorder->watch(added, "parent");
-  recorder->meanwhile = [] { throw std::runtime_error("refused"); };
+  recorder->then = [] { throw std::runtime_error("refused"); };
   EXPECT_THROW(parent->addChildren({added, plainItem("3")}), std::runtime_error);
   EXPECT_EQ(identifiers(*parent->children()), "[1, 2]");
 }

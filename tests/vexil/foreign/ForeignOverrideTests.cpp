@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Getters and identifiers that a host's kind overrides change what an operation is at work on.
+// Getters and identifiers that a host's kind overrides change what an operation works on.
 #include "ForeignCodeTesting.h"
 
 #include <gtest/gtest.h>
@@ -22,7 +22,9 @@ using platform::Value;
 using test::ForeignCode;
 using test::identifiers;
 using test::ItemPointer;
+using test::Lines;
 using test::plainItem;
+using test::TreeRecorder;
 using test::Turn;
 
 // --- getters of dependent keys
@@ -48,22 +50,23 @@ class ForeignGetter : public ForeignCode {
     item->asked = &turn;
   }
   std::shared_ptr<Fidgety> item = Fidgety::itemWithRepresentedObject("item");
-  test::Notices notices{item, {"children", "isExpandable"}};
+  const std::shared_ptr<TreeRecorder> notices =
+      TreeRecorder::of(item, {"children", "isExpandable"});
 };
 
 TEST_F(ForeignGetter, ThatRemovesChildrenMakesARemovalARangeErrorWithNothingAnnounced) {
   turn.does([&] { item->children()->resize(2); });
   EXPECT_THROW(item->removeChildrenAtIndexes({1, 3}), RangeError);
   EXPECT_EQ(identifiers(*item->children()), "[1, 2]");
-  EXPECT_EQ(notices.take(), std::vector<std::string>{});
+  EXPECT_EQ(notices->take(), Lines{});
 }
 
 TEST_F(ForeignGetter, ThatSetsOtherChildrenMakesARemovalARangeErrorWithNothingAnnouncedAsDone) {
   turn.does([&] { item->setChildren(nullptr); });
   EXPECT_THROW(item->removeChildrenAtIndexes({1, 3}), RangeError);
   EXPECT_EQ(item->children(), nullptr);
-  for (const std::string& notice : notices.take()) {
-    EXPECT_FALSE(notice.starts_with("children removal")) << notice;
+  for (const std::string& notice : notices->take()) {
+    EXPECT_FALSE(notice.starts_with("item children removal")) << notice;
   }
 }
 
@@ -76,28 +79,28 @@ TEST_F(ForeignGetter, ThatChangesThePositionsHandedInChangesNothingOfTheRemoval)
 
 TEST_F(ForeignGetter, ThatRemovesChildrenMakesAnInsertionARangeErrorWithNothingAnnounced) {
   turn.does([&] { item->children()->clear(); });
-  EXPECT_THROW(item->replaceChildren(arrayOf({plainItem("1"), plainItem("2"), plainItem("3"),
-                                              plainItem("4"), plainItem("5")})),
+  EXPECT_THROW(item->replaceChildren(test::items({plainItem("1"), plainItem("2"), plainItem("3"),
+                                                  plainItem("4"), plainItem("5")})),
                RangeError);
   EXPECT_EQ(identifiers(*item->children()), "[]");
-  EXPECT_EQ(notices.take(), std::vector<std::string>{});
+  EXPECT_EQ(notices->take(), Lines{});
 }
 
 TEST_F(ForeignGetter, ThatTakesTheFreshItemsMakesAnInsertionARangeErrorWithNothingAnnounced) {
-  const auto fresh = arrayOf({plainItem("1"), plainItem("2"), plainItem("3"), plainItem("4"),
-                              plainItem("5"), plainItem("6")});
+  const auto fresh = test::items({plainItem("1"), plainItem("2"), plainItem("3"), plainItem("4"),
+                                  plainItem("5"), plainItem("6")});
   turn.does([&] { fresh->resize(5); });
   EXPECT_THROW(item->replaceChildren(fresh), RangeError);
   EXPECT_EQ(identifiers(*item->children()), "[1, 2, 3, 4]");
-  EXPECT_EQ(notices.take(), std::vector<std::string>{});
+  EXPECT_EQ(notices->take(), Lines{});
 }
 
 TEST_F(ForeignGetter, ThatRemovesChildrenMakesAReplacementARangeError) {
-  const auto fresh = arrayOf({plainItem("1"), plainItem("2"), plainItem("3"), plainItem("4")});
+  const auto fresh = test::items({plainItem("1"), plainItem("2"), plainItem("3"), plainItem("4")});
   (*fresh)[3]->setRepresentedObject("changed");
   turn.does([&] { item->children()->clear(); });
   EXPECT_THROW(item->replaceChildren(fresh), RangeError);
-  EXPECT_EQ(notices.take(), std::vector<std::string>{});
+  EXPECT_EQ(notices->take(), Lines{});
 }
 
 // --- identifiers
@@ -123,9 +126,9 @@ class ForeignIdentifier : public ForeignCode {
     item->asked = &turn;
     return item;
   }
-  /// What the code does to the root that is at work, and to the fresh items.
+  /// What the host's code does to the root of the operation, and to the fresh items.
   std::vector<std::function<void()>> meddlings() {
-    return {[this] { root->setChildren(arrayOf({plainItem("other")})); },
+    return {[this] { root->setChildren(test::items({plainItem("other")})); },
             [this] { root->children()->clear(); },
             [this] {
               fresh->clear();
@@ -137,10 +140,10 @@ class ForeignIdentifier : public ForeignCode {
     root = secretive("root");
     *root->children() = {secretive("1"), secretive("2"), secretive("3")};
     *root->childAtIndex(2)->children() = {secretive("a"), secretive("b")};
-    fresh = arrayOf({secretive("1"), secretive("3"), secretive("4")});
+    fresh = test::items({secretive("1"), secretive("3"), secretive("4")});
   }
   std::shared_ptr<Secretive> root = secretive("root");
-  std::shared_ptr<KRAVTWVItemArray> fresh = arrayOf({});
+  std::shared_ptr<KRAVTWVItemArray> fresh = test::items({});
 };
 
 TEST_F(ForeignIdentifier, MayChangeTheChildrenThatAreMerged) {
@@ -180,7 +183,7 @@ TEST_F(ForeignIdentifier, MayLetGoOfTheItemThatIsDescribed) {
   EXPECT_NE(root->description().find("{ root, "), std::string::npos);
 }
 
-/// Says something else each time it is asked for its hash.
+/// Returns another hash each time.
 class Fickle : public platform::Object {
  public:
   [[nodiscard]] std::size_t hash() const override { return ++_asked; }
@@ -201,11 +204,11 @@ TEST_F(ForeignIdentifier, MayBeAnObjectThatHashesOtherwiseEachTime) {
   const auto parent = plainItem("parent");
   *parent->children() = items();
   const KRAVTWVItemArray others = items();
-  parent->replaceChildren(arrayOf(others));
+  parent->replaceChildren(test::items(others));
   EXPECT_EQ(*parent->children(), others);
 }
 
-/// Lets go of itself when its class is asked what its group test depends on.
+/// Lets go of itself when its class is asked what "isGroup" depends on.
 class Fleeting : public KRAVTWVKind<Fleeting, KRAVTWVItemVexil> {
  public:
   using KRAVTWVKind::KRAVTWVKind;
@@ -221,7 +224,7 @@ class Fleeting : public KRAVTWVKind<Fleeting, KRAVTWVItemVexil> {
 TEST_F(ForeignGetter, OfAClassThatLetsGoOfTheItemLeavesItsSettersWhole) {
   const auto set = [](const auto& change) {
     auto item = Fleeting::itemWithRepresentedObject("item");
-    const test::Notices heard(item, {"isGroup"});
+    const auto heard = TreeRecorder::of(item, {"isGroup"});
     item->held = &item;
     change(*item);
     EXPECT_EQ(item, nullptr);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Trees so deep that whatever recursed with them would overflow its stack.
+// Trees so deep that code that recursed would overflow its stack.
 #include "tests/support/SmallStack.h"
 #include "tests/vexil/ItemTesting.h"
 
@@ -12,24 +12,21 @@ namespace {
 using platform::Value;
 using test::deepNesting;
 using test::ItemPointer;
+using test::items;
+using test::plainItemWith;
 using test::runOnSmallStack;
 
 // n - n - n - ... , `deepNesting` items, the last of which represents `leaf`
 struct Chain {
   explicit Chain(const Value& leaf = 0) {
-    root = link(deepNesting == 1 ? leaf : Value("n"));
+    root = plainItemWith("n", deepNesting == 1 ? leaf : Value("n"));
     ItemPointer last = root;
     for (std::size_t i = 1; i < deepNesting; ++i) {
-      const auto next = link(i + 1 == deepNesting ? leaf : Value("n"));
+      const auto next = plainItemWith("n", i + 1 == deepNesting ? leaf : Value("n"));
       last->addChild(next);
       last = next;
     }
     deepest = last;
-  }
-  static ItemPointer link(const Value& represented) {
-    auto item = KRAVTWVItemVexil::itemWithRepresentedObject(represented);
-    item->setUniqueID("n");
-    return item;
   }
   ItemPointer root;
   std::weak_ptr<KRAVTWVItemVexil> deepest;
@@ -73,11 +70,11 @@ TEST(DeepItem, IsDestroyedWhenItsParentIsGivenOtherChildren) {
 
 TEST(DeepItem, IsBuiltFromTheLeafUp) {
   runOnSmallStack([] {
-    ItemPointer item = Chain::link("leaf");
+    ItemPointer item = plainItemWith("n", "leaf");
     const auto leaf = item;
     for (std::size_t i = 1; i < deepNesting; ++i) {
-      auto parent = Chain::link("n");
-      parent->setChildren(std::make_shared<KRAVTWVItemArray>(KRAVTWVItemArray{item}));
+      auto parent = plainItemWith("n", "n");
+      parent->setChildren(items({item}));
       item = std::move(parent);
     }
     EXPECT_EQ(item->recursiveChildren().front(), leaf);
@@ -146,7 +143,7 @@ TEST(DeepItem, IsFoundByItsPath) {
   });
 }
 
-// On the stack of the program itself, which a run with a limit makes small.
+// On the stack of the main thread. A run with a limit makes it small.
 TEST(DeepItemOnTheMainThread, LivesItsWholeLife) {
   Chain chain;
   const Chain same;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every property is read and set on several threads at once. What is wrong shows as a report of the
-// thread sanitizer, or as a value that nobody set.
+// Every property is read and set on several threads at once. A fault shows as a report of the
+// thread sanitizer, or as a value that no thread has set.
 #include "tests/vexil/ItemTesting.h"
 
 #include <gtest/gtest.h>
@@ -15,6 +15,7 @@ namespace platform = vexil::platform;
 namespace {
 
 using platform::Value;
+using test::items;
 using test::plainItem;
 
 constexpr int rounds = 2000;
@@ -107,7 +108,7 @@ TEST(ItemAtomicity, OfTheParent) {
 TEST(ItemAtomicity, OfTheChildrenAndWhatFollowsFromThem) {
   const auto item = plainItem("item");
   const auto none = std::make_shared<KRAVTWVItemArray>();
-  const auto one = std::make_shared<KRAVTWVItemArray>(KRAVTWVItemArray{plainItem("child")});
+  const auto one = items({plainItem("child")});
   std::atomic<int> wrong{0};
   atOnce({
       [&](int) { item->setChildren(none); },

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Adding and removing children, access by position, and the walk over all descendants.
 #include "tests/support/Property.h"
-#include "tests/vexil/ItemTesting.h"
+#include "tests/support/TreeRecorder.h"
 
 #include <gtest/gtest.h>
 #include <vexil/platform/Error.h>
@@ -17,9 +17,10 @@ using platform::IndexSet;
 using platform::Value;
 using test::identifiers;
 using test::ItemPointer;
+using test::items;
 using test::Lines;
-using test::Notices;
 using test::plainItem;
+using test::TreeRecorder;
 
 // --- adding one
 
@@ -44,8 +45,7 @@ TEST(AddChild, AgainMovesItToTheEnd) {
 
 TEST(AddChild, RemovesEveryChildThatEqualsIt) {
   const auto root = plainItem("root");
-  root->setChildren(std::make_shared<KRAVTWVItemArray>(
-      KRAVTWVItemArray{plainItem("a"), plainItem("b"), plainItem("a")}));
+  root->setChildren(items({plainItem("a"), plainItem("b"), plainItem("a")}));
   const auto fresh = plainItem("a");
   root->addChild(fresh);
   EXPECT_EQ(identifiers(*root->children()), "[b, a]");
@@ -113,20 +113,20 @@ TEST(AddChild, LeavesTheParentOfAChildThatGivesWayAlone) {
 TEST(AddChild, AnnouncesNothingAboutChildren) {
   const auto root = plainItem("root", {plainItem("a")});
   const auto b = plainItem("b");
-  Notices notices(root, {"children", "isGroup", "isExpandable"});
+  const auto notices = TreeRecorder::of(root, {"children", "isGroup", "isExpandable"});
   root->addChild(b);
   root->addChild(b);
   root->addChildren({plainItem("c"), plainItem("a")});
-  EXPECT_EQ(notices.take(), Lines{});
+  EXPECT_EQ(notices->take(), Lines{});
   EXPECT_EQ(identifiers(*root->children()), "[b, c, a]");
 }
 
 TEST(AddChild, AnnouncesTheNewParentToWhoeverWatchesTheChild) {
   const auto root = plainItem("root");
   const auto child = plainItem("child");
-  Notices notices(child, {"parent"});
+  const auto notices = TreeRecorder::of(child, {"parent"});
   root->addChild(child);
-  EXPECT_EQ(notices.take(), Lines{"parent setting old=null new=root"});
+  EXPECT_EQ(notices->take(), Lines{"child parent setting old=<null> new=root"});
 }
 
 TEST(AddChild, SetsTheParentAfterRemovingEqualsAndBeforeAppending) {
@@ -207,14 +207,14 @@ TEST(AddChildren, AsksOnlyTheItemsThatCanBeEqual) {
   root->addChildren(twice);
   EXPECT_EQ(root->children()->size(), count);
   EXPECT_EQ(asked, count);
-  // The same again: each gives way to itself, which need not be asked.
+  // The same again: each replaces itself, and nothing asks it whether it equals itself.
   const KRAVTWVItemArray same = *root->children();
   root->addChildren(same);
   EXPECT_EQ(*root->children(), same);
   EXPECT_EQ(asked, count);
 }
 
-/// Items of a few classes and contents, so that many are equal, some in one direction only.
+/// Items of a few classes and contents. Many are equal, some of them in one direction only.
 ItemPointer anyItem() {
   const Value object = *rc::gen::element(Value(), Value("x"), Value("y"), Value(1), Value(1.0));
   ItemPointer item;
@@ -241,7 +241,7 @@ KRAVTWVItemArray anyItemsOf(const KRAVTWVItemArray& pool) {
   return *rc::gen::container<KRAVTWVItemArray>(rc::gen::elementOf(pool));
 }
 
-/// The rule itself: what equals the child goes, the child is appended.
+/// The rule itself: removes what equals the child, then appends the child.
 void addNaively(KRAVTWVItemArray& children, const ItemPointer& child) {
   KRAVTWVItemArray kept;
   for (const auto& element : children) {
@@ -262,8 +262,8 @@ PROPERTY(AddChildrenProperty, IsAddChildForEach, ()) {
   const KRAVTWVItemArray added = anyItemsOf(pool);
   const auto atOnce = plainItem("root");
   const auto oneByOne = plainItem("root");
-  atOnce->setChildren(std::make_shared<KRAVTWVItemArray>(before));  // may hold equal ones
-  oneByOne->setChildren(std::make_shared<KRAVTWVItemArray>(before));
+  atOnce->setChildren(items(before));  // may hold equal ones
+  oneByOne->setChildren(items(before));
   KRAVTWVItemArray naive = before;
 
   for (const auto& child : added) {
@@ -282,25 +282,25 @@ PROPERTY(AddChildrenProperty, IsAddChildForEach, ()) {
 TEST(RemoveChildren, TakesThoseAtThePositionsAndAnnouncesARemoval) {
   const auto root =
       plainItem("root", {plainItem("a"), plainItem("b"), plainItem("c"), plainItem("d")});
-  Notices notices(root, {"children", "isGroup", "isExpandable"});
+  const auto notices = TreeRecorder::of(root, {"children", "isGroup", "isExpandable"});
   root->removeChildrenAtIndexes({0, 2, 3});
   EXPECT_EQ(identifiers(*root->children()), "[b]");
   root->removeChildrenAtIndexes({0});
-  EXPECT_EQ(notices.take(), (Lines{
-                                "children removal {0, 2-3} old=[a, c, d]",
-                                "isGroup setting old=true new=true",
-                                "isExpandable setting old=true new=true",
-                                "children removal {0} old=[b]",
-                                "isGroup setting old=true new=false",
-                                "isExpandable setting old=true new=false",
-                            }));
+  EXPECT_EQ(notices->take(), (Lines{
+                                 "root children removal {0, 2-3} old=[a, c, d]",
+                                 "root isGroup setting old=true new=true",
+                                 "root isExpandable setting old=true new=true",
+                                 "root children removal {0} old=[b]",
+                                 "root isGroup setting old=true new=false",
+                                 "root isExpandable setting old=true new=false",
+                             }));
 }
 
 TEST(RemoveChildren, AtNoPositionsAnnouncesNothing) {
   const auto root = plainItem("root", {plainItem("a")});
-  Notices notices(root, {"children", "isGroup", "isExpandable"});
+  const auto notices = TreeRecorder::of(root, {"children", "isGroup", "isExpandable"});
   root->removeChildrenAtIndexes({});
-  EXPECT_EQ(notices.take(), Lines{});
+  EXPECT_EQ(notices->take(), Lines{});
   EXPECT_EQ(identifiers(*root->children()), "[a]");
 }
 
@@ -314,10 +314,10 @@ TEST(RemoveChildren, LeavesTheirParentAlone) {
 
 TEST(RemoveChildren, PastTheEndChangesAndAnnouncesNothing) {
   const auto root = plainItem("root", {plainItem("a"), plainItem("b")});
-  Notices notices(root, {"children"});
+  const auto notices = TreeRecorder::of(root);
   EXPECT_THROW(root->removeChildrenAtIndexes({0, 2}), platform::RangeError);
   EXPECT_EQ(identifiers(*root->children()), "[a, b]");
-  EXPECT_EQ(notices.take(), Lines{});
+  EXPECT_EQ(notices->take(), Lines{});
 }
 
 TEST(RemoveChildren, IsSeenByObserversWhenItIsDone) {
@@ -346,12 +346,13 @@ PROPERTY(RemoveChildrenProperty, KeepsExactlyTheOthersInOrder, ()) {
       indexes.insert(i);
     }
   }
-  Notices notices(root, {"children"});
+  const auto notices = TreeRecorder::of(root);
   root->removeChildrenAtIndexes(indexes);
   RC_ASSERT(*root->children() == kept);
-  RC_ASSERT(notices.take() == (chosen.empty() ? Lines{}
-                                              : Lines{"children removal " + indexes.description() +
-                                                      " old=" + identifiers(removed)}));
+  RC_ASSERT(notices->take() == (chosen.empty()
+                                    ? Lines{}
+                                    : Lines{"root children removal " + indexes.description() +
+                                            " old=" + identifiers(removed)}));
 }
 
 // --- access and walk

@@ -146,7 +146,7 @@ TEST(ItemEquality, IsFalseWhenTheChildrenOfEitherAreAbsent) {
   EXPECT_TRUE(without->isEqual(*without));
 }
 
-/// Equal to everything; others find it unequal.
+/// It equals everything, and only itself equals it.
 class Agreeable : public platform::Object {
  public:
   [[nodiscard]] bool isEqual(const Object& /*other*/) const override { return true; }
@@ -217,7 +217,7 @@ ItemPointer made(const Sketch& sketch) {
   return item;
 }
 
-/// The rule itself, for sketches of two distinct trees.
+/// The rule itself, applied to the sketches of two different trees.
 bool sketchEquals(const Sketch& left, const Sketch& right) {
   const bool isKind =
       left.kind == 0 || left.kind == right.kind || (left.kind == 2 && right.kind == 3);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Access to an item by key, and the keys that depend on others.
-#include "tests/vexil/ItemTesting.h"
+#include "tests/support/TreeRecorder.h"
 
 #include <gtest/gtest.h>
 #include <vexil/platform/Error.h>
@@ -13,9 +13,10 @@ namespace {
 
 using platform::ObservingOptions;
 using platform::Value;
+using test::items;
 using test::Lines;
-using test::Notices;
 using test::plainItem;
+using test::TreeRecorder;
 using Keys = std::set<std::string>;
 
 // --- access by key
@@ -53,23 +54,24 @@ TEST(ItemKeys, ReachTheSettersWithWhatTheyAnnounce) {
   const auto item = plainItem("item");
   const auto parent = plainItem("parent");
   const auto child = plainItem("child");
-  Notices notices(item, {"uniqueID", "label", "representedObject", "parent", "children"});
+  const auto notices =
+      TreeRecorder::of(item, {"uniqueID", "label", "representedObject", "parent", "children"});
   item->setValueForKey("renamed", "uniqueID");
   item->setValueForKey("Item", "label");
   item->setValueForKey(parent, "parent");
   item->setValueForKey(Value::array({Value(child)}), "children");
-  EXPECT_EQ(notices.take(), (Lines{
-                                "uniqueID setting old=item new=renamed",
-                                "label setting old=null new=Item",
-                                "parent setting old=null new=parent",
-                                "children setting old=[] new=[child]",
-                            }));
+  EXPECT_EQ(notices->take(), (Lines{
+                                 "renamed uniqueID setting old=\"item\" new=\"renamed\"",
+                                 "renamed label setting old=<null> new=\"Item\"",
+                                 "renamed parent setting old=<null> new=parent",
+                                 "renamed children setting old=[] new=[child]",
+                             }));
   item->setValueForKey("other", "representedObject");
-  EXPECT_EQ(notices.take(), (Lines{
-                                "uniqueID setting old=renamed new=renamed",
-                                "label setting old=Item new=Item",
-                                "representedObject setting old=item new=other",
-                            }));
+  EXPECT_EQ(notices->take(), (Lines{
+                                 "renamed uniqueID setting old=\"renamed\" new=\"renamed\"",
+                                 "renamed label setting old=\"Item\" new=\"Item\"",
+                                 "renamed representedObject setting old=\"item\" new=\"other\"",
+                             }));
   EXPECT_EQ(item->uniqueID(), Value("renamed"));
   EXPECT_EQ(item->label(), Value("Item"));
   EXPECT_EQ(item->representedObject(), Value("other"));
@@ -154,90 +156,89 @@ TEST(ItemDependentKeys, AreNoOthers) {
 
 TEST(ItemDependentKeys, AreAnnouncedWithTheRepresentedObject) {
   const auto event = KRAVTWVEventVexil::itemWithEvent(test::eventRecord("e1", "One"));
-  Notices values(event, {"uniqueID", "label", "path"});
-  Notices record(event, {"representedEvent", "representedObject"}, ObservingOptions::none);
+  const auto values = TreeRecorder::of(event, {"uniqueID", "label", "path"});
+  const auto record =
+      TreeRecorder::of(event, {"representedEvent", "representedObject"}, ObservingOptions::none);
   event->setRepresentedObject(test::eventRecord("e2", "Two"));
-  EXPECT_EQ(values.take(), (Lines{
-                               "uniqueID setting old=e1 new=e2",
-                               "label setting old=One new=Two",
-                               "path setting old=/e1 new=/e2",
-                           }));
-  EXPECT_EQ(record.take(), (Lines{"representedEvent setting", "representedObject setting"}));
+  EXPECT_EQ(values->take(), (Lines{
+                                "e2 uniqueID setting old=\"e1\" new=\"e2\"",
+                                "e2 label setting old=\"One\" new=\"Two\"",
+                                "e2 path setting old=\"/e1\" new=\"/e2\"",
+                            }));
+  EXPECT_EQ(record->take(), (Lines{"e2 representedEvent setting", "e2 representedObject setting"}));
 }
 
 TEST(ItemDependentKeys, AreAnnouncedAlsoWhereTheirValuesAreStored) {
   const auto item = plainItem("item");
-  Notices notices(item, {"uniqueID", "label", "path"});
+  const auto notices = TreeRecorder::of(item, {"uniqueID", "label", "path"});
   item->setRepresentedObject("other");
-  EXPECT_EQ(notices.take(), (Lines{
-                                "uniqueID setting old=item new=item",
-                                "label setting old=null new=null",
-                                "path setting old=/item new=/item",
-                            }));
+  EXPECT_EQ(notices->take(), (Lines{
+                                 "item uniqueID setting old=\"item\" new=\"item\"",
+                                 "item label setting old=<null> new=<null>",
+                                 "item path setting old=\"/item\" new=\"/item\"",
+                             }));
 }
 
 TEST(ItemDependentKeys, OfAnotherKindDoNoHarm) {
   const auto item = plainItem("item");
-  const Notices other(item, {"representedEvent", "triggerDate", "activity"});
-  Notices own(item, {"label"});
+  const auto other = TreeRecorder::of(item, {"representedEvent", "triggerDate", "activity"});
+  const auto own = TreeRecorder::of(item, {"label"});
   EXPECT_NO_THROW(item->setRepresentedObject("other"));
   EXPECT_EQ(item->representedObject(), Value("other"));
-  EXPECT_EQ(own.take(), Lines{"label setting old=null new=null"});
+  EXPECT_EQ(own->take(), Lines{"item label setting old=<null> new=<null>"});
 }
 
 TEST(ItemDependentKeys, OfAPathThatCannotBeReadRaiseAndTheItemGoesOn) {
   const auto event = KRAVTWVEventVexil::itemWithEvent(test::eventRecord("e1", "One"));
-  Notices notices(event, {"path"});
+  const auto notices = TreeRecorder::of(event, {"path"});
   EXPECT_THROW(event->setRepresentedObject(test::eventRecord({}, "Two")),
                platform::InvalidArgument);
   EXPECT_EQ(event->label(), Value("Two")) << "the path is read when the record is there";
   EXPECT_THROW(event->setRepresentedObject(test::eventRecord("e3", "Three")),
                platform::InvalidArgument);
   EXPECT_EQ(event->label(), Value("Two")) << "the old path is read before anything is changed";
-  EXPECT_EQ(notices.take(), Lines{});
+  EXPECT_EQ(notices->take(), Lines{});
 }
 
 TEST(ItemDependentKeys, AreNotAnnouncedWithStoredOnes) {
   const auto item = plainItem("item");
-  Notices notices(item, {"path", "representedObject", "isGroup"});
+  const auto notices = TreeRecorder::of(item, {"path", "representedObject", "isGroup"});
   item->setUniqueID("renamed");
   item->setLabel("Item");
   item->setParent(plainItem("parent"));
-  EXPECT_EQ(notices.take(), Lines{}) << "only the represented object changes a path's observers";
+  EXPECT_EQ(notices->take(), Lines{}) << "only the represented object changes a path's observers";
 }
 
 TEST(ItemDependentKeys, OfChildrenAreAnnouncedAsSettingsWhateverHappensToThem) {
   const auto item = plainItem("item");
-  Notices notices(item, {"isGroup", "isExpandable"});
-  item->replaceChildren(
-      std::make_shared<KRAVTWVItemArray>(KRAVTWVItemArray{plainItem("a"), plainItem("b")}));
-  const Lines toTrue{"isGroup setting old=false new=true",
-                     "isExpandable setting old=false new=true"};
-  EXPECT_EQ(notices.take(), toTrue) << "an insertion";
+  const auto notices = TreeRecorder::of(item, {"isGroup", "isExpandable"});
+  item->replaceChildren(items({plainItem("a"), plainItem("b")}));
+  const Lines toTrue{"item isGroup setting old=false new=true",
+                     "item isExpandable setting old=false new=true"};
+  EXPECT_EQ(notices->take(), toTrue) << "item an insertion";
   const auto changed = plainItem("b");
   changed->setRepresentedObject("changed");
-  item->replaceChildren(
-      std::make_shared<KRAVTWVItemArray>(KRAVTWVItemArray{plainItem("a"), changed}));
-  EXPECT_EQ(notices.take(),
-            (Lines{"isGroup setting old=true new=true", "isExpandable setting old=true new=true"}))
-      << "a replacement";
-  const Lines toFalse{"isGroup setting old=true new=false",
-                      "isExpandable setting old=true new=false"};
+  item->replaceChildren(items({plainItem("a"), changed}));
+  EXPECT_EQ(notices->take(), (Lines{"item isGroup setting old=true new=true",
+                                    "item isExpandable setting old=true new=true"}))
+      << "item a replacement";
+  const Lines toFalse{"item isGroup setting old=true new=false",
+                      "item isExpandable setting old=true new=false"};
   item->removeChildrenAtIndexes({0, 1});
-  EXPECT_EQ(notices.take(), toFalse) << "a removal";
-  item->setChildren(std::make_shared<KRAVTWVItemArray>(KRAVTWVItemArray{plainItem("c")}));
-  EXPECT_EQ(notices.take(), toTrue) << "a setting";
+  EXPECT_EQ(notices->take(), toFalse) << "item a removal";
+  item->setChildren(items({plainItem("c")}));
+  EXPECT_EQ(notices->take(), toTrue) << "item a setting";
 }
 
 TEST(ItemNotices, OfARepresentedObjectCarryOnlyWhatWasAskedFor) {
   const auto item = plainItem("item");
-  Notices none(item, {"representedObject"}, ObservingOptions::none);
-  Notices oldOnly(item, {"representedObject"}, ObservingOptions::oldValue);
-  Notices newOnly(item, {"representedObject"}, ObservingOptions::newValue);
+  const auto none = TreeRecorder::of(item, {"representedObject"}, ObservingOptions::none);
+  const auto oldOnly = TreeRecorder::of(item, {"representedObject"}, ObservingOptions::oldValue);
+  const auto newOnly = TreeRecorder::of(item, {"representedObject"}, ObservingOptions::newValue);
   item->setRepresentedObject("other");
-  EXPECT_EQ(none.take(), Lines{"representedObject setting"});
-  EXPECT_EQ(oldOnly.take(), Lines{"representedObject setting old=item"});
-  EXPECT_EQ(newOnly.take(), Lines{"representedObject setting new=other"});
+  EXPECT_EQ(none->take(), Lines{"item representedObject setting"});
+  EXPECT_EQ(oldOnly->take(), Lines{"item representedObject setting old=\"item\""});
+  EXPECT_EQ(newOnly->take(), Lines{"item representedObject setting new=\"other\""});
 }
 
 }  // namespace

@@ -15,6 +15,7 @@ namespace {
 
 using platform::Value;
 using test::ItemPointer;
+using test::items;
 using test::plainItem;
 
 // alpha - beta - gamma
@@ -147,7 +148,7 @@ TEST_F(ItemWithPath, ComparesCharactersAsTheyStand) {
 
 TEST_F(ItemWithPath, GoesByChildrenAndNotByParents) {
   const auto adopted = plainItem("adopted");
-  alpha->setChildren(std::make_shared<KRAVTWVItemArray>(KRAVTWVItemArray{adopted}));
+  alpha->setChildren(items({adopted}));
   EXPECT_EQ(adopted->parent(), nullptr);
   EXPECT_EQ(alpha->itemWithPath("/alpha/adopted"), adopted);
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Making an item, its properties, what it says of itself, and its end.
 #include "tests/support/AllocationCounter.h"
-#include "tests/vexil/ItemTesting.h"
+#include "tests/support/TreeRecorder.h"
 
 #include <gtest/gtest.h>
 #include <vexil/platform/Error.h>
@@ -16,9 +16,10 @@ namespace {
 
 using platform::IndexSet;
 using platform::Value;
+using test::items;
 using test::Lines;
-using test::Notices;
 using test::plainItem;
+using test::TreeRecorder;
 
 static_assert(!std::is_default_constructible_v<KRAVTWVItemVexil>,
               "an item is made with what it represents");
@@ -71,7 +72,7 @@ TEST(Item, RepresentsTheVeryObjectItIsGivenAndNotACopy) {
 TEST(Item, KeepsWhatItsSettersStore) {
   const auto item = KRAVTWVItemVexil::itemWithRepresentedObject({});
   const auto parent = plainItem("parent");
-  const auto children = std::make_shared<KRAVTWVItemArray>(KRAVTWVItemArray{plainItem("child")});
+  const auto children = items({plainItem("child")});
   item->setUniqueID("alpha");
   item->setLabel("Alpha");
   item->setParent(parent);
@@ -91,30 +92,30 @@ TEST(Item, KeepsWhatItsSettersStore) {
 TEST(Item, SettersAnnounceTheirKeyAlsoWhenNothingChanges) {
   const auto item = KRAVTWVItemVexil::itemWithRepresentedObject("x");
   const auto parent = plainItem("parent");
-  Notices notices(item, {"uniqueID", "label", "parent", "children"});
+  const auto notices = TreeRecorder::of(item, {"uniqueID", "label", "parent", "children"});
   item->setUniqueID("alpha");
   item->setLabel("Alpha");
   item->setLabel("Alpha");
   item->setParent(parent);
-  item->setChildren(std::make_shared<KRAVTWVItemArray>(KRAVTWVItemArray{plainItem("child")}));
-  EXPECT_EQ(notices.take(), (Lines{
-                                "uniqueID setting old=null new=alpha",
-                                "label setting old=null new=Alpha",
-                                "label setting old=Alpha new=Alpha",
-                                "parent setting old=null new=parent",
-                                "children setting old=[] new=[child]",
-                            }));
+  item->setChildren(items({plainItem("child")}));
+  EXPECT_EQ(notices->take(), (Lines{
+                                 "alpha uniqueID setting old=<null> new=\"alpha\"",
+                                 "alpha label setting old=<null> new=\"Alpha\"",
+                                 "alpha label setting old=\"Alpha\" new=\"Alpha\"",
+                                 "alpha parent setting old=<null> new=parent",
+                                 "alpha children setting old=[] new=[child]",
+                             }));
 }
 
 TEST(Item, RepresentedObjectIsAnnouncedUnderItsOwnKey) {
   const auto item = KRAVTWVItemVexil::itemWithRepresentedObject("x");
-  Notices notices(item, {"representedObject"});
+  const auto notices = TreeRecorder::of(item, {"representedObject"});
   item->setRepresentedObject("y");
   item->setRepresentedObject({});
-  EXPECT_EQ(notices.take(), (Lines{
-                                "representedObject setting old=x new=y",
-                                "representedObject setting old=y new=null",
-                            }));
+  EXPECT_EQ(notices->take(), (Lines{
+                                 "(null) representedObject setting old=\"x\" new=\"y\"",
+                                 "(null) representedObject setting old=\"y\" new=<null>",
+                             }));
 }
 
 TEST(Item, TellsItsObserversAtOnceAndOnTheThreadThatChangesIt) {
@@ -180,17 +181,17 @@ TEST(ItemChildrenArray, TakesNoMemoryToBeReadAgain) {
 TEST(ItemChildrenArray, ThatIsSetLeavesTheParentsOfItsItemsAlone) {
   const auto item = plainItem("item");
   const auto child = plainItem("child");
-  item->setChildren(std::make_shared<KRAVTWVItemArray>(KRAVTWVItemArray{child}));
+  item->setChildren(items({child}));
   EXPECT_EQ(child->parent(), nullptr);
 }
 
 TEST(ItemChildrenArray, WithANullPointerIsRefused) {
   const auto item = plainItem("item", {plainItem("child")});
-  Notices notices(item, {"children"});
-  const auto wrong = std::make_shared<KRAVTWVItemArray>(KRAVTWVItemArray{plainItem("x"), nullptr});
+  const auto notices = TreeRecorder::of(item, {"children"});
+  const auto wrong = items({plainItem("x"), nullptr});
   EXPECT_THROW(item->setChildren(wrong), platform::InvalidArgument);
   EXPECT_EQ(test::identifiers(*item->children()), "[child]");
-  EXPECT_EQ(notices.take(), Lines{});
+  EXPECT_EQ(notices->take(), Lines{});
 }
 
 TEST(AbsentChildren, ReadAsNoElements) {
@@ -208,15 +209,15 @@ TEST(AbsentChildren, ReadAsNoElements) {
 
 TEST(AbsentChildren, AreAnnouncedAsTheNullMarker) {
   const auto item = plainItem("item", {plainItem("child")});
-  Notices notices(item, {"children", "isGroup"});
+  const auto notices = TreeRecorder::of(item, {"children", "isGroup"});
   item->setChildren(nullptr);
   item->setChildren(std::make_shared<KRAVTWVItemArray>());
-  EXPECT_EQ(notices.take(), (Lines{
-                                "children setting old=[child] new=null",
-                                "isGroup setting old=true new=false",
-                                "children setting old=null new=[]",
-                                "isGroup setting old=false new=false",
-                            }));
+  EXPECT_EQ(notices->take(), (Lines{
+                                 "item children setting old=[child] new=<null>",
+                                 "item isGroup setting old=true new=false",
+                                 "item children setting old=<null> new=[]",
+                                 "item isGroup setting old=false new=false",
+                             }));
 }
 
 TEST(AbsentChildren, GiveWayToANewArrayWhenAChildIsAdded) {
@@ -232,8 +233,7 @@ TEST(AbsentChildren, GiveWayToANewArrayWhenAChildIsAdded) {
 TEST(AbsentChildren, GiveWayToANewArrayWhenChildrenAreReplaced) {
   const auto item = plainItem("item");
   item->setChildren(nullptr);
-  item->replaceChildren(
-      std::make_shared<KRAVTWVItemArray>(KRAVTWVItemArray{plainItem("a"), plainItem("b")}));
+  item->replaceChildren(items({plainItem("a"), plainItem("b")}));
   ASSERT_NE(item->children(), nullptr);
   EXPECT_EQ(test::identifiers(*item->children()), "[a, b]");
 }

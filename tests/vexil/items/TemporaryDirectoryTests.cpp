@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Fresh directories, and what becomes of them when the system is unhelpful. The system's randomness
-// is this program's own here, so that a test can take it away or have it repeat itself.
+// Fresh directories, also when the system does not help. This program defines the system's source
+// of random numbers itself, so that a test can make it fail or repeat itself.
 #include "tests/vexil/ItemTesting.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 /// What `getentropy` below does.
 struct Randomness {
   enum class Source { system, none, script } source = Source::system;
-  std::deque<unsigned char> script;  // each answer is filled with the next of these
+  std::deque<unsigned char> script;  // each byte fills one answer
   int questions = 0;
 };
 Randomness& randomness() {
@@ -36,7 +36,7 @@ Randomness& randomness() {
 
 }  // namespace
 
-// Defined by the program, it stands in the system library's place.
+// The program defines it, in place of the system library's function.
 extern "C" int getentropy(void* buffer, std::size_t length) {
   Randomness& random = randomness();
   ++random.questions;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // One observer on every item of a tree.
 #include "tests/support/AllocationCounter.h"
-#include "tests/support/Recorder.h"
 #include "tests/support/SmallStack.h"
+#include "tests/support/TreeRecorder.h"
 
 #include <vexil/platform/Error.h>
 
@@ -22,18 +22,19 @@ using platform::ObservingOptions;
 using test::identifiers;
 using test::ItemPointer;
 using test::items;
+using test::Lines;
 using test::plainItem;
-using test::Recorder;
+using test::TreeRecorder;
 
 constexpr ContextToken token("token");
 constexpr ContextToken other("other");
 
-void add(const ItemPointer& root, const std::shared_ptr<Recorder>& recorder,
+void add(const ItemPointer& root, const std::shared_ptr<TreeRecorder>& recorder,
          const ContextToken* context = &token) {
   root->addObserverForRecursiveChildrenWithOptionContext(recorder, ObservingOptions::newValue,
                                                          context);
 }
-void remove(const ItemPointer& root, const std::shared_ptr<Recorder>& recorder,
+void remove(const ItemPointer& root, const std::shared_ptr<TreeRecorder>& recorder,
             const ContextToken* context = &token) {
   root->removeObserverForRecursiveChildrenWithContext(recorder, context);
 }
@@ -56,8 +57,7 @@ struct TreeRegistration : ::testing::Test {
   /// How often an item is registered on.
   std::size_t registrationsOn(const ItemPointer& item) const {
     item->setChildren(item->children());
-    const std::string told = recorder->take();
-    return static_cast<std::size_t>(std::ranges::count(told, '\n'));
+    return recorder->take().size();
   }
 
   ItemPointer a = plainItem("a");
@@ -68,8 +68,8 @@ struct TreeRegistration : ::testing::Test {
   ItemPointer b = plainItem("b", {c, d, f});
   ItemPointer g = plainItem("g");
   ItemPointer root = plainItem("root", {a, b, g});
-  std::shared_ptr<Recorder> recorder = Recorder::make();
-  std::shared_ptr<Recorder> another = Recorder::make();
+  std::shared_ptr<TreeRecorder> recorder = TreeRecorder::make();
+  std::shared_ptr<TreeRecorder> another = TreeRecorder::make();
 };
 
 TEST_F(TreeRegistration, IsOnEveryItemOnce) {
@@ -131,8 +131,8 @@ TEST_F(TreeRegistration, StandsBesideDifferentOnes) {
   remove(d, recorder, &other);
   EXPECT_EQ(observed(), "[c, f, b, root]");
   root->replaceChildren(nullptr);
-  EXPECT_EQ(recorder->take(), "");
-  EXPECT_NE(another->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
+  EXPECT_NE(another->take(), Lines{});
 }
 
 TEST_F(TreeRegistration, IsOnAnItemAsOftenAsItStandsInTheTree) {
@@ -200,7 +200,7 @@ ItemPointer wideTree() {
 
 TEST(WideTreeRegistration, TakesMemoryForTheObserverAndNotForTheItems) {
   const ItemPointer root = wideTree();
-  const auto recorder = Recorder::make();
+  const auto recorder = TreeRecorder::make();
   const auto observer = KRAVTWVItemsObserver::init();
   EXPECT_LE(test::allocationsOf([&] { add(root, recorder); }), 2U);
   EXPECT_LE(test::allocationsOf([&] { remove(root, recorder); }), 1U);
@@ -233,11 +233,11 @@ TEST(DeepTreeRegistration, ComesAndGoes) {
       last->addChild(next);
       last = std::move(next);
     }
-    const auto recorder = Recorder::make();
+    const auto recorder = TreeRecorder::make();
     add(root, recorder);
     last->setLabel("not of children");
     last->replaceChildren(items({plainItem("x")}));
-    EXPECT_EQ(recorder->take(), "n children insertion {0} new=[x]\n");
+    EXPECT_EQ(recorder->take(), Lines{"n children insertion {0} new=[x] (token)"});
     last->replaceChildren(nullptr);
     remove(root, recorder);
     EXPECT_FALSE(last->isObserved());

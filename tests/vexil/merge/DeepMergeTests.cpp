@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// Merging and following trees so deep that whatever recursed with them would overflow its stack,
-// and whatever went over them once a level would not end.
-#include "tests/support/Recorder.h"
+// Merging and following deep trees. Code that recursed would overflow its stack. Code that walked
+// the whole tree once for each level would not end.
 #include "tests/support/SmallStack.h"
+#include "tests/support/TreeRecorder.h"
 
 #include <vexil/platform/Error.h>
 
@@ -18,29 +18,27 @@ namespace {
 using platform::Value;
 using test::deepNesting;
 using test::ItemPointer;
+using test::Lines;
 using test::plainItem;
+using test::plainItemWith;
 using test::runOnSmallStack;
-
-ItemPointer link(const Value& represented) {
-  auto item = KRAVTWVItemVexil::itemWithRepresentedObject(represented);
-  item->setUniqueID("n");
-  return item;
-}
+using test::TreeRecorder;
 
 /// n - n - n - ... , `depth` items, of which the first represents `first` and the last `leaf`.
 ItemPointer chain(const Value& first, const Value& leaf, std::size_t depth = deepNesting) {
-  const auto top = link(first);
+  const auto top = plainItemWith("n", first);
   auto last = top;
   for (std::size_t i = 1; i < depth; ++i) {
-    auto next = link(i + 1 == depth ? leaf : Value("n"));
+    auto next = plainItemWith("n", i + 1 == depth ? leaf : Value("n"));
     last->addChild(next);
     last = std::move(next);
   }
   return top;
 }
 
-/// An array of one item, which it alone holds, as a collection hands it over. Of items that others
-/// hold, the merge compares every level anew.
+/// An array that is the only holder of its item, as a collection hands it over. The merge compares
+/// every level anew of items that others hold, too. `items({item})` would not do: the list in it
+/// holds the item until the statement ends.
 std::shared_ptr<KRAVTWVItemArray> only(ItemPointer item) {
   auto array = std::make_shared<KRAVTWVItemArray>();
   array->push_back(std::move(item));
@@ -92,9 +90,9 @@ TEST(DeepMerge, ReachesTheLeafOfATreeThatNobodyWatches) {
 TEST(DeepMerge, FindsThatNothingChanged) {
   runOnSmallStack([] {
     const auto root = plainItem("root", {chain("n", "leaf")});
-    const auto recorder = test::Recorder::of(root);
+    const auto recorder = TreeRecorder::of(root);
     root->replaceChildren(only(chain("n", "leaf")));
-    EXPECT_EQ(recorder->take(), "");
+    EXPECT_EQ(recorder->take(), Lines{});
   });
 }
 
@@ -147,8 +145,8 @@ TEST(DeepMerge, IsLeftForAnotherTreeAndDestroyed) {
   });
 }
 
-// Each level that is replaced is withdrawn from and registered on anew with all below it, so this
-// takes the square of the depth, and a chain of another length.
+// The observer withdraws from each level that is replaced, and from all below it, and registers
+// again. That takes the square of the depth, so this chain is shorter.
 TEST(DeepMerge, IsFollowedThroughEveryLevelAtOnce) {
   runOnSmallStack([] {
     static constexpr std::size_t depth = 1'000;
@@ -168,18 +166,18 @@ TEST(DeepMerge, IsFollowedThroughEveryLevelAtOnce) {
 TEST(DeepMerge, FailsAtTheLeafWithoutRecursion) {
   runOnSmallStack([] {
     const auto root = plainItem("root", {chain("n", "old")});
-    const auto recorder = test::Recorder::of(root);
+    const auto recorder = TreeRecorder::of(root);
     auto fresh = chain("n", "new");
     const auto nameless = plainItem("nameless");
     nameless->setUniqueID({});
     leafOf(fresh)->addChild(nameless);
     EXPECT_THROW(root->replaceChildren(only(std::move(fresh))), platform::InvalidArgument);
-    EXPECT_EQ(recorder->take(), "");
+    EXPECT_EQ(recorder->take(), Lines{});
     EXPECT_EQ(leafOf(root)->representedObject(), Value("new"));
   });
 }
 
-// On the stack of the program itself, which a run with a limit makes small.
+// On the stack of the main thread. A run with a limit makes it small.
 TEST(DeepMergeOnTheMainThread, IsMergedFollowedAndDestroyed) {
   Watched tree;
   tree.root->replaceChildren(only(chain("first", "leaf")));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// The merge word by word, as slow and as plain as it can be written through the public interface of
-// items; and worlds of items, trees old and fresh, that are made twice to be merged both ways.
+// The merge word by word, written as plainly as the public interface of items allows. And
+// scenarios: live trees with fresh arrays to merge into them. A test makes each twice and merges
+// both ways.
 #pragma once
 
 #include "tests/vexil/ItemTesting.h"
@@ -29,7 +30,7 @@ class HostItem : public KRAVTWVKind<HostItem, KRAVTWVItemVexil> {
   using KRAVTWVKind::KRAVTWVKind;
 };
 
-/// A case that the model gives up on: trees that contain themselves once merged, above all.
+/// The model gives up. The most common case is a tree that contains itself once it is merged.
 struct TooLong : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
@@ -226,7 +227,7 @@ class Choices {
   std::mt19937_64 _random;
 };
 
-/// What a node is to be. Nodes refer to others by number, and only to ones on deeper levels.
+/// A plan of an item. Nodes refer to others by number, and only to nodes on deeper levels.
 struct Node {
   enum class Class : std::uint8_t { item, group, event, onDemand, host };
   std::size_t level = 0;
@@ -236,12 +237,12 @@ struct Node {
   std::optional<std::size_t> representsItem;
   bool representsArray = false;  // the item within an array
   std::vector<std::size_t> children;
-  std::optional<std::size_t> childrenOf;  // another node, whose very array this one has too
+  std::optional<std::size_t> childrenOf;  // another node; both items have one array
   bool childrenAreAbsent = false;
   bool isHeld = false;  // by the host, too
 };
 
-/// What an observer does when it has been told for the `at`-th time.
+/// What an observer does within its notice number `at`.
 struct Action {
   enum class What : std::uint8_t {
     represent,
@@ -250,7 +251,7 @@ struct Action {
     shortenFresh,  // unannounced
     withdraw,
     withdrawAll,
-    raise,
+    throwOut,
   };
   std::size_t at = 0;
   What what = What::represent;
@@ -262,7 +263,7 @@ struct Action {
 struct Scenario {
   std::vector<Node> nodes;  // the root is the first one
   std::vector<std::vector<std::size_t>> fresh;
-  std::optional<std::size_t> freshIsArrayOf;  // the first array is this node's very own
+  std::optional<std::size_t> freshIsArrayOf;  // the first array is the one this node has
   bool handsOver = false;                     // keeps no hold on the arrays
   std::vector<std::pair<std::size_t, const char*>> watched;
   std::vector<Action> actions;

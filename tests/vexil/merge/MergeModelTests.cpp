@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// The merge remembers what it compared. These tests merge random trees twice, with the library and
-// word by word, and want the same notices, errors, trees and objects.
+// The merge remembers what it compared. These tests merge random trees twice: with the library and
+// with the model. Notices, errors, trees and objects must be the same.
 #include "MergeScenarios.h"
 #include "tests/support/Property.h"
+#include "tests/support/Recorder.h"
 
 #include <gtest/gtest.h>
 
@@ -21,7 +22,7 @@ using test::model::Scenario;
 using test::model::ScenarioMaker;
 using test::model::Spices;
 
-struct Raised : std::runtime_error {
+struct Thrown : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
@@ -48,8 +49,8 @@ ItemPointer madeOf(const Node& node) {
   return item;
 }
 
-/// A scenario come to life: its items, known by their numbers, held by each other and by nobody
-/// else unless the scenario says so.
+/// The items of a scenario, known by their numbers. Only other items hold them, unless the scenario
+/// says so.
 class World : public platform::Observer, public std::enable_shared_from_this<World> {
  public:
   explicit World(Scenario scenario) : _scenario(std::move(scenario)) {
@@ -101,12 +102,12 @@ class World : public platform::Observer, public std::enable_shared_from_this<Wor
     }
   }
 
-  /// Merges all fresh arrays in turn, and tells everything that can be seen of it.
+  /// Merges all fresh arrays in turn. Returns everything that can be seen of it.
   template <class Merge>
   std::string run(Merge&& merge) {
     for (auto& fresh : _fresh) {
       std::string outcome = "done";
-      // The library remembers only of what nobody else holds.
+      // The library remembers nothing of items that others hold.
       auto given = _scenario.handsOver ? std::move(fresh) : fresh;
       try {
         merge(_root, std::move(given));
@@ -114,8 +115,8 @@ class World : public platform::Observer, public std::enable_shared_from_this<Wor
         outcome = "range";
       } catch (const platform::InvalidArgument&) {
         outcome = "invalid argument";
-      } catch (const Raised&) {
-        outcome = "raised";
+      } catch (const Thrown&) {
+        outcome = "thrown";
       }
       _log += outcome + "\n";
       describe(_root);
@@ -137,10 +138,8 @@ class World : public platform::Observer, public std::enable_shared_from_this<Wor
   void observeValueForKeyPathOfObjectChangeContext(
       const platform::Key& keyPath, const std::shared_ptr<platform::Observable>& object,
       const platform::ChangeRecord& change, const platform::ContextToken* /*context*/) override {
-    _log += text(Value(object)) + " " + std::string(keyPath.text()) + " " +
-            std::to_string(static_cast<unsigned>(change.kind)) + " " +
-            (change.indexes ? change.indexes->description() : "-") + " " + text(change.oldValue) +
-            " " + text(change.newValue) + "\n";
+    const auto numbered = [this](const Value& value) { return text(value); };
+    _log += text(Value(object)) + " " + test::describe(keyPath, change, numbered) + "\n";
     const std::size_t now = _told++;
     for (const Action& action : _scenario.actions) {
       if (action.at == now) {
@@ -176,8 +175,8 @@ class World : public platform::Observer, public std::enable_shared_from_this<Wor
   }
 
   void perform(const Action& action) {
-    if (action.what == Action::What::raise) {
-      throw Raised("raised");
+    if (action.what == Action::What::throwOut) {
+      throw Thrown("thrown");
     }
     if (action.what == Action::What::shortenFresh) {
       for (auto& fresh : _fresh) {

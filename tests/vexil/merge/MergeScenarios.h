@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Random scenarios for the merge: an old tree, fresh ones that were copied from it and then changed
-// here and there, and all that makes remembering dangerous: items at several places, arrays that
-// two items share, items that represent items, observers that interfere.
+// Random scenarios for the merge: a live tree, and fresh trees that are copies of it with changes.
+// They have everything that makes remembering dangerous: items at several places, arrays that two
+// items share, items that represent items, observers that interfere.
 #pragma once
 
 #include "MergeModel.h"
@@ -19,7 +19,7 @@ struct Spices {
   bool sharing = false;      // items and arrays at several places, items that represent items
   bool misuse = false;       // absent identifiers, identifiers that occur twice
   bool watching = false;     // observers
-  bool interfering = false;  // observers that change the tree, withdraw or raise
+  bool interfering = false;  // observers that change the tree, withdraw or throw
 };
 
 class ScenarioMaker {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the merge makes of arrays that it cannot merge, and of observers that raise: it stops where
-// it is, what was changed and announced stays, and the next merge starts from there.
-#include "tests/support/Recorder.h"
+// The merge meets arrays that it cannot merge and observers that throw. It stops where it is. What
+// it has changed and announced stays, and the next merge starts from there. `root - a - x` above a
+// test is the tree before the merge: a child of the root, and its child.
+#include "tests/support/TreeRecorder.h"
 
 #include <vexil/platform/Error.h>
 
@@ -19,9 +20,10 @@ using platform::Value;
 using test::eventItem;
 using test::ItemPointer;
 using test::items;
+using test::Lines;
 using test::outline;
 using test::plainItem;
-using test::Recorder;
+using test::TreeRecorder;
 
 ItemPointer nameless() {
   auto item = plainItem("content");
@@ -36,19 +38,19 @@ struct Refused : std::runtime_error {
 TEST(ReplaceChildrenFailure, AFreshItemWithoutIdentifierRaisesWithNothingChanged) {
   const auto root = plainItem("root", {plainItem("a"), plainItem("b")});
   const auto before = *root->children();
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   EXPECT_THROW(root->replaceChildren(items({plainItem("b"), nameless()})), InvalidArgument);
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_EQ(*root->children(), before);
 }
 
 TEST(ReplaceChildrenFailure, AChildWithoutIdentifierRaisesWithNothingChanged) {
   const auto root = plainItem("root", {plainItem("a"), nameless()});
   const auto before = *root->children();
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   EXPECT_THROW(root->replaceChildren(items({plainItem("b")})), InvalidArgument);
   EXPECT_THROW(root->replaceChildren(nullptr), InvalidArgument);
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_EQ(*root->children(), before);
 }
 
@@ -75,9 +77,9 @@ TEST(ReplaceChildrenFailure, TheErrorNamesTheItem) {
 
 TEST(ReplaceChildrenFailure, ANullPointerAmongFreshItemsRaises) {
   const auto root = plainItem("root", {plainItem("a")});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   EXPECT_THROW(root->replaceChildren(items({plainItem("b"), nullptr})), InvalidArgument);
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
 }
 
 TEST(ReplaceChildrenFailure, AMarkerOfNothingIsAnIdentifierLikeAnyOther) {
@@ -87,9 +89,9 @@ TEST(ReplaceChildrenFailure, AMarkerOfNothingIsAnIdentifierLikeAnyOther) {
     return item;
   };
   const auto root = plainItem("root", {withNull()});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(items({withNull()}));
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
 }
 
 // root - a, a
@@ -97,9 +99,9 @@ TEST(ReplaceChildrenFailure, MoreChildrenThanFreshItemsAreARangeError) {
   const auto root = plainItem("root");
   root->setChildren(items({plainItem("a"), plainItem("a")}));
   const auto before = *root->children();
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   EXPECT_THROW(root->replaceChildren(items({plainItem("a")})), RangeError);
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_EQ(*root->children(), before);
 }
 
@@ -107,11 +109,10 @@ TEST(ReplaceChildrenFailure, MoreChildrenThanFreshItemsAreARangeError) {
 TEST(ReplaceChildrenFailure, WhatWasRemovedAndInsertedBeforeARangeErrorStays) {
   const auto root = plainItem("root");
   root->setChildren(items({plainItem("a"), plainItem("a"), plainItem("gone")}));
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   EXPECT_THROW(root->replaceChildren(items({plainItem("came"), plainItem("a")})), RangeError);
-  EXPECT_EQ(recorder->take(),
-            "root children removal {2} old=[gone]\n"
-            "root children insertion {0} new=[came]\n");
+  EXPECT_EQ(recorder->take(), (Lines{"root children removal {2} old=[gone]",
+                                     "root children insertion {0} new=[came]"}));
   EXPECT_EQ(outline(root), "root[came a a]");
 }
 
@@ -126,20 +127,20 @@ TEST(ReplaceChildrenFailure, NothingIsRefreshedBeforeARangeError) {
 TEST(ReplaceChildrenFailure, SurplusFreshItemsAtTheEndAreIgnored) {
   const auto a = eventItem("a", "Old");
   const auto root = plainItem("root", {a});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(items({eventItem("a", "First"), eventItem("a", "Second")}));
-  EXPECT_EQ(recorder->take(), "root children replacement {0} old=[a] new=[a]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children replacement {0} old=[a] new=[a]"});
   EXPECT_EQ(outline(root), "root[a=First]");
 }
 
 TEST(ReplaceChildrenFailure, AnInsertionPastTheEndIsARangeErrorThatIsNotAnnounced) {
   const auto a = plainItem("a");
   const auto root = plainItem("root", {a, plainItem("gone")});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   EXPECT_THROW(root->replaceChildren(
                    items({plainItem("a"), plainItem("a"), plainItem("a"), plainItem("b")})),
                RangeError);
-  EXPECT_EQ(recorder->take(), "root children removal {1} old=[gone]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children removal {1} old=[gone]"});
   EXPECT_EQ(*root->children(), KRAVTWVItemArray{a});
 }
 
@@ -149,20 +150,20 @@ TEST(ReplaceChildrenFailure, AFailureBelowStaysThereAndDropsTheReplacementsAbove
   const auto a = eventItem("a", "Old", {plainItem("x")});
   const auto b = eventItem("b", "Old");
   const auto root = plainItem("root", {a, b});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   recorder->watch(a);
   recorder->watch(a, "label");
   EXPECT_THROW(
       root->replaceChildren(items({eventItem("a", "New", {nameless()}), eventItem("b", "New")})),
       InvalidArgument);
-  EXPECT_EQ(recorder->take(), "a label setting old=Old new=New\n");
+  EXPECT_EQ(recorder->take(), Lines{"a label setting old=\"Old\" new=\"New\""});
   EXPECT_EQ(outline(root), "root[a=New[x] b=Old]");
 }
 
 TEST(ReplaceChildrenFailure, TheNextMergeStartsFromWhereTheLastOneStopped) {
   const auto a = eventItem("a", "Old", {plainItem("x")});
   const auto root = plainItem("root", {a, eventItem("b", "Old")});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   EXPECT_THROW(
       root->replaceChildren(items({eventItem("a", "New", {nameless()}), eventItem("b", "New")})),
       InvalidArgument);
@@ -170,24 +171,23 @@ TEST(ReplaceChildrenFailure, TheNextMergeStartsFromWhereTheLastOneStopped) {
   root->replaceChildren(
       items({eventItem("a", "New", {plainItem("y")}), eventItem("b", "New"), eventItem("c", "C")}));
   EXPECT_EQ(recorder->take(),
-            "root children insertion {2} new=[c]\n"
-            "a children removal {0} old=[x]\n"
-            "a children insertion {0} new=[y]\n"
-            "root children replacement {0-1} old=[a, b] new=[a, b]\n");
+            (Lines{"root children insertion {2} new=[c]", "a children removal {0} old=[x]",
+                   "a children insertion {0} new=[y]",
+                   "root children replacement {0-1} old=[a, b] new=[a, b]"}));
   EXPECT_EQ(outline(root), "root[a=New[y] b=New c=C]");
 }
 
-/// Raises out of the notice of the given number, the first being 0.
-struct RaisingAt {
-  explicit RaisingAt(const ItemPointer& root) : recorder(Recorder::of(root)) {}
+/// An observer that throws out of the notice of this number. The first has number 0.
+struct ThrowingAt {
+  explicit ThrowingAt(const ItemPointer& root) : recorder(TreeRecorder::of(root)) {}
   void at(int number) {
-    recorder->meanwhile = [this, number] {
+    recorder->then = [this, number] {
       if (_told++ == number) {
         throw Refused();
       }
     };
   }
-  std::shared_ptr<Recorder> recorder;
+  std::shared_ptr<TreeRecorder> recorder;
 
  private:
   int _told = 0;
@@ -199,28 +199,20 @@ struct ObserverThatRaises : ::testing::TestWithParam<int> {};
 TEST_P(ObserverThatRaises, StopsTheMergeAfterItsOwnStep) {
   const auto root = plainItem("root", {eventItem("gone", "Gone"), eventItem("stays", "Old")});
   const auto build = [] { return items({eventItem("stays", "New"), eventItem("came", "Came")}); };
-  static constexpr const char* notices[] = {"root children removal {0} old=[gone]\n",
-                                            "root children insertion {1} new=[came]\n",
-                                            ("root children replacement {0} old=[stays] "
-                                             "new=[stays]\n")};
+  const Lines notices{"root children removal {0} old=[gone]",
+                      "root children insertion {1} new=[came]",
+                      "root children replacement {0} old=[stays] new=[stays]"};
   static constexpr const char* outlines[] = {"root[stays=Old]", "root[stays=Old came=Came]",
                                              "root[stays=New came=Came]"};
-  RaisingAt observer(root);
+  ThrowingAt observer(root);
   observer.at(GetParam());
   EXPECT_THROW(root->replaceChildren(build()), Refused);
-  std::string told;
-  for (int i = 0; i <= GetParam(); ++i) {
-    told += notices[i];
-  }
-  EXPECT_EQ(observer.recorder->take(), told);
+  const auto next = notices.begin() + GetParam() + 1;
+  EXPECT_EQ(observer.recorder->take(), Lines(notices.begin(), next));
   EXPECT_EQ(outline(root), outlines[GetParam()]);
 
   root->replaceChildren(build());
-  std::string rest;
-  for (int i = GetParam() + 1; i < 3; ++i) {
-    rest += notices[i];
-  }
-  EXPECT_EQ(observer.recorder->take(), rest);
+  EXPECT_EQ(observer.recorder->take(), Lines(next, notices.end()));
   EXPECT_EQ(outline(root), outlines[2]);
 }
 
@@ -230,14 +222,14 @@ INSTANTIATE_TEST_SUITE_P(AtEachStep, ObserverThatRaises, ::testing::Values(0, 1,
 TEST(ReplaceChildrenFailure, AnObserverThatRaisesBelowLeavesTheLevelsAboveUnannounced) {
   const auto a = eventItem("a", "A", {plainItem("x")});
   const auto root = plainItem("root", {a});
-  RaisingAt below(a);
+  ThrowingAt below(a);
   below.at(0);
-  const auto above = Recorder::of(root);
+  const auto above = TreeRecorder::of(root);
   const auto build = [] { return items({eventItem("a", "A", {plainItem("y")})}); };
   EXPECT_THROW(root->replaceChildren(build()), Refused);
-  EXPECT_EQ(above->take(), "");
+  EXPECT_EQ(above->take(), Lines{});
   root->replaceChildren(build());
-  EXPECT_EQ(above->take(), "root children replacement {0} old=[a] new=[a]\n");
+  EXPECT_EQ(above->take(), Lines{"root children replacement {0} old=[a] new=[a]"});
   EXPECT_EQ(outline(root), "root[a=A[y]]");
 }
 
@@ -246,26 +238,25 @@ TEST(ReplaceChildrenFailure, AnObserverThatRaisesBelowLeavesTheLevelsAboveUnanno
 // root - a, b, c
 TEST(ReplaceChildrenFailure, WhatCameAndWentIsDecidedBeforeTheRemoval) {
   const auto root = plainItem("root", {plainItem("a"), plainItem("b"), plainItem("c")});
-  const auto recorder = Recorder::of(root);
-  recorder->meanwhile = [&] {
-    recorder->meanwhile = nullptr;
+  const auto recorder = TreeRecorder::of(root);
+  recorder->then = [&] {
+    recorder->then = nullptr;
     root->removeChildrenAtIndexes({1});
   };
-  // Without "c", which was among the children when the merge began, so it has not appeared.
+  // "c" is not inserted: it was among the children when the merge began, so it did not appear.
   root->replaceChildren(items({plainItem("d"), plainItem("b"), plainItem("c")}));
   EXPECT_EQ(recorder->take(),
-            "root children removal {0} old=[a]\n"
-            "root children removal {1} old=[c]\n"
-            "root children insertion {0} new=[d]\n");
+            (Lines{"root children removal {0} old=[a]", "root children removal {1} old=[c]",
+                   "root children insertion {0} new=[d]"}));
   EXPECT_EQ(outline(root), "root[d b]");
 }
 
 TEST(ReplaceChildrenFailure, AnObserverThatRemovesWhatIsBeingReplacedIsARangeError) {
   const auto a = eventItem("a", "Old");
   const auto root = plainItem("root", {a, eventItem("b", "Old")});
-  const auto recorder = Recorder::make();
+  const auto recorder = TreeRecorder::make();
   recorder->watch(a, "label");
-  recorder->meanwhile = [&] { root->removeChildrenAtIndexes({0, 1}); };
+  recorder->then = [&] { root->removeChildrenAtIndexes({0, 1}); };
   EXPECT_THROW(root->replaceChildren(items({eventItem("a", "New"), eventItem("b", "New")})),
                RangeError);
   EXPECT_TRUE(root->children()->empty());
@@ -274,9 +265,9 @@ TEST(ReplaceChildrenFailure, AnObserverThatRemovesWhatIsBeingReplacedIsARangeErr
 TEST(ReplaceChildrenFailure, WhatIsInsertedIsLookedUpAfterTheRemoval) {
   const auto root = plainItem("root", {plainItem("a")});
   const auto fresh = items({plainItem("b"), plainItem("c")});
-  const auto recorder = Recorder::of(root);
-  recorder->meanwhile = [&] { fresh->resize(1); };
-  // The second item has gone from the fresh array when the insertion comes.
+  const auto recorder = TreeRecorder::of(root);
+  recorder->then = [&] { fresh->resize(1); };
+  // When the insertion begins, the second item has gone from the fresh array.
   root->replaceChildren(fresh);
   EXPECT_EQ(outline(root), "root[b]");
 }
@@ -285,12 +276,11 @@ TEST(ReplaceChildrenFailure, AnObserverThatDropsTheTreeLetsTheMergeFinish) {
   auto root = plainItem("root", {eventItem("gone", "Gone"), eventItem("stays", "Old")});
   const auto stays = root->childAtIndex(1);
   const std::weak_ptr<KRAVTWVItemVexil> watched = root;
-  const auto recorder = Recorder::of(root);
-  recorder->meanwhile = [&] { root.reset(); };
+  const auto recorder = TreeRecorder::of(root);
+  recorder->then = [&] { root.reset(); };
   root->replaceChildren(items({eventItem("stays", "New")}));
-  EXPECT_EQ(recorder->take(),
-            "root children removal {0} old=[gone]\n"
-            "root children replacement {0} old=[stays] new=[stays]\n");
+  EXPECT_EQ(recorder->take(), (Lines{"root children removal {0} old=[gone]",
+                                     "root children replacement {0} old=[stays] new=[stays]"}));
   EXPECT_TRUE(watched.expired());
   EXPECT_EQ(stays->label(), Value("New"));
 }
@@ -298,16 +288,15 @@ TEST(ReplaceChildrenFailure, AnObserverThatDropsTheTreeLetsTheMergeFinish) {
 // root - a
 TEST(ReplaceChildrenFailure, ARefreshWithinARefreshIsDoneAtOnce) {
   const auto root = plainItem("root", {eventItem("a", "One")});
-  const auto recorder = Recorder::of(root);
-  recorder->meanwhile = [&] {
-    recorder->meanwhile = nullptr;
+  const auto recorder = TreeRecorder::of(root);
+  recorder->then = [&] {
+    recorder->then = nullptr;
     root->replaceChildren(items({eventItem("a", "Three"), eventItem("b", "B")}));
   };
   root->replaceChildren(items({eventItem("a", "Two")}));
-  EXPECT_EQ(recorder->take(),
-            "root children replacement {0} old=[a] new=[a]\n"
-            "root children insertion {1} new=[b]\n"
-            "root children replacement {0} old=[a] new=[a]\n");
+  EXPECT_EQ(recorder->take(), (Lines{"root children replacement {0} old=[a] new=[a]",
+                                     "root children insertion {1} new=[b]",
+                                     "root children replacement {0} old=[a] new=[a]"}));
   EXPECT_EQ(outline(root), "root[a=Three b=B]");
 }
 

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// What one level of a merge found equal or different is remembered for the next, and nobody must
-// notice. Nothing below the root is held here, since of what others hold nothing is remembered; and
-// few items are observed, since whatever an observer hears of is compared anew.
-#include "tests/support/Recorder.h"
+// One level of a merge remembers what it found equal or different, for the next level. A host must
+// not notice. The merge remembers nothing of items that others hold, so these tests hold nothing
+// below the root. It compares anew what an observer hears of, so few items are observed.
+//
+// The drawings show the tree before the merge on the left and what is merged into it on the right.
+#include "tests/support/TreeRecorder.h"
 
 #include <gtest/gtest.h>
 
@@ -16,9 +18,11 @@ using platform::Value;
 using test::eventItem;
 using test::ItemPointer;
 using test::items;
+using test::Lines;
 using test::outline;
 using test::plainItem;
-using test::Recorder;
+using test::plainItemWith;
+using test::TreeRecorder;
 
 /// An item of the tree by its identifier.
 std::weak_ptr<KRAVTWVItemVexil> find(const ItemPointer& root, const char* uniqueID) {
@@ -30,15 +34,12 @@ std::weak_ptr<KRAVTWVItemVexil> find(const ItemPointer& root, const char* unique
   return {};
 }
 
-ItemPointer representing(const Value& represented, const char* uniqueID,
-                         const KRAVTWVItemArray& children) {
-  const auto item = plainItem(uniqueID, children);
-  item->setRepresentedObject(represented);
-  return item;
-}
-
-// root - a - b - y
-//          - c - z
+// root                           fresh
+//   a                              a
+//     b                              b
+//       y  <- an observer of a         y
+//     c       changes it             c
+//       z=Old                          z=New
 TEST(ReplaceChildrenMemory, WhatAnObserverMakesDifferentIsComparedAnew) {
   const auto build = [](const char* name) {
     return items({eventItem("a", "A",
@@ -47,34 +48,43 @@ TEST(ReplaceChildrenMemory, WhatAnObserverMakesDifferentIsComparedAnew) {
   };
   const auto root = plainItem("root");
   root->replaceChildren(build("Old"));
-  const auto recorder = Recorder::make();
+  const auto recorder = TreeRecorder::make();
   recorder->watch(find(root, "a").lock(), "label");
-  recorder->meanwhile = [y = find(root, "y")] {
+  recorder->then = [y = find(root, "y")] {
     y.lock()->setRepresentedObject(test::eventRecord("y", "by the observer"));
   };
   root->replaceChildren(build("New"));
   EXPECT_EQ(outline(root), "root[a=A[b=B[y=Y] c=C[z=New]]]");
 }
 
-// root - a - b - x
+// root                           fresh
+//   a                              a
+//     b                              b
+//       x=Old  <- an observer of         x=New
+//                 a makes it New
 TEST(ReplaceChildrenMemory, WhatAnObserverMakesEqualIsNotReplaced) {
   const auto build = [](const char* name) {
     return items({eventItem("a", "A", {eventItem("b", "B", {eventItem("x", name)})})});
   };
   const auto root = plainItem("root");
   root->replaceChildren(build("Old"));
-  const auto recorder = Recorder::of(find(root, "a").lock());
-  const auto helper = Recorder::make();
+  const auto recorder = TreeRecorder::of(find(root, "a").lock());
+  const auto helper = TreeRecorder::make();
   helper->watch(find(root, "a").lock(), "label");
-  helper->meanwhile = [x = find(root, "x")] {
+  helper->then = [x = find(root, "x")] {
     x.lock()->setRepresentedObject(test::eventRecord("x", "New"));
   };
   root->replaceChildren(build("New"));
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
 }
 
-// root - a - p - x
-//      - b - q - the same x
+// root                           fresh
+//   a                              a
+//     p                              p
+//       x=Old                          x=New
+//   b                              b
+//     q                              q
+//       the same x                     another x=New
 TEST(ReplaceChildrenMemory, AnItemThatWasMergedAtAnotherPlaceIsComparedAnew) {
   const auto build = [](const ItemPointer& below, const ItemPointer& belowToo) {
     return items(
@@ -85,18 +95,24 @@ TEST(ReplaceChildrenMemory, AnItemThatWasMergedAtAnotherPlaceIsComparedAnew) {
     const auto x = eventItem("x", "Old");
     return build(x, x);
   }());
-  const auto recorder = Recorder::make();
+  const auto recorder = TreeRecorder::make();
   recorder->watch(find(root, "q").lock(), "representedObject");
   root->replaceChildren(build(eventItem("x", "New"), eventItem("x", "New")));
-  EXPECT_EQ(recorder->take(), "");  // by then, all below equals its counterpart
+  EXPECT_EQ(recorder->take(), Lines{});  // by then, all below equals its counterpart
   EXPECT_EQ(outline(root), "root[a[p[x=New]] b[q[x=New]]]");
 }
 
-// root - w - a - p - x
-//      - the same a
+// root                           fresh
+//   w                              w
+//     a                              a
+//       p (represents 1)               p (represents 1)
+//         x=Old                          x=New
+//   the same a                     a
+//                                    p (represents true)
+//                                      x=New
 TEST(ReplaceChildrenMemory, WhatLiesBelowAnItemAtTwoPlacesIsComparedAnew) {
   const auto a = [](const Value& ofP, const char* name) {
-    return plainItem("a", {representing(ofP, "p", {eventItem("x", name)})});
+    return plainItem("a", {plainItemWith("p", ofP, {eventItem("x", name)})});
   };
   const auto root = plainItem("root");
   root->replaceChildren([&] {
@@ -109,8 +125,13 @@ TEST(ReplaceChildrenMemory, WhatLiesBelowAnItemAtTwoPlacesIsComparedAnew) {
   EXPECT_EQ(outline(root), "root[w[a[p[x=New]]] a[p[x=New]]]");
 }
 
-// root - a - p - x
-//      - b - q, whose list is that of p
+// root                           fresh
+//   a                              a
+//     p                              p
+//       x=Old                          x=New
+//   b                              b
+//     q (has the array of p)         q
+//       the same x=Old                 x=New
 TEST(ReplaceChildrenMemory, AListThatWasMergedAtAnotherPlaceIsComparedAnew) {
   const auto build = [](const char* name) {
     return items({plainItem("a", {plainItem("p", {eventItem("x", name)})}),
@@ -119,19 +140,22 @@ TEST(ReplaceChildrenMemory, AListThatWasMergedAtAnotherPlaceIsComparedAnew) {
   const auto root = plainItem("root");
   root->replaceChildren(build("Old"));
   find(root, "q").lock()->setChildren(find(root, "p").lock()->children());
-  const auto recorder = Recorder::make();
+  const auto recorder = TreeRecorder::make();
   recorder->watch(find(root, "q").lock(), "representedObject");
   root->replaceChildren(build("New"));
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_EQ(outline(root), "root[a[p[x=New]] b[q[x=New]]]");
 }
 
-// root - x
-//      - a - r, which represents x - s
-//          - t
+// root                           fresh
+//   x=Old                          x=New
+//   a                              a
+//     r (represents that x)          r (represents another x=Old)
+//       s                              s
+//     t=Old                          t=New
 TEST(ReplaceChildrenMemory, AnItemThatRepresentsAMergedItemIsComparedAnew) {
   const auto build = [](const ItemPointer& x, const ItemPointer& represented, const char* name) {
-    return items({x, plainItem("a", {representing(Value(represented), "r", {plainItem("s")}),
+    return items({x, plainItem("a", {plainItemWith("r", Value(represented), {plainItem("s")}),
                                      eventItem("t", name)})});
   };
   const auto root = plainItem("root");
@@ -145,8 +169,12 @@ TEST(ReplaceChildrenMemory, AnItemThatRepresentsAMergedItemIsComparedAnew) {
   EXPECT_EQ(find(root, "r").lock()->representedObject().object(), counterpart);
 }
 
-// root - a - b - y
-//          - c - y
+// root                           fresh
+//   a                              a
+//     b                              c
+//       y                              y
+//     c                              d
+//       y                              z
 TEST(ReplaceChildrenMemory, WhatWasFoundOfOneCounterpartIsNotSaidOfAnother) {
   const auto build = [](const ItemPointer& first, const ItemPointer& second) {
     const auto a = plainItem("a");
@@ -154,40 +182,55 @@ TEST(ReplaceChildrenMemory, WhatWasFoundOfOneCounterpartIsNotSaidOfAnother) {
     return items({a});
   };
   const auto root = plainItem("root");
-  root->replaceChildren(build(representing("same", "b", {plainItem("y")}),
-                              representing("same", "c", {plainItem("y")})));
-  const auto recorder = Recorder::make();
+  root->replaceChildren(build(plainItemWith("b", "same", {plainItem("y")}),
+                              plainItemWith("c", "same", {plainItem("y")})));
+  const auto recorder = TreeRecorder::make();
   recorder->watch(find(root, "c").lock(), "representedObject");
   // "c" differs from "d", beside which it stands at first, and not from its own counterpart.
-  auto fresh = build(representing("same", "c", {plainItem("y")}),
-                     representing("same", "d", {plainItem("z")}));
+  auto fresh = build(plainItemWith("c", "same", {plainItem("y")}),
+                     plainItemWith("d", "same", {plainItem("z")}));
   root->replaceChildren(std::move(fresh));
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_EQ(test::identifiers(*find(root, "a").lock()->children()), "[c, d]");
 }
 
-// root - p - p - g
-//              - k - m - n=Old
-//          - k - m - n=New
-//      - k - m - n=Old
+// root                           fresh: the children of the outer p
+//   p                              p
+//     p                              g
+//       g                            k
+//       k                              m
+//         m                              n=Old
+//           n=Old                  k
+//     k                              m
+//       m                              n=New
+//         n=New
+//   k
+//     m
+//       n=Old
 TEST(ReplaceChildrenMemory, AFreshArrayThatIsPartOfTheTreeIsComparedAnew) {
   const auto k = [](const char* name) {
     return plainItem("k", {plainItem("m", {eventItem("n", name)})});
   };
   const auto root = plainItem(
       "root", {plainItem("p", {plainItem("p", {plainItem("g"), k("Old")}), k("New")}), k("Old")});
-  const auto recorder = Recorder::make();
+  const auto recorder = TreeRecorder::make();
   recorder->watch(root->childAtIndex(1)->childAtIndex(0), "representedObject");
   auto list = root->childAtIndex(0)->children();
   root->replaceChildren(std::move(list));
   // The refresh of "p" made "New" old again, before "k" was compared with it for good.
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_EQ(outline(root), "root[p[g k[m[n=Old]]] k[m[n=Old]]]");
 }
 
-// root - p1 - x        below each the same x,        x - y - z - v - w
-//      - p2 - x        which all else hangs on:                - s
-//      - p3 - x
+// root                  each x is the same one:
+//   p1                  x
+//     x                   y
+//   p2                      z
+//     x                       v
+//   p3                          w
+//     x                       s
+//
+// The fresh items for p1 and p3 have one x, too; the one for p2 has another.
 TEST(ReplaceChildrenMemory, AnItemBelowThreeParentsShowsWhatTheLastOfThemIsGiven) {
   const auto build = [](const char* above, const char* w, const char* s) {
     const auto v = eventItem("v", "V", {eventItem("w", w)});
@@ -202,8 +245,8 @@ TEST(ReplaceChildrenMemory, AnItemBelowThreeParentsShowsWhatTheLastOfThemIsGiven
     const auto x = build("Same", "Old", "Old");
     root->replaceChildren(belowEach(x, x, x));
   }
-  // Of what the first and the third parent are given only s differs at first. The second one then
-  // changes w, too, so the third has to change it back.
+  // At first, what p1 and p3 get differs from x only in s. Then p2 changes w, too. So p3 must
+  // change w back.
   auto oneAndThree = build("Same", "Old", "New");
   auto two = build("Other", "Other", "Other");
   const auto& three = oneAndThree;
@@ -212,8 +255,27 @@ TEST(ReplaceChildrenMemory, AnItemBelowThreeParentsShowsWhatTheLastOfThemIsGiven
   EXPECT_EQ(outline(root), "root[p1" + shown + " p2" + shown + " p3" + shown + "]");
 }
 
-// root - b - h - b        The array of h is what root is given. Before root comes to its own a,
-//      - a     - a        the a of h takes over what is below this h's counterpart.
+// root                           fresh: the children of h
+//   b                              b
+//     h                              h
+//       b                              b
+//         h                            a
+//           b                            v
+//           a                              w=Given
+//             v                          s=Given
+//               w=Given            a
+//             s=Given                v
+//       a                              w=Old
+//         v                          s=New
+//           w=Old
+//         s=New
+//   a
+//     v
+//       w=Old
+//     s=Old
+//
+// The inner h is the counterpart of the outer one. Before the merge comes to the a of the root, the
+// a of the outer h takes over what is below the a of the inner one.
 TEST(ReplaceChildrenMemory, AnArrayThatIsGivenWhileItIsSomeItemsOwnIsFollowedAsItChanges) {
   const auto a = [](const char* w, const char* s) {
     return plainItem("a", {plainItem("v", {eventItem("w", w)}), eventItem("s", s)});

@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// The merge of more than one level: a child that stays and differs takes over its counterpart's
-// children by the same merge, and all of that is announced inside its own replacement.
-#include "tests/support/Recorder.h"
+// The merge of more than one level: a child that stays and differs merges the children of its
+// counterpart in the same way. All of that is announced within the child's own replacement.
+//
+// `root - a - x` above a test is the tree before the merge. Each "-" begins a level:
+//
+//     root - a - x        a and b are children of the root, x is one of a, y one of b
+//          - b - y
+#include "tests/support/TreeRecorder.h"
 
 #include <gtest/gtest.h>
 
@@ -13,13 +18,14 @@ using platform::Value;
 using test::eventItem;
 using test::ItemPointer;
 using test::items;
+using test::Lines;
 using test::outline;
 using test::plainItem;
-using test::Recorder;
+using test::TreeRecorder;
 
 /// A recorder that watches "children" of an item and everything below it.
-std::shared_ptr<Recorder> recorderOfAll(const ItemPointer& root) {
-  auto recorder = Recorder::of(root);
+std::shared_ptr<TreeRecorder> recorderOfAll(const ItemPointer& root) {
+  auto recorder = TreeRecorder::of(root);
   for (const auto& item : root->recursiveChildren()) {
     recorder->watch(item);
   }
@@ -37,10 +43,9 @@ TEST(ReplaceChildrenNested, AChildsOwnChangesAreAnnouncedInsideItsReplacement) {
   const auto z = eventItem("z", "Z");
   root->replaceChildren(items({plainItem("a", {z, eventItem("y", "Y2")}), plainItem("b")}));
   EXPECT_EQ(recorder->take(),
-            "a children removal {0} old=[x]\n"
-            "a children insertion {0} new=[z]\n"
-            "a children replacement {1} old=[y] new=[y]\n"
-            "root children replacement {0} old=[a] new=[a]\n");
+            (Lines{"a children removal {0} old=[x]", "a children insertion {0} new=[z]",
+                   "a children replacement {1} old=[y] new=[y]",
+                   "root children replacement {0} old=[a] new=[a]"}));
   EXPECT_EQ(root->childAtIndex(0), a);
   EXPECT_EQ(*a->children(), (KRAVTWVItemArray{z, y}));
   EXPECT_EQ(y->label(), Value("Y2"));
@@ -55,11 +60,9 @@ TEST(ReplaceChildrenNested, ChildrenAreFinishedOneAfterTheOther) {
   root->replaceChildren(
       items({plainItem("a", {plainItem("x2")}), plainItem("b", {plainItem("y2")})}));
   EXPECT_EQ(recorder->take(),
-            "a children removal {0} old=[x]\n"
-            "a children insertion {0} new=[x2]\n"
-            "b children removal {0} old=[y]\n"
-            "b children insertion {0} new=[y2]\n"
-            "root children replacement {0-1} old=[a, b] new=[a, b]\n");
+            (Lines{"a children removal {0} old=[x]", "a children insertion {0} new=[x2]",
+                   "b children removal {0} old=[y]", "b children insertion {0} new=[y2]",
+                   "root children replacement {0-1} old=[a, b] new=[a, b]"}));
 }
 
 // root - a - b - c - d
@@ -71,11 +74,10 @@ TEST(ReplaceChildrenNested, EachLevelClosesAfterTheOneBelowIt) {
   const auto recorder = recorderOfAll(root);
   root->replaceChildren(items({build("e")}));
   EXPECT_EQ(recorder->take(),
-            "c children removal {0} old=[d]\n"
-            "c children insertion {0} new=[e]\n"
-            "b children replacement {0} old=[c] new=[c]\n"
-            "a children replacement {0} old=[b] new=[b]\n"
-            "root children replacement {0} old=[a] new=[a]\n");
+            (Lines{"c children removal {0} old=[d]", "c children insertion {0} new=[e]",
+                   "b children replacement {0} old=[c] new=[c]",
+                   "a children replacement {0} old=[b] new=[b]",
+                   "root children replacement {0} old=[a] new=[a]"}));
 }
 
 // root - same - x
@@ -86,22 +88,22 @@ TEST(ReplaceChildrenNested, OnlyChildrenThatDifferAreEntered) {
   };
   const auto root = plainItem("root");
   root->replaceChildren(build("y"));
-  const auto recorder = Recorder::make();
+  const auto recorder = TreeRecorder::make();
   const auto same = root->childAtIndex(0);
   recorder->watch(same);
   recorder->watch(same, "representedObject");
   recorder->watch(same->childAtIndex(0), "representedObject");
   root->replaceChildren(build("z"));
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_EQ(outline(root), "root[same[x] other[z]]");
 }
 
 TEST(ReplaceChildrenNested, AChildTakesOverTheRecordBeforeTheChildren) {
   const auto a = eventItem("a", "Old", {plainItem("x")});
   const auto root = plainItem("root", {a});
-  const auto recorder = Recorder::of(a);
+  const auto recorder = TreeRecorder::of(a);
   std::string seen;
-  recorder->meanwhile = [&] { seen += a->label().displayText() + " "; };
+  recorder->then = [&] { seen += a->label().displayText() + " "; };
   root->replaceChildren(items({eventItem("a", "New", {plainItem("y")})}));
   EXPECT_EQ(seen, "New New ");
 }
@@ -109,10 +111,10 @@ TEST(ReplaceChildrenNested, AChildTakesOverTheRecordBeforeTheChildren) {
 TEST(ReplaceChildrenNested, ARecordIsSetAlsoWhenOnlyTheChildrenDiffer) {
   const auto a = eventItem("a", "A", {plainItem("x")});
   const auto root = plainItem("root", {a});
-  const auto recorder = Recorder::make();
+  const auto recorder = TreeRecorder::make();
   recorder->watch(a, "label");
   root->replaceChildren(items({eventItem("a", "A", {plainItem("y")})}));
-  EXPECT_EQ(recorder->take(), "a label setting old=A new=A\n");
+  EXPECT_EQ(recorder->take(), Lines{"a label setting old=\"A\" new=\"A\""});
 }
 
 TEST(ReplaceChildrenNested, ChildrenAreMergedAlsoWhenOnlyTheRecordDiffers) {
@@ -121,7 +123,7 @@ TEST(ReplaceChildrenNested, ChildrenAreMergedAlsoWhenOnlyTheRecordDiffers) {
   const auto root = plainItem("root", {a});
   const auto recorder = recorderOfAll(root);
   root->replaceChildren(items({eventItem("a", "New", {plainItem("x")})}));
-  EXPECT_EQ(recorder->take(), "root children replacement {0} old=[a] new=[a]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children replacement {0} old=[a] new=[a]"});
   EXPECT_EQ(*a->children(), KRAVTWVItemArray{x});
 }
 
@@ -132,9 +134,8 @@ TEST(ReplaceChildrenNested, AChildThatStaysCanLoseAllItsChildren) {
   recorder->watch(a, "isGroup");
   root->replaceChildren(items({plainItem("a")}));
   EXPECT_EQ(recorder->take(),
-            "a children removal {0-1} old=[x, y]\n"
-            "a isGroup setting old=true new=false\n"
-            "root children replacement {0} old=[a] new=[a]\n");
+            (Lines{"a children removal {0-1} old=[x, y]", "a isGroup setting old=true new=false",
+                   "root children replacement {0} old=[a] new=[a]"}));
 }
 
 TEST(ReplaceChildrenNested, AnAbsentListOfAFreshItemIsTreatedAsEmpty) {
@@ -144,9 +145,8 @@ TEST(ReplaceChildrenNested, AnAbsentListOfAFreshItemIsTreatedAsEmpty) {
   const auto fresh = plainItem("a");
   fresh->setChildren(nullptr);
   root->replaceChildren(items({fresh}));
-  EXPECT_EQ(recorder->take(),
-            "a children removal {0} old=[x]\n"
-            "root children replacement {0} old=[a] new=[a]\n");
+  EXPECT_EQ(recorder->take(), (Lines{"a children removal {0} old=[x]",
+                                     "root children replacement {0} old=[a] new=[a]"}));
   ASSERT_NE(a->children(), nullptr);
   EXPECT_TRUE(a->children()->empty());
 }
@@ -157,9 +157,8 @@ TEST(ReplaceChildrenNested, ALeafThatStaysCanBecomeAGroup) {
   const auto root = plainItem("root", {a});
   const auto recorder = recorderOfAll(root);
   root->replaceChildren(items({plainItem("a", {x})}));
-  EXPECT_EQ(recorder->take(),
-            "a children insertion {0} new=[x]\n"
-            "root children replacement {0} old=[a] new=[a]\n");
+  EXPECT_EQ(recorder->take(), (Lines{"a children insertion {0} new=[x]",
+                                     "root children replacement {0} old=[a] new=[a]"}));
   EXPECT_EQ(a->childAtIndex(0), x);
 }
 
@@ -197,11 +196,9 @@ TEST(ReplaceChildrenNested, SwappedGroupsMergeTheChildrenOfTheirPosition) {
   const auto recorder = recorderOfAll(root);
   root->replaceChildren(items({group("q", {plainItem("y")}), group("p", {plainItem("x")})}));
   EXPECT_EQ(recorder->take(),
-            "p children removal {0} old=[x]\n"
-            "p children insertion {0} new=[y]\n"
-            "q children removal {0} old=[y]\n"
-            "q children insertion {0} new=[x]\n"
-            "root children replacement {0-1} old=[p, q] new=[p, q]\n");
+            (Lines{"p children removal {0} old=[x]", "p children insertion {0} new=[y]",
+                   "q children removal {0} old=[y]", "q children insertion {0} new=[x]",
+                   "root children replacement {0-1} old=[p, q] new=[p, q]"}));
   EXPECT_EQ(p->representedObject(), Value("q"));
   EXPECT_EQ(p->label(), Value("p"));  // stored, so it stays
 }
@@ -216,18 +213,17 @@ TEST(ReplaceChildrenNested, AnItemThatRepresentsNothingHasItsAncestorsReplacedTo
   root->replaceChildren(build());
   const auto recorder = recorderOfAll(root);
   root->replaceChildren(build());
-  EXPECT_EQ(recorder->take(),
-            "a children replacement {0} old=[empty] new=[empty]\n"
-            "root children replacement {0} old=[a] new=[a]\n");
+  EXPECT_EQ(recorder->take(), (Lines{"a children replacement {0} old=[empty] new=[empty]",
+                                     "root children replacement {0} old=[a] new=[a]"}));
 }
 
 TEST(ReplaceChildrenNested, AnObserverOfALevelSeesTheLevelsAboveUnfinished) {
   const auto a = eventItem("a", "A", {plainItem("x")});
   const auto b = eventItem("b", "B");
   const auto root = plainItem("root", {a, b});
-  const auto recorder = Recorder::of(a);
+  const auto recorder = TreeRecorder::of(a);
   std::string seen;
-  recorder->meanwhile = [&] { seen += outline(root) + "; "; };
+  recorder->then = [&] { seen += outline(root) + "; "; };
   root->replaceChildren(items({eventItem("a", "A2", {plainItem("y")}), eventItem("b", "B2")}));
   EXPECT_EQ(seen, "root[a=A2 b=B]; root[a=A2[y] b=B]; ");
   EXPECT_EQ(outline(root), "root[a=A2[y] b=B2]");

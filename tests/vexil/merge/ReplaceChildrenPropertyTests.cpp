@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// What holds of every merge of items whose identifiers occur once.
+// What is true of every merge of items, if each identifier occurs once.
 #include "tests/support/Property.h"
-#include "tests/support/Recorder.h"
+#include "tests/support/TreeRecorder.h"
 
 #include <gtest/gtest.h>
 

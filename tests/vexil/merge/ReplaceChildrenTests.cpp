@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // One level of the merge: what goes, what comes, what is refreshed in place, and what is announced
-// of it. Items are written with their labels: "a=One".
-#include "tests/support/Recorder.h"
+// of it. `root - a, b` above a test is the tree before the merge: a root with children a and b.
+#include "tests/support/TreeRecorder.h"
 
 #include <gtest/gtest.h>
 
@@ -15,12 +15,14 @@ using platform::Value;
 using test::eventItem;
 using test::ItemPointer;
 using test::items;
+using test::Lines;
 using test::outline;
 using test::plainItem;
-using test::Recorder;
+using test::plainItemWith;
+using test::TreeRecorder;
 
-/// A group that says what its children are whenever it is asked whether it is one. Observers of
-/// "isGroup" have it asked before and after each change of "children".
+/// A group that notes what its children are when it is asked whether it is a group. If somebody
+/// observes "isGroup", each change of "children" asks before and after.
 class Witness : public KRAVTWVKind<Witness, KRAVTWVGroupVexil> {
  public:
   using KRAVTWVKind::KRAVTWVKind;
@@ -31,7 +33,7 @@ class Witness : public KRAVTWVKind<Witness, KRAVTWVGroupVexil> {
   mutable std::string seen;
 };
 
-/// What an item can represent that counts how often it is compared.
+/// An object for items to represent. It counts how often it is compared.
 class Counted : public platform::Object {
  public:
   explicit Counted(int content) : _content(content) {}
@@ -54,43 +56,37 @@ ItemPointer countedItem(const char* uniqueID, int content) {
   return item;
 }
 
-ItemPointer plainItemWith(const char* uniqueID, const Value& represented) {
-  auto item = plainItem(uniqueID);
-  item->setRepresentedObject(represented);
-  return item;
-}
-
 // root - a, b, c
 TEST(ReplaceChildren, AnAbsentArrayRemovesEveryChildUnderOneRemoval) {
   const auto root = plainItem("root", {plainItem("a"), plainItem("b"), plainItem("c")});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(nullptr);
-  EXPECT_EQ(recorder->take(), "root children removal {0-2} old=[a, b, c]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children removal {0-2} old=[a, b, c]"});
   EXPECT_TRUE(root->children()->empty());
 }
 
 TEST(ReplaceChildren, AnEmptyArrayRemovesEveryChildToo) {
   const auto root = plainItem("root", {plainItem("a"), plainItem("b")});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(items({}));
-  EXPECT_EQ(recorder->take(), "root children removal {0-1} old=[a, b]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children removal {0-1} old=[a, b]"});
 }
 
 TEST(ReplaceChildren, AnEmptyArrayOnANodeWithoutChildrenAnnouncesNothing) {
   const auto root = plainItem("root");
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   recorder->watch(root, "isGroup");
   root->replaceChildren(items({}));
   root->replaceChildren(nullptr);
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
 }
 
 TEST(ReplaceChildren, ANodeWithoutChildrenHoldsTheGivenObjectsThemselves) {
   const auto root = plainItem("root");
   const auto fresh = items({plainItem("a"), plainItem("b"), plainItem("c")});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(fresh);
-  EXPECT_EQ(recorder->take(), "root children insertion {0-2} new=[a, b, c]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children insertion {0-2} new=[a, b, c]"});
   EXPECT_EQ(*root->children(), *fresh);
 }
 
@@ -100,11 +96,10 @@ TEST(ReplaceChildren, WhatGoesIsAnnouncedBeforeWhatComes) {
   const auto x3 = plainItem("x3");
   const auto x4 = plainItem("x4");
   const auto root = plainItem("root", {x1, plainItem("x2"), x3});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(items({plainItem("x1"), plainItem("x3"), x4}));
   EXPECT_EQ(recorder->take(),
-            "root children removal {1} old=[x2]\n"
-            "root children insertion {2} new=[x4]\n");
+            (Lines{"root children removal {1} old=[x2]", "root children insertion {2} new=[x4]"}));
   EXPECT_EQ(*root->children(), (KRAVTWVItemArray{x1, x3, x4}));
 }
 
@@ -112,9 +107,9 @@ TEST(ReplaceChildren, AChangedChildIsReplacedInPlaceAndStaysTheSameObject) {
   const auto x1 = plainItem("x1");
   const auto x2 = plainItem("x2");
   const auto root = plainItem("root", {x1, x2});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(items({plainItem("x1"), plainItemWith("x2", "new content")}));
-  EXPECT_EQ(recorder->take(), "root children replacement {1} old=[x2] new=[x2]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children replacement {1} old=[x2] new=[x2]"});
   EXPECT_EQ(*root->children(), (KRAVTWVItemArray{x1, x2}));
   EXPECT_EQ(x2->representedObject(), Value("new content"));
   EXPECT_EQ(x1->representedObject(), Value("x1"));
@@ -125,11 +120,11 @@ TEST(ReplaceChildren, SwappedChildrenTakeOverEachOthersContentByPosition) {
   const auto x2 = plainItemWith("x2", "second");
   const auto below = plainItem("below");
   const auto root = plainItem("root", {x1, x2});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   const auto fresh2 = plainItemWith("x2", "second");
   fresh2->addChild(below);
   root->replaceChildren(items({fresh2, plainItemWith("x1", "first")}));
-  EXPECT_EQ(recorder->take(), "root children replacement {0-1} old=[x1, x2] new=[x1, x2]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children replacement {0-1} old=[x1, x2] new=[x1, x2]"});
   EXPECT_EQ(*root->children(), (KRAVTWVItemArray{x1, x2}));
   EXPECT_EQ(x1->representedObject(), Value("second"));
   EXPECT_EQ(*x1->children(), KRAVTWVItemArray{below});
@@ -150,39 +145,39 @@ TEST(ReplaceChildren, IdenticalTreesAnnounceNothing) {
   const auto build = [] { return items({plainItem("a", {plainItem("b")}), eventItem("e", "E")}); };
   const auto root = plainItem("root");
   root->replaceChildren(build());
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   for (const auto& item : root->recursiveChildren()) {
     recorder->watch(item);
     recorder->watch(item, "representedObject");
   }
   root->replaceChildren(build());
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
 }
 
 TEST(ReplaceChildren, AnItemsOwnChildrenChangeNothing) {
   const auto root = plainItem("root", {plainItem("a"), plainItem("b")});
   const auto before = *root->children();
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(root->children());
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   EXPECT_EQ(*root->children(), before);
 }
 
 TEST(ReplaceChildren, RemovalIndexesAreThoseBeforeTheRemoval) {
   const auto root = plainItem(
       "root", {plainItem("a"), plainItem("b"), plainItem("c"), plainItem("d"), plainItem("e")});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(items({plainItem("b"), plainItem("e")}));
-  EXPECT_EQ(recorder->take(), "root children removal {0, 2-3} old=[a, c, d]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children removal {0, 2-3} old=[a, c, d]"});
 }
 
 TEST(ReplaceChildren, EveryChildWithAVanishedIdentifierIsRemoved) {
   const auto b = plainItem("b");
   const auto root = plainItem("root");
   root->setChildren(items({plainItem("a"), b, plainItem("a")}));
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(items({plainItem("b")}));
-  EXPECT_EQ(recorder->take(), "root children removal {0, 2} old=[a, a]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children removal {0, 2} old=[a, a]"});
   EXPECT_EQ(*root->children(), KRAVTWVItemArray{b});
 }
 
@@ -202,39 +197,38 @@ TEST(ReplaceChildren, InsertedItemsLandAtTheirOwnIndexes) {
   const auto e = plainItem("e");
   const auto f = plainItem("f");
   const auto root = plainItem("root", {b, d});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(items({a, plainItem("b"), c, plainItem("d"), e, f}));
-  EXPECT_EQ(recorder->take(), "root children insertion {0, 2, 4-5} new=[a, c, e, f]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children insertion {0, 2, 4-5} new=[a, c, e, f]"});
   EXPECT_EQ(*root->children(), (KRAVTWVItemArray{a, b, c, d, e, f}));
 }
 
-// root - gone, moved, stays
+// root - gone, stays
 TEST(ReplaceChildren, AllThreeAnnouncementsCountAsTheirOwnStepDoes) {
   const auto stays = eventItem("stays", "Old");
   const auto root = plainItem("root", {eventItem("gone", "Gone"), stays});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(items({eventItem("first", "First"), eventItem("second", "Second"),
                                eventItem("stays", "New"), eventItem("last", "Last")}));
-  EXPECT_EQ(recorder->take(),
-            "root children removal {0} old=[gone]\n"
-            "root children insertion {0-1, 3} new=[first, second, last]\n"
-            "root children replacement {2} old=[stays] new=[stays]\n");
+  EXPECT_EQ(recorder->take(), (Lines{"root children removal {0} old=[gone]",
+                                     "root children insertion {0-1, 3} new=[first, second, last]",
+                                     "root children replacement {2} old=[stays] new=[stays]"}));
   EXPECT_EQ(outline(root), "root[first=First second=Second stays=New last=Last]");
   EXPECT_EQ(root->childAtIndex(2), stays);
 }
 
 TEST(ReplaceChildren, InsertedItemsAreNotComparedWithThemselves) {
-  // One that represents nothing would not equal even its own counterpart.
+  // An item that represents nothing equals no item, not even itself made anew.
   const auto root = plainItem("root");
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(items({plainItemWith("a", {}), plainItemWith("b", {})}));
-  EXPECT_EQ(recorder->take(), "root children insertion {0-1} new=[a, b]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children insertion {0-1} new=[a, b]"});
 }
 
 TEST(ReplaceChildren, ChildrenAreAsTheyWereAtWillChangeAndAsTheyAreAtDidChange) {
   const auto root = Witness::itemWithLabelUniqueID("", "root");
   root->addChildren({plainItem("a"), plainItem("b")});
-  const auto recorder = Recorder::make();
+  const auto recorder = TreeRecorder::make();
   recorder->watch(root, "isGroup");
   root->replaceChildren(items({plainItemWith("b", "new"), plainItem("c")}));
   EXPECT_EQ(root->seen, "[a, b] [b] [b] [b, c] [b, c] [b, c] ");
@@ -242,9 +236,9 @@ TEST(ReplaceChildren, ChildrenAreAsTheyWereAtWillChangeAndAsTheyAreAtDidChange) 
 
 TEST(ReplaceChildren, EachNoticeComesBeforeTheNextStep) {
   const auto root = plainItem("root", {plainItem("a"), plainItem("b")});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   std::string seen;
-  recorder->meanwhile = [&] {
+  recorder->then = [&] {
     seen += test::identifiers(*root->children()) + " " +
             root->children()->front()->representedObject().displayText() + "; ";
   };
@@ -277,12 +271,12 @@ TEST(ReplaceChildren, IdentifiersAreComparedByValue) {
   const auto root = plainItem("root");
   const std::string text = "an identifier too long to be stored within a value itself";
   root->replaceChildren(items({withIdentifier(std::string(text)), withIdentifier(7)}));
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(items({withIdentifier(std::string(text)), withIdentifier(7.0)}));
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
   root->replaceChildren(items({withIdentifier(text + "."), withIdentifier("7")}));
-  EXPECT_EQ(recorder->take(), "root children removal {0-1} old=[" + text + ", 7]\n" +
-                                  "root children insertion {0-1} new=[" + text + "., 7]\n");
+  EXPECT_EQ(recorder->take(), (Lines{"root children removal {0-1} old=[" + text + ", 7]",
+                                     "root children insertion {0-1} new=[" + text + "., 7]"}));
 }
 
 // root - stays
@@ -311,30 +305,29 @@ TEST(ReplaceChildren, AStoredIdentifierStaysWhenPositionsAreTakenOver) {
 TEST(ReplaceChildren, WhatAKindDerivesFollowsTheNewRecord) {
   const auto event = KRAVTWVEventVexil::itemWithEvent(test::eventRecord("e", "Old", false));
   const auto root = plainItem("root", {event});
-  const auto recorder = Recorder::make();
+  const auto recorder = TreeRecorder::make();
   recorder->watch(event, "label");
   root->replaceChildren(
       items({KRAVTWVEventVexil::itemWithEvent(test::eventRecord("e", "New", true))}));
   EXPECT_EQ(event->label(), Value("New"));
   EXPECT_TRUE(event->enabled());
-  EXPECT_EQ(recorder->take(), "e label setting old=Old new=New\n");
+  EXPECT_EQ(recorder->take(), Lines{"e label setting old=\"Old\" new=\"New\""});
 }
 
 TEST(ReplaceChildren, TheNewRecordIsAnnouncedInsideTheReplacement) {
   const auto event = eventItem("e", "Old");
   const auto root = plainItem("root", {event});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   recorder->watch(event, "label");
   recorder->watch(event, "uniqueID");
   recorder->watch(event, "path");
   recorder->watch(event, "children");
   root->replaceChildren(items({eventItem("e", "New", {plainItem("below")})}));
-  EXPECT_EQ(recorder->take(),
-            "e label setting old=Old new=New\n"
-            "e uniqueID setting old=e new=e\n"
-            "e path setting old=/root/e new=/root/e\n"
-            "e children insertion {0} new=[below]\n"
-            "root children replacement {0} old=[e] new=[e]\n");
+  EXPECT_EQ(recorder->take(), (Lines{"e label setting old=\"Old\" new=\"New\"",
+                                     "e uniqueID setting old=\"e\" new=\"e\"",
+                                     "e path setting old=\"/root/e\" new=\"/root/e\"",
+                                     "e children insertion {0} new=[below]",
+                                     "root children replacement {0} old=[e] new=[e]"}));
 }
 
 TEST(ReplaceChildren, ChangedChildrenAreRefreshedInAscendingOrder) {
@@ -342,15 +335,14 @@ TEST(ReplaceChildren, ChangedChildrenAreRefreshedInAscendingOrder) {
   const auto b = eventItem("b", "B");
   const auto c = eventItem("c", "C");
   const auto root = plainItem("root", {a, b, c});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   for (const auto& item : {c, b, a}) {
     recorder->watch(item, "label");
   }
   root->replaceChildren(items({eventItem("a", "A2"), eventItem("b", "B"), eventItem("c", "C2")}));
   EXPECT_EQ(recorder->take(),
-            "a label setting old=A new=A2\n"
-            "c label setting old=C new=C2\n"
-            "root children replacement {0, 2} old=[a, c] new=[a, c]\n");
+            (Lines{"a label setting old=\"A\" new=\"A2\"", "c label setting old=\"C\" new=\"C2\"",
+                   "root children replacement {0, 2} old=[a, c] new=[a, c]"}));
 }
 
 // root - a, b, both with the one child x
@@ -361,14 +353,13 @@ TEST(ReplaceChildren, AllAreComparedBeforeAnyIsChanged) {
   a->setChildren(items({x}));
   b->setChildren(items({x}));
   const auto root = plainItem("root", {a, b});
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   recorder->watch(b, "representedObject");
   // When `a` has been refreshed, `b` equals its counterpart; it did not before.
   root->replaceChildren(items(
       {plainItem("a", {plainItemWith("x", "new")}), plainItem("b", {plainItemWith("x", "new")})}));
-  EXPECT_EQ(recorder->take(),
-            "b representedObject setting old=b new=b\n"
-            "root children replacement {0-1} old=[a, b] new=[a, b]\n");
+  EXPECT_EQ(recorder->take(), (Lines{"b representedObject setting old=\"b\" new=\"b\"",
+                                     "root children replacement {0-1} old=[a, b] new=[a, b]"}));
 }
 
 TEST(ReplaceChildren, InsertedItemsKeepTheParentTheyHad) {
@@ -412,13 +403,12 @@ TEST(ReplaceChildren, AnItemThatRepresentsNothingIsReplacedOnEveryCall) {
   const auto build = [] { return items({plainItem("a"), plainItemWith("empty", {})}); };
   const auto root = plainItem("root");
   root->replaceChildren(build());
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   recorder->watch(root->childAtIndex(1), "representedObject");
   for (int i = 0; i < 2; ++i) {
     root->replaceChildren(build());
-    EXPECT_EQ(recorder->take(),
-              "empty representedObject setting old=null new=null\n"
-              "root children replacement {1} old=[empty] new=[empty]\n");
+    EXPECT_EQ(recorder->take(), (Lines{"empty representedObject setting old=<null> new=<null>",
+                                       "root children replacement {1} old=[empty] new=[empty]"}));
   }
 }
 
@@ -426,18 +416,18 @@ TEST(ReplaceChildren, AGroupRepresentsItsIdentifierAndIsNotReplaced) {
   const auto build = [] { return items({KRAVTWVGroupVexil::itemWithLabelUniqueID("G", "g")}); };
   const auto root = plainItem("root");
   root->replaceChildren(build());
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(build());
-  EXPECT_EQ(recorder->take(), "");
+  EXPECT_EQ(recorder->take(), Lines{});
 }
 
 TEST(ReplaceChildren, AnItemOfAnUnrelatedClassReplacesContentAndNotTheObject) {
   const auto group = KRAVTWVGroupVexil::itemWithLabelUniqueID("label", "g");
   const auto root = plainItem("root", {group});
   const auto below = plainItem("below");
-  const auto recorder = Recorder::of(root);
+  const auto recorder = TreeRecorder::of(root);
   root->replaceChildren(items({plainItem("g", {below})}));
-  EXPECT_EQ(recorder->take(), "root children replacement {0} old=[g] new=[g]\n");
+  EXPECT_EQ(recorder->take(), Lines{"root children replacement {0} old=[g] new=[g]"});
   EXPECT_EQ(root->childAtIndex(0), group);
   EXPECT_EQ(group->label(), Value("label"));
   EXPECT_EQ(*group->children(), KRAVTWVItemArray{below});
@@ -450,14 +440,14 @@ TEST(ReplaceChildren, TheOldItemsClassDecidesWhetherTheyAreEqual) {
   const auto onDemand = KRAVTWVOnDemandVexil::itemWithEvent(record);
   const auto announced = [](const ItemPointer& old, const ItemPointer& fresh) {
     const auto root = plainItem("root", {old});
-    const auto recorder = Recorder::of(root);
+    const auto recorder = TreeRecorder::of(root);
     root->replaceChildren(items({fresh}));
     EXPECT_EQ(root->childAtIndex(0), old);
     return recorder->take();
   };
-  const std::string replaced = "root children replacement {0} old=[e] new=[e]\n";
-  EXPECT_EQ(announced(plain, event), "");
-  EXPECT_EQ(announced(event, onDemand), "");
+  const Lines replaced{"root children replacement {0} old=[e] new=[e]"};
+  EXPECT_EQ(announced(plain, event), Lines{});
+  EXPECT_EQ(announced(event, onDemand), Lines{});
   EXPECT_EQ(announced(event, plain), replaced);
   EXPECT_EQ(announced(onDemand, event), replaced);
 }
@@ -479,8 +469,8 @@ TEST(ReplaceChildren, AnUnchangedTreeIsComparedOnce) {
   EXPECT_EQ(Counted::comparisons, 6);
 }
 
-/// A root of so many items is given half of them in another order, and as many new ones. Yields how
-/// often identifiers were compared.
+/// Merges into a root of `count` items one half of them, in another order, and as many new ones.
+/// Returns how often identifiers were compared.
 int comparisonsOfIdentifiers(int count) {
   const auto build = [](int first, int end) {
     KRAVTWVItemArray all;
@@ -494,17 +484,14 @@ int comparisonsOfIdentifiers(int count) {
   root->replaceChildren(items(build(0, count)));
   KRAVTWVItemArray fresh = build(count / 2, count + count / 2);
   std::ranges::reverse(fresh);
-  std::string changes;
-  const auto observation = platform::observe(
-      root, "children", platform::ObservingOptions::both, [&](const platform::ChangeRecord& of) {
-        changes += test::nameOf(of.kind) + " " + of.indexes->description() + "; ";
-      });
+  const auto recorder = TreeRecorder::of(root, {"children"}, platform::ObservingOptions::none);
   Counted::comparisons = 0;
   root->replaceChildren(items(fresh));
   const std::string half = std::to_string(count / 2);
-  const std::string upToHalf = "{0-" + std::to_string(count / 2 - 1) + "}; ";
-  EXPECT_EQ(changes, "removal " + upToHalf + "insertion " + upToHalf + "replacement {" + half +
-                         "-" + std::to_string(count - 1) + "}; ");
+  const std::string upToHalf = "{0-" + std::to_string(count / 2 - 1) + "}";
+  EXPECT_EQ(recorder->take(),
+            (Lines{"root children removal " + upToHalf, "root children insertion " + upToHalf,
+                   "root children replacement {" + half + "-" + std::to_string(count - 1) + "}"}));
   return Counted::comparisons;
 }
 

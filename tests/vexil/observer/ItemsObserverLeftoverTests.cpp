@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// An items observer of a tree that is changed without announcements: what it is not registered on
-// it leaves alone, and what it can no longer reach leaves it alone.
+// An items observer of a tree that changes without announcements. It leaves items alone on which it
+// is not registered. Items that it can no longer reach do no harm to it.
 #include "tests/support/AllocationCounter.h"
-#include "tests/support/Recorder.h"
+#include "tests/support/TreeRecorder.h"
 
 #include <vexil/KRAVTWVItemsVexil.h>
 #include <vexil/platform/Error.h>
@@ -21,9 +21,10 @@ using test::eventItem;
 using test::eventRecord;
 using test::ItemPointer;
 using test::items;
+using test::Lines;
 using test::outline;
 using test::plainItem;
-using test::Recorder;
+using test::TreeRecorder;
 
 /// A watched tree:
 ///
@@ -34,7 +35,7 @@ struct ItemsObserverLeftovers : ::testing::Test {
     observer->setDelegate(delegate);
     observer->setRoot(root);
   }
-  /// Takes an item out of its parent's array without saying so.
+  /// Takes an item out of its parent's array without an announcement.
   static void takeOut(const ItemPointer& parent, const ItemPointer& item) {
     std::erase(*parent->children(), item);
   }
@@ -44,7 +45,7 @@ struct ItemsObserverLeftovers : ::testing::Test {
   ItemPointer a = plainItem("a", {x});
   ItemPointer b = plainItem("b");
   ItemPointer root = plainItem("root", {a, b});
-  std::shared_ptr<Recorder> delegate = Recorder::make();
+  std::shared_ptr<TreeRecorder> delegate = TreeRecorder::make();
   std::shared_ptr<KRAVTWVItemsObserver> observer = KRAVTWVItemsObserver::init();
 };
 
@@ -55,22 +56,19 @@ TEST_F(ItemsObserverLeftovers, ARefreshOfATreeThatWasAddedToIsReportedAsAlways) 
   a->addChild(plainItem("y"));
   root->replaceChildren(items({plainItem("a", {plainItem("z")}), plainItem("d")}));
   EXPECT_EQ(delegate->take(),
-            "report removal [b, c] {1-2} of root\n"
-            "report insertion [d] {1} of root\n"
-            "report removal [x, y] {0-1} of a\n"
-            "report insertion [z] {0} of a\n"
-            "report replacement [a] {0} of root\n");
+            (Lines{"report removal [b, c] {1-2} of root", "report insertion [d] {1} of root",
+                   "report removal [x, y] {0-1} of a", "report insertion [z] {0} of a",
+                   "report replacement [a] {0} of root"}));
   EXPECT_EQ(outline(root), "root[a[z] d]");
   change(root->childAtIndex(1));
-  EXPECT_EQ(delegate->take(), "report insertion [new] {0} of d\n");
+  EXPECT_EQ(delegate->take(), Lines{"report insertion [new] {0} of d"});
 }
 
 TEST_F(ItemsObserverLeftovers, ASettingOfATreeThatWasAddedToIsReportedAsAlways) {
   root->addChild(plainItem("c"));
   root->setChildren(items({b}));
-  EXPECT_EQ(delegate->take(),
-            "report removal [a, b, c] without indexes of root\n"
-            "report setting [b] without indexes of root\n");
+  EXPECT_EQ(delegate->take(), (Lines{"report removal [a, b, c] without indexes of root",
+                                     "report setting [b] without indexes of root"}));
 }
 
 TEST_F(ItemsObserverLeftovers, ATreeThatWasAddedToCanBeLeft) {
@@ -83,7 +81,7 @@ TEST_F(ItemsObserverLeftovers, ATreeThatWasAddedToCanBeLeft) {
   x->addChild(plainItem("z"));
   observer->setRoot(root);
   change(x->childAtIndex(1));
-  EXPECT_EQ(delegate->take(), "report insertion [new] {0} of z\n");
+  EXPECT_EQ(delegate->take(), Lines{"report insertion [new] {0} of z"});
 }
 
 TEST_F(ItemsObserverLeftovers, ATreeThatWasAddedToCanBeLeftByADestructor) {
@@ -101,17 +99,17 @@ TEST_F(ItemsObserverLeftovers, ATreeThatWasAddedToCanBeLeftByADestructor) {
 }
 
 TEST_F(ItemsObserverLeftovers, AnItemThatStandsInTwoPlacesIsLeftOnce) {
-  // Registered on where it stood when the tree was watched, added elsewhere unannounced.
+  // The observer registered on it at its first place. It was then added elsewhere, unannounced.
   b->addChild(x);
   root->removeChildrenAtIndexes({0});
-  EXPECT_EQ(delegate->take(), "report removal [a] {0} of root\n");
+  EXPECT_EQ(delegate->take(), Lines{"report removal [a] {0} of root"});
   b->removeChildrenAtIndexes({0});
-  EXPECT_EQ(delegate->take(), "report removal [x] {0} of b\n");
+  EXPECT_EQ(delegate->take(), Lines{"report removal [x] {0} of b"});
 }
 
 TEST_F(ItemsObserverLeftovers, TheOperationsOfItemsStillThrowForWhatIsNotRegistered) {
   static constexpr platform::ContextToken token("token");
-  const auto recorder = Recorder::make();
+  const auto recorder = TreeRecorder::make();
   root->addObserverForRecursiveChildrenWithOptionContext(recorder, platform::ObservingOptions::none,
                                                          &token);
   root->addChild(plainItem("c"));
@@ -125,12 +123,11 @@ TEST_F(ItemsObserverLeftovers, AnItemTakenOutUnannouncedIsWatchedUntilTheRootIsC
   takeOut(root, a);
   change(a);
   EXPECT_EQ(delegate->take(),
-            "report removal [x] {0} of a\n"
-            "report insertion [new] {0} of a\n");
+            (Lines{"report removal [x] {0} of a", "report insertion [new] {0} of a"}));
   observer->setRoot(nullptr);
   change(a);
   change(x);
-  EXPECT_EQ(delegate->take(), "");
+  EXPECT_EQ(delegate->take(), Lines{});
 }
 
 TEST_F(ItemsObserverLeftovers, AnItemTakenOutUnannouncedIsNotWatchedWhenAnotherRootIs) {
@@ -138,20 +135,20 @@ TEST_F(ItemsObserverLeftovers, AnItemTakenOutUnannouncedIsNotWatchedWhenAnotherR
   const auto other = plainItem("other");
   observer->setRoot(other);
   change(a);
-  EXPECT_EQ(delegate->take(), "");
+  EXPECT_EQ(delegate->take(), Lines{});
   change(other);
-  EXPECT_EQ(delegate->take(), "report insertion [new] {0} of other\n");
+  EXPECT_EQ(delegate->take(), Lines{"report insertion [new] {0} of other"});
 }
 
 TEST_F(ItemsObserverLeftovers, AnItemTakenOutUnannouncedIsNotWatchedWhenTheRootIsSetAgain) {
   takeOut(root, a);
   observer->setRoot(root);
   change(a);
-  EXPECT_EQ(delegate->take(), "");
+  EXPECT_EQ(delegate->take(), Lines{});
   root->addChild(a);
   observer->setRoot(root);
   a->replaceChildren(nullptr);
-  EXPECT_EQ(delegate->take(), "report removal [new] {0} of a\n") << "once";
+  EXPECT_EQ(delegate->take(), Lines{"report removal [new] {0} of a"}) << "once";
 }
 
 TEST_F(ItemsObserverLeftovers, AnItemTakenOutUnannouncedIsForgottenWhenItChangesNext) {
@@ -165,19 +162,19 @@ TEST_F(ItemsObserverLeftovers, ATreeThatOutlivedItsRootIsNotWatchedOnceTheRootIs
   root.reset();  // unannounced; "a" stays
   observer->setRoot(nullptr);
   change(a);
-  EXPECT_EQ(delegate->take(), "");
+  EXPECT_EQ(delegate->take(), Lines{});
 }
 
 TEST_F(ItemsObserverLeftovers, LeftoversHearNothingInTheDeliveryInWhichTheRootIsCleared) {
-  // While the observer is being told, so held, by one item, another changes.
+  // One item tells the observer, and so holds it. Meanwhile another item changes.
   takeOut(root, a);
-  delegate->meanwhile = [&] {
-    delegate->meanwhile = nullptr;
+  delegate->then = [&] {
+    delegate->then = nullptr;
     observer->setRoot(nullptr);
     change(a);
   };
   change(b);
-  EXPECT_EQ(delegate->take(), "report insertion [new] {0} of b\n");
+  EXPECT_EQ(delegate->take(), Lines{"report insertion [new] {0} of b"});
 }
 
 // --- within a notice
@@ -185,62 +182,61 @@ TEST_F(ItemsObserverLeftovers, LeftoversHearNothingInTheDeliveryInWhichTheRootIs
 TEST_F(ItemsObserverLeftovers,
        ARootThatIsClearedBetweenTheReportsOfASettingLeavesNothingRegistered) {
   const auto c = plainItem("c");
-  delegate->meanwhile = [&] {
-    delegate->meanwhile = nullptr;
+  delegate->then = [&] {
+    delegate->then = nullptr;
     observer->setRoot(nullptr);
   };
   root->setChildren(items({c}));
-  EXPECT_EQ(delegate->take(), "report removal [a, b] without indexes of root\n");
+  EXPECT_EQ(delegate->take(), Lines{"report removal [a, b] without indexes of root"});
   EXPECT_FALSE(c->isObserved());
   EXPECT_FALSE(root->isObserved());
 }
 
 TEST_F(ItemsObserverLeftovers, ARootThatIsSetAgainBetweenTheReportsOfASettingRegistersOnce) {
   const auto c = plainItem("c");
-  delegate->meanwhile = [&] {
-    delegate->meanwhile = nullptr;
+  delegate->then = [&] {
+    delegate->then = nullptr;
     observer->setRoot(root);
   };
   root->setChildren(items({c}));
-  EXPECT_EQ(delegate->take(), "report removal [a, b] without indexes of root\n");
+  EXPECT_EQ(delegate->take(), Lines{"report removal [a, b] without indexes of root"});
   change(c);
-  EXPECT_EQ(delegate->take(), "report insertion [new] {0} of c\n") << "once";
+  EXPECT_EQ(delegate->take(), Lines{"report insertion [new] {0} of c"}) << "once";
 }
 
 TEST_F(ItemsObserverLeftovers, AnotherRootThatIsSetBetweenTheReportsOfASettingIsAllThatIsWatched) {
   const auto c = plainItem("c");
   const auto other = plainItem("other");
-  delegate->meanwhile = [&] {
-    delegate->meanwhile = nullptr;
+  delegate->then = [&] {
+    delegate->then = nullptr;
     observer->setRoot(other);
   };
   root->setChildren(items({c}));
   change(c);
   change(root);
-  EXPECT_EQ(delegate->take(), "report removal [a, b] without indexes of root\n");
+  EXPECT_EQ(delegate->take(), Lines{"report removal [a, b] without indexes of root"});
   change(other);
-  EXPECT_EQ(delegate->take(), "report insertion [new] {0} of other\n");
+  EXPECT_EQ(delegate->take(), Lines{"report insertion [new] {0} of other"});
 }
 
 TEST_F(ItemsObserverLeftovers, AnObserverLetGoOfBetweenTheReportsOfASettingIsToldOfBoth) {
   const std::weak_ptr<KRAVTWVItemsObserver> watch = observer;
   const auto c = plainItem("c");
-  delegate->meanwhile = [&] { observer.reset(); };
+  delegate->then = [&] { observer.reset(); };
   root->setChildren(items({c}));
-  EXPECT_EQ(delegate->take(),
-            "report removal [a, b] without indexes of root\n"
-            "report setting [c] without indexes of root\n");
+  EXPECT_EQ(delegate->take(), (Lines{"report removal [a, b] without indexes of root",
+                                     "report setting [c] without indexes of root"}));
   EXPECT_TRUE(watch.expired());
   change(c);
   change(root);
-  EXPECT_EQ(delegate->take(), "");
+  EXPECT_EQ(delegate->take(), Lines{});
 }
 
 // --- without memory
 
 TEST_F(ItemsObserverLeftovers, ARootIsClearedForGoodAlthoughMemoryRunsOut) {
-  // Another observer came later, so withdrawing takes memory.
-  const auto later = Recorder::make();
+  // Another observer registered later, so withdrawing takes memory.
+  const auto later = TreeRecorder::make();
   const auto prepare = [&] {
     root = plainItem("root", {plainItem("a", {plainItem("x")}), plainItem("b")});
     observer->setRoot(root);
@@ -259,7 +255,7 @@ TEST_F(ItemsObserverLeftovers, ARootIsClearedForGoodAlthoughMemoryRunsOut) {
     for (const auto& item : root->recursiveChildren()) {
       change(item);
     }
-    EXPECT_EQ(delegate->take(), "");
+    EXPECT_EQ(delegate->take(), Lines{});
   });
   EXPECT_GT(failures, 0U);
 }

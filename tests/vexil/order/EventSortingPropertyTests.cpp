@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The order of events, against a sort that compares whole records' keys and nothing else.
+// The order of events is that of a plain sort, which compares the keys of records.
 #include "tests/support/Property.h"
 #include "tests/vexil/collections/CollectionTesting.h"
 
@@ -37,7 +37,7 @@ Value sortedByTheCollection(const Value& events) {
   return collection->sortedEvents();
 }
 
-/// Whether both hold the very same records in the same order: equal ones must not change places.
+/// Whether both hold the same objects in the same order. Equal records must not change places.
 bool areTheSame(const Value& a, const Value& b) {
   return std::ranges::equal(a.elements(), b.elements(),
                             [](const Value& x, const Value& y) { return x.sharesStorageWith(y); });
@@ -83,8 +83,8 @@ PROPERTY(AnyListOfEvents, IsSortedByNameAndThenByIdentifierStably, (unsigned see
     }
     all.push_back(eventOf({}, std::to_string(names.below(count)), name));
   }
-  // Whoever lacks an identifier cannot be merged, which is found out once the list is stored. That
-  // identifiers occur twice does no harm as long as the tree is empty.
+  // The merge throws for a record without an identifier, after the list is stored. Identifiers may
+  // occur twice here, because the tree is empty.
   const bool isComplete = names.below(3) != 0;
   if (!isComplete) {
     all.insert(all.begin() + names.below(count + 1), eventOf({}, {}, names.next()));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The way that sorts, compares and makes everything is really another one: otherwise the tests that
-// hold the shorter ways against it would compare these with themselves.
+// The literal way really sorts, compares and makes everything. Otherwise the tests that compare it
+// with the shorter ways would compare these with themselves.
 #include "tests/vexil/collections/CollectionTesting.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ using test::eventOf;
 using test::records;
 using vexil::detail::LiteralRefresh;
 
-/// Equals its like, and counts how often it is asked.
+/// Equals all of its class, and counts how often it is asked.
 struct Counted : platform::Object {
   [[nodiscard]] bool isEqual(const platform::Object& other) const override {
     ++asked;
@@ -29,7 +29,7 @@ struct Counted : platform::Object {
   static inline int asked = 0;
 };
 
-/// Runs what it is given the shorter way and then the literal one, with a new collection each.
+/// Runs `body` in the shorter way and then in the literal way.
 template <class Body>
 void bothWays(const Body& body) {
   body(false);
@@ -48,7 +48,7 @@ TEST(LiteralRefresh, ComparesAListAsAWholeAndNotByIdentifiers) {
     list->setRoot(nullptr);
     list->setEvents(records({event(1), event(2), event(3)}));
     Counted::asked = 0;
-    // Each stands in another place than before, where there is nothing that could equal it.
+    // Each stands in another place than before, where nothing can equal it.
     list->setEvents(records({event(0), event(1), event(2), event(3)}));
     EXPECT_EQ(Counted::asked, isLiteral ? 0 : 3);
   });
@@ -63,8 +63,8 @@ TEST(LiteralRefresh, SortsAlsoWhatIsInOrder) {
   });
 }
 
-// What an event is inserted below is the row that was made for it: with all of its events, or with
-// none as long as the refresh goes on.
+// An event is inserted below the row that was made for it. During the refresh that row has either
+// all of its events or none.
 TEST(LiteralRefresh, MakesTheRowsOfAStoreWithTheirEvents) {
   bothWays([&](bool isLiteral) {
     const auto store = std::make_shared<KRAVTWVEventStoreVexil>();

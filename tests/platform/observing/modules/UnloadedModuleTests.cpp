@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Observed classes of a module that is unloaded: what is kept of them points nowhere.
+// A module with observed classes is unloaded. Nothing that is kept of the classes points into it.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -12,7 +12,7 @@
 #include <typeinfo>
 
 #include "ObservedModule.h"
-#include "tests/support/RecordingObserver.h"
+#include "tests/support/Recorder.h"
 
 namespace platform = vexil::platform;
 
@@ -20,8 +20,8 @@ namespace {
 
 using platform::Observable;
 using platform::ObservingOptions;
-using test::Notices;
-using test::RecordingObserver;
+using test::Lines;
+using test::Recorder;
 
 /// A module that is loaded while this lives.
 class Module {
@@ -51,8 +51,8 @@ class Module {
 
 /// What an observer of "total" hears when each of the other keys changes.
 std::string heard(const std::shared_ptr<Observable>& object) {
-  Notices notices;
-  const auto observer = RecordingObserver::make("heard", notices);
+  Lines notices;
+  const auto observer = Recorder::make("heard", notices);
   object->addObserver(observer, "total", ObservingOptions::none, nullptr);
   std::string result;
   for (const char* key : {"price", "count"}) {
@@ -64,7 +64,7 @@ std::string heard(const std::shared_ptr<Observable>& object) {
   return result;
 }
 
-/// Where an object's type stands.
+/// The address of an object's type.
 std::uintptr_t addressOfType(const Observable& object) {
   return reinterpret_cast<std::uintptr_t>(&typeid(object));
 }
@@ -94,7 +94,7 @@ TEST(UnloadedModule, CanBeLoadedAgainElsewhere) {
     first = addressOfType(*module.make());
     EXPECT_EQ(heard(module.make()), "price: 1 count: 0 ");
   }
-  // Whoever looks at the type that was there meets this page.
+  // Code that uses the type that was there faults at this page.
   const auto size = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
   void* const page = reinterpret_cast<void*>(first / size * size);
   ASSERT_EQ(::mmap(page, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0),

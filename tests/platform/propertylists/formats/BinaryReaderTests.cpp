@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the binary reader reads. What it refuses is in PropertyListBinaryErrorTests.cpp.
+// What the binary reader reads. What it refuses is in BinaryReaderErrorTests.cpp.
 #include "tests/support/BinaryPropertyListBuilder.h"
 #include "tests/support/PropertyListTesting.h"
 

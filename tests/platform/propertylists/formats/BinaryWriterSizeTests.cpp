@@ -18,12 +18,9 @@ namespace {
 using platform::Date;
 using platform::Value;
 using test::binaryFile;
+using test::dataOf;
 using test::hex;
 using test::reads;
-
-Value dataOf(std::string_view bytes) {
-  return Value::data(test::bytesOf(bytes));
-}
 
 // What a trailer says.
 std::uint64_t numberAt(std::string_view bytes) {
@@ -46,7 +43,7 @@ std::uint64_t tableOf(std::string_view file) {
   return numberAt(file.substr(file.size() - 8));
 }
 
-/// How many objects an array of these elements is written as, itself among them.
+/// How many objects the writer makes of an array of these elements, with the array itself.
 std::uint64_t objectsFor(const Value& array) {
   const std::string file = binaryFile(array);
   EXPECT_TRUE(reads(test::readBinary(file), array));
@@ -105,7 +102,7 @@ TEST(BinaryPropertyListUniquing, AStringUsedAThousandTimesIsWrittenOnce) {
 }
 
 TEST(BinaryPropertyListUniquing, ALongStringInManyPlacesTakesNoTimeForEach) {
-  // Looked through for every element it would be a terabyte to read.
+  // If it were looked through for every element, that would be a terabyte to read.
   const Value value = Value::array(std::vector<Value>(1'000'000, std::string(1'000'000, 'x')));
   EXPECT_LT(binaryFile(value).size(), 2'000'100U);
   const Value data =

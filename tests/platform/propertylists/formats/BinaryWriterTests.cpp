@@ -19,6 +19,7 @@ using platform::Date;
 using platform::Value;
 using test::binaryFile;
 using test::BinaryPropertyListBuilder;
+using test::dataOf;
 using test::hex;
 
 /// The file of these objects, with the smallest sizes that do.
@@ -36,10 +37,6 @@ testing::AssertionResult writesAs(const Value& value, std::vector<std::string> o
     return testing::AssertionFailure() << "other bytes: " << testing::PrintToString(file);
   }
   return test::reads(test::readBinary(file), value);
-}
-
-Value dataOf(std::string_view bytes) {
-  return Value::data(test::bytesOf(bytes));
 }
 
 double realOf(std::uint64_t bits) {

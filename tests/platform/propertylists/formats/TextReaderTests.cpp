@@ -12,19 +12,16 @@ namespace {
 
 using platform::Value;
 using test::Code;
+using test::dataOf;
 using test::Line;
 using test::reads;
 using test::readText;
 using test::refused;
 
-Value data(std::string_view bytes) {
-  return Value::data(test::bytesOf(bytes));
-}
-
 TEST(TextPropertyList, RootsOfEveryKind) {
   EXPECT_TRUE(reads(readText("{}"), Value::dictionary({})));
   EXPECT_TRUE(reads(readText("()"), Value::array({})));
-  EXPECT_TRUE(reads(readText("<>"), data("")));
+  EXPECT_TRUE(reads(readText("<>"), dataOf("")));
   EXPECT_TRUE(reads(readText("word"), "word"));
   EXPECT_TRUE(reads(readText("\"two words\""), "two words"));
   EXPECT_TRUE(reads(readText("''"), ""));
@@ -40,7 +37,7 @@ TEST(TextPropertyList, DictionariesAndArrays) {
   EXPECT_TRUE(reads(readText("{ name = Backup; days = (mon, \"tue\", ); token = <0fbd77 1c>; }"),
                     Value::dictionary({{"name", "Backup"},
                                        {"days", Value::array({"mon", "tue"})},
-                                       {"token", data("\x0F\xBD\x77\x1C")}})));
+                                       {"token", dataOf("\x0F\xBD\x77\x1C")}})));
   EXPECT_TRUE(reads(readText("({a=(b);},{},(()),c)"),
                     Value::array({Value::dictionary({{"a", Value::array({"b"})}}),
                                   Value::dictionary({}), Value::array({Value::array({})}), "c"})));
@@ -97,7 +94,7 @@ TEST(TextPropertyList, Comments) {
 
 TEST(TextPropertyList, Data) {
   EXPECT_TRUE(reads(readText("<00ff AbCd\n12\t\r\xE2\x80\xA9 34 >"),
-                    data(std::string_view("\0\xFF\xAB\xCD\x12\x34", 6))));
+                    dataOf(std::string_view("\0\xFF\xAB\xCD\x12\x34", 6))));
 }
 
 TEST(TextPropertyList, EscapesOfControlCharacters) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the XML reader reads. What it refuses is in PropertyListXMLErrorTests.cpp.
+// What the XML reader reads. What it refuses is in XMLReaderErrorTests.cpp.
 #include "tests/support/PropertyListTesting.h"
 
 #include <vexil/platform/PropertyList.h>

@@ -18,6 +18,7 @@ using platform::Date;
 using platform::PropertyListLimits;
 using platform::Value;
 using test::Code;
+using test::dataOf;
 using test::reads;
 using test::readXML;
 using test::repeated;
@@ -33,10 +34,6 @@ testing::AssertionResult writesAs(const Value& value, const std::string& element
     return testing::AssertionFailure() << "other text: " << file;
   }
   return reads(readXML(file), value);
-}
-
-Value dataOf(std::string_view bytes) {
-  return Value::data(test::bytesOf(bytes));
 }
 
 TEST(XMLPropertyListWriter, EveryKindOfValueOnALineOfItsOwn) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // A domain's label in the words of the strings tables.
-#include "tests/vexil/ItemTesting.h"
+#include "tests/support/TreeRecorder.h"
 
 #include <gtest/gtest.h>
 #include <vexil/platform/Bundle.h>
@@ -12,8 +12,10 @@ namespace platform = vexil::platform;
 namespace {
 
 using platform::Value;
+using test::Lines;
+using test::TreeRecorder;
 
-// As a host brings its own: this program's tables, beside those that the library embeds.
+// This program's own tables, as a host has them beside those that the library embeds.
 constexpr std::array tables = std::to_array<platform::EmbeddedStrings>({
     {"en", R"("domain.test.maintenance" = "Maintenance"; "domain.test.english" = "Only English";)"},
     {"de", R"("domain.test.maintenance" = "Wartung"; "domain.test.e1" = "Verwechselt";)"},
@@ -88,9 +90,9 @@ TEST_F(DomainLabel, AloneIsTranslated) {
 
 TEST_F(DomainLabel, IsAnnouncedInTranslation) {
   const auto item = domain("Office");
-  test::Notices notices(item, {"label"});
+  const auto notices = TreeRecorder::of(item, {"label"});
   item->setRepresentedObject(Value::dictionary({{kTWDomainName, "domain.test.maintenance"}}));
-  EXPECT_EQ(notices.take(), test::Lines{"label setting old=Office new=Maintenance"});
+  EXPECT_EQ(notices->take(), Lines{"(null) label setting old=\"Office\" new=\"Maintenance\""});
 }
 
 TEST(DomainItem, IsAGroupWithoutChildrenButNotExpandable) {

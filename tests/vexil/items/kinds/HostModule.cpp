@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A module that a host loads while it runs: a kind of its own, engines of its own, and the strings
-// table it speaks with.
+// A module that a host loads while it runs. It has a kind, engines and a strings table of its own.
 #include "HostModule.h"
 
 #include <vexil/platform/Bundle.h>

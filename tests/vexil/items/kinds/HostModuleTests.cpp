@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A label is translated by the tables of the module that holds the own class of the item, or of the
-// collection that makes it; so are the words of a transformer of dates.
+// Labels are translated with the tables of the module that has the class of the item, or of the
+// collection that makes it. The words of a date transformer are translated in the same way.
 #include "HostModule.h"
 
 #include <dlfcn.h>
@@ -90,7 +90,7 @@ TEST_F(HostModule, LabelsTheGroupsOfItsOwnEngine) {
   std::shared_ptr<KRAVTWVEngineVexil> engine;
   makeEngine(true, engine);
   ASSERT_NE(engine, nullptr);
-  // It has no text for events that run: the key stands for it, and not the library's text.
+  // It has no text for events that run. The key is shown, not the library's text.
   EXPECT_EQ(labelsOf(*engine), "engine.scheduler.active, The module's, Queue");
   engine->root()->setChildren(nullptr);
   engine->updateItemsForEngine();
@@ -125,7 +125,7 @@ TEST_F(HostModule, HasItsOwnWordsForTodayAndTomorrow) {
   std::shared_ptr<KRAVTWVRelativeDateTransformer> dates;
   makeDates(dates);
   ASSERT_NE(dates, nullptr);
-  // It has none for today: the key is the format.
+  // It has no format for today, so the key is the format.
   EXPECT_EQ(textsOf(*dates), "today.10:30, One day more: 10:30");
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Kinds of a host's own: one line gives them the factories and the direction of equality.
-#include "tests/vexil/ItemTesting.h"
+#include "tests/support/TreeRecorder.h"
 
 #include <gtest/gtest.h>
 #include <vexil/platform/Error.h>
@@ -15,7 +15,7 @@ namespace {
 using platform::Value;
 using test::eventRecord;
 using test::Lines;
-using test::Notices;
+using test::TreeRecorder;
 using Keys = std::set<std::string>;
 
 /// An event whose record stands inside a record of the host's.
@@ -127,7 +127,7 @@ TEST(HostSubclass, ThatRedefinesTheEventChangesAllThatIsReadThroughIt) {
   EXPECT_EQ(event->path(), "/e1");
   EXPECT_EQ(event->valueForKey("label"), Value("Backup"));
   EXPECT_EQ(event->valueForKey("representedEvent"), eventRecord("e1", "Backup", true));
-  // The record itself, seen through the plain kind, has none of it.
+  // The plain kind reads nothing from the host's record.
   const auto plain = KRAVTWVEventVexil::itemWithEvent(event->representedObject());
   EXPECT_TRUE(plain->label().isAbsent());
 }
@@ -145,10 +145,10 @@ TEST(HostSubclass, OfATriggerOrActiveEventReadsItsLabelFromTheRecordAllTheSame) 
 
 TEST(HostSubclass, IsToldOfANewRecordLikeItsBase) {
   const auto event = HostEvent::itemWithEvent(hostRecord(eventRecord("e1", "Backup", true)));
-  Notices notices(event, {"label", "enabled"});
+  const auto notices = TreeRecorder::of(event, {"label", "enabled"});
   event->setRepresentedObject(hostRecord(eventRecord("e1", "Restore")));
-  EXPECT_EQ(notices.take(),
-            (Lines{"label setting old=Backup new=Restore", "enabled setting old=true new=false"}));
+  EXPECT_EQ(notices->take(), (Lines{"e1 label setting old=\"Backup\" new=\"Restore\"",
+                                    "e1 enabled setting old=true new=false"}));
 }
 
 TEST(HostSubclass, EqualsFromBaseToSubclassOnly) {
@@ -181,9 +181,9 @@ TEST(HostSubclass, AddsKeysThatFollowFromTheRepresentedObject) {
   const auto coloured = HostColouredEvent::itemWithEvent(hostRecord({}, "red"));
   EXPECT_EQ(coloured->keyPathsForValuesAffectingValueForKey("colour"), Keys{"representedObject"});
   EXPECT_EQ(HostEvent::itemWithEvent({})->keyPathsForValuesAffectingValueForKey("colour"), Keys{});
-  Notices notices(coloured, {"colour"});
+  const auto notices = TreeRecorder::of(coloured, {"colour"});
   coloured->setRepresentedObject(hostRecord({}, "blue"));
-  EXPECT_EQ(notices.take(), Lines{"colour setting old=red new=blue"});
+  EXPECT_EQ(notices->take(), Lines{"(null) colour setting old=\"red\" new=\"blue\""});
 }
 
 TEST(HostSubclass, MaySetTheStoredEnabledFlagAndOverrideItsTests) {
@@ -197,7 +197,7 @@ TEST(HostSubclass, MaySetTheStoredEnabledFlagAndOverrideItsTests) {
   EXPECT_EQ(group->valueForKey("isGroup").boolean(), false);
 }
 
-/// Without the one line.
+/// A class without the one line.
 class BareEvent : public KRAVTWVEventVexil {
  public:
   using KRAVTWVEventVexil::KRAVTWVEventVexil;
@@ -284,10 +284,10 @@ class LabelledGroup : public KRAVTWVKind<LabelledGroup, KRAVTWVItemVexil> {
 TEST(HostSubclass, MayHaveItsOwnDependenciesOfGroup) {
   const auto item = LabelledGroup::itemWithRepresentedObject("x");
   EXPECT_EQ(item->keyPathsForValuesAffectingValueForKey("isGroup"), Keys{"label"});
-  Notices notices(item, {"isGroup"});
+  const auto notices = TreeRecorder::of(item, {"isGroup"});
   item->setChildren(nullptr);
   item->setLabel("Label");
-  EXPECT_EQ(notices.take(), Lines{"isGroup setting old=false new=true"});
+  EXPECT_EQ(notices->take(), Lines{"(null) isGroup setting old=false new=true"});
 }
 
 /// An item that is a group by its children and by what it represents.
@@ -307,11 +307,11 @@ TEST(HostSubclass, AddsTheRepresentedObjectToWhatAKeyDependsOnAnyway) {
   EXPECT_EQ(item->keyPathsForValuesAffectingValueForKey("isGroup"),
             (Keys{"children", "representedObject"}));
   EXPECT_EQ(item->keyPathsForValuesAffectingValueForKey("label"), Keys{}) << "not in its set";
-  Notices notices(item, {"isGroup"});
+  const auto notices = TreeRecorder::of(item, {"isGroup"});
   item->setRepresentedObject(Value::array({}));
   item->setChildren(nullptr);
-  EXPECT_EQ(notices.take(),
-            (Lines{"isGroup setting old=false new=true", "isGroup setting old=true new=true"}));
+  EXPECT_EQ(notices->take(), (Lines{"(null) isGroup setting old=false new=true",
+                                    "(null) isGroup setting old=true new=true"}));
 }
 
 class AlignedEvent : public KRAVTWVKind<AlignedEvent, KRAVTWVEventVexil> {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What each kind of item reads from its record, its service or its label.
-#include "tests/vexil/ItemTesting.h"
+#include "tests/support/TreeRecorder.h"
 
 #include <gtest/gtest.h>
 #include <vexil/platform/Error.h>
@@ -12,9 +12,13 @@ namespace platform = vexil::platform;
 namespace {
 
 using platform::Value;
+using test::activeRecord;
+using test::dateRecord;
 using test::eventRecord;
+using test::items;
 using test::Lines;
-using test::Notices;
+using test::queuedRecord;
+using test::TreeRecorder;
 
 // --- group
 
@@ -118,16 +122,18 @@ TEST(EventItem, ReadsItsRecordAnewEachTime) {
 
 TEST(EventItem, ToldOfANewRecordTellsOfLabelEnabledAndEvent) {
   const auto event = KRAVTWVEventVexil::itemWithEvent(eventRecord("e1", "Backup", true));
-  Notices values(event, {"uniqueID", "label", "enabled", "path", "supportsEnabled"});
-  Notices record(event, {"representedEvent"}, platform::ObservingOptions::none);
+  const auto values =
+      TreeRecorder::of(event, {"uniqueID", "label", "enabled", "path", "supportsEnabled"});
+  const auto record =
+      TreeRecorder::of(event, {"representedEvent"}, platform::ObservingOptions::none);
   event->setRepresentedObject(eventRecord("e1", "Restore"));
-  EXPECT_EQ(values.take(), (Lines{
-                               "uniqueID setting old=e1 new=e1",
-                               "label setting old=Backup new=Restore",
-                               "enabled setting old=true new=false",
-                               "path setting old=/e1 new=/e1",
-                           }));
-  EXPECT_EQ(record.take(), Lines{"representedEvent setting"});
+  EXPECT_EQ(values->take(), (Lines{
+                                "e1 uniqueID setting old=\"e1\" new=\"e1\"",
+                                "e1 label setting old=\"Backup\" new=\"Restore\"",
+                                "e1 enabled setting old=true new=false",
+                                "e1 path setting old=\"/e1\" new=\"/e1\"",
+                            }));
+  EXPECT_EQ(record->take(), Lines{"e1 representedEvent setting"});
 }
 
 // --- on-demand event
@@ -149,16 +155,10 @@ TEST(OnDemandItem, IsWhatTheEventFactoryMakesOfIt) {
 
 // --- queued trigger
 
-Value trigger(const Value& event, const Value& sub) {
-  return Value::dictionary({{kTWQueuedTriggerTriggerID, "t1"},
-                            {kTWQueuedTriggerEvent, event},
-                            {kTWQueuedTriggerTrigger, sub}});
-}
-
 TEST(QueuedTriggerItem, ReadsItsRecordAndTheRecordsInIt) {
   const Value event = eventRecord("e1", "Backup", true);
   const auto item = KRAVTWVQueuedTriggerVexil::itemWithQueuedTrigger(
-      trigger(event, Value::dictionary({{kTWTriggerDate, platform::Date{0.25}}})));
+      queuedRecord("t1", event, dateRecord(platform::Date{0.25})));
   EXPECT_EQ(item->uniqueID(), Value("t1"));
   EXPECT_EQ(item->label(), Value("Backup"));
   EXPECT_EQ(item->triggerDate(), Value(platform::Date{0.25}));
@@ -169,7 +169,7 @@ TEST(QueuedTriggerItem, ReadsItsRecordAndTheRecordsInIt) {
 
 TEST(QueuedTriggerItem, WithoutAnEventHasNoLabelButItsOwnIdentifierAndDate) {
   const auto item = KRAVTWVQueuedTriggerVexil::itemWithQueuedTrigger(
-      trigger({}, Value::dictionary({{kTWTriggerDate, platform::Date{1}}})));
+      queuedRecord("t1", {}, dateRecord(platform::Date{1})));
   EXPECT_TRUE(item->label().isAbsent());
   EXPECT_TRUE(item->representedEvent().isAbsent());
   EXPECT_EQ(item->uniqueID(), Value("t1"));
@@ -179,7 +179,8 @@ TEST(QueuedTriggerItem, WithoutAnEventHasNoLabelButItsOwnIdentifierAndDate) {
 TEST(QueuedTriggerItem, WithoutATriggerRecordHasNoDate) {
   const Value event = eventRecord("e1", "Backup");
   for (const Value& sub : {Value(), Value::dictionary({}), Value(5), Value::null()}) {
-    const auto item = KRAVTWVQueuedTriggerVexil::itemWithQueuedTrigger(trigger(event, sub));
+    const auto item =
+        KRAVTWVQueuedTriggerVexil::itemWithQueuedTrigger(queuedRecord("t1", event, sub));
     EXPECT_TRUE(item->triggerDate().isAbsent()) << sub.description();
     EXPECT_EQ(item->label(), Value("Backup"));
   }
@@ -187,7 +188,7 @@ TEST(QueuedTriggerItem, WithoutATriggerRecordHasNoDate) {
 
 TEST(QueuedTriggerItem, TakesTheNullMarkerForNothingButItself) {
   const auto item = KRAVTWVQueuedTriggerVexil::itemWithQueuedTrigger(
-      trigger(Value::null(), Value::dictionary({{kTWTriggerDate, Value::null()}})));
+      queuedRecord("t1", Value::null(), dateRecord(Value::null())));
   EXPECT_TRUE(item->representedEvent().isNull());
   EXPECT_TRUE(item->triggerDate().isNull());
   EXPECT_TRUE(item->label().isAbsent());
@@ -195,20 +196,20 @@ TEST(QueuedTriggerItem, TakesTheNullMarkerForNothingButItself) {
 
 TEST(QueuedTriggerItem, HandsOnADateThatIsNone) {
   const auto item = KRAVTWVQueuedTriggerVexil::itemWithQueuedTrigger(
-      trigger({}, Value::dictionary({{kTWTriggerDate, "tomorrow"}})));
+      queuedRecord("t1", {}, dateRecord("tomorrow")));
   EXPECT_EQ(item->triggerDate(), Value("tomorrow"));
 }
 
 TEST(QueuedTriggerItem, TellsOfItsDateWithANewRecord) {
-  const auto item = KRAVTWVQueuedTriggerVexil::itemWithQueuedTrigger(
-      trigger({}, Value::dictionary({{kTWTriggerDate, "first"}})));
-  Notices notices(item, {"triggerDate", "label", "representedEvent"});
-  item->setRepresentedObject(trigger({}, {}));
-  EXPECT_EQ(notices.take(), (Lines{
-                                "triggerDate setting old=first new=null",
-                                "label setting old=null new=null",
-                                "representedEvent setting old=null new=null",
-                            }));
+  const auto item =
+      KRAVTWVQueuedTriggerVexil::itemWithQueuedTrigger(queuedRecord("t1", {}, dateRecord("first")));
+  const auto notices = TreeRecorder::of(item, {"triggerDate", "label", "representedEvent"});
+  item->setRepresentedObject(queuedRecord("t1", {}, {}));
+  EXPECT_EQ(notices->take(), (Lines{
+                                 "t1 triggerDate setting old=\"first\" new=<null>",
+                                 "t1 label setting old=<null> new=<null>",
+                                 "t1 representedEvent setting old=<null> new=<null>",
+                             }));
 }
 
 // --- active event
@@ -216,10 +217,8 @@ TEST(QueuedTriggerItem, TellsOfItsDateWithANewRecord) {
 TEST(ActiveEventItem, ReadsItsRecordAndTheEventInIt) {
   const Value event = eventRecord("e1", "Backup", true);
   const Value activity = Value::array({"an", Value::null(), 3});
-  const auto item = KRAVTWVActiveEventVexil::itemWithActiveEvent(
-      Value::dictionary({{kTWActiveEventActiveID, "a1"},
-                         {kTWActiveEventEvent, event},
-                         {kTWActiveEventActivity, activity}}));
+  const auto item =
+      KRAVTWVActiveEventVexil::itemWithActiveEvent(activeRecord("a1", event, activity));
   EXPECT_EQ(item->uniqueID(), Value("a1"));
   EXPECT_EQ(item->label(), Value("Backup"));
   EXPECT_TRUE(item->representedEvent().sharesStorageWith(event));
@@ -230,8 +229,7 @@ TEST(ActiveEventItem, ReadsItsRecordAndTheEventInIt) {
 }
 
 TEST(ActiveEventItem, OfARecordThatLacksKeysHasWhatIsThere) {
-  const auto item = KRAVTWVActiveEventVexil::itemWithActiveEvent(
-      Value::dictionary({{kTWActiveEventActiveID, "a1"}}));
+  const auto item = KRAVTWVActiveEventVexil::itemWithActiveEvent(activeRecord("a1", {}));
   EXPECT_EQ(item->uniqueID(), Value("a1"));
   EXPECT_TRUE(item->label().isAbsent());
   EXPECT_TRUE(item->representedEvent().isAbsent());
@@ -240,9 +238,7 @@ TEST(ActiveEventItem, OfARecordThatLacksKeysHasWhatIsThere) {
 
 TEST(ActiveEventItem, TakesTheNullMarkerForNothingButItself) {
   const auto item = KRAVTWVActiveEventVexil::itemWithActiveEvent(
-      Value::dictionary({{kTWActiveEventActiveID, Value::null()},
-                         {kTWActiveEventEvent, Value::null()},
-                         {kTWActiveEventActivity, Value::null()}}));
+      activeRecord(Value::null(), Value::null(), Value::null()));
   EXPECT_TRUE(item->uniqueID().isNull());
   EXPECT_TRUE(item->representedEvent().isNull());
   EXPECT_TRUE(item->activity().isNull());
@@ -250,17 +246,15 @@ TEST(ActiveEventItem, TakesTheNullMarkerForNothingButItself) {
 }
 
 TEST(ActiveEventItem, TellsOfItsActivityWithANewRecord) {
-  const auto record = [](const char* activity) {
-    return Value::dictionary({{kTWActiveEventActiveID, "a1"}, {kTWActiveEventActivity, activity}});
-  };
+  const auto record = [](const char* activity) { return activeRecord("a1", {}, activity); };
   const auto item = KRAVTWVActiveEventVexil::itemWithActiveEvent(record("waiting"));
-  Notices notices(item, {"activity", "uniqueID", "representedEvent"});
+  const auto notices = TreeRecorder::of(item, {"activity", "uniqueID", "representedEvent"});
   item->setRepresentedObject(record("running"));
-  EXPECT_EQ(notices.take(), (Lines{
-                                "activity setting old=waiting new=running",
-                                "uniqueID setting old=a1 new=a1",
-                                "representedEvent setting old=null new=null",
-                            }));
+  EXPECT_EQ(notices->take(), (Lines{
+                                 "a1 activity setting old=\"waiting\" new=\"running\"",
+                                 "a1 uniqueID setting old=\"a1\" new=\"a1\"",
+                                 "a1 representedEvent setting old=<null> new=<null>",
+                             }));
 }
 
 // --- network domain
@@ -309,10 +303,10 @@ TEST(NetServiceItem, OfEqualValuesHasTheSameIdentifierAndIsMergedAsOne) {
   EXPECT_EQ(shown->uniqueID(), fresh->uniqueID());
   EXPECT_TRUE(shown->isEqual(*fresh));
   const auto root = test::plainItem("root", {shown});
-  Notices notices(root, {"children"});
-  root->replaceChildren(std::make_shared<KRAVTWVItemArray>(KRAVTWVItemArray{fresh}));
+  const auto notices = TreeRecorder::of(root, {"children"});
+  root->replaceChildren(items({fresh}));
   EXPECT_EQ(root->childAtIndex(0), shown);
-  EXPECT_EQ(notices.take(), Lines{});
+  EXPECT_EQ(notices->take(), Lines{});
 }
 
 TEST(NetServiceItem, PrintsWhatTheServiceHasNotAsNull) {
@@ -343,11 +337,11 @@ TEST(NetServiceItem, ReadsItsServiceAndNotWhatItRepresents) {
 
 TEST(NetServiceItem, AnnouncesItsServiceUnderItsOwnKeyAlone) {
   const auto item = KRAVTWVNetServiceVexil::itemWithNetService(service("a", "b", "c"));
-  Notices notices(item, {"netService", "uniqueID", "label", "domain"},
-                  platform::ObservingOptions::none);
+  const auto notices = TreeRecorder::of(item, {"netService", "uniqueID", "label", "domain"},
+                                        platform::ObservingOptions::none);
   item->setNetService(service("d", "e", "f"));
   item->setValueForKey(service("g", "h", "i"), "netService");
-  EXPECT_EQ(notices.take(), (Lines{"netService setting", "netService setting"}));
+  EXPECT_EQ(notices->take(), (Lines{"f:e:d netService setting", "i:h:g netService setting"}));
   EXPECT_EQ(item->label(), Value("g"));
 }
 

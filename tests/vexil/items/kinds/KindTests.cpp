@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What every kind of item has in common: one body for all of them.
-#include "tests/vexil/ItemTesting.h"
+#include "tests/support/TreeRecorder.h"
 
 #include <gtest/gtest.h>
 #include <vexil/platform/Error.h>
@@ -15,7 +15,7 @@ namespace {
 using platform::Value;
 using test::ItemPointer;
 using test::Lines;
-using test::Notices;
+using test::TreeRecorder;
 using Keys = std::set<std::string>;
 
 const Keys ofEveryItem{"uniqueID", "label", "path", "representedEvent"};
@@ -24,26 +24,6 @@ Keys with(const std::string& key) {
   Keys keys = ofEveryItem;
   keys.insert(key);
   return keys;
-}
-
-Value triggerRecord() {
-  return Value::dictionary({
-      {kTWQueuedTriggerTriggerID, "t1"},
-      {kTWQueuedTriggerEvent, test::eventRecord("e1", "Backup")},
-      {kTWQueuedTriggerTrigger, Value::dictionary({{kTWTriggerDate, platform::Date{86400}}})},
-  });
-}
-
-Value activeRecord() {
-  return Value::dictionary({
-      {kTWActiveEventActiveID, "a1"},
-      {kTWActiveEventEvent, test::eventRecord("e1", "Backup")},
-      {kTWActiveEventActivity, "waiting"},
-  });
-}
-
-Value domainRecord() {
-  return Value::dictionary({{kTWDomainUniqueID, "d1"}, {kTWDomainName, "Office"}});
 }
 
 std::shared_ptr<platform::NetService> service() {
@@ -87,11 +67,16 @@ const std::vector<Kind>& kinds() {
        false, false, true, true, with("enabled")},
       {"OnDemand", [=] { return OnDemand::itemWithEvent(event()); }, representing<OnDemand>, "e1",
        "Backup", false, false, false, true, with("enabled")},
-      {"Domain", [] { return Domain::itemWithDomain(domainRecord()); }, representing<Domain>, "d1",
-       "Office", false, true, false, false, ofEveryItem},
-      {"QueuedTrigger", [] { return Queued::itemWithQueuedTrigger(triggerRecord()); },
+      {"Domain", [] { return Domain::itemWithDomain(test::domainRecord("d1", "Office")); },
+       representing<Domain>, "d1", "Office", false, true, false, false, ofEveryItem},
+      {"QueuedTrigger",
+       [=] {
+         return Queued::itemWithQueuedTrigger(
+             test::queuedRecord("t1", event(), test::dateRecord(platform::Date{86400})));
+       },
        representing<Queued>, "t1", "Backup", false, false, false, true, with("triggerDate")},
-      {"ActiveEvent", [] { return Active::itemWithActiveEvent(activeRecord()); },
+      {"ActiveEvent",
+       [=] { return Active::itemWithActiveEvent(test::activeRecord("a1", event(), "waiting")); },
        representing<Active>, "a1", "Backup", false, false, false, true, with("activity")},
       {"NetDomain", [] { return NetDomain::itemWithNetDomain("local."); }, representing<NetDomain>,
        "local.", "local.", true, true, false, false, ofEveryItem},
@@ -138,11 +123,11 @@ TEST_P(EveryKind, ReadsADerivedIdentifierAndLabelWhateverIsStored) {
 }
 
 TEST_P(EveryKind, AnnouncesItsSettersAlsoWhereTheyHaveNoEffect) {
-  Notices notices(item, {"label"});
+  const auto notices = TreeRecorder::of(item, {"label"});
   item->setLabel("Stored");
-  const std::string label = kind.label.displayText();
-  EXPECT_EQ(notices.take(),
-            Lines{"label setting old=" + label + " new=" + (kind.storesLabel ? "Stored" : label)});
+  const Value label = kind.storesLabel ? Value("Stored") : kind.label;
+  EXPECT_EQ(notices->take(), Lines{kind.uniqueID.displayText() + " label setting old=" +
+                                   kind.label.description() + " new=" + label.description()});
 }
 
 TEST_P(EveryKind, IsAGroupByItsKindOrByItsChildren) {

@@ -36,7 +36,7 @@ class PasteboardItemReading : public test::Exchange {
   }
 };
 
-/// As an item stands that was never initialised.
+/// Expects that an item is as if it had never been initialised.
 void expectBare(const KRAVTWVItemVexil& item) {
   EXPECT_TRUE(item.representedObject().isAbsent());
   EXPECT_TRUE(item.label().isAbsent());

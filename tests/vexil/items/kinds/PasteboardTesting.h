@@ -3,6 +3,7 @@
 // bytes.
 #pragma once
 
+#include "tests/support/Bytes.h"
 #include "tests/vexil/ItemTesting.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +16,6 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,18 +33,7 @@ inline std::string upperCase(std::string_view text) {
   return upper;
 }
 
-inline std::string textOf(const vexil::platform::Value& data) {
-  return {reinterpret_cast<const char*>(data.bytes().data()), data.bytes().size()};
-}
-inline vexil::platform::Value dataOf(std::string_view text) {
-  return vexil::platform::Value::data(std::as_bytes(std::span(text)));
-}
-inline std::string contentOf(const fs::path& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-/// The value of data that is a binary property list; the data itself when it is none.
+/// The value of data that is a binary property list. The data itself when it is not one.
 inline vexil::platform::Value decoded(const vexil::platform::Value& data) {
   const auto list = vexil::platform::readBinaryPropertyList(data.bytes());
   return list ? *list : data;

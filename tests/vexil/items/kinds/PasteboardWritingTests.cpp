@@ -31,7 +31,7 @@ static_assert(!std::is_base_of_v<platform::PasteboardWriting, KRAVTWVNetServiceV
 const Value backup = eventRecord("e1", "Backup", true);
 const Value mail = eventRecord("e2", "Mail");
 
-/// No property list: an object that stands in a record.
+/// A record that is no property list, because it holds an object.
 Value unencodable() {
   return Value::dictionary({{"service", Value(test::plainItem("x"))}});
 }
@@ -143,8 +143,8 @@ TEST_F(PasteboardWriting, OfAGroupIsNeitherEventNorText) {
   EXPECT_EQ(directories(), 0U);
 }
 
-/// An event that puts something else in place of its neighbours when it is asked, and then takes
-/// away the array in which it stands.
+/// When this event is asked, it replaces its neighbours and then takes away the array in which it
+/// stands.
 class Meddling : public KRAVTWVKind<Meddling, KRAVTWVEventVexil> {
  public:
   using KRAVTWVKind::KRAVTWVKind;
@@ -265,7 +265,7 @@ TEST_F(PasteboardWriting, OfAFileWhoseScheduleCannotBeEncodedIsAbsentAndLoggedOn
 }
 
 TEST_F(PasteboardWriting, OfAnAbsentEventCannotBeEncoded) {
-  // A schedule without it would be another schedule, and nobody would notice.
+  // A schedule without it would be another schedule, and its reader could not see that.
   group->addChildren({event, KRAVTWVQueuedTriggerVexil::itemWithQueuedTrigger(
                                  Value::dictionary({{kTWQueuedTriggerTriggerID, "t"}}))});
   EXPECT_TRUE(group->pasteboardPropertyListForType(kTWWorkspaceUTISchedule).isAbsent());
@@ -316,7 +316,7 @@ TEST_F(PasteboardWriting, UsesLabelsAsTheyAreForNames) {
 }
 
 TEST_F(PasteboardWriting, OfALabelThatIsNoFileNameMakesNoFile) {
-  // From the fresh directory the second would lead out of the temporary one.
+  // From the fresh directory, the second would lead out of the temporary directory.
   const std::string outside = directory.filename().string() + "-outside";
   for (const Value& label :
        {Value("../x"), Value("../../" + outside), Value("a/b"), Value("/x"), Value("x/"),
