@@ -3,7 +3,7 @@
 //
 //     browsing_host TYPE
 //
-// Ends with its standard input. With a line on it, the next service found lets the handler raise.
+// Ends with its standard input. After a line there, the handler throws at the next service found.
 #include <unistd.h>
 #include <vexil/KRAVTWVItemsVexil.h>
 #include <vexil/avahi/PollLoop.h>

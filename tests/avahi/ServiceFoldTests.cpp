@@ -178,7 +178,7 @@ TEST(ServiceFold, BeginsAnewAfterItGaveUpEverything) {
   EXPECT_NE(fold.disappeared("Printer", "_ipp._tcp", "local", kWired4), nullptr);
 }
 
-/// However copies come and go, what was found and not lost is what has a copy.
+/// Whatever copies come and go: a service is found and not lost exactly if it has a copy.
 PROPERTY(ServiceFold, AgreesWithTheSetOfAllCopies, ()) {
   using Copy = std::tuple<std::string, std::string, int, int>;
   ServiceFold fold;

@@ -59,7 +59,7 @@ void removeChildrenOfItem(World& world) {
   removeChildrenOf(world.item);
 }
 
-/// In the arrays themselves, behind everybody's back.
+/// Changes the arrays themselves, without an announcement.
 void clearArrays(World& world) {
   for (const auto& item : allOf(world)) {
     if (const auto children = item->children()) {
@@ -68,7 +68,7 @@ void clearArrays(World& world) {
   }
 }
 
-/// The same, but as many items as there were stand there afterwards.
+/// The same, but the number of items stays.
 void exchangeItems(World& world) {
   for (const auto& item : allOf(world)) {
     const auto children = item->children();
@@ -140,9 +140,9 @@ void perform(const Action& action, World& world) {
   try {
     action.perform(world);
   } catch (const platform::RangeError&) {
-    // The tree is as it was when that was thrown.
+    // The tree is as it was when this was thrown.
   } catch (const platform::InvalidArgument&) {
-    // Likewise.
+    // The same is true here.
   }
 }
 

@@ -12,13 +12,13 @@ namespace foreign {
 struct Action {
   std::string_view name;
   void (*perform)(World& world);
-  /// Whether it leaves by an exception, which must then be what the operation ends with.
+  /// Whether it throws. Then the operation must end with that exception.
   bool throws = false;
 };
 
 [[nodiscard]] std::span<const Action> actions();
 
-/// Performs an action as a host does that is ready for what its own calls may throw.
+/// Performs an action as a careful host does: it catches what its own calls may throw.
 void perform(const Action& action, World& world);
 
 }  // namespace foreign

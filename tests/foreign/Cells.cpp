@@ -17,8 +17,8 @@ namespace foreign {
 
 namespace {
 
-/// On a thread of its own, where nothing is known of what classes have answered before. A small
-/// stack makes a thread cheap, and finds what recurses.
+/// Runs on a thread of its own, which remembers nothing that classes have answered before. A small
+/// stack makes the thread cheap and finds code that recurses.
 template <class Body>
 void onFreshThread(const Body& body) {
   test::runOnSmallStack(body);
@@ -26,7 +26,7 @@ void onFreshThread(const Body& body) {
 
 enum class End : unsigned char { returned, refused, thrown };
 
-/// Performs an operation; whatever else it throws passes through.
+/// Performs an operation. Throws whatever else the operation throws.
 End perform(const std::function<void()>& operation) {
   try {
     operation();
@@ -40,7 +40,7 @@ End perform(const std::function<void()>& operation) {
   return End::returned;
 }
 
-/// What is wrong after an operation with an action in it; empty if nothing is.
+/// What is wrong after an operation with an action in it. Empty when nothing is.
 std::string problemOf(const Cell& cell, World& world) {
   std::function<void()> operation = cell.row->operation->prepare(world);
   Hook::act(cell.site, cell.call, cell.repetitions, [&] { perform(*cell.action, world); });
@@ -58,7 +58,7 @@ std::string problemOf(const Cell& cell, World& world) {
   if (Hook::acted() == 0) {
     return "the foreign code was not called, though it was when calls were counted";
   }
-  // Of two exceptions one comes through.
+  // If two exceptions are thrown, one comes through.
   const bool isAnother = end == End::refused && cell.row->isRefused;
   if (cell.action->throws && end != End::thrown && !isAnother) {
     return std::string("the exception of the host did not come through: the operation ") +
@@ -106,8 +106,9 @@ std::vector<Row> rowsOf(const Operation& operation) {
 
 namespace {
 
-/// Adds the cells of a site and an action in one row: at the first call, a middle one and the last,
-/// and at the first and those that follow. `isWanted` is asked for each of the four.
+/// Adds the cells of a site and an action in one row. The action runs at the first call, at a
+/// middle one, at the last, or at the first and those that follow. `isWanted` decides on each of
+/// the four.
 template <class IsWanted>
 void addCells(std::vector<Cell>& cells, const Row& row, Site site, const Action& action,
               const IsWanted& isWanted) {

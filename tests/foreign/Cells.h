@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The table: {what of a host's is called} x {what it does} x {each operation in each scene}, at the
-// first, a middle and the last call.
+// The table: {which code of a host is called} x {what it does} x {each operation in each scene}, at
+// the first, a middle and the last call.
 #pragma once
 
 #include "Actions.h"
@@ -20,7 +20,7 @@ struct Row {
   Scene scene;
   Hook::Counts calls;
   bool isRefused;       ///< whether the operation throws without any action
-  std::string problem;  ///< what goes wrong without any action; empty: nothing
+  std::string problem;  ///< what goes wrong without any action; empty when nothing does
 };
 
 struct Cell {
@@ -28,14 +28,14 @@ struct Cell {
   Site site;
   const Action* action;
   std::size_t call;         // the one in which the action runs
-  std::size_t repetitions;  // and in how many after it
+  std::size_t repetitions;  // the action also runs in this many calls after that
 
   [[nodiscard]] std::string name() const;
 };
 
-/// What came of a cell.
+/// The result of a cell.
 struct Outcome {
-  std::string problem;  // empty: none
+  std::string problem;  // empty when there is none
   bool neededRemedy = false;
 };
 
@@ -48,15 +48,15 @@ struct Outcome {
 /// Whether an operation calls a site in any of its rows.
 [[nodiscard]] bool isReached(const std::vector<Row>& rows, Site site);
 
-/// All cells that are reached in some rows, which outlive them.
+/// All cells that are reached in some rows. The rows must outlive the cells.
 [[nodiscard]] std::vector<Cell> cellsOf(const std::vector<Row>& rows);
 
 /// The table of one operation: all of its cells, each in one of the scenes in which it is reached.
-/// Which one it is follows from the seed.
+/// The seed decides which scene.
 [[nodiscard]] std::vector<Cell> tableOf(const std::vector<Row>& rows, std::uint32_t seed);
 
-/// Runs a cell: a world of its own, the operation with the action in it, and afterwards a refresh
-/// that must show what it must.
+/// Runs a cell: makes a world, performs the operation with the action in it, refreshes, and checks
+/// what the refresh shows.
 [[nodiscard]] Outcome run(const Cell& cell);
 
 }  // namespace foreign

@@ -12,7 +12,7 @@ namespace foreign {
 
 namespace {
 
-/// How many cells of an operation a part has: those of every run, and those of the seed.
+/// How many cells of an operation a part has: those that always run, and those that the seed picks.
 constexpr std::size_t fixedCells = 8;
 constexpr std::size_t freshCells = 12;
 constexpr std::uint32_t fixedSeed = 20010101;

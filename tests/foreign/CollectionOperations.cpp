@@ -20,7 +20,7 @@ namespace {
 
 using Scenes = std::vector<Scene>;
 
-/// Adds an operation of a collection of one class, with an argument that is made beforehand.
+/// Adds an operation of a collection of one class. Its argument is made before.
 template <class Collection, class Make, class Perform>
 void add(std::vector<Operation>& all, const std::string& name, const Scenes& scenes, Make make,
          Perform perform) {
@@ -36,7 +36,7 @@ int nothing(World& /*world*/) {
   return 0;
 }
 
-/// Lists that differ from the one held in one way each.
+/// Lists. Each differs from the held one in one way.
 struct Variation {
   const char* name;
   Value (*list)(World& world, MakeRecord make);
@@ -112,7 +112,7 @@ void addInput(std::vector<Operation>& all, const std::string& name, Kind kind, M
   }
 }
 
-/// Adds the setter of a stored list, which shows nothing by itself.
+/// Adds the setter of a stored list. Such a setter changes nothing in the tree.
 template <class Collection>
 void addStored(std::vector<Operation>& all, const std::string& name, Kind kind, MakeRecord make,
                void (Collection::*set)(Value)) {
@@ -235,7 +235,7 @@ void addServices(std::vector<Operation>& all) {
     }
     return many;
   };
-  // Some equal ones that are held, and some that are not, of which two are equal.
+  // Some equal held services. Some are new, and two of these are equal.
   const auto several = [servicesOf](World& /*world*/) {
     return servicesOf(
         {{.number = 1}, {.number = 30}, {.number = 2}, {.number = 31}, {.number = 30}});

@@ -76,7 +76,7 @@ void addWriting(std::vector<Operation>& all) {
                  }});
 }
 
-/// Something on a board that a group or an event can be read from, written by nobody's item.
+/// Content of a board from which a group or an event can be read. No item has written it.
 class Given : public platform::PasteboardWriting {
  public:
   Given(std::string type, Value value) : _type(std::move(type)), _value(std::move(value)) {}

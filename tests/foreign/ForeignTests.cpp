@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A host's code in the middle of every operation. See Cells.h for the table, and Choice.h for what
-// of it is run.
+// A host's code in the middle of every operation. Cells.h describes the table, Choice.h which part
+// of it runs.
 #include "Choice.h"
 #include "NeverReached.h"
 #include "Runner.h"
@@ -15,8 +15,8 @@
 #include <string>
 #include <vector>
 
-// Worlds are small and made by the thousand: what one has let go of need not be kept from being
-// used again for as long as many others take.
+// Worlds are small and made by the thousand. The sanitizer need not keep the memory of a world
+// from being used again while many others run.
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() {
   return "quarantine_size_mb=8";
@@ -26,7 +26,7 @@ namespace {
 
 using namespace foreign;
 
-/// Files that operations make are gone with the program.
+/// Removes the files that operations make when the program ends.
 class TemporaryFiles : public testing::Environment {
  public:
   void SetUp() override {
@@ -63,7 +63,7 @@ class ForeignCode : public testing::TestWithParam<const OperationGroup*> {};
 
 TEST_P(ForeignCode, IsSurvivedInTheMiddleOfEachOperation) {
   const auto list = linesIn(FOREIGN_NEVER_REACHED);
-  std::vector<std::vector<Row>> rows;  // to which cells refer
+  std::vector<std::vector<Row>> rows;  // cells refer to them
   std::vector<Cell> cells;
   for (const Operation& operation : GetParam()->operations) {
     rows.push_back(rowsOf(operation));

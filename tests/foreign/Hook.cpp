@@ -116,13 +116,13 @@ struct State {
   bool isCounting = false;
   Hook::Counts counts{};
   Site site{};
-  std::size_t call = 0;  // 0: none
+  std::size_t call = 0;  // 0 when there is none
   std::size_t left = 0;  // how often the action may still begin
   std::size_t acted = 0;
   std::function<void()> action;
 };
 
-// Never destroyed, since objects in static storage may be called at the very end.
+// Never destroyed, because objects in static storage may call it at the very end.
 State& state() {
   static State& state = *new State;
   return state;

@@ -127,7 +127,7 @@ enum class Site : unsigned char {
 inline constexpr std::size_t siteCount = static_cast<std::size_t>(Site::logSink) + 1;
 
 [[nodiscard]] std::string_view nameOf(Site site);
-/// Whether the language forbids an exception out of a site: a destructor's ends the program.
+/// Whether a site is a destructor. An exception out of a destructor ends the program.
 [[nodiscard]] bool isDestructor(Site site);
 
 /// What a host throws.
@@ -136,10 +136,10 @@ class Thrown : public std::exception {
   [[nodiscard]] const char* what() const noexcept override { return "thrown by a host"; }
 };
 
-/// Counts how often each site is called while an operation runs, and has one of them act.
+/// Counts how often each site is called while an operation runs, and lets one of them act.
 ///
-/// There is one for the program, and one world at a time uses it; sites that are called while
-/// nobody does are silent.
+/// The program has one, and one world at a time uses it. While no world uses it, calls of sites do
+/// nothing.
 class Hook {
  public:
   using Counts = std::array<std::size_t, siteCount>;
@@ -147,8 +147,8 @@ class Hook {
   /// From now on, calls are counted.
   static void count();
 
-  /// From now on `action` runs in the call of `site` with this number, from 1 on, and in the next
-  /// `repetitions` as well, those that the action itself leads to included.
+  /// From now on `action` runs in call number `call` of `site`, counted from 1, and in the next
+  /// `repetitions` calls. Calls that the action itself causes count, too.
   static void act(Site site, std::size_t call, std::size_t repetitions,
                   std::function<void()> action);
 
@@ -159,8 +159,8 @@ class Hook {
   /// How often the action has begun.
   [[nodiscard]] static std::size_t acted();
 
-  /// What every foreign function does when all else is done; it uses nothing of its own
-  /// afterwards, as that may be gone.
+  /// Every foreign function calls this when all else is done. Afterwards it uses nothing of its own
+  /// object, which may be gone.
   static void called(Site site);
 };
 

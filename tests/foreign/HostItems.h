@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A host's own kinds of items and collections: they do what the library's do, and call the hook in
-// everything that a host can redefine.
+// A host's own kinds of items and collections. They do what the library's kinds do, and call the
+// hook in everything that a host can redefine.
 #pragma once
 
 #include "Hook.h"
@@ -23,7 +23,7 @@ namespace foreign {
 /// The number of objects of a host's own classes that are alive.
 [[nodiscard]] std::size_t& livingHosts();
 
-/// Base of what a host makes, to see that all of it goes.
+/// Base of what a host makes. Counts, so that tests see whether all of it is destroyed.
 class Counted {
  public:
   Counted() { ++livingHosts(); }
@@ -58,7 +58,7 @@ inline constexpr auto itemKeys = std::to_array<KeySites>({
     {"netService", Site::getNetService, Site::observerNetService},
     {"domain", Site::getDomain, Site::observerDomain},
 });
-/// Those of collections.
+/// The keys of collections.
 inline constexpr auto collectionKeys = std::to_array<KeySites>({
     {"root", Site::getRoot, Site::observerRoot},
     {"sortedEvents", Site::getSortedEvents, Site::observerSortedEvents},
@@ -75,8 +75,8 @@ inline constexpr auto collectionInputs =
 /// A key of the host's own, which depends on "children" and "representedObject".
 inline constexpr std::string_view ownKey = "own key of a host";
 
-/// The key table of a host's class over that of the library's class it is derived from. Each class
-/// has one, and each calls the hook when a value is read or set by key.
+/// The key table of a host's class. Its base is the table of the library's class. Each class has
+/// one, and each calls the hook when a value is read or set by key.
 template <class Self, const auto& Keys, Site SetSite>
 class HostKeyTable {
  public:
@@ -122,8 +122,8 @@ class HostKeyTable {
   }
 };
 
-/// A kind of the host's, derived from one of the library's. An override has its answer before it
-/// calls the hook, as that may be the end of the item.
+/// A kind of the host's, derived from one of the library's. An override computes its answer before
+/// it calls the hook, because the hook may destroy the item.
 template <class Self, class Base>
 class HostKind : public KRAVTWVKind<Self, Base>, private Counted {
   using Kind = KRAVTWVKind<Self, Base>;
@@ -205,7 +205,7 @@ class HostKind : public KRAVTWVKind<Self, Base>, private Counted {
   }
 };
 
-/// What a host's groups and events say to pasteboards.
+/// What a host's groups and events answer to pasteboards.
 template <class Self, class Base>
 class HostExchange : public HostKind<Self, Base> {
   using Kind = HostKind<Self, Base>;
@@ -242,7 +242,7 @@ class HostExchange : public HostKind<Self, Base> {
   }
 };
 
-/// A host's kind that stands for an event, over one that does.
+/// A host's kind that has a represented event, derived from such a kind of the library.
 template <class Self, class Kind>
 class HostEventKind : public Kind {
  public:
@@ -323,8 +323,8 @@ class HostCollection : public Base, private Counted {
   }
 };
 
-/// An item of the host's own class that represents what an item of the library's does; null where
-/// the host has no such class.
+/// An item of the host's class that represents what an item of the library's class represents. Null
+/// when the host has no such class.
 [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> hostItemLike(const KRAVTWVItemVexil& item);
 
 }  // namespace foreign

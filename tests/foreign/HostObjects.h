@@ -16,7 +16,7 @@
 
 namespace foreign {
 
-/// What a record refers to: equal to all of its number.
+/// An object in a record. It equals all objects of its number.
 class HostObject : public vexil::platform::Object, private Counted {
  public:
   explicit HostObject(int number) : _number(number) {}

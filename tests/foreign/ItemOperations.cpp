@@ -18,7 +18,7 @@ namespace {
 
 using Item = KRAVTWVItemVexil;
 
-/// Adds an operation of an item that takes nothing.
+/// Adds an operation of an item without an argument.
 template <class Perform>
 void addSimple(std::vector<Operation>& all, const std::string& name, Perform perform,
                std::vector<Scene> scenes = scenesOfProperties()) {
@@ -27,7 +27,7 @@ void addSimple(std::vector<Operation>& all, const std::string& name, Perform per
                  }});
 }
 
-/// Adds an operation with an argument that is made beforehand.
+/// Adds an operation with an argument that is made before.
 template <class Make, class Perform>
 void addWith(std::vector<Operation>& all, const std::string& name, Make make, Perform perform,
              std::vector<Scene> scenes = scenesOfProperties()) {
@@ -46,7 +46,7 @@ ItemPointer lastLeafOf(ItemPointer item) {
   return item;
 }
 
-/// An equal of the item at work, but for the last of all that is below it.
+/// An item that equals the world's item, except for the last item below it.
 ItemPointer twinThatDiffers(World& world) {
   const ItemPointer last = lastLeafOf(world.twin);
   last->setRepresentedObject(eventRecord({.number = 50}, world.scene.content));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A tree as whoever hears of its changes knows it.
+// A tree as an observer of its changes knows it.
 #pragma once
 
 #include <vexil/KRAVTWVItemVexil.h>
@@ -17,7 +17,7 @@ class Mirror : public KRAVTWVItemsObserverDelegate {
  public:
   explicit Mirror(const KRAVTWVItemVexil& root) { take(root); }
 
-  /// Where the tree is not what was reported; nothing if it is.
+  /// Where the tree differs from what was reported. Nothing when it does not differ.
   [[nodiscard]] std::optional<std::string> difference(const KRAVTWVItemVexil& root) const;
 
   void itemsObserverDidObserveItemsIndexesParent(

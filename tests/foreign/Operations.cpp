@@ -6,7 +6,7 @@
 namespace foreign {
 
 std::vector<Scene> scenesOf(Kind kind, std::initializer_list<Place> places) {
-  // Alone and observed, of the library's kinds and the host's; then what takes another way.
+  // Observed or not, of the library's kinds or the host's. Then scenes that take another way.
   const auto scene = [&](Content content, bool isObserved, bool isHosted, bool isLiteral) {
     return Scene{.kind = kind,
                  .content = content,

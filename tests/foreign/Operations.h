@@ -14,8 +14,8 @@ namespace foreign {
 struct Operation {
   std::string name;
   std::vector<Scene> scenes;
-  /// Makes the arguments, which the host holds while the operation runs, and yields the operation.
-  /// What it works on, it refers to without holding it.
+  /// Makes the arguments, which the host holds while the operation runs, and returns the operation.
+  /// The operation refers to what it works on without holding it.
   std::function<std::function<void()>(World&)> prepare;
 };
 
@@ -25,7 +25,7 @@ struct OperationGroup {
   std::vector<Operation> operations;
 };
 
-/// All of them; no two operations have one name.
+/// All groups. No two operations have the same name.
 [[nodiscard]] const std::vector<OperationGroup>& operationGroups();
 
 void addEquality(std::vector<Operation>& all);
@@ -44,11 +44,11 @@ void addServices(std::vector<Operation>& all);
 void addCollections(std::vector<Operation>& all);
 void addItemsObservers(std::vector<Operation>& all);
 
-/// The scenes of one sort of tree in which operations are performed, at the places given.
+/// The scenes for one sort of tree, at these places.
 [[nodiscard]] std::vector<Scene> scenesOf(Kind kind, std::initializer_list<Place> places);
-/// Those of an operation that every item has.
+/// The scenes of an operation that every item has.
 [[nodiscard]] std::vector<Scene> scenesOfItems();
-/// Those of an operation that concerns an item alone, with all that a host can redefine.
+/// The scenes of an operation on an item alone, with all that a host can redefine.
 [[nodiscard]] std::vector<Scene> scenesOfProperties();
 
 }  // namespace foreign

@@ -36,7 +36,7 @@ Value tag(const char* kind, const Entry& entry) {
   return kind + padded(entry.number) + "/" + std::to_string(entry.version);
 }
 
-/// Stands before the version, so that objects are asked also where versions differ.
+/// Stands before the version, so that comparisons ask objects even if versions differ.
 Value objectIn(const Entry& entry, Content content) {
   if (content == Content::plain || entry.number % 2 != 0) {
     return {};
@@ -78,7 +78,7 @@ Value eventRecord(const Entry& entry, Content content) {
 }
 
 Value domainRecord(const Entry& entry, Content content) {
-  // The store looks for the text that events have, so identifiers are texts in any case.
+  // The store looks for the text that events have, so identifiers are always texts.
   return Value::dictionary({{kTWDomainUniqueID, "d" + padded(entry.number)},
                             {"object", objectIn(entry, content)},
                             {"nested", nestedIn(entry, content)},

@@ -17,11 +17,11 @@ namespace foreign {
 enum class Content : unsigned char {
   plain,        ///< nothing that runs foreign code
   objects,      ///< objects: in every second record, and deeper in every third
-  identifiers,  ///< objects, and such as identifiers, too
+  identifiers,  ///< objects, also as identifiers
 };
 
-/// A record in a few words: its number, and its version, in which all of its content differs but
-/// what identifies it. `name` is the number by which it is sorted.
+/// A short form of a record. Versions differ in all content except the identifier. Records sort by
+/// `name`.
 struct Entry {
   int number;
   int version = 0;
@@ -32,8 +32,8 @@ using Entries = std::vector<Entry>;
 /// Entries of the numbers from `first` to `last` in one version.
 [[nodiscard]] Entries entries(int first, int last, int version = 0);
 
-/// All that a host sends its collections. Each is made anew each time, so that equal ones are never
-/// the same.
+/// All that a host sends its collections. Each call makes a new value, so that equal ones never
+/// share anything.
 [[nodiscard]] vexil::platform::Value eventRecord(const Entry& entry, Content content);
 [[nodiscard]] vexil::platform::Value domainRecord(const Entry& entry, Content content);
 [[nodiscard]] vexil::platform::Value triggerRecord(const Entry& entry, Content content);
@@ -44,14 +44,14 @@ using MakeRecord = vexil::platform::Value (*)(const Entry& entry, Content conten
 [[nodiscard]] vexil::platform::Value recordsOf(const Entries& entries, Content content,
                                                MakeRecord make);
 
-/// What a record is called in a tree as text: the same for equal ones, and for no others.
+/// The name of a record in a tree as text. Equal records have the same name, others do not.
 [[nodiscard]] std::string textOf(const vexil::platform::Value& represented);
 
-/// What an item's children show, a line an item, deeper ones further in.
+/// What is shown below an item, one line for each item, indented by level.
 [[nodiscard]] std::string shownBelow(const KRAVTWVItemVexil& item);
 
-// What collections must show of their input. Nothing in here is made by the library: each sorts and
-// groups by itself.
+// What collections must show of their input. Each function sorts and groups by itself, without the
+// library.
 [[nodiscard]] std::string modelOfEvents(const vexil::platform::Value& events);
 [[nodiscard]] std::string modelOfStore(const vexil::platform::Value& events,
                                        const vexil::platform::Value& domains);

@@ -35,9 +35,9 @@ namespace foreign {
 
 namespace {
 
-/// So many jobs are run before leaks are looked for, which takes longer than a job.
+/// How many jobs run between two searches for leaks. A search takes longer than a job.
 constexpr std::size_t jobsInOneChild = 500;
-/// What a job may take of the processor's time; they take some milliseconds.
+/// How much processor time a job may take. Jobs take some milliseconds.
 constexpr int secondsOfOneJob = 60;
 
 constexpr int exitAfterAll = 0;
@@ -89,7 +89,7 @@ bool readAll(int file, void* data, std::size_t count) {
                              int pipe, int errors) {
   ::dup2(errors, STDERR_FILENO);
   for (std::size_t i = first; i < end; ++i) {
-    // What a job before wrote is of no interest.
+    // What an earlier job wrote does not matter.
     (void)!::ftruncate(errors, 0);
     ::lseek(errors, 0, SEEK_SET);
     itimerval limit{};
@@ -111,7 +111,7 @@ bool readAll(int file, void* data, std::size_t count) {
   std::_Exit(hasLeaks() ? exitWithLeaks : exitAfterAll);
 }
 
-/// The lines of a sanitizer's report that tell most: what is wrong, and where in this project.
+/// The most important lines of a sanitizer's report: what is wrong, and where in this project.
 std::string essenceOf(std::FILE* errors) {
   std::rewind(errors);
   std::string essence;
@@ -140,7 +140,7 @@ struct Share {
   bool leaked = false;
 };
 
-/// Runs jobs in one child, as far as it comes.
+/// Runs jobs in one child process until it ends.
 Share runShare(const std::vector<Job>& jobs, std::size_t first, std::size_t end, Report& report) {
   std::array<int, 2> pipe{};
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> errors(std::tmpfile(), &std::fclose);
@@ -213,7 +213,7 @@ Report runJobs(const std::vector<Job>& jobs) {
     const std::size_t end = std::min(first + jobsInOneChild, jobs.size());
     const Share share = runShare(jobs, first, end, report);
     if (share.leaked && end - first > 1) {
-      // Which of them it was.
+      // Finds out which of them it was.
       Report again;
       for (std::size_t i = first; i < end; ++i) {
         runShare(jobs, i, i + 1, again);

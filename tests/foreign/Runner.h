@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Runs cells in child processes, so that one that ends its process hides no other.
+// Runs cells in child processes. If a cell ends its process, the others still run.
 #pragma once
 
 #include "Cells.h"
@@ -22,7 +22,7 @@ struct Report {
   std::vector<Failure> failures;
 };
 
-/// One of the things to be run: its name, and what it does.
+/// A thing to run.
 struct Job {
   std::string name;
   std::function<Outcome()> run;
@@ -31,8 +31,8 @@ struct Job {
 /// Whether leaks are found in this build.
 [[nodiscard]] bool findsLeaks();
 
-/// Runs jobs one after the other. One that crashes, hangs or leaks is a failure of its own, whose
-/// problem holds the first lines of what the sanitizer says.
+/// Runs jobs one after the other. A job that crashes, hangs or leaks is a failure. Its problem has
+/// the first lines of the sanitizer's report.
 [[nodiscard]] Report runJobs(const std::vector<Job>& jobs);
 
 [[nodiscard]] Report runCells(const std::vector<Cell>& cells);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What items do with their children and whole subtrees.
 #include "Operations.h"
+#include "tests/support/Recorder.h"
 
 #include <algorithm>
 #include <memory>
@@ -54,7 +55,7 @@ Array equals(World& world) {
   return arrayOf(std::move(items));
 }
 
-/// The same with another record in every second one, and in what is deepest of the others.
+/// The same, but every second item has another record, and so has the deepest item of the others.
 Array changed(World& world) {
   Array items = equals(world);
   for (std::size_t i = 0; i < items->size(); ++i) {
@@ -64,7 +65,7 @@ Array changed(World& world) {
     }
     const Value object = item->representedObject();
     if (object.isDictionary()) {
-      // Its identifier stays what it is, so that it is the same item to a merge.
+      // Its identifier stays, so that a merge takes it for the same item.
       std::vector<std::pair<platform::Key, Value>> entries;
       for (std::size_t entry = 0; entry < object.keys().size(); ++entry) {
         entries.emplace_back(object.keys()[entry], object.values()[entry]);
@@ -164,7 +165,7 @@ void addRemoving(std::vector<Operation>& all) {
       [](Item& item, int /*nothing*/) { (void)item.recursiveChildren(); });
   all.push_back(
       {"destruction of an item", scenesOfItems(), [](World& world) -> std::function<void()> {
-         // Out of its tree first, so that nobody but the operation holds it.
+         // Takes it out of its tree first, so that only the operation holds it.
          auto gone = std::make_shared<ItemPointer>(world.item);
          world.letGoOfItem();
          return [gone] { gone->reset(); };
@@ -213,11 +214,9 @@ void addAnnouncing(std::vector<Operation>& all) {
   });
   for (const ChangeKind kind :
        {ChangeKind::insertion, ChangeKind::removal, ChangeKind::replacement}) {
-    static constexpr const char* names[] = {"", "", "insertion", "removal", "replacement"};
-    add(all,
-        std::string("didChangeValuesAtIndexesForKey: ") + names[static_cast<std::size_t>(kind)],
-        newItems, [kind](Item& item, const Array& fresh) {
-          // As a host that changes the array itself, and holds what it works on.
+    add(all, "didChangeValuesAtIndexesForKey: " + test::nameOf(kind), newItems,
+        [kind](Item& item, const Array& fresh) {
+          // A host that changes the array itself holds what it works on.
           const auto held = item.shared_from_this();
           const auto children = item.children();
           if (children->empty()) {
@@ -247,7 +246,7 @@ void addAnnouncing(std::vector<Operation>& all) {
   add(
       all, "removeObserver",
       [](World& world) {
-        // Held by the world's list and so let go of with the others.
+        // The world's list holds it and lets go of it with the others.
         return std::weak_ptr(world.observe(world.item, "children", ObservingOptions::both,
                                            Site::observerChildrenRecursive));
       },

@@ -37,8 +37,8 @@ bool succeeds(const Step& step) {
   return true;
 }
 
-/// Puts the host's own kinds in the places of the library's: of every item with children, and of
-/// every second one without.
+/// Replaces items of the library's kinds with items of the host's kinds: every item with children,
+/// and every second item without.
 void bringInHostKinds(KRAVTWVItemArray& items) {
   for (std::size_t i = 0; i < items.size(); ++i) {
     const auto children = items[i]->children();
@@ -166,7 +166,7 @@ ItemPointer World::itemAtPlace(const KRAVTWVItemsVexil& which) const {
     const auto row = std::ranges::find_if_not(*children, isLeaf);
     return row == children->end() ? (*children)[children->size() / 2] : *row;
   }
-  // Below the topmost level the second one, where the host has brought in its own kind.
+  // Below the topmost level it is the second item, which is of the host's kind.
   found = scene.place == Place::firstLeaf  ? children->front()
           : scene.place == Place::lastLeaf ? children->back()
                                            : (*children)[children->size() / 2];
@@ -230,8 +230,8 @@ void World::watch() {
     observe(collection, sites.key, ObservingOptions::both, sites.observer);
   }
   const ItemPointer root = collection->root();
-  // What has children, what is worked on, and some of the others: others are watched by nobody but
-  // who watches the whole tree.
+  // Watches items with children, the world's item, and some others. Only the observers of the whole
+  // tree watch the rest.
   KRAVTWVItemArray all = root->recursiveChildren();
   all.push_back(root);
   for (std::size_t i = 0; i < all.size(); ++i) {
@@ -284,7 +284,7 @@ void World::refresh(const CollectionPointer& which) {
   changed.back().version = version;
   Entries domains = entries(1, 2);
   domains.front().version = version;
-  // Whoever refreshes holds what it refreshes.
+  // The caller of a refresh holds what it refreshes.
   const CollectionPointer held = which;
   hand(*held, inputOf(changed, domains, scene.content));
 }
@@ -375,7 +375,7 @@ std::optional<std::string> World::verify(const CollectionPointer& which) {
                               entries(0, 2, nextVersion()), scene.content);
   if (!succeeds([&] { hand(*which, input); })) {
     _neededRemedy = true;
-    // What was not accepted because an earlier part threw.
+    // Sets what was not accepted because an earlier part threw.
     for (int attempt = 0; attempt < 3; ++attempt) {
       succeeds([&] { hand(*which, input); });
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Everything that one cell of the table works on, made anew for each: two collections with their
-// trees, an item, and whoever watches them.
+// Everything that one cell of the table works on, made anew for each cell: two collections with
+// their trees, an item, and the observers.
 #pragma once
 
 #include "HostObjects.h"
@@ -24,14 +24,14 @@ using CollectionPointer = std::shared_ptr<KRAVTWVItemsVexil>;
 
 enum class Kind : unsigned char { list, store, engine, groupedServices, flatServices };
 
-/// Which item an operation is performed on: the root of the tree, one of the rows below it, or one
-/// without children: in the middle of the tree, or the first or the last there is.
+/// Which item an operation is performed on: the root of the tree, one of the rows below it, or an
+/// item without children in the middle of the tree, the first or the last one.
 enum class Place : unsigned char { root, row, leaf, firstLeaf, lastLeaf };
 
 struct Scene {
   Kind kind = Kind::list;
   Content content = Content::objects;
-  bool isObserved = false;  ///< all that can be observed is
+  bool isObserved = false;  ///< everything observable has observers
   bool isHosted = false;    ///< the host's own classes, where it can bring them in
   bool isLiteral = false;   ///< refreshes take no shorter way
   bool isEmpty = false;     ///< before the first list
@@ -41,7 +41,7 @@ struct Scene {
   bool operator==(const Scene&) const = default;
 };
 
-/// All that a collection is handed in a refresh; a kind takes its part.
+/// All that a host hands over in a refresh. Each kind of collection takes its part.
 struct Input {
   vexil::platform::Value events;
   vexil::platform::Value domains;
@@ -70,9 +70,9 @@ class World {
 
   const Scene scene;
 
-  // What operations and actions work on. Nobody else holds them but the trees.
+  // What operations and actions work on. Only this world and the trees hold these.
   CollectionPointer collection;
-  CollectionPointer other;  // which was handed equal records, made anew
+  CollectionPointer other;  // it got equal records, made anew
   ItemPointer item;         // in the tree of `collection`
   ItemPointer twin;         // the one at its place in the other tree
   std::shared_ptr<KRAVTWVItemsObserver> itemsObserver;
@@ -80,7 +80,7 @@ class World {
   std::vector<std::shared_ptr<HostObserver>> observers;  // one a site
   std::vector<vexil::platform::Observation> closures;
 
-  /// Registers the observer that calls a site, which the world holds.
+  /// Registers the observer that calls a site. The world holds it.
   std::shared_ptr<HostObserver> observe(const std::shared_ptr<vexil::platform::Observable>& object,
                                         const vexil::platform::Key& key,
                                         vexil::platform::ObservingOptions options, Site site);
@@ -91,15 +91,15 @@ class World {
   /// Has a collection show another list: some records go, some come, some are changed.
   void refresh(const CollectionPointer& which);
 
-  /// Lets go of the item: it leaves the array that it stands in, or the collection whose root it
-  /// is, under the announcements of that.
+  /// Lets go of the item. Takes it out of its array, or out of the collection whose root it is,
+  /// with the announcements for that.
   void letGoOfItem();
 
   /// The number of the next version of records.
   [[nodiscard]] int nextVersion() { return ++_version; }
 
-  /// Whether both collections can still be refreshed and show what they must, and whoever watches
-  /// them is told of it: nothing if so, otherwise what is wrong.
+  /// Checks that both collections can still be refreshed and show what they must, and that
+  /// observers hear of it. Returns nothing when all is right, and otherwise what is wrong.
   [[nodiscard]] std::optional<std::string> verify();
   /// Whether a collection's tree had to be built anew for that.
   [[nodiscard]] bool neededRemedy() const { return _neededRemedy; }

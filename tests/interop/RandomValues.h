@@ -12,7 +12,7 @@
 
 namespace interop {
 
-/// What random values may have in them, and other programs may not be able to carry.
+/// Traits of random values. Some programs cannot carry some of these.
 namespace trait {
 inline constexpr std::string_view booleans = "booleans";
 inline constexpr std::string_view integers = "integers";
@@ -39,11 +39,11 @@ inline constexpr std::string_view otherThanASCII = "other-than-ascii";
 inline constexpr std::string_view sharedContainers = "shared-containers";
 }  // namespace trait
 
-/// Random values of property lists, the same ones for a seed on every machine. Numbers and lengths
-/// stand around the places where their encoding changes; what came before comes again now and then.
+/// Random values of property lists. A seed gives the same ones on every machine. Most numbers and
+/// lengths are near those at which the encoding changes. Earlier values sometimes come again.
 class RandomValues {
  public:
-  /// Raises `std::invalid_argument` when there is no such trait.
+  /// Throws `std::invalid_argument` when there is no such trait.
   RandomValues(std::uint64_t seed, std::set<std::string, std::less<>> without);
 
   vexil::platform::Value next();
