@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What it costs to take in a list of events, and to take it in again.
 //
-// Records are built and old ones destroyed while the clock stands. One observer is attached, which
-// counts the items of every report; a benchmark whose counts are not what they must be reports an
-// error in place of a time.
+// Records are built and destroyed while the clock stands. One observer counts the items of every
+// report. If its counts are not what they must be, a benchmark reports an error in place of a time.
 #include <functional>
 
 #include "Benchmarks.h"
@@ -46,7 +45,7 @@ void refresh(benchmark::State& state, const Counts& expected,
   std::size_t allocations = 0;
   for (auto _ : state) {
     const Value records = next(engine, watched.list->sortedEvents());
-    // Held until the clock stands, so that it is not charged with destroying it.
+    // Held until the clock stands, so that the time does not contain its destruction.
     const Value held = watched.list->sortedEvents();
     watched.delegate->counts = {};
     const std::size_t before = heapAllocations();

@@ -24,7 +24,7 @@ using platform::Value;
 namespace {
 
 constexpr std::size_t deepest = 10'000;
-// Where somebody watches, every level is compared anew: in proportion to the square.
+// If somebody watches, every level is compared anew. That takes the square of the depth.
 constexpr std::size_t deepestWatched = 1'000;
 
 void storeWorkload(std::string_view workload, std::size_t size, Spread spread,
@@ -75,7 +75,7 @@ std::shared_ptr<KRAVTWVItemVexil> chainOf(const std::vector<WorkloadEvent>& even
   return chain;
 }
 
-/// Refreshes a chain whose last item has changed; `counts` are those of who watches it.
+/// Refreshes a chain whose last item has changed. `counts` are those of its observer.
 void refreshChain(std::string_view workload, std::vector<WorkloadEvent> events,
                   const std::shared_ptr<KRAVTWVItemVexil>& root, NoticeCounts* counts) {
   const std::size_t depth = events.size();

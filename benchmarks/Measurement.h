@@ -45,13 +45,13 @@ class CountingTreeDelegate : public KRAVTWVItemsObserverDelegate {
   NoticeCounts counts;
 };
 
-/// A workload did something else than it has to; its time would mean nothing.
+/// A workload did not do what it must. Its time would mean nothing.
 class WrongResult : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// Raises `WrongResult`, which names the workload and `what`, unless `holds`.
+/// Throws `WrongResult`, which names the workload and `what`, unless `holds`.
 void require(bool holds, std::string_view workload, std::string_view what);
 
 /// How often one workload's work took how long.
@@ -71,8 +71,8 @@ class Measurement {
   ///
   ///     vexil WORKLOAD size median minimum removed inserted replaced notices allocations checksum
   ///
-  /// Times are in nanoseconds. Allocations are the last run's, or -1 where nobody counts them: a
-  /// preloaded library does, in a variable that is called `wl_alloc_count`.
+  /// Times are in nanoseconds. Allocations are those of the last run, or -1 when they are not
+  /// counted. A preloaded library counts them in a variable called `wl_alloc_count`.
   void report(std::string_view workload, std::size_t size, const NoticeCounts& counts,
               std::uint64_t checksum);
 
@@ -83,8 +83,7 @@ class Measurement {
   long long _allocations = -1;
 };
 
-/// Whether a workload is asked for: every one, unless the variable WL_ONLY of the environment has
-/// the names of some.
+/// Whether a workload runs. All do, unless the environment variable WL_ONLY has the names of some.
 [[nodiscard]] bool isWanted(std::string_view workload);
 
 /// How often to run a workload of this size; the variable WL_REPS has precedence.

@@ -58,8 +58,8 @@ void withdrawTheLastButOne(benchmark::State& state) {
   }
 }
 
-/// As many observers as the size says, each of which takes the place of the one before it. As many
-/// others as `staying` says stay registered, all of whom are looked at now and then.
+/// Registers as many observers as the size says, each in place of the one before it. `staying`
+/// other observers stay registered, and are looked at now and then.
 void replaceObserversAmong(benchmark::State& state, std::size_t staying) {
   for (auto _ : state) {
     const auto object = std::make_shared<Anything>();

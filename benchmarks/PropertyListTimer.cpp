@@ -3,9 +3,10 @@
 //
 //     property_list_timer ours|libplist EVENTS FILE
 //
-// The schedule goes to FILE for others to time it as well. Then each line of standard input says
-// what to do, "write binary" or "read xml", and is answered with the seconds. Who is timed has a
-// process of its own, since what one leaves of the heap slows down another.
+// Writes the schedule to FILE, so that other programs can be timed with it. Then each line of
+// standard input says what to do, such as "write binary" or "read xml". The answer is the time in
+// seconds. Each library is timed in a process of its own, because the heap that one leaves slows
+// down another.
 #include "Records.h"
 
 #include <plist/plist.h>
@@ -41,7 +42,7 @@ void require(bool holds, const char* otherwise) {
   }
 }
 
-/// The processor's time: what else the machine does counts for nothing. All do their work on one
+/// The processor's time, which does not contain what else the machine does. All work is on one
 /// thread.
 template <class Work>
 double secondsFor(const Work& work) {

@@ -16,9 +16,8 @@
 //     MEM    bytes held for each record: by the records alone; by them and a list that shows them;
 //            by all of it after a refresh with one changed
 //
-// New records are made before the clock starts, and old ones stay until a workload is done. An
-// observer counts what it is told of. What came out is compared with the model before anything is
-// printed.
+// New records are made before the clock starts. Old ones stay until a workload is done. An observer
+// counts what it hears. Each workload compares its result with the model before it prints.
 #include <ternwood/Ternwood.h>
 #include <vexil/KRAVTWVItemsVexil.h>
 
@@ -122,8 +121,7 @@ void registrationWorkload(std::size_t size) {
   withdrawing.report("W7u", size, {}, 0);
 }
 
-/// The first of all, as memory that has been used before is kept for what comes, and would not
-/// show.
+/// Runs first, because memory that was used before is kept for later, and would not show.
 void measureMemory(std::size_t size) {
   WorkloadModel model(size);
   const std::vector<WorkloadEvent> events = model.shuffled(1);

@@ -17,7 +17,7 @@ namespace {
 
 using Service = std::shared_ptr<platform::NetService>;
 
-/// Names spread over the whole list, as odd factors do that; the domains likewise.
+/// Names and domains that are spread over the whole list, by odd factors.
 KRAVTWVNetServiceArray servicesInDomains(std::size_t count, std::size_t domains) {
   KRAVTWVNetServiceArray services;
   services.reserve(count);
@@ -57,7 +57,7 @@ void addOneToMany(benchmark::State& state, const Layout& layout) {
   watched.list->updateItemsForServices();
   const auto another =
       std::make_shared<platform::NetService>("service 5", "_another._tcp.", "local.");
-  // A group is replaced with what comes into it.
+  // A group is replaced when something comes into it.
   const Counts expected{.inserted = 1, .replaced = layout.isGrouped ? 1U : 0U};
   for (auto _ : state) {
     watched.delegate->counts = {};
@@ -85,7 +85,7 @@ void addOneByOne(benchmark::State& state) {
   }
 }
 
-/// What the rebuilds alone cost in that: each service is put into its place while the clock stands.
+/// The cost of the rebuilds alone. Each service is put into its place while the clock stands.
 void rebuildAsOften(benchmark::State& state) {
   const auto found = servicesInDomains(sizeOf(state), 1);
   for (auto _ : state) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What equality and hash of values cost where parts are shared, lie deep, or were made to collide.
+// The cost of equality and hash of values with shared parts, deep parts, and parts made to collide.
 #include <vexil/platform/Value.h>
 
 #include <cstring>
@@ -17,9 +17,9 @@ using platform::Value;
 
 namespace {
 
-/// Arrays that hold, in turns, the same array twice and two equal arrays: as many ways to the leaf
-/// as two to the power of the levels, in few containers. Whether it begins with the one or the
-/// other, it is equal; but of two parts that are compared only one is ever shared.
+/// Arrays that hold, in turns, the same array twice and two equal arrays. Few containers, but two
+/// to the power of the levels ways to the leaf. It is equal whichever comes first, but of two parts
+/// that are compared only one is ever shared.
 Value sharedNesting(std::size_t levels, bool beginsShared) {
   const auto copy = [](const Value& value) {
     return Value::array(std::vector<Value>(value.elements().begin(), value.elements().end()));
@@ -82,8 +82,7 @@ void setOfRecordsThatDifferDeepDown(benchmark::State& state) {
   }
 }
 
-/// A set of texts that all have one hash where the numbers of the mixing are known: see
-/// SeededHashTests.
+/// A set of texts that all have one hash if the numbers of the mixing are known. See HashTests.cpp.
 void setOfTextsMadeToCollide(benchmark::State& state) {
   std::vector<Value> texts;
   for (std::uint64_t i = 0; i < sizeOf(state); ++i) {
@@ -129,7 +128,7 @@ void addValueBenchmarks() {
   const auto add = [](const char* name, void (*run)(benchmark::State&)) {
     return benchmark::RegisterBenchmark(name, run)->UseManualTime()->MinTime(0.1);
   };
-  // Depths from which growth shows, and from which it would never end if it were exponential.
+  // Depths that show growth. If the cost were exponential, the last would never end.
   add("values: equality of shared nesting, by its depth", equalSharedNesting)
       ->Arg(12)
       ->Arg(18)

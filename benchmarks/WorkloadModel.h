@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-/// A short text that stands in its owner, so that making and dropping models does not disturb the
-/// heap in which records are measured.
+/// A short text without memory on the heap, so that models do not disturb the heap in which records
+/// are measured.
 template <std::size_t size>
 class InlineText {
  public:
@@ -40,9 +40,9 @@ struct WorkloadEvent {
 /// Which events a domain record gets.
 enum class Spread : std::uint8_t { asModelled, allInOne, aHundredEach };
 
-/// The events of an engine, always the same for one size, as are all orders and changes: they
-/// follow from one sequence of numbers (splitmix64), so that any program that draws the same ones
-/// does the same work and comes to the same checksums.
+/// The events of an engine. Events, orders and changes depend only on the size: they follow from
+/// one sequence of numbers (splitmix64). A program that draws the same numbers does the same work
+/// and gets the same checksums.
 class WorkloadModel {
  public:
   static constexpr unsigned domains = 50;

@@ -54,14 +54,14 @@ struct WatchedStore : WatchedTree<KRAVTWVEventStoreVexil> {
 void requireCounts(std::string_view workload, const NoticeCounts& counts,
                    const NoticeCounts& expected);
 
-/// Raises `WrongResult` unless the children of `parent` show these events in this order.
+/// Throws `WrongResult` unless the children of `parent` show these events in this order.
 void requireEvents(std::string_view workload, const KRAVTWVItemVexil& parent,
                    const std::vector<WorkloadEvent>& events, Spread spread = Spread::asModelled);
 
 /// Of the identifiers, names and intervals of all events, in their order.
 [[nodiscard]] std::uint64_t checksumOf(const KRAVTWVItemVexil& root);
 
-/// What tells whether all items are still the same ones.
+/// Tells whether all items are still the same ones.
 [[nodiscard]] std::vector<const KRAVTWVItemVexil*> addressesOf(const KRAVTWVItemVexil& root);
 
 /// How many of the items below `root` have an observer.

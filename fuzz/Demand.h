@@ -5,7 +5,7 @@
 
 namespace fuzz {
 
-/// What does not hold is a finding.
+/// Ends the process, which is a finding, unless the condition is true.
 inline void demand(bool holds) {
   if (!holds) {
     std::abort();

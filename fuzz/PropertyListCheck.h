@@ -11,8 +11,8 @@
 
 namespace fuzz {
 
-/// What holds of every input: a reader says the same twice, what it accepts can be walked, and what
-/// it refuses it gives a reason and a place for.
+/// Demands what must be true of every input: a reader gives the same result twice, a value that it
+/// accepts can be walked, and a refusal has a reason and a place.
 inline void checkReader(decltype(&vexil::platform::readPropertyList) read, const std::uint8_t* data,
                         std::size_t size) {
   vexil::platform::PropertyListLimits limits;

@@ -19,7 +19,7 @@ using vexil::platform::Value;
 
 inline constexpr std::size_t mostDepth = 64;
 
-/// Far above what the values of fuzz targets are, so that what is written is not refused for that.
+/// Limits far above the values of fuzz targets, so that no value is refused because of its size.
 inline vexil::platform::PropertyListLimits generousLimits() {
   vexil::platform::PropertyListLimits limits;
   limits.depth = mostDepth;
@@ -62,7 +62,7 @@ inline bool isInXML(const Value& root) {
   return true;
 }
 
-/// What a writer wrote reads as the value, and is written again as the same bytes.
+/// Demands that a written file reads as the value, and that the value is written as the same bytes.
 inline void checkBinaryRoundTrip(const Value& value) {
   const auto bytes = vexil::platform::writeBinaryPropertyList(value);
   demand(static_cast<bool>(bytes));
@@ -72,7 +72,7 @@ inline void checkBinaryRoundTrip(const Value& value) {
   demand(again && *again == *bytes);
 }
 
-/// The same of XML, which refuses what it has no notation for and nothing else.
+/// The same for XML, which refuses only what it has no notation for.
 inline void checkXMLRoundTrip(const Value& value) {
   const auto text = vexil::platform::writeXMLPropertyList(value, generousLimits());
   demand(static_cast<bool>(text) == isInXML(value));

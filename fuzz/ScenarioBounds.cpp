@@ -16,7 +16,7 @@ using platform::Value;
 
 namespace {
 
-/// What gives an object nothing that it could hold.
+/// Operations that give an object nothing that it could hold.
 bool givesNothing(std::string_view operation) {
   constexpr std::array<std::string_view, 7> questions = {
       "isEqual:",
@@ -70,7 +70,7 @@ class Bounds {
     }
   }
 
-  /// Gives what the names of one object were given to a single one of them.
+  /// Moves what the names of one object were given to one of these names.
   void join() {
     std::map<std::string, std::vector<std::string>> joined;
     for (const auto& [receiver, names] : _given) {
@@ -81,7 +81,7 @@ class Bounds {
     _given = std::move(joined);
   }
 
-  /// The name that stands for all which may name the same, or what is in it.
+  /// The name that stands for all names that may name the same object, or something in it.
   std::string rootOf(const std::string& name) {
     std::string root = name;
     for (auto same = _same.find(root); same != _same.end() && same->second != root;
@@ -91,7 +91,7 @@ class Bounds {
     return root;
   }
 
-  /// On how many ways objects are in one, itself included; too many where it is in itself.
+  /// On how many ways objects are in one object, itself included. Too many if it is in itself.
   std::size_t weightOf(const std::string& name) {
     Weight& known = _weights[name];
     if (known.progress != Progress::unknown) {

@@ -5,11 +5,12 @@
 
 namespace fuzz {
 
-/// Whether a scenario certainly makes no tree that contains itself, which no tree must, and none
-/// that holds so many items on so many ways that walking it takes for ever.
+/// Whether a scenario certainly makes no tree that contains itself, and none with so many ways to
+/// so many items that walking it takes for ever. Such trees are misuse.
 ///
-/// It goes by the names: whatever an object is given in a step may be in it from then on, and what
-/// an object answers may be anything in it. So some scenarios are left out that would do no harm.
+/// It looks only at names: what a step gives an object may be in it from then on, and what an
+/// object returns may be anything in it. So it also leaves out some scenarios that would do no
+/// harm.
 bool isBounded(const vexil::platform::Value& scenario);
 
 }  // namespace fuzz

@@ -16,7 +16,7 @@ namespace fuzz {
 
 inline constexpr std::size_t mostDepthOfScenario = 24;
 
-/// Random changes of scenarios that leave most of their steps as they can be performed.
+/// Random changes of scenarios. Most steps can still be performed afterwards.
 class ScenarioMutation {
  public:
   explicit ScenarioMutation(unsigned seed) : _random(seed) {}
@@ -48,8 +48,8 @@ class ScenarioMutation {
   std::mt19937 _random;
 };
 
-/// Writes a scenario into an input of at most `most` bytes and gives its size; where it is too long
-/// the input remains, which has `size`.
+/// Writes a scenario into an input of at most `most` bytes. Returns its size. If the scenario is
+/// too long, the input stays as it is and `size` is returned.
 std::size_t put(const vexil::platform::Value& scenario, std::uint8_t* input, std::size_t size,
                 std::size_t most);
 

@@ -9,7 +9,7 @@
 
 namespace fuzz {
 
-/// A directory for temporary files that is this process's own, so that all in it can go.
+/// A directory for temporary files of this process alone, so that everything in it may be removed.
 class ScratchDirectory {
  public:
   ScratchDirectory() {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A value that is made of the input, not read from it, reads the same from every format that
-// carries it.
+// A value is made of the input, not read from it. Every format that can carry it must read as the
+// same value.
 #include "PropertyListRoundTrip.h"
 #include "TextWriter.h"
 

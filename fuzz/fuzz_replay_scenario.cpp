@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Any property list is performed as a scenario, or refused. Inputs change as scenarios do: steps,
-// arguments and words of one are moved about and mixed with those of another.
+// Performs any property list as a scenario, or refuses it. Inputs change as scenarios: steps,
+// arguments and words of one are moved and mixed with those of another.
 #include "Demand.h"
 #include "ScenarioBounds.h"
 #include "ScenarioMutation.h"

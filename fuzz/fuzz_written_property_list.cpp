@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Whatever a reader takes, the writers write so that it reads as the same value again.
+// The writers write every value that a reader accepts, and it reads as the same value again.
 #include "PropertyListRoundTrip.h"
 
 #include <vexil/platform/PropertyList.h>
