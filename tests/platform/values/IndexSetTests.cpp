@@ -55,16 +55,16 @@ TEST(IndexSet, RunsOfNeighboursPrintAsRanges) {
 
 TEST(IndexSet, RunsThatMeetBecomeOne) {
   IndexSet set{0, 1, 3, 4};
-  EXPECT_EQ(set.runs().size(), 2U);
+  EXPECT_EQ(set.ranges().size(), 2U);
   set.insert(2);
-  EXPECT_EQ(set.runs(), (std::vector<IndexSet::Run>{{0, 5}}));
+  EXPECT_EQ(set.ranges(), (std::vector<IndexSet::Range>{{0, 5}}));
 }
 
 TEST(IndexSet, RunsGrowAtBothEnds) {
   IndexSet set{5};
   set.insert(6);
   set.insert(4);
-  EXPECT_EQ(set.runs(), (std::vector<IndexSet::Run>{{4, 3}}));
+  EXPECT_EQ(set.ranges(), (std::vector<IndexSet::Range>{{4, 3}}));
   set.insert(2);
   EXPECT_EQ(set.description(), "{2, 4-6}");
 }
@@ -81,7 +81,7 @@ TEST(IndexSet, OfAMillionNeighboursIsOneRun) {
     set.insert(i);
   }
   EXPECT_EQ(set, IndexSet::range(0, 1'000'000));
-  EXPECT_EQ(set.runs().size(), 1U);
+  EXPECT_EQ(set.ranges().size(), 1U);
 }
 
 TEST(IndexSet, IsEqualByItsPositionsHoweverItWasMade) {
@@ -98,7 +98,7 @@ TEST(IndexSet, HoldsTheLargestPositionOfAnyList) {
   EXPECT_EQ(positionsOf(set), (std::vector<std::size_t>{0, largest}));
   set.insert(largest - 1);
   EXPECT_EQ(set.count(), 3U);
-  EXPECT_EQ(set.runs().size(), 2U);
+  EXPECT_EQ(set.ranges().size(), 2U);
 }
 
 TEST(IndexSet, RefusesWhatIsNoPositionOfAnyList) {
@@ -128,10 +128,10 @@ PROPERTY(IndexSetProperty, BehavesLikeAnOrderedSet, ()) {
     RC_ASSERT(set.first() == *model.begin());
     RC_ASSERT(set.last() == *model.rbegin());
   }
-  for (std::size_t i = 0; i < set.runs().size(); ++i) {
-    RC_ASSERT(set.runs()[i].count > 0U);
+  for (std::size_t i = 0; i < set.ranges().size(); ++i) {
+    RC_ASSERT(set.ranges()[i].count > 0U);
     if (i > 0) {
-      RC_ASSERT(set.runs()[i - 1].end() < set.runs()[i].first);
+      RC_ASSERT(set.ranges()[i - 1].end() < set.ranges()[i].first);
     }
   }
 }

@@ -10,31 +10,31 @@
 
 namespace vexil::platform {
 
-/// A set of positions in a list, kept as runs of neighbours: {0, 2, 3, 4} is the runs 0-0 and 2-4,
-/// so a change of a million rows in a row is one run.
+/// A set of indexes of a list, kept as ranges of neighbours. {0, 2, 3, 4} has two ranges: 0-0 and
+/// 2-4. So a change of a million neighbouring rows is one range.
 ///
-/// Adding in ascending order takes constant time; asking for a position is logarithmic in the
-/// number of runs. No list has a position SIZE_MAX, and adding it raises `RangeError`.
+/// Adding in ascending order takes constant time. Looking for an index is logarithmic in the number
+/// of ranges. No list has an index SIZE_MAX: adding it throws `RangeError`.
 class IndexSet {
  public:
-  /// `count` positions from `first` on; never empty.
-  struct Run {
+  /// `count` neighbouring indexes, beginning with `first`; never empty.
+  struct Range {
     std::size_t first;
     std::size_t count;
     [[nodiscard]] std::size_t end() const noexcept { return first + count; }
-    bool operator==(const Run&) const = default;
+    bool operator==(const Range&) const = default;
   };
 
   IndexSet() = default;
   IndexSet(std::initializer_list<std::size_t> indexes);
 
-  /// The positions from `first` up to but not including `end`; empty when there are none.
+  /// The indexes from `first` up to but not including `end`; empty when `first` is not below `end`.
   static IndexSet range(std::size_t first, std::size_t end);
 
-  /// Adds one position; nothing happens when it is already there.
+  /// Adds one index; nothing happens when it is already there. Throws `RangeError` for SIZE_MAX.
   void insert(std::size_t index) {
-    if (!_runs.empty() && _runs.back().end() == index && index != SIZE_MAX) {
-      ++_runs.back().count;
+    if (!_ranges.empty() && _ranges.back().end() == index && index != SIZE_MAX) {
+      ++_ranges.back().count;
       ++_count;
     } else {
       insertAnywhere(index);
@@ -42,29 +42,29 @@ class IndexSet {
   }
 
   [[nodiscard]] bool contains(std::size_t index) const noexcept;
-  [[nodiscard]] bool empty() const noexcept { return _runs.empty(); }
+  [[nodiscard]] bool empty() const noexcept { return _ranges.empty(); }
 
-  /// How many positions there are.
+  /// How many indexes there are.
   [[nodiscard]] std::size_t count() const noexcept { return _count; }
 
-  /// The smallest and the largest position; absent in an empty set.
+  /// The smallest and the largest index; absent in an empty set.
   [[nodiscard]] std::optional<std::size_t> first() const noexcept;
   [[nodiscard]] std::optional<std::size_t> last() const noexcept;
 
-  /// The runs in ascending order; no two of them touch.
-  [[nodiscard]] const std::vector<Run>& runs() const noexcept { return _runs; }
+  /// The ranges in ascending order; no two of them touch.
+  [[nodiscard]] const std::vector<Range>& ranges() const noexcept { return _ranges; }
 
-  /// Calls `visit(index)` for each position in ascending order.
+  /// Calls `visit(index)` for each index in ascending order.
   template <class Visit>
   void forEach(Visit&& visit) const {
-    for (const Run& run : _runs) {
-      for (std::size_t index = run.first; index < run.end(); ++index) {
+    for (const Range& range : _ranges) {
+      for (std::size_t index = range.first; index < range.end(); ++index) {
         visit(index);
       }
     }
   }
 
-  /// `{0, 2-4}`: runs of two or more as first and last.
+  /// `{0, 2-4}`: a range of two or more is printed as its first and last index.
   [[nodiscard]] std::string description() const;
 
   bool operator==(const IndexSet&) const = default;
@@ -72,7 +72,7 @@ class IndexSet {
  private:
   void insertAnywhere(std::size_t index);
 
-  std::vector<Run> _runs;
+  std::vector<Range> _ranges;
   std::size_t _count = 0;
 };
 

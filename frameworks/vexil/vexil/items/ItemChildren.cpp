@@ -36,10 +36,10 @@ KRAVTWVItemArray taken(KRAVTWVItemArray& items, const IndexSet& indexes) {
   };
   std::size_t next = *indexes.first();
   auto kept = at(next);
-  for (const IndexSet::Run& run : indexes.runs()) {
-    kept = std::move(at(next), at(run.first), kept);
-    std::move(at(run.first), at(run.end()), std::back_inserter(taken));
-    next = run.end();
+  for (const IndexSet::Range& range : indexes.ranges()) {
+    kept = std::move(at(next), at(range.first), kept);
+    std::move(at(range.first), at(range.end()), std::back_inserter(taken));
+    next = range.end();
   }
   kept = std::move(at(next), items.end(), kept);
   items.erase(kept, items.end());
@@ -157,9 +157,9 @@ bool KRAVTWVItemVexil::areValuesAtIndexesForKey(const Value& values, const Index
     return false;
   }
   auto value = values.elements().begin();
-  return std::ranges::all_of(indexes.runs(), [&](const IndexSet::Run& run) {
-    const auto first = children.begin() + static_cast<std::ptrdiff_t>(run.first);
-    return std::all_of(first, first + static_cast<std::ptrdiff_t>(run.count),
+  return std::ranges::all_of(indexes.ranges(), [&](const IndexSet::Range& range) {
+    const auto first = children.begin() + static_cast<std::ptrdiff_t>(range.first);
+    return std::all_of(first, first + static_cast<std::ptrdiff_t>(range.count),
                        [&](const auto& child) { return (value++)->object() == child; });
   });
 }

@@ -111,9 +111,9 @@ void insertAt(const IndexSet& indexes, KRAVTWVItemArray arrived, KRAVTWVItemArra
     merged.insert(merged.end(), from, end);
     from = end;
   };
-  for (const IndexSet::Run& run : indexes.runs()) {
-    take(stayed, run.first - merged.size());
-    take(next, run.count);
+  for (const IndexSet::Range& range : indexes.ranges()) {
+    take(stayed, range.first - merged.size());
+    take(next, range.count);
   }
   merged.insert(merged.end(), stayed, std::make_move_iterator(children.end()));
   children.swap(merged);
@@ -156,11 +156,11 @@ void ItemMerge::perform(Item& receiver, FreshSource fresh) {
 }
 
 std::size_t ItemMerge::Level::next() {
-  const IndexSet::Run& run = changed.runs()[range];
-  const std::size_t index = run.first + inRange;
-  if (++inRange == run.count) {
-    ++range;
-    inRange = 0;
+  const IndexSet::Range& range = changed.ranges()[nextRange];
+  const std::size_t index = range.first + doneOfRange;
+  if (++doneOfRange == range.count) {
+    ++nextRange;
+    doneOfRange = 0;
   }
   return index;
 }
@@ -283,9 +283,9 @@ IndexSet ItemMerge::changedIndexes(const Item& receiver, const Source& fresh,
   const std::size_t count = ItemFields::currentChildren(receiver).size();
   IndexSet changed;
   std::size_t next = 0;
-  for (const IndexSet::Run& run : inserted.runs()) {
-    addChangedIndexes(receiver, fresh, next, std::min(run.first, count), changed);
-    next = run.end();
+  for (const IndexSet::Range& range : inserted.ranges()) {
+    addChangedIndexes(receiver, fresh, next, std::min(range.first, count), changed);
+    next = range.end();
   }
   addChangedIndexes(receiver, fresh, next, count, changed);
   return changed;

@@ -40,10 +40,10 @@ class ItemMerge {
     FreshSource fresh;
     platform::IndexSet changed;
     platform::PendingChange replacement;
-    std::size_t range = 0;    // of `changed`, the one that is next
-    std::size_t inRange = 0;  // how much of it is done
+    std::size_t nextRange = 0;  // of `changed`
+    std::size_t doneOfRange = 0;
 
-    [[nodiscard]] bool isDone() const { return range == changed.runs().size(); }
+    [[nodiscard]] bool isDone() const { return nextRange == changed.ranges().size(); }
     /// The next of the changed positions.
     std::size_t next();
   };

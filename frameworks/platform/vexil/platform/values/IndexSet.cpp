@@ -16,7 +16,7 @@ IndexSet::IndexSet(std::initializer_list<std::size_t> indexes) {
 IndexSet IndexSet::range(std::size_t first, std::size_t end) {
   IndexSet set;
   if (first < end) {
-    set._runs.push_back({first, end - first});
+    set._ranges.push_back({first, end - first});
     set._count = end - first;
   }
   return set;
@@ -26,50 +26,50 @@ void IndexSet::insertAnywhere(std::size_t index) {
   if (index == SIZE_MAX) {
     throw RangeError("no list has a position " + std::to_string(index));
   }
-  // The first run that ends at or behind `index`. It holds the index already, or grows to hold it,
-  // or comes after it.
-  const auto at = _runs.empty() || _runs.back().end() < index
-                      ? _runs.end()
-                      : std::ranges::lower_bound(_runs, index, {}, &Run::end);
-  if (at != _runs.end() && at->first <= index && index < at->end()) {
+  // The first range that ends at or behind `index`. It holds the index already, or grows to hold
+  // it, or comes after it.
+  const auto at = _ranges.empty() || _ranges.back().end() < index
+                      ? _ranges.end()
+                      : std::ranges::lower_bound(_ranges, index, {}, &Range::end);
+  if (at != _ranges.end() && at->first <= index && index < at->end()) {
     return;
   }
   ++_count;
-  if (at != _runs.end() && at->end() == index) {
+  if (at != _ranges.end() && at->end() == index) {
     ++at->count;
     const auto next = at + 1;
-    if (next != _runs.end() && next->first == at->end()) {
+    if (next != _ranges.end() && next->first == at->end()) {
       at->count += next->count;
-      _runs.erase(next);
+      _ranges.erase(next);
     }
-  } else if (at != _runs.end() && at->first == index + 1) {
+  } else if (at != _ranges.end() && at->first == index + 1) {
     --at->first;
     ++at->count;
   } else {
-    _runs.insert(at, {index, 1});
+    _ranges.insert(at, {index, 1});
   }
 }
 
 bool IndexSet::contains(std::size_t index) const noexcept {
-  const auto at = std::ranges::upper_bound(_runs, index, {}, &Run::first);
-  return at != _runs.begin() && index < std::prev(at)->end();
+  const auto at = std::ranges::upper_bound(_ranges, index, {}, &Range::first);
+  return at != _ranges.begin() && index < std::prev(at)->end();
 }
 
 std::optional<std::size_t> IndexSet::first() const noexcept {
-  return empty() ? std::nullopt : std::optional(_runs.front().first);
+  return empty() ? std::nullopt : std::optional(_ranges.front().first);
 }
 
 std::optional<std::size_t> IndexSet::last() const noexcept {
-  return empty() ? std::nullopt : std::optional(_runs.back().end() - 1);
+  return empty() ? std::nullopt : std::optional(_ranges.back().end() - 1);
 }
 
 std::string IndexSet::description() const {
   std::string text = "{";
-  for (const Run& run : _runs) {
+  for (const Range& range : _ranges) {
     text += text.size() > 1 ? ", " : "";
-    text += std::to_string(run.first);
-    if (run.count > 1) {
-      text += "-" + std::to_string(run.end() - 1);
+    text += std::to_string(range.first);
+    if (range.count > 1) {
+      text += "-" + std::to_string(range.end() - 1);
     }
   }
   return text + "}";
