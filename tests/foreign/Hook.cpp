@@ -31,7 +31,7 @@ constexpr auto names = std::to_array<std::string_view>({
     "domain",
     "keyTable",
     "valuesAtIndexesForKey",
-    "areValuesAtIndexesForKey",
+    "canReuseOldValuesAtIndexesForKey",
     "isKindOfReceiversClass",
     "keysAffectedByRepresentedObject",
     "keysAffectingValue",

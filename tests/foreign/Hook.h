@@ -38,7 +38,7 @@ enum class Site : unsigned char {
   domain,
   keyTable,
   valuesAtIndexesForKey,
-  areValuesAtIndexesForKey,
+  canReuseOldValuesAtIndexesForKey,
   isKindOfReceiversClass,
   keysAffectedByRepresentedObject,
   keysAffectingValue,

@@ -189,11 +189,11 @@ class HostKind : public KRAVTWVKind<Self, Base>, private Counted {
       const vexil::platform::IndexSet& indexes, const vexil::platform::Key& key) const override {
     return said(Site::valuesAtIndexesForKey, Kind::valuesAtIndexesForKey(indexes, key));
   }
-  [[nodiscard]] bool areValuesAtIndexesForKey(const vexil::platform::Value& values,
-                                              const vexil::platform::IndexSet& indexes,
-                                              const vexil::platform::Key& key) const override {
-    return said(Site::areValuesAtIndexesForKey,
-                Kind::areValuesAtIndexesForKey(values, indexes, key));
+  [[nodiscard]] bool canReuseOldValuesAtIndexesForKey(
+      const vexil::platform::Value& values, const vexil::platform::IndexSet& indexes,
+      const vexil::platform::Key& key) const override {
+    return said(Site::canReuseOldValuesAtIndexesForKey,
+                Kind::canReuseOldValuesAtIndexesForKey(values, indexes, key));
   }
   [[nodiscard]] bool isKindOfReceiversClass(const KRAVTWVItemVexil& other) const override {
     return said(Site::isKindOfReceiversClass, Kind::isKindOfReceiversClass(other));

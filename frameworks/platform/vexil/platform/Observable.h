@@ -134,11 +134,14 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
   /// overrides this, since the default reads the whole array first. Raises `RangeError`.
   [[nodiscard]] virtual Value valuesAtIndexesForKey(const IndexSet& indexes, const Key& key) const;
 
-  /// Whether `values` are what `valuesAtIndexesForKey` would yield, where that shows at once. Asked
-  /// of the old elements of a replacement: often they are the very objects, with other content, and
-  /// then their array serves as that of the new ones. False unless a class says so.
-  [[nodiscard]] virtual bool areValuesAtIndexesForKey(const Value& values, const IndexSet& indexes,
-                                                      const Key& key) const;
+  /// An optimisation that saves making an array. Returns true only when `oldValues` holds the very
+  /// elements that `valuesAtIndexesForKey` would return now; the new array is then `oldValues`.
+  /// Often that is so: a replacement may leave the same objects in place, with other content.
+  /// Called at the did-change of a replacement, when both old and new elements are asked for. The
+  /// default returns false, which is always right.
+  [[nodiscard]] virtual bool canReuseOldValuesAtIndexesForKey(const Value& oldValues,
+                                                              const IndexSet& indexes,
+                                                              const Key& key) const;
 
   /// Reads or sets one stored property, atomically with respect to each other on any threads. A set
   /// is announced under `key`.

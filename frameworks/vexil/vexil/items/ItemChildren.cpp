@@ -149,14 +149,15 @@ Value KRAVTWVItemVexil::valuesAtIndexesForKey(const IndexSet& indexes, const Key
   return items.take();
 }
 
-bool KRAVTWVItemVexil::areValuesAtIndexesForKey(const Value& values, const IndexSet& indexes,
-                                                const Key& key) const {
+bool KRAVTWVItemVexil::canReuseOldValuesAtIndexesForKey(const Value& oldValues,
+                                                        const IndexSet& indexes,
+                                                        const Key& key) const {
   const KRAVTWVItemArray& children = ItemFields::currentChildren(*this);
-  if (key != ItemFields::childrenKey() || values.elements().size() != indexes.count() ||
+  if (key != ItemFields::childrenKey() || oldValues.elements().size() != indexes.count() ||
       (!indexes.empty() && *indexes.last() >= children.size())) {
     return false;
   }
-  auto value = values.elements().begin();
+  auto value = oldValues.elements().begin();
   return std::ranges::all_of(indexes.ranges(), [&](const IndexSet::Range& range) {
     const auto first = children.begin() + static_cast<std::ptrdiff_t>(range.first);
     return std::all_of(first, first + static_cast<std::ptrdiff_t>(range.count),

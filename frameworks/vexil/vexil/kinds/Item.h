@@ -244,9 +244,9 @@ class KRAVTWVItemVexil : public vexil::platform::Observable {
   static const vexil::platform::KeyTable& itemKeyTable();
   [[nodiscard]] vexil::platform::Value valuesAtIndexesForKey(
       const vexil::platform::IndexSet& indexes, const vexil::platform::Key& key) const override;
-  [[nodiscard]] bool areValuesAtIndexesForKey(const vexil::platform::Value& values,
-                                              const vexil::platform::IndexSet& indexes,
-                                              const vexil::platform::Key& key) const override;
+  [[nodiscard]] bool canReuseOldValuesAtIndexesForKey(
+      const vexil::platform::Value& oldValues, const vexil::platform::IndexSet& indexes,
+      const vexil::platform::Key& key) const override;
 
   /// Whether `other` is of a subclass of the receiver's class. Asked only when the two are of
   /// different classes. `KRAVTWVKind` overrides this for every kind.

@@ -163,8 +163,9 @@ Value Observable::valuesAtIndexesForKey(const IndexSet& indexes, const Key& key)
   return Value::array(std::move(values));
 }
 
-bool Observable::areValuesAtIndexesForKey(const Value& /*values*/, const IndexSet& /*indexes*/,
-                                          const Key& /*key*/) const {
+bool Observable::canReuseOldValuesAtIndexesForKey(const Value& /*oldValues*/,
+                                                  const IndexSet& /*indexes*/,
+                                                  const Key& /*key*/) const {
   return false;
 }
 
@@ -245,7 +246,7 @@ std::exception_ptr Observable::readNewValues(ChangeInProgress& change) const noe
     try {
       const bool areTheOldOnes =
           record.kind == ChangeKind::replacement && telling.wantsOld &&
-          areValuesAtIndexesForKey(record.oldValue, *record.indexes, telling.key);
+          canReuseOldValuesAtIndexesForKey(record.oldValue, *record.indexes, telling.key);
       record.newValue = areTheOldOnes ? record.oldValue : valueTold(telling.key, record);
     } catch (...) {
       thrown = thrown ? thrown : std::current_exception();
