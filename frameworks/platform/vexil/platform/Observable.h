@@ -175,7 +175,7 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
   PendingChange begin(ChangeKind kind, const IndexSet* indexes, const Key& key);
   void finish(PendingChange change);
   [[nodiscard]] bool isReadable(const Key& key) const;
-  [[nodiscard]] Value valueTold(const Key& key, const ChangeRecord& record) const;
+  [[nodiscard]] Value currentValue(const Key& key, const ChangeRecord& record) const;
   [[nodiscard]] std::exception_ptr readNewValues(detail::ChangeInProgress& change) const noexcept;
   bool withdraw(const std::shared_ptr<Observer>& observer, const Key& key,
                 const ContextToken* context);

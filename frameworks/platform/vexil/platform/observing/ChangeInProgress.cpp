@@ -35,10 +35,10 @@ ChangeInProgress::ChangeInProgress(std::shared_ptr<Observable> changing, ChangeK
     : object(std::move(changing)),
       list(object->_observers),
       notices(list->count()),
-      tellings(1, {key, {kind, {}, {}, {}}}),
+      keyChanges(1, {key, {kind, {}, {}, {}}}),
       _places(list->count()) {
   if (indexes != nullptr) {
-    tellings.front().record.indexes = *indexes;
+    keyChanges.front().record.indexes = *indexes;
   }
   const ObserverList* rest = list.get();
   for (auto notice = notices.rbegin(); notice != notices.rend(); ++notice) {
@@ -65,12 +65,12 @@ ChangeInProgress::~ChangeInProgress() {
   object->_changesInProgress.fetch_sub(1, std::memory_order_relaxed);
 }
 
-std::size_t ChangeInProgress::tellingOf(const Key& key) {
-  auto found = std::ranges::find(tellings, key, &Telling::key);
-  if (found == tellings.end()) {
-    found = tellings.insert(found, {key, {}});
+std::size_t ChangeInProgress::findOrAddKeyChange(const Key& key) {
+  auto found = std::ranges::find(keyChanges, key, &KeyChange::key);
+  if (found == keyChanges.end()) {
+    found = keyChanges.insert(found, {key, {}});
   }
-  return static_cast<std::size_t>(found - tellings.begin());
+  return static_cast<std::size_t>(found - keyChanges.begin());
 }
 
 ChangeInProgress* ChangeInProgress::next(const Observable& object,

@@ -20,8 +20,8 @@ namespace detail {
 /// so that a withdrawal is noted wherever the registration is still to be told, whichever threads
 /// began the change and end it.
 struct ChangeInProgress {
-  /// What the observers of one key are told.
-  struct Telling {
+  /// The change of one key, for all observers of that key.
+  struct KeyChange {
     Key key;
     ChangeRecord record;
     bool wantsOld = false;
@@ -31,9 +31,9 @@ struct ChangeInProgress {
   /// What becomes of one registration.
   struct Notice {
     const Registration* registration;
-    std::size_t telling;  // `none` when it is not concerned
-    bool isWithdrawn;     // since will-change
-    [[nodiscard]] bool isToBeDelivered() const { return telling != none && !isWithdrawn; }
+    std::size_t keyChange;  // `none` when it is not concerned
+    bool isWithdrawn;       // since will-change
+    [[nodiscard]] bool isToBeDelivered() const { return keyChange != none && !isWithdrawn; }
   };
   static constexpr std::size_t none = static_cast<std::size_t>(-1);
 
@@ -44,8 +44,8 @@ struct ChangeInProgress {
   ChangeInProgress& operator=(const ChangeInProgress&) = delete;
   ~ChangeInProgress();
 
-  /// What is told of `key`.
-  std::size_t tellingOf(const Key& key);
+  /// Returns the position of the change of `key` in `keyChanges`, and adds one when there is none.
+  std::size_t findOrAddKeyChange(const Key& key);
 
   /// Notes in every change of `object` that is in progress that the registrations at `positions`,
   /// in ascending order, are withdrawn.
@@ -53,9 +53,9 @@ struct ChangeInProgress {
                             std::span<const std::size_t> positions) noexcept;
 
   std::shared_ptr<Observable> object;
-  ObserverListPointer list;       // keeps what the notices point to
-  std::vector<Notice> notices;    // one for each registration, in their order
-  std::vector<Telling> tellings;  // the first is that of the changing key itself
+  ObserverListPointer list;           // keeps what the notices point to
+  std::vector<Notice> notices;        // one for each registration, in their order
+  std::vector<KeyChange> keyChanges;  // the first is that of the changing key itself
 
  private:
   void noteWithdrawn(std::span<const std::size_t> positions) noexcept;

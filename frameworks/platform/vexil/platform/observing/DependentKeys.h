@@ -12,22 +12,22 @@ class Observable;
 
 namespace detail {
 
-/// What an observed key is to the key that changes.
-enum class Relation : std::uint8_t {
-  none,
-  same,
-  dependent,
-  unknown  ///< the class has to be asked first
+/// How an observed key is affected by a key that changes.
+enum class KeyRelation : std::uint8_t {
+  unrelated,
+  same,       ///< it is the changing key
+  dependent,  ///< it depends on the changing key, directly or through others
+  unknown     ///< the object's class has not been asked yet on this thread
 };
 
-/// Whether `observed` depends on `changed`, directly or through others, as far as this thread has
-/// learnt it already. Calls nothing of the object.
-[[nodiscard]] Relation knownRelation(const Observable& object, const Key& observed,
-                                     const Key& changed);
+/// Returns what this thread knows already. Calls nothing of the object.
+[[nodiscard]] KeyRelation cachedKeyRelation(const Observable& object, const Key& observed,
+                                            const Key& changing);
 
-/// The same, asking the object's class where that is necessary; never `unknown`. What the class
-/// answers is remembered for its other objects.
-[[nodiscard]] Relation relation(const Observable& object, const Key& observed, const Key& changed);
+/// Asks the object's class if necessary, and never returns `unknown`. The answer is remembered for
+/// all objects of that class.
+[[nodiscard]] KeyRelation keyRelation(const Observable& object, const Key& observed,
+                                      const Key& changing);
 
 }  // namespace detail
 }  // namespace vexil::platform

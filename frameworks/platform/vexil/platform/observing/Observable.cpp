@@ -14,10 +14,10 @@
 namespace vexil::platform {
 
 using detail::ChangeInProgress;
+using detail::KeyRelation;
 using detail::ObserverList;
 using detail::ObserverListPointer;
 using detail::Registration;
-using detail::Relation;
 
 PendingChange::PendingChange() noexcept = default;
 PendingChange::PendingChange(PendingChange&&) noexcept = default;
@@ -180,7 +180,7 @@ PendingChange Observable::willChangeValuesAtIndexesForKey(ChangeKind kind, const
 
 bool Observable::mayConcernAnyone(const Key& key) const {
   for (const ObserverList* list = _observers.get(); list != nullptr; list = list->before().get()) {
-    if (detail::knownRelation(*this, list->last().key, key) != Relation::none) {
+    if (detail::cachedKeyRelation(*this, list->last().key, key) != KeyRelation::unrelated) {
       return true;
     }
   }
@@ -200,27 +200,27 @@ PendingChange Observable::begin(ChangeKind kind, const IndexSet* indexes, const 
   auto change = std::make_unique<ChangeInProgress>(self, kind, indexes, changing);
   for (auto& notice : change->notices) {
     const Registration& registration = *notice.registration;
-    const Relation related = detail::relation(*this, registration.key, changing);
-    if (related == Relation::none ||
-        (related == Relation::dependent && !isReadable(registration.key))) {
+    const KeyRelation related = detail::keyRelation(*this, registration.key, changing);
+    if (related == KeyRelation::unrelated ||
+        (related == KeyRelation::dependent && !isReadable(registration.key))) {
       continue;
     }
-    notice.telling = change->tellingOf(registration.key);
-    change->tellings[notice.telling].wantsOld |=
+    notice.keyChange = change->findOrAddKeyChange(registration.key);
+    change->keyChanges[notice.keyChange].wantsOld |=
         wants(registration.options, ObservingOptions::oldValue) && !registration.observer.expired();
   }
-  const auto readOldValue = [this](ChangeInProgress::Telling& telling) {
-    if (telling.wantsOld && telling.record.kind != ChangeKind::insertion) {
-      telling.record.oldValue = valueTold(telling.key, telling.record);
+  const auto readOldValue = [this](ChangeInProgress::KeyChange& keyChange) {
+    if (keyChange.wantsOld && keyChange.record.kind != ChangeKind::insertion) {
+      keyChange.record.oldValue = currentValue(keyChange.key, keyChange.record);
     }
   };
-  auto& tellings = change->tellings;
-  std::for_each(tellings.begin() + 1, tellings.end(), readOldValue);
-  readOldValue(tellings.front());
+  auto& keyChanges = change->keyChanges;
+  std::for_each(keyChanges.begin() + 1, keyChanges.end(), readOldValue);
+  readOldValue(keyChanges.front());
   return PendingChange(std::move(change));
 }
 
-Value Observable::valueTold(const Key& key, const ChangeRecord& record) const {
+Value Observable::currentValue(const Key& key, const ChangeRecord& record) const {
   if (record.kind != ChangeKind::setting) {
     return valuesAtIndexesForKey(*record.indexes, key);
   }
@@ -233,24 +233,24 @@ std::exception_ptr Observable::readNewValues(ChangeInProgress& change) const noe
   for (const auto& notice : change.notices) {
     const Registration& registration = *notice.registration;
     if (notice.isToBeDelivered() && !registration.observer.expired()) {
-      change.tellings[notice.telling].wantsNew |=
+      change.keyChanges[notice.keyChange].wantsNew |=
           wants(registration.options, ObservingOptions::newValue);
     }
   }
   std::exception_ptr thrown;
-  for (auto& telling : change.tellings) {
-    ChangeRecord& record = telling.record;
-    if (!telling.wantsNew || record.kind == ChangeKind::removal) {
+  for (auto& keyChange : change.keyChanges) {
+    ChangeRecord& record = keyChange.record;
+    if (!keyChange.wantsNew || record.kind == ChangeKind::removal) {
       continue;
     }
     try {
       const bool areTheOldOnes =
-          record.kind == ChangeKind::replacement && telling.wantsOld &&
-          canReuseOldValuesAtIndexesForKey(record.oldValue, *record.indexes, telling.key);
-      record.newValue = areTheOldOnes ? record.oldValue : valueTold(telling.key, record);
+          record.kind == ChangeKind::replacement && keyChange.wantsOld &&
+          canReuseOldValuesAtIndexesForKey(record.oldValue, *record.indexes, keyChange.key);
+      record.newValue = areTheOldOnes ? record.oldValue : currentValue(keyChange.key, record);
     } catch (...) {
       thrown = thrown ? thrown : std::current_exception();
-      telling.isUnreadable = &telling != &change.tellings.front();
+      keyChange.isUnreadable = &keyChange != &change.keyChanges.front();
     }
   }
   return thrown;
@@ -276,17 +276,17 @@ void Observable::finish(PendingChange pending) {
       someAreGone = true;
       continue;
     }
-    const auto& telling = change.tellings[notice.telling];
+    const auto& keyChange = change.keyChanges[notice.keyChange];
     const bool withOld = wants(registration.options, ObservingOptions::oldValue);
     const bool withNew = wants(registration.options, ObservingOptions::newValue);
-    if (withNew && telling.isUnreadable) {
+    if (withNew && keyChange.isUnreadable) {
       continue;
     }
-    if (withOld == telling.wantsOld && withNew == telling.wantsNew) {
+    if (withOld == keyChange.wantsOld && withNew == keyChange.wantsNew) {
       observer->observeValueForKeyPathOfObjectChangeContext(registration.key, change.object,
-                                                            telling.record, registration.context);
+                                                            keyChange.record, registration.context);
     } else {
-      ChangeRecord record = telling.record;
+      ChangeRecord record = keyChange.record;
       record.oldValue = withOld ? record.oldValue : Value();
       record.newValue = withNew ? record.newValue : Value();
       observer->observeValueForKeyPathOfObjectChangeContext(registration.key, change.object, record,
