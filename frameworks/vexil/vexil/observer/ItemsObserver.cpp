@@ -3,6 +3,7 @@
 #include <vexil/items/ItemWalk.h>
 #include <vexil/platform/Error.h>
 #include <vexil/platform/ManyRegistrations.h>
+#include <vexil/platform/detail/ManyQuietWithdrawals.h>
 
 #include <new>
 #include <utility>
