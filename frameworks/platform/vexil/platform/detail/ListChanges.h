@@ -34,7 +34,8 @@ class ListChanges {
         object._changesInProgress.load(std::memory_order_relaxed) != 0) {
       return false;
     }
-    object._observers.exchangeUncounted(_last.after);
+    (void)object._observers.handOver();  // the reference to `before` is ours now
+    object._observers = ObserverListPointer(_last.after);
     --_last.left;
     return true;
   }
@@ -61,8 +62,8 @@ class ListChanges {
   /// Holds one reference to each list. It also holds the references to `after` that are left, and
   /// those to `before` of the objects that have `after` now.
   struct ListChange {
-    ObserverList* before = nullptr;
-    ObserverList* after = nullptr;
+    const ObserverList* before = nullptr;
+    const ObserverList* after = nullptr;
     std::uint32_t inAdvance = 0;
     std::uint32_t left = 0;
   };
@@ -71,8 +72,8 @@ class ListChanges {
     release(change.before, change.inAdvance - change.left + 1);
     release(change.after, change.left + 1);
   }
-  static ObserverList* retainedListOf(const Observable& object,
-                                      std::uint32_t further = 0) noexcept {
+  static const ObserverList* retainedListOf(const Observable& object,
+                                            std::uint32_t further = 0) noexcept {
     retain(object._observers.get(), further + 1);
     return object._observers.get();
   }

@@ -52,9 +52,19 @@ class RefCount {
   mutable std::atomic<std::uint32_t> _count{1};
 };
 
-/// Owns one reference to something that is counted by hand, so that it comes back whatever is
-/// thrown. Such a thing has a `RefCount references`, and `release(const T*)` gives a reference back
-/// and destroys the thing with the last.
+/// Takes a reference to a thing that has a `RefCount references`, and gives it back. The class of
+/// the thing destroys it with its last reference, in `release(const T*)`. A class that is
+/// incomplete where it is referred to has overloads of these two functions instead.
+template <class T>
+void retain(const T* thing) noexcept {
+  thing->references.retain();
+}
+template <class T>
+void release(const T* thing) noexcept {
+  T::release(thing);
+}
+
+/// Owns one reference to a thing, or none, and gives it back whatever is thrown.
 template <class T>
 class Reference {
  public:
@@ -63,7 +73,7 @@ class Reference {
   explicit Reference(const T* owned) noexcept : _referred(owned) {}
   Reference(const Reference& other) noexcept : _referred(other._referred) {
     if (_referred != nullptr) {
-      _referred->references.retain();
+      retain(_referred);
     }
   }
   Reference(Reference&& other) noexcept : _referred(other.handOver()) {}
@@ -73,7 +83,7 @@ class Reference {
   }
   ~Reference() {
     if (_referred != nullptr) {
-      T::release(_referred);
+      release(_referred);
     }
   }
 

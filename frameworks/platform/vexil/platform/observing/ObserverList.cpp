@@ -11,7 +11,7 @@ ObserverList::ObserverList(const ObserverListPointer& before, const Registration
       _before(before),
       _last(registration) {}
 
-ObserverList::Successor& ObserverList::successorOf(ObserverList* list) {
+ObserverList::Successor& ObserverList::successorOf(const ObserverList* list) {
   // Never destroyed: objects in static storage may be observed until the very end.
   static auto& first = *new Successor;
   return list == nullptr ? first : list->_successor;
@@ -22,43 +22,43 @@ ObserverListPointer ObserverList::adding(const ObserverListPointer& list,
   Successor& successor = successorOf(list.get());
   {
     const std::lock_guard lock(successor.lock);
-    if (ObserverList* next = successor.list; next != nullptr) {
+    if (const ObserverList* next = successor.list; next != nullptr) {
       const Registration& known = next->_last;
       if (known.address == registration.address && known.key == registration.key &&
           known.options == registration.options && known.context == registration.context &&
           !known.observer.owner_before(registration.observer) &&
           !registration.observer.owner_before(known.observer) &&
           next->_references.retainUnlessGone()) {
-        return ObserverListPointer::adopting(next);
+        return ObserverListPointer(next);
       }
     }
   }
-  auto made = ObserverListPointer::adopting(new ObserverList(list, registration));
+  ObserverListPointer made(new ObserverList(list, registration));
   const std::lock_guard lock(successor.lock);
   successor.list = made.get();
   return made;
 }
 
-void retain(ObserverList* list, std::uint32_t times) noexcept {
+void retain(const ObserverList* list, std::uint32_t times) noexcept {
   if (list != nullptr) {
     list->_references.retain(times);
   }
 }
 
-void release(ObserverList* list, std::uint32_t times) noexcept {
-  // A loop, since lists may be long.
+void release(const ObserverList* list, std::uint32_t times) noexcept {
+  // A loop, since a chain of lists may be long.
   while (list != nullptr && list->_references.release(times)) {
-    ObserverList* const before = list->_before.get();
-    ObserverList::Successor& successor = ObserverList::successorOf(before);
+    // Held until the next round, so that `delete` does not destroy it recursively.
+    ObserverListPointer before = list->_before;
+    ObserverList::Successor& successor = ObserverList::successorOf(before.get());
     {
       const std::lock_guard lock(successor.lock);
       if (successor.list == list) {
         successor.list = nullptr;
       }
     }
-    (void)list->_before.leave();
     delete list;
-    list = before;
+    list = before.handOver();
     times = 1;
   }
 }

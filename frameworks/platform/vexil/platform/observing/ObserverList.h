@@ -61,14 +61,14 @@ class ObserverList {
   }
 
  private:
-  friend void retain(ObserverList* list, std::uint32_t times) noexcept;
-  friend void release(ObserverList* list, std::uint32_t times) noexcept;
+  friend void retain(const ObserverList* list, std::uint32_t times) noexcept;
+  friend void release(const ObserverList* list, std::uint32_t times) noexcept;
 
   struct Successor {
     SpinLock lock;
-    ObserverList* list = nullptr;  // not owned; cleared by the list as it goes
+    const ObserverList* list = nullptr;  // not owned; cleared by the list as it goes
   };
-  static Successor& successorOf(ObserverList* list);
+  static Successor& successorOf(const ObserverList* list);
 
   ObserverList(const ObserverListPointer& before, const Registration& registration);
   ~ObserverList() = default;
@@ -78,7 +78,7 @@ class ObserverList {
   mutable std::atomic<std::size_t> _sweepAt;
   ObserverListPointer _before;
   Registration _last;
-  Successor _successor;
+  mutable Successor _successor;
 };
 
 }  // namespace vexil::platform::detail
