@@ -9,7 +9,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <exception>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -21,7 +20,7 @@ namespace vexil::platform {
 
 namespace detail {
 class ListChanges;
-struct ChangeInProgress;
+class ChangeInProgress;
 }  // namespace detail
 
 /// A change that was announced as about to happen, to be closed by the did-change operation.
@@ -170,13 +169,11 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
 
  private:
   friend class detail::ListChanges;
-  friend struct detail::ChangeInProgress;
+  friend class detail::ChangeInProgress;
   [[nodiscard]] bool mayConcernAnyone(const Key& key) const;
-  PendingChange begin(ChangeKind kind, const IndexSet* indexes, const Key& key);
+  PendingChange begin(const Key& key, ChangeRecord&& record);
   void finish(PendingChange change);
   [[nodiscard]] bool isReadable(const Key& key) const;
-  [[nodiscard]] Value currentValue(const Key& key, const ChangeRecord& record) const;
-  [[nodiscard]] std::exception_ptr readNewValues(detail::ChangeInProgress& change) const noexcept;
   bool withdraw(const std::shared_ptr<Observer>& observer, const Key& key,
                 const ContextToken* context);
   void forgetRegistrations(std::span<const std::size_t> positions);

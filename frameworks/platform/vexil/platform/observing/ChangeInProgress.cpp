@@ -2,6 +2,7 @@
 #include <vexil/platform/Observable.h>
 #include <vexil/platform/detail/SpinLock.h>
 #include <vexil/platform/observing/ChangeInProgress.h>
+#include <vexil/platform/observing/DependentKeys.h>
 
 #include <algorithm>
 #include <array>
@@ -14,74 +15,161 @@ namespace vexil::platform::detail {
 
 namespace {
 
-/// All changes in progress whose objects' addresses fall here.
-struct Place {
+/// A list of all changes in progress of the objects whose addresses belong here.
+struct Bucket {
   SpinLock lock;
   ChangeInProgress* first = nullptr;
 };
 
-constexpr unsigned placeBits = 6;
-constinit std::array<Place, std::size_t{1} << placeBits> places;
+constexpr unsigned bucketBits = 6;
+constinit std::array<Bucket, std::size_t{1} << bucketBits> buckets;
 
-Place& placeOf(const Observable& object) noexcept {
+Bucket& bucketOf(const Observable& object) noexcept {
   const auto address = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(&object));
-  return places[static_cast<std::size_t>((address * 0x9e3779b97f4a7c15U) >> (64 - placeBits))];
+  return buckets[static_cast<std::size_t>((address * 0x9e3779b97f4a7c15U) >> (64 - bucketBits))];
 }
 
 }  // namespace
 
-ChangeInProgress::ChangeInProgress(std::shared_ptr<Observable> changing, ChangeKind kind,
-                                   const IndexSet* indexes, const Key& key)
-    : object(std::move(changing)),
-      list(object->_observers),
-      notices(list->count()),
-      keyChanges(1, {key, {kind, {}, {}, {}}}),
-      _places(list->count()) {
-  if (indexes != nullptr) {
-    keyChanges.front().record.indexes = *indexes;
-  }
-  const ObserverList* rest = list.get();
-  for (auto notice = notices.rbegin(); notice != notices.rend(); ++notice) {
+ChangeInProgress::ChangeInProgress(std::shared_ptr<Observable> object, const Key& key,
+                                   ChangeRecord&& record)
+    : _object(std::move(object)),
+      _list(_object->_observers),
+      _notices(_list->count()),
+      _noticeIndexes(_list->count()) {
+  _keyChanges.reserve(2);  // one dependent key is usual
+  _keyChanges.emplace_back(key, std::move(record));
+  const ObserverList* rest = _list.get();
+  for (auto notice = _notices.rbegin(); notice != _notices.rend(); ++notice) {
     *notice = {&rest->last(), none, false};
     rest = rest->before().get();
   }
-  std::iota(_places.begin(), _places.end(), std::size_t{0});
-  Place& place = placeOf(*object);
-  const std::lock_guard lock(place.lock);
-  _after = std::exchange(place.first, this);
-  if (_after != nullptr) {
-    _after->_before = this;
-  }
-  object->_changesInProgress.fetch_add(1, std::memory_order_relaxed);
+  std::iota(_noticeIndexes.begin(), _noticeIndexes.end(), std::size_t{0});
+  Bucket& bucket = bucketOf(*_object);
+  const std::lock_guard lock(bucket.lock);
+  link(bucket.first);
+  _object->_changesInProgress.fetch_add(1, std::memory_order_relaxed);
 }
 
 ChangeInProgress::~ChangeInProgress() {
-  Place& place = placeOf(*object);
-  const std::lock_guard lock(place.lock);
-  (_before == nullptr ? place.first : _before->_after) = _after;
-  if (_after != nullptr) {
-    _after->_before = _before;
+  Bucket& bucket = bucketOf(*_object);
+  const std::lock_guard lock(bucket.lock);
+  unlink(bucket.first);
+  _object->_changesInProgress.fetch_sub(1, std::memory_order_relaxed);
+}
+
+void ChangeInProgress::collectConcerned() {
+  const Key changing = _keyChanges.front().key;
+  for (Notice& notice : _notices) {
+    const Registration& registration = *notice.registration;
+    const KeyRelation relation = keyRelation(*_object, registration.key, changing);
+    if (relation == KeyRelation::unrelated ||
+        (relation == KeyRelation::dependent && !_object->isReadable(registration.key))) {
+      continue;
+    }
+    notice.keyChange = findOrAddKeyChange(registration.key);
+    _keyChanges[notice.keyChange].wantsOld |=
+        wants(registration.options, ObservingOptions::oldValue) && !registration.observer.expired();
   }
-  object->_changesInProgress.fetch_sub(1, std::memory_order_relaxed);
 }
 
 std::size_t ChangeInProgress::findOrAddKeyChange(const Key& key) {
-  auto found = std::ranges::find(keyChanges, key, &KeyChange::key);
-  if (found == keyChanges.end()) {
-    found = keyChanges.insert(found, {key, {}});
+  auto found = std::ranges::find(_keyChanges, key, &KeyChange::key);
+  if (found == _keyChanges.end()) {
+    found = _keyChanges.insert(found, {key, {}});
   }
-  return static_cast<std::size_t>(found - keyChanges.begin());
+  return static_cast<std::size_t>(found - _keyChanges.begin());
 }
 
-ChangeInProgress* ChangeInProgress::next(const Observable& object,
-                                         const ChangeInProgress* before) noexcept {
-  Place& place = placeOf(object);
-  const std::lock_guard lock(place.lock);
-  ChangeInProgress* change = before == nullptr ? place.first : before->_after;
-  while (change != nullptr && change->object.get() != &object) {
-    change = change->_after;
+void ChangeInProgress::readOldValues() {
+  std::for_each(_keyChanges.begin() + 1, _keyChanges.end(),
+                [this](KeyChange& dependent) { readOldValue(dependent); });
+  readOldValue(_keyChanges.front());  // last, so that no getter runs between it and the change
+}
+
+void ChangeInProgress::readOldValue(KeyChange& change) const {
+  if (change.wantsOld && change.record.kind != ChangeKind::insertion) {
+    change.record.oldValue = currentValue(change);
   }
-  return change;
+}
+
+void ChangeInProgress::collectWantingNewValues() {
+  for (const Notice& notice : _notices) {
+    const Registration& registration = *notice.registration;
+    if (notice.isToBeDelivered() && !registration.observer.expired()) {
+      _keyChanges[notice.keyChange].wantsNew |=
+          wants(registration.options, ObservingOptions::newValue);
+    }
+  }
+}
+
+std::exception_ptr ChangeInProgress::readNewValues() noexcept {
+  std::exception_ptr thrown;
+  for (KeyChange& change : _keyChanges) {
+    if (!change.wantsNew || change.record.kind == ChangeKind::removal) {
+      continue;
+    }
+    try {
+      change.record.newValue = newValue(change);
+    } catch (...) {
+      thrown = thrown ? thrown : std::current_exception();
+      change.isUnreadable = &change != &_keyChanges.front();  // the change itself is always told
+    }
+  }
+  return thrown;
+}
+
+Value ChangeInProgress::newValue(const KeyChange& change) const {
+  const ChangeRecord& record = change.record;
+  const bool canReuse =
+      record.kind == ChangeKind::replacement && change.wantsOld &&
+      _object->canReuseOldValuesAtIndexesForKey(record.oldValue, *record.indexes, change.key);
+  return canReuse ? record.oldValue : currentValue(change);
+}
+
+Value ChangeInProgress::currentValue(const KeyChange& change) const {
+  if (change.record.kind != ChangeKind::setting) {
+    return _object->valuesAtIndexesForKey(*change.record.indexes, change.key);
+  }
+  const Value value = _object->isReadable(change.key) ? _object->valueForKey(change.key) : Value();
+  return value.isAbsent() ? Value::null() : value;
+}
+
+void ChangeInProgress::deliver() {
+  bool someAreGone = false;
+  for (const Notice& notice : _notices) {
+    if (!notice.isToBeDelivered()) {
+      continue;
+    }
+    if (const std::shared_ptr<Observer> observer = notice.registration->observer.lock()) {
+      deliver(notice, *observer);
+    } else {
+      someAreGone = true;
+    }
+  }
+  if (someAreGone) {
+    _object->sweep();
+  }
+}
+
+void ChangeInProgress::deliver(const Notice& notice, Observer& observer) const {
+  const Registration& registration = *notice.registration;
+  const KeyChange& change = _keyChanges[notice.keyChange];
+  const bool withOld = wants(registration.options, ObservingOptions::oldValue);
+  const bool withNew = wants(registration.options, ObservingOptions::newValue);
+  if (withNew && change.isUnreadable) {
+    return;
+  }
+  if (withOld == change.wantsOld && withNew == change.wantsNew) {
+    observer.observeValueForKeyPathOfObjectChangeContext(registration.key, _object, change.record,
+                                                         registration.context);
+    return;
+  }
+  ChangeRecord record = change.record;
+  record.oldValue = withOld ? record.oldValue : Value();
+  record.newValue = withNew ? record.newValue : Value();
+  observer.observeValueForKeyPathOfObjectChangeContext(registration.key, _object, record,
+                                                       registration.context);
 }
 
 void ChangeInProgress::noteWithdrawn(const Observable& object,
@@ -98,15 +186,46 @@ void ChangeInProgress::noteWithdrawn(const Observable& object,
 void ChangeInProgress::noteWithdrawn(std::span<const std::size_t> positions) noexcept {
   std::size_t kept = positions.front();
   auto withdrawn = positions.begin();
-  for (std::size_t i = kept; i < _places.size(); ++i) {
+  for (std::size_t i = kept; i < _noticeIndexes.size(); ++i) {
     if (withdrawn != positions.end() && *withdrawn == i) {
-      notices[_places[i]].isWithdrawn = true;
+      _notices[_noticeIndexes[i]].isWithdrawn = true;
       ++withdrawn;
     } else {
-      _places[kept++] = _places[i];
+      _noticeIndexes[kept++] = _noticeIndexes[i];
     }
   }
-  _places.resize(std::min(kept, _places.size()));
+  _noticeIndexes.resize(std::min(kept, _noticeIndexes.size()));
+}
+
+ChangeInProgress* ChangeInProgress::next(const Observable& object,
+                                         const ChangeInProgress* before) noexcept {
+  Bucket& bucket = bucketOf(object);
+  const std::lock_guard lock(bucket.lock);
+  ChangeInProgress* change = before == nullptr ? bucket.first : before->_after;
+  while (change != nullptr && change->object() != &object) {
+    change = change->_after;
+  }
+  return change;
+}
+
+void ChangeInProgress::link(ChangeInProgress*& list) noexcept {
+  _before = nullptr;
+  _after = list;
+  if (_after != nullptr) {
+    _after->_before = this;
+  }
+  list = this;
+}
+
+void ChangeInProgress::unlink(ChangeInProgress*& list) noexcept {
+  if (_before != nullptr) {
+    _before->_after = _after;
+  } else {
+    list = _after;
+  }
+  if (_after != nullptr) {
+    _after->_before = _before;
+  }
 }
 
 }  // namespace vexil::platform::detail

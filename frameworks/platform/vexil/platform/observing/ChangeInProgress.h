@@ -6,6 +6,7 @@
 #include <vexil/platform/observing/ObserverList.h>
 
 #include <cstddef>
+#include <exception>
 #include <memory>
 #include <span>
 #include <vector>
@@ -16,10 +17,43 @@ class Observable;
 
 namespace detail {
 
-/// A change between its will-change and the end of its delivery. Those of an object can be found,
-/// so that a withdrawal is noted wherever the registration is still to be told, whichever threads
-/// began the change and end it.
-struct ChangeInProgress {
+/// A pending change, until the end of its delivery.
+///
+/// All changes in progress of an object can be found. So a withdrawal is noted in each of them,
+/// whichever threads began the change and end it.
+class ChangeInProgress {
+ public:
+  /// `object` is observed. The change concerns only registrations that it has now. `record` has the
+  /// kind and the indexes.
+  ChangeInProgress(std::shared_ptr<Observable> object, const Key& key, ChangeRecord&& record);
+  ChangeInProgress(const ChangeInProgress&) = delete;
+  ChangeInProgress& operator=(const ChangeInProgress&) = delete;
+  ~ChangeInProgress();
+
+  [[nodiscard]] const Observable* object() const { return _object.get(); }
+
+  // The two steps of will-change, in order. Both call foreign code, and throw what it throws.
+
+  /// Finds out which registrations the change concerns, and which of them want old values.
+  void collectConcerned();
+  void readOldValues();
+
+  // The three steps of did-change, in order.
+
+  /// Finds out which of the registrations that are left want new values.
+  void collectWantingNewValues();
+  /// Reads all new values that can be read. Returns the first exception, or null.
+  [[nodiscard]] std::exception_ptr readNewValues() noexcept;
+  /// Delivers the notices, and sweeps the object's registrations when an observer was gone. Throws
+  /// what an observer throws.
+  void deliver();
+
+  /// Notes in all changes in progress of `object` that the registrations at `positions`, in
+  /// ascending order, are withdrawn.
+  static void noteWithdrawn(const Observable& object,
+                            std::span<const std::size_t> positions) noexcept;
+
+ private:
   /// The change of one key, for all observers of that key.
   struct KeyChange {
     Key key;
@@ -31,42 +65,32 @@ struct ChangeInProgress {
   /// What becomes of one registration.
   struct Notice {
     const Registration* registration;
-    std::size_t keyChange;  // `none` when it is not concerned
+    std::size_t keyChange;  // its index; `none` when the registration is not concerned
     bool isWithdrawn;       // since will-change
     [[nodiscard]] bool isToBeDelivered() const { return keyChange != none && !isWithdrawn; }
   };
   static constexpr std::size_t none = static_cast<std::size_t>(-1);
 
-  /// A change of `key` of an object that is observed; its registrations are as they are now.
-  ChangeInProgress(std::shared_ptr<Observable> changing, ChangeKind kind, const IndexSet* indexes,
-                   const Key& key);
-  ChangeInProgress(const ChangeInProgress&) = delete;
-  ChangeInProgress& operator=(const ChangeInProgress&) = delete;
-  ~ChangeInProgress();
+  [[nodiscard]] std::size_t findOrAddKeyChange(const Key& key);
+  void readOldValue(KeyChange& change) const;
+  [[nodiscard]] Value newValue(const KeyChange& change) const;
+  [[nodiscard]] Value currentValue(const KeyChange& change) const;
+  void deliver(const Notice& notice, Observer& observer) const;
 
-  /// Returns the position of the change of `key` in `keyChanges`, and adds one when there is none.
-  std::size_t findOrAddKeyChange(const Key& key);
-
-  /// Notes in every change of `object` that is in progress that the registrations at `positions`,
-  /// in ascending order, are withdrawn.
-  static void noteWithdrawn(const Observable& object,
-                            std::span<const std::size_t> positions) noexcept;
-
-  std::shared_ptr<Observable> object;
-  ObserverListPointer list;           // keeps what the notices point to
-  std::vector<Notice> notices;        // one for each registration, in their order
-  std::vector<KeyChange> keyChanges;  // the first is that of the changing key itself
-
- private:
   void noteWithdrawn(std::span<const std::size_t> positions) noexcept;
   [[nodiscard]] static ChangeInProgress* next(const Observable& object,
                                               const ChangeInProgress* before) noexcept;
+  void link(ChangeInProgress*& list) noexcept;
+  void unlink(ChangeInProgress*& list) noexcept;
 
-  // For each registration that the object has now, its place in `notices`. Those that came later
-  // stand behind these, so they need no entry.
-  std::vector<std::size_t> _places;
-  // Among the changes that are found at the same place of a table.
-  ChangeInProgress* _before = nullptr;
+  std::shared_ptr<Observable> _object;
+  ObserverListPointer _list;           // keeps what the notices point to
+  std::vector<Notice> _notices;        // one for each registration, in their order
+  std::vector<KeyChange> _keyChanges;  // the first is that of the changing key itself
+  // For each registration that the object has now, the index of its notice. Registrations that came
+  // later stand behind these, so they need no entry.
+  std::vector<std::size_t> _noticeIndexes;
+  ChangeInProgress* _before = nullptr;  // in the list of its bucket
   ChangeInProgress* _after = nullptr;
 };
 

@@ -4,7 +4,6 @@
 #include <vexil/platform/observing/ChangeInProgress.h>
 #include <vexil/platform/observing/ObserverList.h>
 
-#include <algorithm>
 #include <array>
 #include <new>
 #include <utility>
@@ -14,8 +13,6 @@ namespace vexil::platform {
 
 using detail::ChangeInProgress;
 using detail::ObserverList;
-using detail::ObserverListPointer;
-using detail::Registration;
 
 Observable::~Observable() = default;
 
@@ -24,7 +21,7 @@ void Observable::addObserver(const std::shared_ptr<Observer>& observer, const Ke
   if (!observer) {
     throw InvalidArgument("an absent observer cannot be registered");
   }
-  // Those who come and go under a key that never changes would otherwise pile up.
+  // No delivery sweeps registrations under a key that never changes, so they would pile up.
   while (_observers && _observers->last().observer.expired()) {
     forgetRegistrations(std::array{_observers->count() - 1});
   }
@@ -52,52 +49,28 @@ bool Observable::withdraw(const std::shared_ptr<Observer>& observer, const Key& 
   return false;
 }
 
-/// `positions` are in ascending order. Nothing is done when there is no memory.
+/// `positions` are one or more, in ascending order. Throws `std::bad_alloc`, and then nothing has
+/// changed.
 void Observable::forgetRegistrations(std::span<const std::size_t> positions) {
-  // Those that stay behind the first that goes, the last one first.
-  std::vector<const Registration*> staying;
-  const ObserverListPointer old = _observers;
-  const ObserverListPointer* before = &old;
-  const std::size_t left = old->count() - positions.size();
-  staying.reserve(left - positions.front());
-  auto going = positions.rbegin();
-  for (std::size_t i = old->count(); i-- > positions.front(); before = &(*before)->before()) {
-    if (going != positions.rend() && *going == i) {
-      ++going;
-    } else {
-      staying.push_back(&(*before)->last());
-    }
-  }
-  ObserverListPointer list = *before;
-  const std::size_t sweepAt = std::min(old->sweepAt(), ObserverList::nextSweep(left));
-  for (auto registration = staying.rbegin(); registration != staying.rend(); ++registration) {
-    list = ObserverList::adding(list, **registration);
-    list->sweepNotBefore(sweepAt);
-  }
-  _observers = std::move(list);
+  _observers = ObserverList::removing(_observers, positions);
   ChangeInProgress::noteWithdrawn(*this, positions);
 }
 
-/// Does nothing when there is no memory for it: there is a next time.
-void Observable::sweep() noexcept try {
+void Observable::sweep() noexcept {
   if (!_observers) {
     return;
   }
-  std::vector<std::size_t> gone;
-  const ObserverList* list = _observers.get();
-  for (std::size_t i = list->count(); i-- > 0; list = list->before().get()) {
-    if (list->last().observer.expired()) {
-      gone.push_back(i);
+  try {
+    const std::vector<std::size_t> gone = _observers->positionsOfGoneObservers();
+    if (!gone.empty()) {
+      forgetRegistrations(gone);
     }
+    if (_observers) {
+      _observers->sweepNotBefore(ObserverList::nextSweep(_observers->count()));
+    }
+  } catch (const std::bad_alloc&) {
+    // Nothing was swept; the next time will do.
   }
-  if (!gone.empty()) {
-    std::ranges::reverse(gone);
-    forgetRegistrations(gone);
-  }
-  if (_observers) {
-    _observers->sweepNotBefore(ObserverList::nextSweep(_observers->count()));
-  }
-} catch (const std::bad_alloc&) {
 }
 
 bool Observable::isReadable(const Key& key) const {
@@ -106,7 +79,7 @@ bool Observable::isReadable(const Key& key) const {
 }
 
 Value Observable::valueForKey(const Key& keyOfCaller) const {
-  const auto held = weak_from_this().lock();  // a class may let go of both when it is asked
+  const auto held = weak_from_this().lock();  // a getter may let go of the object and of the key
   const Key key = keyOfCaller;
   const KeyAccess* access = keyTable().find(key);
   if (access == nullptr || access->get == nullptr) {
@@ -117,7 +90,7 @@ Value Observable::valueForKey(const Key& keyOfCaller) const {
 }
 
 void Observable::setValueForKey(const Value& valueOfCaller, const Key& keyOfCaller) {
-  const auto held = weak_from_this().lock();  // a class may let go of all when it is asked
+  const auto held = weak_from_this().lock();  // a setter may let go of the object and arguments
   const Value value = valueOfCaller;
   const Key key = keyOfCaller;
   const KeyAccess* access = keyTable().find(key);

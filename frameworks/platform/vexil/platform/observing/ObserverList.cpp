@@ -2,6 +2,7 @@
 #include <vexil/platform/observing/ObserverList.h>
 
 #include <mutex>
+#include <utility>
 
 namespace vexil::platform::detail {
 
@@ -39,6 +40,42 @@ ObserverListPointer ObserverList::adding(const ObserverListPointer& list,
   return made;
 }
 
+ObserverListPointer ObserverList::removing(const ObserverListPointer& list,
+                                           std::span<const std::size_t> positions) {
+  const std::size_t first = positions.front();
+  const std::size_t left = list->count() - positions.size();
+  std::vector<const Registration*> staying;  // behind the first that goes; the last one first
+  staying.reserve(left - first);
+  const ObserverListPointer* rest = &list;
+  auto going = positions.rbegin();
+  for (std::size_t i = list->count(); i-- > first; rest = &(*rest)->before()) {
+    if (going != positions.rend() && *going == i) {
+      ++going;
+    } else {
+      staying.push_back(&(*rest)->last());
+    }
+  }
+  ObserverListPointer result = *rest;
+  const std::size_t sweepAt = std::min(list->sweepAt(), nextSweep(left));
+  for (auto registration = staying.rbegin(); registration != staying.rend(); ++registration) {
+    result = adding(result, **registration);
+    result->sweepNotBefore(sweepAt);
+  }
+  return result;
+}
+
+std::vector<std::size_t> ObserverList::positionsOfGoneObservers() const {
+  std::vector<std::size_t> positions;
+  const ObserverList* list = this;
+  for (std::size_t i = _count; i-- > 0; list = list->_before.get()) {
+    if (list->_last.observer.expired()) {
+      positions.push_back(i);
+    }
+  }
+  std::ranges::reverse(positions);
+  return positions;
+}
+
 void retain(const ObserverList* list, std::uint32_t times) noexcept {
   if (list != nullptr) {
     list->_references.retain(times);
@@ -48,8 +85,8 @@ void retain(const ObserverList* list, std::uint32_t times) noexcept {
 void release(const ObserverList* list, std::uint32_t times) noexcept {
   // A loop, since a chain of lists may be long.
   while (list != nullptr && list->_references.release(times)) {
-    // Held until the next round, so that `delete` does not destroy it recursively.
-    ObserverListPointer before = list->_before;
+    // Taken out, so that `delete` does not destroy it recursively.
+    ObserverListPointer before = std::move(list->_before);
     ObserverList::Successor& successor = ObserverList::successorOf(before.get());
     {
       const std::lock_guard lock(successor.lock);

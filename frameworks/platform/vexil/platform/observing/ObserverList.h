@@ -12,6 +12,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
+#include <vector>
 
 namespace vexil::platform::detail {
 
@@ -42,6 +44,13 @@ class ObserverList {
   /// `list` (null for none) and one more registration.
   static ObserverListPointer adding(const ObserverListPointer& list,
                                     const Registration& registration);
+
+  /// `list` without the registrations at `positions`: one or more, in ascending order.
+  static ObserverListPointer removing(const ObserverListPointer& list,
+                                      std::span<const std::size_t> positions);
+
+  /// The positions of the registrations whose observers are gone, in ascending order.
+  [[nodiscard]] std::vector<std::size_t> positionsOfGoneObservers() const;
 
   [[nodiscard]] const Registration& last() const { return _last; }
   [[nodiscard]] const ObserverListPointer& before() const { return _before; }
@@ -76,7 +85,7 @@ class ObserverList {
   RefCount _references;
   std::size_t _count;
   mutable std::atomic<std::size_t> _sweepAt;
-  ObserverListPointer _before;
+  mutable ObserverListPointer _before;  // the end of the list takes it out
   Registration _last;
   mutable Successor _successor;
 };
