@@ -107,14 +107,19 @@ void BlockPool::release(Slab* slab) noexcept {
 
 void BlockPool::link(Slab*& list, Slab* slab) noexcept {
   slab->before = nullptr;
-  slab->after = std::exchange(list, slab);
+  slab->after = list;
   if (slab->after != nullptr) {
     slab->after->before = slab;
   }
+  list = slab;
 }
 
 void BlockPool::unlink(Slab*& list, Slab* slab) noexcept {
-  (slab->before == nullptr ? list : slab->before->after) = slab->after;
+  if (slab->before != nullptr) {
+    slab->before->after = slab->after;
+  } else {
+    list = slab->after;
+  }
   if (slab->after != nullptr) {
     slab->after->before = slab->before;
   }
