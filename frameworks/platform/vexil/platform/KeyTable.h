@@ -10,23 +10,23 @@ namespace vexil::platform {
 
 class Observable;
 
-/// How one property of a class is read and set by its key. Either may be missing.
+/// How one property of a class is read and set by its key. The getter or the setter may be absent.
 struct KeyAccess {
   Key key;
   Value (*get)(const Observable& object) = nullptr;
   void (*set)(Observable& object, const Value& value) = nullptr;
 
-  /// A property with a getter that returns something a `Value` can be made of.
+  /// A property with a getter. `Value` must be constructible from what the getter returns.
   template <auto Getter>
   static KeyAccess readOnly(const Key& key) {
     return {key, &read<Getter>, nullptr};
   }
-  /// The same with a setter that takes a value.
+  /// A property with such a getter and with a setter that takes a `Value`.
   template <auto Getter, auto Setter>
   static KeyAccess readWrite(const Key& key) {
     return {key, &read<Getter>, &write<Setter>};
   }
-  /// An input that can only be set.
+  /// A property that can only be set.
   template <auto Setter>
   static KeyAccess writeOnly(const Key& key) {
     return {key, nullptr, &write<Setter>};
@@ -52,13 +52,13 @@ struct KeyAccess {
 
 /// The keys of a class: its own, then those of its base class.
 ///
-/// A class makes its table once and hands it out by overriding `Observable::keyTable`. An entry
-/// hides the base class's entry of the same key.
+/// A class makes its table once and returns it from its override of `Observable::keyTable`. An
+/// entry hides the entry of the base class with the same key.
 class KeyTable {
  public:
   KeyTable(const KeyTable* base, std::vector<KeyAccess> own) : _base(base), _own(std::move(own)) {}
 
-  /// The access to a key; null when neither the class nor a base class has it.
+  /// Returns null when neither the class nor a base class has the key.
   [[nodiscard]] const KeyAccess* find(const Key& key) const noexcept;
 
  private:

@@ -23,8 +23,8 @@ class ListChanges;
 class ChangeInProgress;
 }  // namespace detail
 
-/// A change that was announced as about to happen, to be closed by the did-change operation.
-/// Dropping it instead, as an exception does on its way out, drops the announcement: nobody hears.
+/// An announcement between will-change and did-change. Hand it to the did-change operation after
+/// the change. When it is destroyed instead, as by an exception, nobody is notified.
 class [[nodiscard]] PendingChange {
  public:
   PendingChange() noexcept;
@@ -40,85 +40,91 @@ class [[nodiscard]] PendingChange {
 
 /// An object whose properties are read, set and observed by key.
 ///
-/// Observation. A registration is (observer, key, options, context). Registering twice gives two
-/// registrations. Notices of one change are delivered synchronously, after the did-change, in the
-/// order of registration. During delivery anything may happen:
-/// - whoever was withdrawn in the meantime hears nothing more of this change;
-/// - whoever was registered between the will-change and the end of delivery hears of the next
-///   change only;
-/// - changes made by an observer are delivered at once, nested in this one;
-/// - an exception out of an observer passes through to whoever made the change. Observers behind it
-///   are not told of this change; the registrations stay as they are.
-/// Neither side keeps the other alive. A registration of an observer that is gone is skipped, and
-/// swept after the next delivery that would have reached it; or before another registration, when
-/// it is the latest or when so many have been made since the last time that looking at all of them
-/// costs each little. An object that goes takes its registrations with it. One that is still being
-/// made, or is already going, may announce changes, and nobody hears of them.
+/// Registrations. A registration is (observer, object, key, options, context). Registering twice
+/// makes two registrations. Neither side keeps the other alive. An object that is destroyed takes
+/// its registrations with it. A registration whose observer is gone is skipped. It is swept after
+/// the next delivery that meets it. It is also swept before another registration is made, when it
+/// is the latest one, or when so many were made since the last sweep that looking at all of them
+/// costs each of them little.
 ///
-/// A key can depend on others (`keyPathsForValuesAffectingValueForKey`). When one of those changes
-/// in whatever way, the observers of the dependent key are told of a setting, with its old and new
-/// value.
+/// Delivery. The notices of one change are delivered synchronously, after the did-change, in the
+/// order of registration. Anything may happen during delivery:
+/// - An observer that was withdrawn in the meantime gets no more notices of this change.
+/// - An observer that was registered after the will-change gets notices from the next change on.
+/// - Changes that an observer makes are delivered at once, nested in this one.
+/// - An exception out of an observer passes through to the code that made the change. The observers
+///   behind it get no notice of this change. The registrations stay as they are.
 ///
-/// Old values are taken at will-change and new ones at did-change, before the first notice, and
-/// only when some registration asks for them. The value of the changing key itself is the last that
-/// is read before the change and the first after it, so that no getter of a dependent key comes in
-/// between. An object that nobody observes pays one test of a pointer.
+/// An object that is still being constructed, or is being destroyed, may announce changes. Nobody
+/// is notified of them.
 ///
-/// Getters may do what observers may. What a getter throws at will-change leaves that operation:
-/// nothing is announced then. What one throws at did-change passes through to whoever made the
-/// change after the last notice, unless an observer throws before. It keeps only those from hearing
-/// who asked for the new value of a dependent key that could not be read: the change itself is
-/// done, and is always told, with an absent value where its own could not be read. A change that a
-/// getter makes at did-change is nested in this one, so it is delivered first.
+/// Dependent keys. A key can depend on others (`keyPathsForValuesAffectingValueForKey`). When one
+/// of those changes, by any kind of change, the observers of the dependent key get a notice of a
+/// setting, with its old and new value.
 ///
-/// Threads: single properties are atomic. Registering, withdrawing and every change of an observed
+/// Values. Old values are read at will-change, new values at did-change before the first notice,
+/// and both only when some registration wants them. The value of the changing key itself is the
+/// last that is read before the change and the first that is read after it, so that no getter of a
+/// dependent key runs between them. A change of an object that nobody observes costs one test of a
+/// pointer.
+///
+/// Getters may do what observers may do. An exception out of a getter at will-change leaves that
+/// operation, and nothing is announced. An exception out of a getter at did-change passes through
+/// to the code that made the change, after the last notice, unless an observer throws before. When
+/// the new value of a dependent key cannot be read, the observers that want it get no notice. The
+/// observers of the changing key always get theirs, as the change is done; a new value that could
+/// not be read is absent. A change that a getter makes at did-change is nested in this one, so it
+/// is delivered first.
+///
+/// Threads. Single properties are atomic. Registering, withdrawing and every change of an observed
 /// object belong to one thread at a time. A change may end on another thread than it began on, when
-/// the object belongs to that one by then.
+/// the object belongs to that thread by then.
 ///
-/// Cost: objects observed by the same observers under the same keys share one list of them, so
-/// registering an observer on every node of a tree allocates once, not once a node. Registering is
-/// constant; withdrawing the latest registration of an object too, an earlier one is linear in
-/// those made after it. `ManyRegistrations` registers on many objects with less work for each.
+/// Cost. Objects that the same observers observe under the same keys share one list of them, so
+/// registering an observer on every node of a tree allocates once, not once a node. Registering
+/// takes constant time. Withdrawing the latest registration of an object does too; withdrawing an
+/// earlier one is linear in the number made after it. `ManyRegistrations` registers on many objects
+/// with less work for each.
 class Observable : public Object, public std::enable_shared_from_this<Observable> {
  public:
   ~Observable() override;
 
-  /// Registers `observer` for changes of `key`, which need not be a key of this object: nothing is
-  /// ever heard of one that is not. Throws `InvalidArgument` when the observer is absent.
+  /// Registers `observer` for changes of `key`. The object need not have that key, but then no
+  /// setter announces it. Throws `InvalidArgument` when the observer is absent.
   void addObserver(const std::shared_ptr<Observer>& observer, const Key& key,
                    ObservingOptions options, const ContextToken* context);
 
-  /// Withdraws the latest registration of this observer under this key and context. Throws
+  /// Withdraws the latest registration of `observer` under this key and context. Throws
   /// `InvalidArgument` when there is none.
   void removeObserver(const std::shared_ptr<Observer>& observer, const Key& key,
                       const ContextToken* context);
 
-  /// Whether there is any registration, be it of an observer that is gone.
+  /// Whether there is any registration. One of an observer that is gone counts until it is swept.
   [[nodiscard]] bool isObserved() const noexcept { return _observers.get() != nullptr; }
 
-  /// The value under a key. Raises `UndefinedKey` when the object has none to read.
+  /// The value under a key. Throws `UndefinedKey` when the object has no such key that can be read.
   [[nodiscard]] Value valueForKey(const Key& key) const;
 
-  /// Sets the value under a key through its setter, with whatever that announces. Raises
-  /// `UndefinedKey` when the object has none to set, `InvalidArgument` when the setter cannot take
-  /// a value of this type.
+  /// Sets the value under a key through its setter, which announces what it always announces.
+  /// Throws `UndefinedKey` when the object has no such key that can be set, `InvalidArgument` when
+  /// the setter cannot take a value of this type.
   void setValueForKey(const Value& value, const Key& key);
 
-  /// The keys on which `key` depends directly; a class operation, so the answer must depend on the
-  /// receiver's class alone. It is asked once per class, key and thread, and again after very many
-  /// others. None, unless a class says so.
+  /// The keys on which `key` depends directly. This is a class operation: its result must depend on
+  /// the receiver's class alone. It is called once per class, key and thread, and again after very
+  /// many others. The default returns none.
   [[nodiscard]] virtual std::set<std::string> keyPathsForValuesAffectingValueForKey(
       const Key& key) const;
 
-  /// Announces that the value under `key` is about to be set; hand the result to
-  /// `didChangeValueForKey` of the same object afterwards, which raises `InvalidArgument` in any
-  /// other. Setters of this library do this by themselves, also when the new value equals the old
-  /// one.
+  /// Announces that the value under `key` is about to be set. Hand the result to
+  /// `didChangeValueForKey` of the same object afterwards; that of another object throws
+  /// `InvalidArgument`. Setters of this library announce by themselves, also when the new value
+  /// equals the old one.
   PendingChange willChangeValueForKey(const Key& key);
   void didChangeValueForKey(PendingChange change) { finish(std::move(change)); }
 
-  /// The same for an insertion, removal or replacement at positions of the array under `key`.
-  /// Raises `RangeError` when somebody asks for the old elements and there are none at the indexes.
+  /// The same for an insertion, removal or replacement at indexes of the array under `key`. Throws
+  /// `RangeError` when a registration wants the old elements and there are none at the indexes.
   PendingChange willChangeValuesAtIndexesForKey(ChangeKind kind, const IndexSet& indexes,
                                                 const Key& key);
   void didChangeValuesAtIndexesForKey(PendingChange change) { finish(std::move(change)); }
@@ -130,7 +136,8 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
   [[nodiscard]] virtual const KeyTable& keyTable() const = 0;
 
   /// The elements at `indexes` of the array under `key`, as an array. A class with large arrays
-  /// overrides this, since the default reads the whole array first. Raises `RangeError`.
+  /// overrides this, since the default reads the whole array first. Throws `RangeError` when the
+  /// array has no element at an index.
   [[nodiscard]] virtual Value valuesAtIndexesForKey(const IndexSet& indexes, const Key& key) const;
 
   /// An optimisation that saves making an array. Returns true only when `oldValues` holds the very
@@ -142,8 +149,8 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
                                                               const IndexSet& indexes,
                                                               const Key& key) const;
 
-  /// Reads or sets one stored property, atomically with respect to each other on any threads. A set
-  /// is announced under `key`.
+  /// Read and set one stored property. Both are atomic, on any threads. `assign` announces the set
+  /// under `key`.
   template <class T>
   [[nodiscard]] T read(const T& field) const {
     const std::lock_guard lock(propertyLock());
@@ -155,16 +162,16 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
     exchange(field, value);
     didChangeValueForKey(std::move(change));
   }
-  /// Sets without an announcement; `value` holds the old content afterwards, so that it is released
-  /// after the lock is.
+  /// Sets without an announcement. Afterwards `value` holds the old content, so that it is released
+  /// after the lock.
   template <class T>
   void exchange(T& field, T& value) {
     using std::swap;
     const std::lock_guard lock(propertyLock());
     swap(field, value);
   }
-  /// The lock of this object's stored properties, for a property that is more than one field. Held
-  /// for a few instructions; nothing foreign runs under it.
+  /// The lock of this object's stored properties, for a property that is more than one field. Hold
+  /// it for a few instructions only, and let no foreign code run meanwhile.
   [[nodiscard]] detail::SpinLock& propertyLock() const noexcept { return _propertyLock; }
 
  private:

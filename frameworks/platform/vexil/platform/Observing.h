@@ -18,12 +18,12 @@ namespace detail {
 class ClosureObserver;
 }
 
-/// What happened to a property. The numbers are the ones that views know.
+/// What happened to a property. Views know these numbers.
 enum class ChangeKind : unsigned {
   setting = 1,      ///< the whole value was set
   insertion = 2,    ///< elements were inserted; the indexes are theirs afterwards
   removal = 3,      ///< elements were removed; the indexes were theirs before
-  replacement = 4,  ///< the elements at the indexes are others now, or their content is
+  replacement = 4,  ///< the elements at the indexes are others now, or have other content
 };
 
 /// What a registration wants in its change records; a bit mask.
@@ -36,8 +36,8 @@ constexpr bool wants(ObservingOptions options, ObservingOptions part) {
   return (static_cast<unsigned>(options) & static_cast<unsigned>(part)) != 0;
 }
 
-/// Tells an observer's registrations apart: one static object for each purpose, compared by
-/// address and never by its text, which is for people.
+/// Tells the registrations of an observer apart. Make one static object for each purpose. Tokens
+/// are compared by address, never by their text, which is for people.
 class ContextToken {
  public:
   explicit constexpr ContextToken(std::string_view text) : _text(text) {}
@@ -49,14 +49,14 @@ class ContextToken {
   std::string_view _text;
 };
 
-/// One change, as an observer is told of it.
+/// What a notice carries.
 ///
-/// A setting carries the old and the new value of the key, the null marker standing for an absent
-/// one, and no indexes. The other kinds carry indexes and, as arrays, the elements at them: a
-/// removal the old ones, an insertion the new ones, a replacement both. What does not apply, or was
-/// not asked for at registration, is absent.
+/// A setting carries the old and the new value of the key, and no indexes. The null marker stands
+/// for an absent value. The other kinds carry indexes and, as arrays, the elements at them: a
+/// removal the old ones, an insertion the new ones, a replacement both. What does not apply, or
+/// what the registration did not ask for, is absent.
 ///
-/// The record is shared by the observers of one change; an observer that keeps it copies it, which
+/// The observers of one change share the record. An observer that keeps it must copy it; that
 /// copies no element.
 struct ChangeRecord {
   ChangeKind kind = ChangeKind::setting;
@@ -65,7 +65,7 @@ struct ChangeRecord {
   std::optional<IndexSet> indexes;
 };
 
-/// Is told of changes it registered for with `Observable::addObserver`.
+/// Receives notices of the changes for which it is registered with `Observable::addObserver`.
 class Observer {
  public:
   Observer() = default;
@@ -75,23 +75,22 @@ class Observer {
 
   /// Called on the changing thread, after the change and before the operation that made it returns.
   ///
-  /// `object` is the object that changed, kept alive for the call; `keyPath` and `context` are
+  /// `object` is the object that changed, kept alive for the call. `keyPath` and `context` are
   /// those of the registration. The observer may register, withdraw, change the same object or let
-  /// go of itself meanwhile; see `Observable`. An exception passes through to whoever made the
-  /// change.
+  /// go of itself meanwhile; see `Observable`. An exception passes through to the code that made
+  /// the change.
   ///
-  /// A class that overrides this hands on, to its base class, what arrives under a context it does
-  /// not know. The last base class, this one, raises `UnexpectedNotice`.
+  /// A class that overrides this must call its base class when it does not know the context. The
+  /// last base class, this one, throws `UnexpectedNotice`.
   virtual void observeValueForKeyPathOfObjectChangeContext(
       const Key& keyPath, const std::shared_ptr<Observable>& object, const ChangeRecord& change,
       const ContextToken* context);
 };
 
-/// A registration by closure, which ends with this handle.
+/// A registration of a closure, which ends with this handle.
 ///
-/// The handle keeps neither the object nor anything else alive but the closure itself. It may be
-/// ended or destroyed at any time, also by the closure while it runs; from then on the closure is
-/// not called again.
+/// The handle keeps the closure alive, and nothing else. It may be ended or destroyed at any time,
+/// also by the closure while it runs. The closure is not called again after that.
 class [[nodiscard]] Observation {
  public:
   Observation() = default;
@@ -99,8 +98,8 @@ class [[nodiscard]] Observation {
   Observation& operator=(Observation&& other) noexcept;
   ~Observation() { end(); }
 
-  /// Withdraws the registration; nothing happens when it has ended or the object is gone. The
-  /// handle itself may go by this, where only its closure keeps it.
+  /// Withdraws the registration. Nothing happens when it has ended or the object is gone. This may
+  /// destroy the handle itself, when only its closure keeps it alive.
   void end() noexcept;
 
  private:
@@ -114,8 +113,8 @@ class [[nodiscard]] Observation {
   std::shared_ptr<detail::ClosureObserver> _observer;
 };
 
-/// Calls `notify` for every change of `key` of `object` until the handle ends. Order, re-entrancy
-/// and exceptions are those of `Observable::addObserver`, on which it is built. Raises
+/// Calls `notify` for every change of `key` of `object` until the handle ends. It is built on
+/// `Observable::addObserver`, so order, re-entrancy and exceptions are the same. Throws
 /// `InvalidArgument` when the object or the closure is absent.
 Observation observe(const std::shared_ptr<Observable>& object, const Key& key,
                     ObservingOptions options, std::function<void(const ChangeRecord&)> notify);

@@ -8,9 +8,8 @@
 
 namespace vexil::platform {
 
-/// What an outline view may ask of the object that feeds it. Every operation is optional: one that
-/// is not overridden answers nothing, and the view turns to its other means. An absent `item`
-/// stands for the invisible root.
+/// What an outline view may ask its data source. Every operation is optional: its default returns
+/// nothing, and then the view uses its other means. An absent `item` stands for the invisible root.
 class OutlineViewDataSource {
  public:
   OutlineViewDataSource() = default;

@@ -8,8 +8,8 @@
 
 namespace vexil::platform {
 
-/// Turns values into others, for display mostly: what stands between a value of a record and the
-/// view that shows it.
+/// Turns values into others, mostly for display: it stands between a value of a record and the view
+/// that shows it.
 ///
 ///     class Spelled : public ValueTransformer {
 ///      public:
@@ -18,22 +18,23 @@ namespace vexil::platform {
 ///       Value transformedValue(const Value& value) const override { return value.displayText(); }
 ///     };
 ///
-/// `transformedValueClass` and `allowsReverseTransformation` are class operations: their answers
-/// depend on the receiver's class alone. A transformer takes whatever value it is handed; what it
-/// makes of one it is not meant for is its own to say. Properties that a transformer has are
-/// observed and reached by key as those of any other object.
+/// `transformedValueClass` and `allowsReverseTransformation` are class operations: their results
+/// depend on the receiver's class alone. A transformer accepts any value. Each class says what it
+/// returns for values that it is not meant for. The properties of a transformer are observed and
+/// reached by key like those of any other object.
 class ValueTransformer : public Observable {
  public:
-  /// The kind of all the values that `transformedValue` yields.
+  /// The kind of all values that `transformedValue` returns.
   [[nodiscard]] virtual Value::Kind transformedValueClass() const = 0;
 
-  /// Whether `reverseTransformedValue` may be asked; true, unless a class says otherwise.
+  /// Whether `reverseTransformedValue` may be called. The default returns true.
   [[nodiscard]] virtual bool allowsReverseTransformation() const { return true; }
 
   [[nodiscard]] virtual Value transformedValue(const Value& value) const = 0;
 
-  /// The value that `transformedValue` makes this one of. What a class does not override is its own
-  /// reverse and transforms here, too. Raises `InvalidArgument` when the class does not allow it.
+  /// Returns the value from which `transformedValue` makes `value`. The default calls
+  /// `transformedValue`: that is right for a class that is its own reverse. Throws
+  /// `InvalidArgument` when the class does not allow reverse transformation.
   [[nodiscard]] virtual Value reverseTransformedValue(const Value& value) const {
     if (!allowsReverseTransformation()) {
       throw InvalidArgument(className() + " transforms in one direction only");
@@ -42,7 +43,7 @@ class ValueTransformer : public Observable {
   }
 
  protected:
-  /// No keys, unless a class has some.
+  /// The default returns a table without keys.
   [[nodiscard]] const KeyTable& keyTable() const override {
     static const KeyTable none(nullptr, {});
     return none;

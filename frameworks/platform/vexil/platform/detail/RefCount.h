@@ -20,7 +20,7 @@ class RefCount {
     }
   }
 
-  /// True when the caller held the last references and must destroy the object.
+  /// Returns true when these were the last references. The caller must then destroy the object.
   [[nodiscard]] bool release(std::uint32_t times = 1) const noexcept {
     if (isSingleThreaded()) {
       const std::uint32_t left = _count.load(std::memory_order_relaxed) - times;
@@ -30,13 +30,13 @@ class RefCount {
     return _count.fetch_sub(times, std::memory_order_acq_rel) == times;
   }
 
-  /// Whether anybody else may refer to it as well.
+  /// Whether there may be other references than the caller's.
   [[nodiscard]] bool isShared() const noexcept {
     return _count.load(std::memory_order_relaxed) > 1;
   }
 
-  /// Takes a reference unless the last one is already gone: for tables that find objects they do
-  /// not own.
+  /// Takes a reference and returns true, unless the last one is gone already. For tables that find
+  /// objects which they do not own.
   [[nodiscard]] bool retainUnlessGone() const noexcept {
     std::uint32_t count = _count.load(std::memory_order_relaxed);
     while (count != 0) {

@@ -7,9 +7,9 @@
 
 namespace vexil::platform::detail {
 
-/// Whether the process has this one thread, so that counting and locking need no atomic
-/// instruction: those cost more than all the rest of copying a value. False where the C library
-/// does not say. It can turn only while nobody counts or holds a lock, as a thread is started by
+/// Whether the process has this thread only. Then counting and locking need no atomic instruction,
+/// which costs more than all the rest of copying a value. Returns false when the C library does not
+/// say. The result cannot change while a count or a lock is at work: only the one thread can start
 /// another.
 [[nodiscard]] inline bool isSingleThreaded() noexcept {
 #if __has_include(<sys/single_threaded.h>)

@@ -8,13 +8,13 @@
 
 namespace vexil::platform::detail {
 
-/// A one-byte lock for the few instructions in which one property is copied or swapped. Nothing
-/// foreign ever runs while it is held.
+/// A lock of one byte, for the few instructions that copy or swap one property. No foreign code may
+/// run while it is held.
 class SpinLock {
  public:
   void lock() noexcept {
     if (isSingleThreaded()) {
-      return;  // and `unlock` finds nothing to undo
+      return;  // `unlock` then changes nothing
     }
     for (int tries = 0; _held.exchange(true, std::memory_order_acquire); ++tries) {
       if (tries > 64) {

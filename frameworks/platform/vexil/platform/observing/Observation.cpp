@@ -24,7 +24,7 @@ class detail::ClosureObserver : public Observer {
       _notify(change);
     }
   }
-  /// Calls the closure no more, though it may be running.
+  /// The closure is not called again. It may be running now.
   void end() noexcept { _hasEnded = true; }
 
  private:
@@ -38,7 +38,7 @@ Observation::Observation(std::weak_ptr<Observable> object, Key key,
 
 Observation& Observation::operator=(Observation&& other) noexcept {
   if (this != &other) {
-    // Ended last, since this handle may go with its closure.
+    // Ends last, since destroying the old closure may destroy this handle.
     const Observation old(std::move(*this));
     _object = std::move(other._object);
     _key = std::move(other._key);
@@ -59,7 +59,7 @@ void Observation::end() noexcept {
     try {
       object->removeObserver(observer, *_key, &closureContext);
     } catch (const std::bad_alloc&) {
-      // It stands among others until it is swept; nobody is called for it.
+      // The registration stays until it is swept, and its closure is not called.
     }
   }
 }

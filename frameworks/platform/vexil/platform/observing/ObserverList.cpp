@@ -13,7 +13,7 @@ ObserverList::ObserverList(const ObserverListPointer& before, const Registration
       _last(registration) {}
 
 ObserverList::Successor& ObserverList::successorOf(const ObserverList* list) {
-  // Never destroyed: objects in static storage may be observed until the very end.
+  // Never destroyed, as objects in static storage may be observed until the process ends.
   static auto& first = *new Successor;
   return list == nullptr ? first : list->_successor;
 }

@@ -17,10 +17,10 @@
 
 namespace vexil::platform::detail {
 
-/// Who registered for what on an object.
+/// One registration, without its object.
 struct Registration {
   std::weak_ptr<Observer> observer;
-  const Observer* address;  // tells observers apart that one owner holds
+  const Observer* address;  // tells apart observers that share one owner
   Key key;
   ObservingOptions options;
   const ContextToken* context;
@@ -32,10 +32,12 @@ struct Registration {
   }
 };
 
-/// The registrations of an object in their order, as a persistent list: a list is its last
-/// registration and the list before it, never changes, and is shared by all objects that have the
-/// same one. Each list remembers the last list that was made by adding to it, so that registering
-/// one observer on many objects finds what it needs instead of making it.
+/// The registrations of an object in their order, as a persistent list. A list consists of its last
+/// registration and the list before it. It never changes, and all objects with the same
+/// registrations share it.
+///
+/// Each list remembers the last list that was made by adding to it. So registering one observer on
+/// many objects finds a list instead of making one.
 class ObserverList {
  public:
   ObserverList(const ObserverList&) = delete;
@@ -56,15 +58,16 @@ class ObserverList {
   [[nodiscard]] const ObserverListPointer& before() const { return _before; }
   [[nodiscard]] std::size_t count() const { return _count; }
 
-  /// When a list has this many registrations, those whose observers are gone are to be swept before
-  /// the next one is added. Doubled each time, so that sweeping costs each registration little.
+  /// When a list has this many registrations, those whose observers are gone must be swept before
+  /// the next one is added. The number doubles each time, so sweeping costs each registration
+  /// little.
   [[nodiscard]] std::size_t sweepAt() const { return _sweepAt.load(std::memory_order_relaxed); }
   void sweepNotBefore(std::size_t count) const {
     if (count > sweepAt()) {
       _sweepAt.store(count, std::memory_order_relaxed);
     }
   }
-  /// The next time when so many are left.
+  /// When to sweep next, if `left` registrations are left.
   [[nodiscard]] static std::size_t nextSweep(std::size_t left) {
     return std::max<std::size_t>(2 * left, 8);
   }
@@ -75,7 +78,7 @@ class ObserverList {
 
   struct Successor {
     SpinLock lock;
-    const ObserverList* list = nullptr;  // not owned; cleared by the list as it goes
+    const ObserverList* list = nullptr;  // not owned; its destruction clears this
   };
   static Successor& successorOf(const ObserverList* list);
 
@@ -85,7 +88,7 @@ class ObserverList {
   RefCount _references;
   std::size_t _count;
   mutable std::atomic<std::size_t> _sweepAt;
-  mutable ObserverListPointer _before;  // the end of the list takes it out
+  mutable ObserverListPointer _before;  // `release` takes it out of a list that it destroys
   Registration _last;
   mutable Successor _successor;
 };
