@@ -14,7 +14,7 @@
 // A kind stores nothing that it can read from its represented object. It reads what it derives anew
 // each time, and its observers hear of it when the represented object is replaced. Setting a stored
 // identifier or label has no effect on a kind that derives it. A key that is missing from a record
-// reads as absent, and so does every key of something that is no record.
+// reads as absent. So does every key where the represented object is no record.
 //
 // A host derives its own kinds with `KRAVTWVKind`. `KRAVTWVItemVexil`, in kinds/Item.h, is the
 // manual of all: what is announced, who owns whom, how a fresh list is merged.

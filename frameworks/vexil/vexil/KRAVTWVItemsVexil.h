@@ -35,7 +35,8 @@ extern const std::string_view KRAVTWVEngineVexilKeyPathAvailable;    ///< "avail
 /// `setRoot` replaces it, so a view or observer that is bound to the root stays bound.
 ///
 /// A collection keeps its input. It skips a change that equals what it holds, and otherwise builds
-/// all its items anew. The merge keeps the items that are shown. A collection, its tree and its
+/// all its items anew. The merge then keeps each item of the tree whose identifier is still there.
+/// A collection, its tree and its
 /// observers belong to one thread at a time. Single properties are atomic.
 ///
 /// Observers, and the objects that records hold, may do anything while a setter is at work: refresh
@@ -195,9 +196,10 @@ class KRAVTWVEventStoreVexil : public KRAVTWVItemsVexil {
 ///     ondemand.available    events to be run on demand     KRAVTWVOnDemandVexil
 ///     scheduler.pending     triggers that wait to fire     KRAVTWVQueuedTriggerVexil
 ///
-/// The groups are labelled with the texts under "engine.scheduler.active",
-/// "engine.ondemand.available" and "engine.scheduler.pending" in the strings tables of the module
-/// that holds the collection's own class. A key without a text is the label itself.
+/// The labels of the groups come from strings tables, under the keys "engine.scheduler.active",
+/// "engine.ondemand.available" and "engine.scheduler.pending". The tables are those of the module
+/// that holds the collection's own class. Where a table has no text for a key, the key itself is
+/// the label.
 ///
 /// The three inputs can also be set by key. Each is an array of records or absent; anything else
 /// throws `InvalidArgument` and changes nothing. An input that equals the list held does nothing.

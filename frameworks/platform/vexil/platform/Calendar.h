@@ -37,9 +37,9 @@ struct DayComponents {
 ///     calendar.date(day);                      // the same, also on the last of a month
 class Calendar {
  public:
-  /// The user's calendar and time zone at this moment: those of ICU's default locale, whose
-  /// calendar need not be Gregorian, and ICU's default zone. A later change of these defaults does
-  /// not change the calendar returned.
+  /// The user's calendar and time zone at this moment: the calendar of ICU's default locale, which
+  /// need not be Gregorian, and ICU's default time zone. When these defaults change later, the
+  /// returned calendar stays as it is.
   [[nodiscard]] static Calendar current();
 
   /// The day that an instant falls on; nothing when the instant is out of reach.

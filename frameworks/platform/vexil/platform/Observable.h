@@ -123,7 +123,8 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
   PendingChange willChangeValueForKey(const Key& key);
   void didChangeValueForKey(PendingChange change) { finish(std::move(change)); }
 
-  /// The same for an insertion, removal or replacement at indexes of the array under `key`. Throws
+  /// `willChangeValueForKey` for an insertion, removal or replacement at indexes of the array under
+  /// `key`; `didChangeValuesAtIndexesForKey` belongs to it. Throws
   /// `RangeError` when a registration wants the old elements and there are none at the indexes.
   PendingChange willChangeValuesAtIndexesForKey(ChangeKind kind, const IndexSet& indexes,
                                                 const Key& key);

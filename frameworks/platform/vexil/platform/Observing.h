@@ -87,7 +87,7 @@ class Observer {
       const ContextToken* context);
 };
 
-/// A registration of a closure, which ends with this handle.
+/// A handle to the registration of a closure. Destroying the handle ends the registration.
 ///
 /// The handle keeps the closure alive, and nothing else. It may be ended or destroyed at any time,
 /// also by the closure while it runs. The closure is not called again after that.

@@ -57,7 +57,7 @@ struct Shape;
 ///
 /// Equal values have equal hashes.
 ///
-/// No operation recurses deeper than a constant, however deep a value is nested. Only the operation
+/// Recursion stops at a constant depth in every operation, however deep a value is nested. Only the operation
 /// of an object that is asked may recurse. Equality and hash look only once at a part that a value
 /// holds in many places.
 ///

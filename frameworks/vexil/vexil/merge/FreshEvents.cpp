@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <ternwood/Ternwood.h>
 #include <vexil/kinds/Event.h>
 #include <vexil/merge/FreshEvents.h>
 #include <vexil/merge/Prefetching.h>
+#include <vexil/order/EventSorting.h>
 #include <vexil/platform/FieldReader.h>
 
 #include <algorithm>
@@ -10,17 +10,7 @@
 namespace vexil::detail {
 
 using platform::IndexSet;
-using platform::Key;
 using platform::Value;
-
-namespace {
-
-const Key& identifierKey() {
-  static const Key key(kTWEventUniqueID);
-  return key;
-}
-
-}  // namespace
 
 std::shared_ptr<KRAVTWVItemVexil> FreshEvents::item(std::size_t index) const {
   if (index + turnsAhead < size()) {
@@ -37,7 +27,7 @@ std::shared_ptr<KRAVTWVItemVexil> FreshEvents::item(std::size_t index) const {
 std::vector<Value> FreshEvents::identifiers() const {
   std::vector<Value> identifiers;
   identifiers.reserve(size());
-  platform::FieldReader identifierOf(identifierKey());
+  platform::FieldReader identifierOf(eventIdentifierKey());
   for (std::size_t i = 0; i < size(); ++i) {
     identifiers.push_back(identifierOf(record(i)));
   }
@@ -51,8 +41,8 @@ std::optional<IndexSet> FreshEvents::changesInPlace(const KRAVTWVItemVexil& rece
     return std::nullopt;
   }
   const std::shared_ptr<KRAVTWVItemArray> held = ItemFields::children(receiver);
-  platform::FieldReader identifierOf(identifierKey());
-  platform::FieldReader identifierOfChild(identifierKey());
+  platform::FieldReader identifierOf(eventIdentifierKey());
+  platform::FieldReader identifierOfChild(eventIdentifierKey());
   const KnownRecords known(*this);
   IndexSet changes;
   for (std::size_t i = 0; i < count; ++i) {
@@ -76,7 +66,7 @@ std::optional<IndexSet> FreshEvents::changesInPlace(const KRAVTWVItemVexil& rece
     }
     if (!isEqual) {
       isEqual = known.isEqualByAsking(child, i);
-      identifierOfChild = platform::FieldReader(identifierKey());  // records may have gone
+      identifierOfChild = platform::FieldReader(eventIdentifierKey());  // records may have gone
       if (ItemFields::children(receiver) != held || held->size() != count) {
         return std::nullopt;
       }

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <ternwood/Ternwood.h>
 #include <vexil/merge/FreshItems.h>
+#include <vexil/order/EventSorting.h>
 #include <vexil/platform/Error.h>
 #include <vexil/platform/FieldReader.h>
 
 namespace vexil::detail {
 
 std::vector<platform::Value> identifiersOf(const std::shared_ptr<const KRAVTWVItemArray>& items) {
-  static const platform::Key key(kTWEventUniqueID);
+  const platform::Key& key = eventIdentifierKey();
   std::vector<platform::Value> identifiers;
   identifiers.reserve(items->size());
   platform::FieldReader identifierOf(key);

@@ -22,7 +22,11 @@ class FreshItems {
   /// the array.
   explicit FreshItems(std::shared_ptr<const KRAVTWVItemArray> items = nullptr,
                       Ownership ownership = Ownership::shared)
-      : _items(items ? std::move(items) : noItems()), _ownership(ownership) {}
+      : _items(std::move(items)), _ownership(ownership) {
+    if (!_items) {
+      _items = noItems();
+    }
+  }
 
   [[nodiscard]] std::size_t size() const { return _items->size(); }
   [[nodiscard]] const KRAVTWVItemArray& items() const { return *_items; }

@@ -111,6 +111,11 @@ class PrefixSorting {
 
 }  // namespace
 
+const Key& eventIdentifierKey() {
+  static const Key key(kTWEventUniqueID);
+  return key;
+}
+
 EventKeyReader::EventKeyReader() : _name(Key(kTWEventName)), _identifier(Key(kTWEventUniqueID)) {}
 
 std::weak_ordering order(const EventKeys& a, const EventKeys& b) {

@@ -3,11 +3,15 @@
 #pragma once
 
 #include <vexil/platform/FieldReader.h>
+#include <vexil/platform/Key.h>
 #include <vexil/platform/Value.h>
 
 #include <compare>
 
 namespace vexil::detail {
+
+/// The key of the identifier in an event record.
+[[nodiscard]] const platform::Key& eventIdentifierKey();
 
 /// The two values that decide the order of records.
 struct EventKeys {

@@ -58,7 +58,8 @@ class BlockPool {
 
     [[nodiscard]] bool hasRoom() const { return free != nullptr || untouched != end; }
   };
-  // Leaves room for the header of the general allocator, so that slabs too lie side by side.
+  // A slab is smaller than its alignment by the bytes that the general allocator puts before each
+  // allocation. So the next slab can begin at the next multiple of the alignment.
   static constexpr std::size_t slabSize = slabAlignment - 2 * sizeof(void*);
 
   [[nodiscard]] static Slab* slabOf(void* block) noexcept;
