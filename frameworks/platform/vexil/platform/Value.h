@@ -57,9 +57,9 @@ struct Shape;
 ///
 /// Equal values have equal hashes.
 ///
-/// Recursion stops at a constant depth in every operation, however deep a value is nested. Only the operation
-/// of an object that is asked may recurse. Equality and hash look only once at a part that a value
-/// holds in many places.
+/// Recursion stops at a constant depth in every operation, however deep a value is nested. Only the
+/// operation of an object that is asked may recurse. Equality and hash look only once at a part
+/// that a value holds in many places.
 ///
 ///     const Value event = Value::dictionary({{"name", "Backup"}, {"enabled", true}});
 ///     event["name"].string();   // "Backup"

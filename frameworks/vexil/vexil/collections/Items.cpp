@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/KRAVTWVItemsVexil.h>
-#include <vexil/platform/Error.h>
+#include <vexil/items/ItemFields.h>
 
 #include <utility>
 
@@ -24,11 +24,7 @@ void KRAVTWVItemsVexil::setRoot(std::shared_ptr<KRAVTWVItemVexil> root) {
 }
 
 void KRAVTWVItemsVexil::setRootValue(const Value& root) {
-  auto item = std::dynamic_pointer_cast<KRAVTWVItemVexil>(root.object());
-  if (!item && !root.isAbsent()) {
-    throw platform::InvalidArgument("not an item: " + root.description());
-  }
-  setRoot(std::move(item));
+  setRoot(root.isAbsent() ? nullptr : vexil::detail::ItemFields::itemIn(root));
 }
 
 void KRAVTWVItemsVexil::replaceRootChildren(const std::shared_ptr<const KRAVTWVItemArray>& items) {

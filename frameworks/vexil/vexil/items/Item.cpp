@@ -2,11 +2,8 @@
 #include <vexil/items/ItemComparison.h>
 #include <vexil/items/ItemFields.h>
 #include <vexil/kinds/Item.h>
-#include <vexil/platform/Error.h>
 #include <vexil/platform/detail/BlockPool.h>
 
-#include <algorithm>
-#include <iterator>
 #include <mutex>
 #include <typeinfo>
 #include <utility>
@@ -21,18 +18,6 @@ using platform::KeyAccess;
 using platform::Value;
 using vexil::detail::ItemFields;
 using vexil::detail::ItemReference;
-
-namespace {
-
-std::shared_ptr<KRAVTWVItemVexil> itemIn(const Value& value) {
-  auto item = std::dynamic_pointer_cast<KRAVTWVItemVexil>(value.object());
-  if (!item) {
-    throw platform::InvalidArgument("not an item: " + value.description());
-  }
-  return item;
-}
-
-}  // namespace
 
 KRAVTWVItemVexil::KRAVTWVItemVexil(Value representedObject)
     : _stored(std::move(representedObject)) {}
@@ -142,23 +127,7 @@ ItemReference KRAVTWVItemVexil::referenceToSelf() {
 }
 
 void KRAVTWVItemVexil::setParentValue(const Value& parent) {
-  setParent(parent.isAbsent() ? nullptr : itemIn(parent));
-}
-
-std::shared_ptr<KRAVTWVItemArray> KRAVTWVItemVexil::children() const {
-  {
-    const std::lock_guard lock(propertyLock());
-    if (_stored.children() != nullptr || _stored.areChildrenAbsent()) {
-      return _stored.rare->_children;
-    }
-  }
-  Rare& rare = this->rare();
-  auto made = std::make_shared<KRAVTWVItemArray>();  // outside the lock, as it may take its time
-  const std::lock_guard lock(propertyLock());
-  if (!rare._children && !rare.areChildrenAbsent) {
-    rare._children = std::move(made);
-  }
-  return rare._children;
+  setParent(parent.isAbsent() ? nullptr : ItemFields::itemIn(parent));
 }
 
 KRAVTWVItemVexil::Rare& KRAVTWVItemVexil::rare() const {
@@ -179,49 +148,6 @@ KRAVTWVItemVexil::Rare& KRAVTWVItemVexil::rare() const {
 Value KRAVTWVItemVexil::readRare(Value Rare::*field) const {
   const std::lock_guard lock(propertyLock());
   return _stored.rare ? (*_stored.rare).*field : Value();
-}
-
-void KRAVTWVItemVexil::setChildren(std::shared_ptr<KRAVTWVItemArray> children) {
-  if (children && std::ranges::find(*children, nullptr) != children->end()) {
-    throw platform::InvalidArgument("an array of children holds a null pointer");
-  }
-  auto change = willChangeValueForKey(ItemFields::childrenKey());
-  (void)rare();  // there must be one to store them in
-  {
-    const std::lock_guard lock(propertyLock());
-    _stored.setChildren(children);
-  }
-  didChangeValueForKey(std::move(change));
-}
-
-void KRAVTWVItemVexil::setChildrenValue(const Value& children) {
-  if (children.isAbsent()) {
-    setChildren(nullptr);
-    return;
-  }
-  if (!children.isArray()) {
-    throw platform::InvalidArgument("children are an array of items");
-  }
-  auto items = std::make_shared<KRAVTWVItemArray>();
-  std::ranges::transform(children.elements(), std::back_inserter(*items), itemIn);
-  setChildren(std::move(items));
-}
-
-Value KRAVTWVItemVexil::childrenValue() const {
-  std::shared_ptr<KRAVTWVItemArray> children;
-  {
-    const std::lock_guard lock(propertyLock());
-    if (_stored.areChildrenAbsent()) {
-      return {};
-    }
-    children = ItemFields::children(*this);
-  }
-  return children ? Value::arrayOfObjects(*children) : Value::array({});
-}
-
-bool KRAVTWVItemVexil::isLeaf() const {
-  const std::lock_guard lock(propertyLock());
-  return ItemFields::currentChildren(*this).empty();
 }
 
 // --- equality

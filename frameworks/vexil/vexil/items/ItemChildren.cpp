@@ -48,6 +48,65 @@ KRAVTWVItemArray taken(KRAVTWVItemArray& items, const IndexSet& indexes) {
 
 }  // namespace
 
+std::shared_ptr<KRAVTWVItemArray> KRAVTWVItemVexil::children() const {
+  {
+    const std::lock_guard lock(propertyLock());
+    if (_stored.children() != nullptr || _stored.areChildrenAbsent()) {
+      return _stored.rare->_children;
+    }
+  }
+  Rare& rare = this->rare();
+  auto made = std::make_shared<KRAVTWVItemArray>();  // outside the lock, as it may take its time
+  const std::lock_guard lock(propertyLock());
+  if (!rare._children && !rare.areChildrenAbsent) {
+    rare._children = std::move(made);
+  }
+  return rare._children;
+}
+
+void KRAVTWVItemVexil::setChildren(std::shared_ptr<KRAVTWVItemArray> children) {
+  if (children && std::ranges::find(*children, nullptr) != children->end()) {
+    throw platform::InvalidArgument("an array of children holds a null pointer");
+  }
+  auto change = willChangeValueForKey(ItemFields::childrenKey());
+  (void)rare();  // there must be one to store them in
+  {
+    const std::lock_guard lock(propertyLock());
+    _stored.setChildren(children);
+  }
+  didChangeValueForKey(std::move(change));
+}
+
+void KRAVTWVItemVexil::setChildrenValue(const Value& children) {
+  if (children.isAbsent()) {
+    setChildren(nullptr);
+    return;
+  }
+  if (!children.isArray()) {
+    throw platform::InvalidArgument("children are an array of items");
+  }
+  auto items = std::make_shared<KRAVTWVItemArray>();
+  std::ranges::transform(children.elements(), std::back_inserter(*items), ItemFields::itemIn);
+  setChildren(std::move(items));
+}
+
+Value KRAVTWVItemVexil::childrenValue() const {
+  std::shared_ptr<KRAVTWVItemArray> children;
+  {
+    const std::lock_guard lock(propertyLock());
+    if (_stored.areChildrenAbsent()) {
+      return {};
+    }
+    children = ItemFields::children(*this);
+  }
+  return children ? Value::arrayOfObjects(*children) : Value::array({});
+}
+
+bool KRAVTWVItemVexil::isLeaf() const {
+  const std::lock_guard lock(propertyLock());
+  return ItemFields::currentChildren(*this).empty();
+}
+
 KRAVTWVItemArray& KRAVTWVItemVexil::childrenForAdding() {
   Rare& rare = this->rare();
   const std::lock_guard lock(propertyLock());

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <vexil/KRAVTWVItemVexil.h>
+#include <vexil/platform/Error.h>
 
 #include <cstddef>
 #include <memory>
@@ -18,6 +19,15 @@ struct ItemFields {
   static const platform::Key& childrenKey() {
     static const platform::Key key(KRAVTWVItemVexilKeyPathChildren);
     return key;
+  }
+
+  /// The item that a value refers to. Throws `InvalidArgument` when it refers to none.
+  static std::shared_ptr<Item> itemIn(const platform::Value& value) {
+    auto item = std::dynamic_pointer_cast<Item>(value.object());
+    if (!item) {
+      throw platform::InvalidArgument("not an item: " + value.description());
+    }
+    return item;
   }
 
   static const platform::Value& representedObject(const Item& item) {

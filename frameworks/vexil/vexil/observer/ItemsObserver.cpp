@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/KRAVTWVItemsObserver.h>
+#include <vexil/items/ItemFields.h>
 #include <vexil/items/ItemWalk.h>
 #include <vexil/platform/Error.h>
 #include <vexil/platform/ManyRegistrations.h>
@@ -108,11 +109,7 @@ void KRAVTWVItemsObserver::setRoot(const std::shared_ptr<KRAVTWVItemVexil>& root
 }
 
 void KRAVTWVItemsObserver::setRootValue(const Value& root) {
-  auto item = itemIn(root);
-  if (!item && !root.isAbsent()) {
-    throw platform::InvalidArgument("not an item: " + root.description());
-  }
-  setRoot(item);
+  setRoot(root.isAbsent() ? nullptr : vexil::detail::ItemFields::itemIn(root));
 }
 
 void KRAVTWVItemsObserver::setDelegate(

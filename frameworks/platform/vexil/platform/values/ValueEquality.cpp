@@ -16,9 +16,9 @@ namespace {
 /// How deep equality recurses. What lies deeper goes to `_pending`.
 constexpr int recursionDepth = 16;
 
-/// How many values are compared before the pairs that were found equal are remembered. The host of a
-/// list of records holds it too, so all records are shared, and remembering each of them would cost
-/// more than comparing it. A comparison begins with `lookedAtFreely` values. It gains
+/// How many values are compared before the pairs that were found equal are remembered. The host of
+/// a list of records holds it too, so all records are shared, and remembering each of them would
+/// cost more than comparing it. A comparison begins with `lookedAtFreely` values. It gains
 /// `lookedAtForEach` values for each element of the outermost container, and for each element of a
 /// container that it remembers. So the total stays linear in what there is.
 constexpr std::size_t lookedAtFreely = 1024;
