@@ -55,7 +55,8 @@ function(ternwoodvexil_library name)
   add_library(TernwoodVexil::${name} ALIAS ${target})
   target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${CMAKE_CURRENT_SOURCE_DIR} FILES
                                   ${arg_HEADERS})
-  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+  # Sources have helpers of the same names, so a host's unity build must not join them.
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name} UNITY_BUILD OFF)
   ternwoodvexil_warnings(${target})
   if(TERNWOODVEXIL_SANITIZE)
     # Tests spend most of their time in the libraries, which are compiled only once.

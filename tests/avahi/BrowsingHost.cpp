@@ -63,7 +63,7 @@ class Host {
     std::array<char, 64> line;
     while (!_loop.wait(std::chrono::seconds(60), others) ||
            ::read(STDIN_FILENO, line.data(), line.size()) > 0) {
-      _raisesNext = _raisesNext || others[0].revents != 0;
+      _throwsNext = _throwsNext || others[0].revents != 0;
     }
   }
 
@@ -90,8 +90,8 @@ class Host {
   void found(const ServiceBrowser::Service& service) {
     _services->addService(service);
     show();
-    if (_raisesNext) {
-      _raisesNext = false;
+    if (_throwsNext) {
+      _throwsNext = false;
       throw std::runtime_error("a handler in trouble");
     }
   }
@@ -123,7 +123,7 @@ class Host {
 
   vexil::avahi::PollLoop _loop;
   const std::shared_ptr<KRAVTWVServicesVexil> _services = std::make_shared<KRAVTWVServicesVexil>();
-  bool _raisesNext = false;
+  bool _throwsNext = false;
   platform::Observation _changes;
   std::unique_ptr<ServiceBrowser> _browser;
 };

@@ -11,10 +11,10 @@
 //       KRAVTWVActiveEventVexil       the record of a running event
 //       KRAVTWVNetServiceVexil        a network service
 //
-// A kind stores nothing that it can read from its represented object. It reads what it derives anew
-// each time, and its observers hear of it when the represented object is replaced. Setting a stored
-// identifier or label has no effect on a kind that derives it. A key that is missing from a record
-// reads as absent. So does every key where the represented object is no record.
+// A kind stores nothing that it can read from its represented object: it reads derived values at
+// each call. Its observers get a notice of them when the represented object is replaced. Setting a
+// stored identifier or label has no effect on a kind that derives it. A key that is missing from a
+// record reads as absent. So does every key where the represented object is no record.
 //
 // A host derives its own kinds with `KRAVTWVKind`. `KRAVTWVItemVexil`, in kinds/Item.h, is the
 // manual of all: what is announced, who owns whom, how a fresh list is merged.

@@ -13,7 +13,7 @@ class KRAVTWVItemsObserver;
 /// The key of an items observer's root, for hosts that observe it or set it by key.
 extern const std::string_view KRAVTWVItemsObserverKeyPathRoot;  ///< "root"
 
-/// Is told of every change of the children of any item of a watched tree.
+/// Gets a report of every change of the children of any item of a watched tree.
 class KRAVTWVItemsObserverDelegate : public vexil::platform::Object {
  public:
   /// Called after a change, on the thread that makes it and inside the operation that makes it.
@@ -31,7 +31,7 @@ class KRAVTWVItemsObserverDelegate : public vexil::platform::Object {
       const std::shared_ptr<KRAVTWVItemVexil>& parent) = 0;
 };
 
-/// Watches a whole tree of items from its root and tells a delegate of every change in it.
+/// Watches a whole tree of items from its root and reports every change in it to a delegate.
 ///
 ///     auto observer = KRAVTWVItemsObserver::init();
 ///     observer->setDelegate(view);
@@ -40,13 +40,13 @@ class KRAVTWVItemsObserverDelegate : public vexil::platform::Object {
 ///     observer->setRoot(nullptr);   // before the tree or the observer goes
 ///
 /// The observer registers for "children" on every item of the tree. It registers on subtrees that
-/// are inserted, and withdraws from subtrees that are removed, each before it tells the delegate.
+/// are inserted, and withdraws from subtrees that are removed, each before the report.
 /// `addChild` announces nothing, so the observer does not follow what it adds: set the root after
 /// building the tree. The observer does report when such items are removed or replaced.
 ///
 /// Order of reports: the removals and insertions below a child during a merge come before the
-/// replacement of the child. Setting the root reports nothing. A delegate may set the root while it
-/// is being told, also to the same one. Then it is told nothing more of the changes in progress.
+/// replacement of the child. Setting the root reports nothing. A delegate may set the root during a
+/// report, also to the same one. Then it gets no more reports of the changes in progress.
 ///
 /// The observer holds root and delegate weakly. When the tree goes, `root` becomes absent without
 /// an announcement. Some registrations may be left over: those on a tree whose observer is gone,

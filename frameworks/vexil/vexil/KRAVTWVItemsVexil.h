@@ -31,12 +31,12 @@ extern const std::string_view KRAVTWVEngineVexilKeyPathAvailable;    ///< "avail
 /// tree.
 ///
 /// The host must hold a collection by `std::shared_ptr` (`std::make_shared<KRAVTWVEventsVexil>()`).
-/// The collection makes the root once: a group without a label whose identifier is "root". Only
-/// `setRoot` replaces it, so a view or observer that is bound to the root stays bound.
+/// The collection makes the root once: a group whose label is empty and whose identifier is "root".
+/// Only `setRoot` replaces it, so a view or observer that is bound to the root stays bound.
 ///
 /// A collection keeps its input. It skips a change that equals what it holds, and otherwise builds
-/// all its items anew. The merge then keeps each item of the tree whose identifier is still there.
-/// A collection, its tree and its
+/// all its items anew. The merge then keeps the items of the tree whose identifiers are still there
+/// (`KRAVTWVItemVexil::replaceChildren` says how they are paired). A collection, its tree and its
 /// observers belong to one thread at a time. Single properties are atomic.
 ///
 /// Observers, and the objects that records hold, may do anything while a setter is at work: refresh
@@ -60,8 +60,8 @@ class KRAVTWVItemsVexil : public vexil::platform::Observable,
   void replaceRootChildren(const std::shared_ptr<const KRAVTWVItemArray>& items);
 
   /// Builds all items anew from the input that is held, and sets them as the root's children in one
-  /// announcement: a setting of "children" (`KRAVTWVItemVexil::setChildren`). A tree observer tells
-  /// its delegate of that as a removal of all old items and a setting with the new ones. Nothing is
+  /// announcement: a setting of "children" (`KRAVTWVItemVexil::setChildren`). A tree observer
+  /// reports that as a removal of all old items and a setting with the new ones. Nothing is
   /// compared, so no item stays and no identifier is needed. Does nothing without a root, and in a
   /// collection that has no input.
   ///

@@ -77,7 +77,7 @@ TEST(KeyAccess, NamesTheClassAndTheKeyItFailedOn) {
   const auto shelf = Shelf::make();
   try {
     (void)shelf->valueForKey("colour");
-    FAIL() << "nothing was raised";
+    FAIL() << "nothing was thrown";
   } catch (const UndefinedKey& error) {
     const std::string text = error.what();
     EXPECT_NE(text.find("test::Shelf"), std::string::npos) << text;

@@ -440,7 +440,7 @@ TEST_F(Observing, AContextThatNobodyKnowsRaisesInTheLastBaseClass) {
   add(plain, "label", ObservingOptions::none, &contextA);
   try {
     shelf->setLabel("a");
-    FAIL() << "nothing was raised";
+    FAIL() << "nothing was thrown";
   } catch (const platform::UnexpectedNotice& notice) {
     const std::string text = notice.what();
     EXPECT_NE(text.find("label"), std::string::npos) << text;

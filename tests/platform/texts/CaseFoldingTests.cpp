@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
-#include <vexil/platform/texts/CaseFolding.h>
+#include <vexil/platform/CaseFolding.h>
 
 namespace platform = vexil::platform;
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Prints hashes of things of several kinds, one a line. HashTests.cpp runs it more than once.
+#include <vexil/platform/Hash.h>
 #include <vexil/platform/Value.h>
 
 #include <cstdio>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // No one outside the process can foresee its hashes.
 #include <gtest/gtest.h>
+#include <vexil/platform/Hash.h>
 #include <vexil/platform/Value.h>
 
 #include <algorithm>

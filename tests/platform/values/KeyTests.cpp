@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
+#include <vexil/platform/Hash.h>
 #include <vexil/platform/Key.h>
 #include <vexil/platform/Value.h>
 

@@ -174,7 +174,7 @@ class World : public std::enable_shared_from_this<World<Collection>> {
     try {
       action(*this);
     } catch (const std::exception& error) {
-      tell(std::string("raised ") + typeid(error).name());
+      tell(std::string("thrown ") + typeid(error).name());
     }
     tell("sorted" + textOf(collection->sortedEvents()));
     show(*collection->root(), 0);

@@ -3,8 +3,8 @@
 #include "CollectionTesting.h"
 #include "tests/support/Property.h"
 
+#include <vexil/platform/CaseFolding.h>
 #include <vexil/platform/Error.h>
-#include <vexil/platform/texts/CaseFolding.h>
 
 #include <gtest/gtest.h>
 

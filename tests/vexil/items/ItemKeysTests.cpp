@@ -215,19 +215,19 @@ TEST(ItemDependentKeys, OfChildrenAreAnnouncedAsSettingsWhateverHappensToThem) {
   item->replaceChildren(items({plainItem("a"), plainItem("b")}));
   const Lines toTrue{"item isGroup setting old=false new=true",
                      "item isExpandable setting old=false new=true"};
-  EXPECT_EQ(notices->take(), toTrue) << "item an insertion";
+  EXPECT_EQ(notices->take(), toTrue) << "an insertion";
   const auto changed = plainItem("b");
   changed->setRepresentedObject("changed");
   item->replaceChildren(items({plainItem("a"), changed}));
   EXPECT_EQ(notices->take(), (Lines{"item isGroup setting old=true new=true",
                                     "item isExpandable setting old=true new=true"}))
-      << "item a replacement";
+      << "a replacement";
   const Lines toFalse{"item isGroup setting old=true new=false",
                       "item isExpandable setting old=true new=false"};
   item->removeChildrenAtIndexes({0, 1});
-  EXPECT_EQ(notices->take(), toFalse) << "item a removal";
+  EXPECT_EQ(notices->take(), toFalse) << "a removal";
   item->setChildren(items({plainItem("c")}));
-  EXPECT_EQ(notices->take(), toTrue) << "item a setting";
+  EXPECT_EQ(notices->take(), toTrue) << "a setting";
 }
 
 TEST(ItemNotices, OfARepresentedObjectCarryOnlyWhatWasAskedFor) {

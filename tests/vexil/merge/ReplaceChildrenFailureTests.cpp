@@ -69,7 +69,7 @@ TEST(ReplaceChildrenFailure, TheErrorNamesTheItem) {
   item->setLabel("Backup");
   try {
     plainItem("root")->replaceChildren(items({item}));
-    FAIL() << "nothing was raised";
+    FAIL() << "nothing was thrown";
   } catch (const InvalidArgument& error) {
     EXPECT_NE(std::string(error.what()).find("Backup"), std::string::npos) << error.what();
   }

@@ -59,7 +59,7 @@ struct ItemsObserverReentrancy : ::testing::Test {
       item->setChildren(items({}));
       const std::string end = " of " + item->uniqueID().displayText();
       const Lines reports = delegate->take();
-      EXPECT_EQ(reports.size(), 2U) << testing::PrintToString(reports);
+      ASSERT_EQ(reports.size(), 2U) << testing::PrintToString(reports);
       EXPECT_TRUE(reports.back().ends_with(end)) << testing::PrintToString(reports);
     }
   }

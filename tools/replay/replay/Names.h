@@ -2,8 +2,8 @@
 #pragma once
 
 #include <replay/Registry.h>
+#include <vexil/platform/Hash.h>
 #include <vexil/platform/Value.h>
-#include <vexil/platform/detail/Hash.h>
 
 #include <functional>
 #include <string>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/KRAVTWVItemsVexil.h>
 #include <vexil/collections/Lists.h>
-#include <vexil/texts/EmbeddedStrings.h>
+#include <vexil/texts/EmbeddedStrings.h>  // registers the tables
 
 #include <string_view>
 #include <typeinfo>

@@ -5,7 +5,7 @@
 #include <vexil/collections/RowsOfEvents.h>
 #include <vexil/order/EventOrder.h>
 #include <vexil/order/LiteralRefresh.h>
-#include <vexil/platform/detail/Hash.h>
+#include <vexil/platform/Hash.h>
 
 #include <string_view>
 #include <unordered_map>

@@ -4,7 +4,7 @@
 #include <vexil/platform/Calendar.h>
 #include <vexil/platform/Clock.h>
 #include <vexil/platform/Error.h>
-#include <vexil/texts/EmbeddedStrings.h>
+#include <vexil/texts/EmbeddedStrings.h>  // registers the tables
 
 #include <algorithm>
 #include <string>

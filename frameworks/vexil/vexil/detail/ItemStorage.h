@@ -19,7 +19,9 @@ namespace vexil::detail {
 /// There can be millions of items, so this is small. Most items are leaves and read their
 /// identifier and label from a record. What they do not need lies in `rare`, which is made when it
 /// is first needed. `rare` is the first member because a walk through a tree reads nothing else of
-/// a leaf, and there it lies in the same cache line as the beginning of the item.
+/// a leaf, and there it lies in the same cache line as the beginning of the item. The represented
+/// object follows, because comparing items reads it. Fields that are stored properties are called
+/// like the property, after an underscore.
 struct ItemStorage {
   using Children = std::vector<std::shared_ptr<KRAVTWVItemVexil>>;
 
@@ -37,7 +39,8 @@ struct ItemStorage {
   /// Returns null when no array of children has been made.
   [[nodiscard]] Children* children() const { return rare ? rare->_children.get() : nullptr; }
   [[nodiscard]] bool areChildrenAbsent() const { return rare && rare->areChildrenAbsent; }
-  void setChildren(std::shared_ptr<Children>& children) {
+  /// Stores other children; `children` are the old ones afterwards. There must be a `rare`.
+  void exchangeChildren(std::shared_ptr<Children>& children) {
     rare->areChildrenAbsent = children == nullptr;
     rare->_children.swap(children);
   }
@@ -48,6 +51,7 @@ struct ItemStorage {
   RecordAddress equalRecord;  // a record that equals the represented object
 };
 
-static_assert(sizeof(void*) != 8 || sizeof(ItemStorage) == 48, "every item pays for a field");
+static_assert(sizeof(void*) != 8 || sizeof(ItemStorage) == 48,
+              "each byte more costs memory in every item");
 
 }  // namespace vexil::detail

@@ -33,7 +33,7 @@ class ItemAddition {
   /// Those of the present items that go.
   [[nodiscard]] KRAVTWVItemArray goneOfPresent() const;
 
-  /// The items to add, in their order. One that is gone equals one that is added later.
+  /// The items to add, in their order. An entry with `isGone` is not added: a later one equals it.
   [[nodiscard]] std::span<const Entry> added() const {
     return std::span(_entries).subspan(_presentCount);
   }

@@ -56,7 +56,8 @@ std::shared_ptr<KRAVTWVItemArray> KRAVTWVItemVexil::children() const {
     }
   }
   Rare& rare = this->rare();
-  auto made = std::make_shared<KRAVTWVItemArray>();  // outside the lock, as it may take its time
+  auto made =
+      std::make_shared<KRAVTWVItemArray>();  // outside the lock, because allocating may be slow
   const std::lock_guard lock(propertyLock());
   if (!rare._children && !rare.areChildrenAbsent) {
     rare._children = std::move(made);
@@ -72,7 +73,7 @@ void KRAVTWVItemVexil::setChildren(std::shared_ptr<KRAVTWVItemArray> children) {
   (void)rare();  // there must be one to store them in
   {
     const std::lock_guard lock(propertyLock());
-    _stored.setChildren(children);
+    _stored.exchangeChildren(children);
   }
   didChangeValueForKey(std::move(change));
 }
@@ -112,7 +113,7 @@ KRAVTWVItemArray& KRAVTWVItemVexil::childrenForAdding() {
   const std::lock_guard lock(propertyLock());
   if (!rare._children) {
     auto started = std::make_shared<KRAVTWVItemArray>();
-    _stored.setChildren(started);
+    _stored.exchangeChildren(started);
   }
   return *rare._children;
 }
@@ -134,7 +135,7 @@ void KRAVTWVItemVexil::addChild(std::shared_ptr<KRAVTWVItemVexil> child) {
   childrenForAdding().push_back(std::move(child));
 }
 
-/// Takes those of some items out that are among the children by now. The caller holds them.
+/// Removes items from the children, as far as they are still there. The caller holds them.
 void KRAVTWVItemVexil::removeChildrenIn(KRAVTWVItemArray& items) {
   if (items.empty()) {
     return;

@@ -186,13 +186,14 @@ ItemComparison::Verdict ItemComparison::judgeByAsking(const ItemPointer& left,
 bool ItemComparison::compareOpen() {
   while (!_open.empty()) {
     if (_held.size() > _open.size()) {
-      _held.resize(_open.size());  // what was asked last is not open; letting go runs destructors
+      // The pair that was asked last was not opened. Letting go of it may run destructors.
+      _held.resize(_open.size());
     }
     Pair& pair = _open.back();
     const KRAVTWVItemArray& children = ItemFields::currentChildren(*pair.left);
     const KRAVTWVItemArray& others = ItemFields::currentChildren(*pair.right);
     if (_foreignCodeRan && children.size() != others.size()) {
-      return closeUnequal(Ownership::shared);  // they were as many before
+      return closeUnequal(Ownership::shared);  // they were as many when they were opened
     }
     if (pair.next >= children.size()) {
       closeEqual();
@@ -239,7 +240,7 @@ void ItemComparison::closeEqual() {
 
 /// Two items differ, so all the pairs that are open do.
 bool ItemComparison::closeUnequal(Ownership ofThoseThatDiffer) {
-  // The outermost pair is asked for just once.
+  // Nobody asks for the outermost pair again.
   for (; _open.size() > 1; _open.pop_back()) {
     if (ofThoseThatDiffer == Ownership::parentAlone && !_foreignCodeRan) {
       _found.push_back({_open.back().left, {_open.back().right, false}});

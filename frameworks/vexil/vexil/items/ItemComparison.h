@@ -13,7 +13,7 @@
 
 namespace vexil::detail {
 
-/// Who can change an item behind the back of the operation that is at work on it.
+/// Who else can change an item during an operation on it.
 enum class Ownership : std::uint8_t {
   /// Nobody: every item and every array, from the top of the operation down to this item, is held
   /// by its parent alone, and no represented object refers to an object, which could be an item.
@@ -29,8 +29,8 @@ enum class Ownership : std::uint8_t {
 ///
 /// But the merge changes items meanwhile. So an answer is remembered only for two items that are
 /// owned by their parents alone, and only if all items that were compared for it are, too: nothing
-/// that the merge does elsewhere changes them. Foreign code can do anything, so who lets it run
-/// calls `forget`.
+/// that the merge does elsewhere changes them. Foreign code can do anything, so the code that lets
+/// it run must call `forget`.
 ///
 /// A comparison itself runs foreign code where a represented object must be asked whether it is
 /// equal, or an item of another class whether it is of the receiver's kind. Before it asks, it
@@ -72,7 +72,7 @@ class ItemComparison {
     bool equal;
   };
 
-  /// What can be told of two items without running foreign code.
+  /// What can be decided about two items without running foreign code.
   static std::optional<Verdict> judgeAtOnce(const Item& left, const Item& right);
   static std::optional<Verdict> judgeContentAtOnce(const Item& left, const Item& right);
   /// The same, also by running foreign code. The caller holds both items.
@@ -90,8 +90,8 @@ class ItemComparison {
   [[nodiscard]] bool closeUnequal(Ownership ofThoseThatDiffer);
 
   std::vector<Pair> _open;
-  std::vector<std::pair<HeldItem, HeldItem>> _held;  // the first so many of the open pairs
-  bool _foreignCodeRan = false;  // during this comparison, which is not remembered then
+  std::vector<std::pair<HeldItem, HeldItem>> _held;  // holds the first pairs of `_open`
+  bool _foreignCodeRan = false;  // during this comparison; if so, nothing of it is remembered
   std::vector<std::pair<const Item*, Answer>> _found;  // during this comparison
   std::unordered_map<const Item*, Answer> _answers;
 };

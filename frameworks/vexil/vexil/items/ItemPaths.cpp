@@ -25,7 +25,7 @@ std::string_view stringIdentifier(const Value& identifier, const KRAVTWVItemVexi
 }  // namespace
 
 std::string KRAVTWVItemVexil::path() const {
-  const auto held = weak_from_this().lock();  // a kind may let go of it when it is asked
+  const auto self = weak_from_this().lock();  // a kind may let go of it when it is asked
   std::vector<std::string> identifiers{std::string(stringIdentifier(uniqueID(), *this))};
   for (auto item = parent(); item; item = item->parent()) {
     identifiers.emplace_back(stringIdentifier(item->uniqueID(), *item));
@@ -38,7 +38,7 @@ std::string KRAVTWVItemVexil::path() const {
 }
 
 std::shared_ptr<KRAVTWVItemVexil> KRAVTWVItemVexil::itemWithPath(std::string_view path) const {
-  const auto held = std::static_pointer_cast<KRAVTWVItemVexil>(
+  const auto self = std::static_pointer_cast<KRAVTWVItemVexil>(
       std::const_pointer_cast<platform::Observable>(shared_from_this()));
   // All is held and copied, because kinds may change everything when they are asked.
   const std::string wanted(path);
@@ -46,7 +46,7 @@ std::shared_ptr<KRAVTWVItemVexil> KRAVTWVItemVexil::itemWithPath(std::string_vie
     std::shared_ptr<KRAVTWVItemVexil> item;
     std::size_t start;  // of what is left of the path
   };
-  std::vector<Pending> pending{{held, 0}};  // the next one last
+  std::vector<Pending> pending{{self, 0}};  // a stack: the last one is next
   while (!pending.empty()) {
     const Pending next = std::move(pending.back());
     pending.pop_back();

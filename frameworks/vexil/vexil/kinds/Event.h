@@ -30,9 +30,9 @@ class EventFactories : public ItemFactories<Self, Base> {
     return EventFactories::itemWithRepresentedObject(std::move(event));
   }
 
-  /// The event that a pasteboard's property list of this type is, never a null pointer; see
-  /// `KRAVTWVEventVexil::readableTypesForPasteboard`. For anything else an item as it is before it
-  /// is initialised: it represents nothing, and its children are absent.
+  /// Makes an event of a pasteboard's property list of this type; see
+  /// `KRAVTWVEventVexil::readableTypesForPasteboard`. Never a null pointer. For anything else an
+  /// item as it is before it is initialised: it represents nothing, and its children are absent.
   static std::shared_ptr<Self> initWithPasteboardPropertyListOfType(
       const platform::Value& propertyList, std::string_view type) {
     return detail::isEventFromPasteboard(propertyList, type) ? Self::itemWithEvent(propertyList)

@@ -4,7 +4,7 @@
 #include <vexil/platform/Value.h>
 
 /// What a kind implements when it stands for an event. Only items of such kinds contribute to a
-/// schedule. Ask an item with a cast.
+/// schedule. Use `dynamic_cast` to find out whether an item is one.
 class KRAVTWVEventRepresenting {
  public:
   KRAVTWVEventRepresenting() = default;

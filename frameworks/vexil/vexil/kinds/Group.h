@@ -16,7 +16,8 @@ class KRAVTWVGroupVexil;
 namespace vexil {
 
 namespace detail {
-/// The identifier of a group that is read from this type; absent when no group is.
+/// The identifier of a group that is read from this type; absent when this type is not read as a
+/// group.
 [[nodiscard]] std::optional<std::string_view> identifierOfGroupFromPasteboard(
     std::string_view type);
 /// Adds the events of the schedule in `propertyList` to a group.
@@ -35,10 +36,10 @@ class GroupFactories : public ItemFactories<Self, Base> {
     return GroupFactories::makeItem(std::move(label), std::move(uniqueID));
   }
 
-  /// The group that a pasteboard's property list of this type stands for, never a null pointer; see
-  /// `KRAVTWVGroupVexil::readableTypesForPasteboard`. For any other type an item as it is before it
-  /// is initialised: it represents nothing, has no label and no identifier, and its children are
-  /// absent.
+  /// Makes a group of a pasteboard's property list of this type; see
+  /// `KRAVTWVGroupVexil::readableTypesForPasteboard`. Never a null pointer. For any other type an
+  /// item as it is before it is initialised: it represents nothing, has no label and no identifier,
+  /// and its children are absent.
   static std::shared_ptr<Self> initWithPasteboardPropertyListOfType(
       const platform::Value& propertyList, std::string_view type) {
     const auto identifier = detail::identifierOfGroupFromPasteboard(type);

@@ -181,8 +181,8 @@ class KRAVTWVItemVexil : public vexil::platform::Observable {
   /// 3. replacement at the positions where a child that stayed does not equal the item at the same
   ///    position of `fresh`. While this change is pending, each such child takes over that item's
   ///    represented object (`setRepresentedObject`) and, by this same operation, its children. The
-  ///    child keeps its class, stored identifier, stored label and parent. So observers hear of all
-  ///    changes inside a child before they hear of the replacement.
+  ///    child keeps its class, stored identifier, stored label and parent. So observers get
+  ///    the notices of all changes inside a child before that of the replacement.
   ///
   /// Children that stay are paired with `fresh` by position, not by identifier. Where the order has
   /// changed, they take over each other's content. Nothing is announced when nothing differs. A

@@ -53,7 +53,7 @@ struct FreshEvents {
   [[nodiscard]] std::optional<platform::IndexSet> changesInPlace(
       const KRAVTWVItemVexil& receiver) const;
 
-  /// Which identifiers came and which went, if the lineage tells that without a look at them.
+  /// Which identifiers came and which went, if the lineage tells that without comparing them.
   [[nodiscard]] std::optional<IdentifierDifference> knownDifference(
       const KRAVTWVItemArray& children) const;
 
@@ -67,24 +67,26 @@ struct FreshEvents {
   /// Nothing for any other child, and then nothing was asked.
   [[nodiscard]] std::optional<bool> isEqualTo(KRAVTWVItemVexil& child, std::size_t index) const;
 
-  /// `child.setRepresentedObject` of the record at a position, for a plain event that nobody
+  /// Does what `child.setRepresentedObject(record(index))` does for a plain event that nobody
   /// observes.
-  void replaceUnheard(KRAVTWVItemVexil& child, std::size_t index) const;
+  void replaceUnobserved(KRAVTWVItemVexil& child, std::size_t index) const;
 
-  /// To be called when a child has taken over the record at a position.
+  /// Has a child remember the record at `index`, if the child is a plain event and still represents
+  /// that very record. Call it when the child has taken the record over.
   void noteEqual(KRAVTWVItemVexil& child, std::size_t index) const;
 };
 
-/// What the lineage of records says of them, at hand for a loop over many events.
+/// Answers questions about many records of one fresh list quickly, with the help of their lineage.
 class KnownRecords {
  public:
   explicit KnownRecords(const FreshEvents& events);
 
-  /// Whether the record at `index` equals that of a plain event, if what the event remembers tells.
+  /// Whether the record of a plain event equals the record at `index`. Answers only from what the
+  /// event remembers, otherwise nothing.
   [[nodiscard]] std::optional<bool> isEqualAsRemembered(const KRAVTWVItemVexil& event,
                                                         std::size_t index) const;
-  /// The same for any plain event, also by comparing. Nothing where an object of a host must be
-  /// asked. If the two are equal, the event remembers the record.
+  /// The same, and compares if the event remembers nothing. Nothing when an object of a host must
+  /// be asked. If the two are equal, the event remembers the record.
   [[nodiscard]] std::optional<bool> isEqualAtOnce(KRAVTWVItemVexil& event, std::size_t index) const;
   /// The same, also by running foreign code. Nothing is remembered, because objects may answer
   /// otherwise the next time.
@@ -162,10 +164,11 @@ inline bool KnownRecords::isEqualByAsking(const KRAVTWVItemVexil& event, std::si
   return object == record;
 }
 
-inline void FreshEvents::replaceUnheard(KRAVTWVItemVexil& child, std::size_t index) const {
+inline void FreshEvents::replaceUnobserved(KRAVTWVItemVexil& child, std::size_t index) const {
   platform::Value object = record(index);
   ItemFields::exchangeRepresentedObject(child, object);
   KnownRecords(*this).note(child, index);
-}  // lets go of the old object last, because that may run foreign code
+  // Lets go of the old object here, last, because that may run foreign code.
+}
 
 }  // namespace vexil::detail

@@ -16,7 +16,7 @@ namespace vexil::detail {
 
 /// A fresh list of items of the library's own kinds, each with the events that belong below it. A
 /// row gets its children only when it is inserted, or when a live row cannot be compared without
-/// them. One thing tells that to an observer: when an event is inserted below a row that stays, its
+/// them. An observer can see one difference: when an event is inserted below a row that stays, its
 /// parent is the fresh row, and that row has no children while the merge goes on.
 class FreshRows {
  public:

@@ -2,6 +2,7 @@
 #include <vexil/items/ItemFields.h>
 #include <vexil/merge/ItemMerge.h>
 #include <vexil/merge/Prefetching.h>
+#include <vexil/order/EventSorting.h>
 #include <vexil/platform/Error.h>
 
 #include <algorithm>
@@ -75,8 +76,7 @@ void requireIdentifiers(const std::vector<Value>& identifiers, const ItemAt& ite
 
 /// Whether no foreign code runs when identifiers are compared.
 bool arePlain(const std::vector<Value>& identifiers) {
-  return std::ranges::all_of(identifiers,
-                             [](const Value& each) { return each.isString() || each.isNumber(); });
+  return std::ranges::all_of(identifiers, isPlainIdentifier);
 }
 
 /// The positions of those of some identifiers that came. An identifier came if it is among `fresh`
@@ -93,6 +93,19 @@ IndexSet positionsThatCame(const std::vector<Value>& identifiers, const std::vec
   }
   return indexes;
 }
+
+/// After observers got a notice of the removal: a host may have given its fresh items other
+/// identifiers then.
+void updateAppeared(const FreshItems& fresh, const std::vector<Value>& freshBefore,
+                    const std::vector<Value>& old, IndexSet& appeared) {
+  const std::vector<Value> current = fresh.identifiers();
+  if (current != freshBefore) {
+    appeared = positionsThatCame(current, freshBefore, old);
+  }
+}
+template <class Source>
+void updateAppeared(const Source&, const std::vector<Value>&, const std::vector<Value>&,
+                    IndexSet&) {}
 
 // --- insertion
 
@@ -200,15 +213,8 @@ IndexSet ItemMerge::mergeUpToReplacement(Item& receiver, const Source& fresh) {
     difference = readDifference(receiver, fresh, identifiers);
   }
   auto& [vanished, appeared] = *difference;
-  const bool wasHeard = !vanished.empty() && remove(receiver, vanished);
-  if constexpr (std::is_same_v<Source, FreshItems>) {
-    // The host's items may have other identifiers since it heard of the removal.
-    if (wasHeard) {
-      const std::vector<Value> current = fresh.identifiers();
-      if (current != identifiers.fresh) {
-        appeared = positionsThatCame(current, identifiers.fresh, identifiers.old);
-      }
-    }
+  if (!vanished.empty() && remove(receiver, vanished)) {
+    updateAppeared(fresh, identifiers.fresh, identifiers.old, appeared);
   }
   if (!appeared.empty()) {
     insert(receiver, fresh, appeared);
@@ -326,15 +332,21 @@ bool ItemMerge::isChildEqual(const Item& receiver, const Source& fresh, std::siz
     throw platform::RangeError("there is no fresh item for a child that stayed, or no child: " +
                                std::to_string(index));
   }
-  if constexpr (std::is_same_v<Source, FreshItems>) {
-    return _comparison.equal(children[index], fresh.item(index), fresh.ownership());
-  } else {
-    if (const std::optional<bool> known = fresh.isEqualTo(*children[index], index)) {
-      return *known;
-    }
-    const std::shared_ptr<Item> child = children[index];
-    return child->isEqual(*fresh.item(index));
+  return isEqual(children, fresh, index);
+}
+
+bool ItemMerge::isEqual(const KRAVTWVItemArray& children, const FreshItems& fresh,
+                        std::size_t index) {
+  return _comparison.equal(children[index], fresh.item(index), fresh.ownership());
+}
+
+template <class Source>
+bool ItemMerge::isEqual(const KRAVTWVItemArray& children, const Source& fresh, std::size_t index) {
+  if (const std::optional<bool> known = fresh.isEqualTo(*children[index], index)) {
+    return *known;
   }
+  const std::shared_ptr<Item> child = children[index];
+  return child->isEqual(*fresh.item(index));
 }
 
 void ItemMerge::replaceNext() {
@@ -369,10 +381,10 @@ void ItemMerge::replace(const KRAVTWVItemArray& children, const FreshItems& fres
 void ItemMerge::replace(const KRAVTWVItemArray& children, const FreshEvents& fresh,
                         std::size_t index) {
   prefetchToReplace(children, fresh, index);
-  // Held, because whoever hears of this may change the array.
+  // Held, because an observer may change the array.
   const std::shared_ptr<Item> child = children[index];
   if (!child->isObserved() && ItemFields::isPlainEvent(*child)) {
-    fresh.replaceUnheard(*child, index);
+    fresh.replaceUnobserved(*child, index);
   } else {
     announce(*child, [&] { child->setRepresentedObject(fresh.record(index)); });
     fresh.noteEqual(*child, index);

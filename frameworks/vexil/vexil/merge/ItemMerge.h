@@ -20,13 +20,12 @@
 namespace vexil::detail {
 
 /// What a merge brings in. Collections hand over records where they can, because most refreshes
-/// bring what is there already: then only the items that are inserted are made. An observer sees no
-/// difference, because of fresh items it only ever sees those that are inserted (and see
-/// `FreshRows`).
+/// bring what is there already: then only the items that are inserted are made. An observer sees
+/// only the fresh items that are inserted, so it cannot tell (one exception: `FreshRows`).
 using FreshSource = std::variant<FreshItems, FreshEvents, FreshRows>;
 
-/// One `replaceChildren` with all the nested ones it leads to, without recursion: a level is what
-/// the nested call would have on the stack.
+/// One `replaceChildren` with all the nested ones that it leads to. It keeps a list of levels
+/// instead of recursing. A level is one receiver whose replacement is not finished.
 class ItemMerge {
  public:
   using Item = KRAVTWVItemVexil;
@@ -65,7 +64,7 @@ class ItemMerge {
   template <class Source>
   [[nodiscard]] IdentifierDifference readDifference(const Item& receiver, const Source& fresh,
                                                     Identifiers& identifiers);
-  /// Returns whether observers may have heard of it.
+  /// Returns whether observers may have got a notice of it.
   bool remove(Item& receiver, const platform::IndexSet& indexes);
   template <class Source>
   void insert(Item& receiver, const Source& fresh, const platform::IndexSet& indexes);
@@ -80,6 +79,11 @@ class ItemMerge {
                          std::size_t to, platform::IndexSet& changed);
   template <class Source>
   [[nodiscard]] bool isChildEqual(const Item& receiver, const Source& fresh, std::size_t index);
+  [[nodiscard]] bool isEqual(const KRAVTWVItemArray& children, const FreshItems& fresh,
+                             std::size_t index);
+  template <class Source>
+  [[nodiscard]] bool isEqual(const KRAVTWVItemArray& children, const Source& fresh,
+                             std::size_t index);
 
   /// Has the next child of the innermost level take over the content of the fresh item.
   void replaceNext();
@@ -87,8 +91,8 @@ class ItemMerge {
   void replace(const KRAVTWVItemArray& children, const FreshEvents& fresh, std::size_t index);
   void replace(const KRAVTWVItemArray& children, const FreshRows& fresh, std::size_t index);
 
-  /// Makes a change of `item` that is announced. Returns whether observers may have heard of it,
-  /// and so have done anything.
+  /// Makes a change of `item` that is announced. Returns whether observers may have got a notice,
+  /// and so may have done anything.
   template <class Change>
   bool announce(const Item& item, Change&& change);
 

@@ -9,7 +9,7 @@
 
 namespace vexil::detail {
 
-/// How many turns before it is needed a thing is fetched.
+/// A thing is fetched this many turns before it is needed.
 inline constexpr std::size_t turnsAhead = 6;
 
 /// For a loop that compares children with records at the same positions and has come to `index`.

@@ -20,6 +20,7 @@ using platform::Key;
 using platform::KeyAccess;
 using platform::ObservingOptions;
 using platform::Value;
+using vexil::detail::ItemFields;
 
 namespace {
 
@@ -31,13 +32,8 @@ const Key& rootKey() {
   return key;
 }
 
-std::shared_ptr<KRAVTWVItemVexil> itemIn(const Value& value) {
+std::shared_ptr<KRAVTWVItemVexil> itemOrNull(const Value& value) {
   return std::dynamic_pointer_cast<KRAVTWVItemVexil>(value.object());
-}
-
-const Key& childrenKey() {
-  static const Key key(KRAVTWVItemVexilKeyPathChildren);
-  return key;
 }
 
 /// Calls `visit` for each item in the subtrees of a change record's array. Throws `InvalidArgument`
@@ -53,13 +49,14 @@ void walkThroughTreesIn(const Value& items, const Visit& visit) {
 }
 
 void registerOn(const Value& items, const std::shared_ptr<platform::Observer>& observer) {
-  platform::ManyRegistrations registrations(observer, childrenKey(), ObservingOptions::both,
-                                            &childrenContext);
+  platform::ManyRegistrations registrations(observer, ItemFields::childrenKey(),
+                                            ObservingOptions::both, &childrenContext);
   walkThroughTreesIn(items, [&](KRAVTWVItemVexil& item) { registrations.addTo(item); });
 }
 
 void withdrawFrom(const Value& items, const std::shared_ptr<platform::Observer>& observer) {
-  platform::detail::ManyQuietWithdrawals withdrawals(observer, childrenKey(), &childrenContext);
+  platform::detail::ManyQuietWithdrawals withdrawals(observer, ItemFields::childrenKey(),
+                                                     &childrenContext);
   walkThroughTreesIn(items, [&](KRAVTWVItemVexil& item) { withdrawals.removeFrom(item); });
 }
 
@@ -109,7 +106,7 @@ void KRAVTWVItemsObserver::setRoot(const std::shared_ptr<KRAVTWVItemVexil>& root
 }
 
 void KRAVTWVItemsObserver::setRootValue(const Value& root) {
-  setRoot(root.isAbsent() ? nullptr : vexil::detail::ItemFields::itemIn(root));
+  setRoot(root.isAbsent() ? nullptr : ItemFields::itemIn(root));
 }
 
 void KRAVTWVItemsObserver::setDelegate(
@@ -148,8 +145,8 @@ void KRAVTWVItemsObserver::observeValueForKeyPathOfObjectChangeContext(
 }
 
 void KRAVTWVItemsObserver::rootDidChange(const ChangeRecord& change) {
-  leave(itemIn(change.oldValue));
-  if (const auto newRoot = itemIn(change.newValue)) {
+  leave(itemOrNull(change.oldValue));
+  if (const auto newRoot = itemOrNull(change.newValue)) {
     _watch =
         std::make_shared<Watch>(std::static_pointer_cast<KRAVTWVItemsObserver>(shared_from_this()));
     newRoot->addObserverForRecursiveChildrenWithOptionContext(_watch, ObservingOptions::both,
@@ -165,7 +162,8 @@ void KRAVTWVItemsObserver::leave(const std::shared_ptr<KRAVTWVItemVexil>& oldRoo
   watch->end();
   if (oldRoot) {
     try {
-      platform::detail::ManyQuietWithdrawals withdrawals(watch, childrenKey(), &childrenContext);
+      platform::detail::ManyQuietWithdrawals withdrawals(watch, ItemFields::childrenKey(),
+                                                         &childrenContext);
       vexil::detail::ItemWalk::throughTree(
           *oldRoot, [&](KRAVTWVItemVexil& item) { withdrawals.removeFrom(item); });
     } catch (const std::bad_alloc&) {

@@ -15,11 +15,6 @@
 
 namespace vexil::detail {
 
-/// Whether an identifier is a text or number. Looking it up runs no foreign code then.
-[[nodiscard]] inline bool isPlainIdentifier(const platform::Value& identifier) {
-  return identifier.isString() || identifier.isNumber();
-}
-
 /// Looks for the records of a fresh list among those held.
 class EventOrder::Search {
  public:
@@ -81,7 +76,7 @@ class EventOrder::Search {
 
     std::size_t begin;
     std::size_t end;
-    // By the index in the block. What no step has written is not initialized.
+    // By the index in the block. Entries that no step has written are uninitialized.
     std::array<Place, blockSize> candidates;      // where the record is probably held
     std::array<std::uint64_t, blockSize> hashes;  // of identifiers, for records without a candidate
   };

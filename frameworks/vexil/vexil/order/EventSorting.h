@@ -13,6 +13,11 @@ namespace vexil::detail {
 /// The key of the identifier in an event record.
 [[nodiscard]] const platform::Key& eventIdentifierKey();
 
+/// Whether an identifier is a text or number. Looking it up runs no foreign code then.
+[[nodiscard]] inline bool isPlainIdentifier(const platform::Value& identifier) {
+  return identifier.isString() || identifier.isNumber();
+}
+
 /// The two values that decide the order of records.
 struct EventKeys {
   const platform::Value* name;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Internal: the strings tables that the build embeds. A source that looks a text up must include
-// this header.
+// this header, which registers them in the program.
 #pragma once
 
 #include <vexil/platform/Bundle.h>

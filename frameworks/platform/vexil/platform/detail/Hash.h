@@ -4,27 +4,8 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
 
-namespace vexil::platform {
-
-/// The hash of a text's bytes. Keys and string values have this hash.
-///
-/// Like every hash of texts, numbers and values it depends on random numbers of this process, so
-/// that nobody outside can construct texts that collide. The next process has other hashes: nothing
-/// that is shown, stored or sent may depend on them.
-[[nodiscard]] std::size_t hashOfText(std::string_view text) noexcept;
-
-/// For unordered containers of texts, in place of `std::hash`, for which anyone can compute
-/// collisions.
-struct HashOfText {
-  using is_transparent = void;
-  // Not noexcept, because then the standard library keeps the hashes with the elements.
-  // NOLINTNEXTLINE(modernize-use-noexcept)
-  std::size_t operator()(std::string_view text) const { return hashOfText(text); }
-};
-
-namespace detail {
+namespace vexil::platform::detail {
 
 /// The random numbers of this process. They are zero until the first hash is computed, which may
 /// happen before the statics of this library are initialised.
@@ -98,6 +79,4 @@ class HashKeys {
   return folded(first ^ keys.first, second ^ keys.second) ^ folded(third ^ keys.third, keys.factor);
 }
 
-}  // namespace detail
-
-}  // namespace vexil::platform
+}  // namespace vexil::platform::detail

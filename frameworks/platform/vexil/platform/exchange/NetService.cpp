@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <vexil/platform/CaseFolding.h>
 #include <vexil/platform/NetService.h>
-#include <vexil/platform/texts/CaseFolding.h>
 
 #include <algorithm>
 #include <memory>

@@ -59,7 +59,7 @@ ChangeInProgress::~ChangeInProgress() {
 }
 
 void ChangeInProgress::collectConcerned() {
-  const Key changing = _keyChanges.front().key;
+  const Key changing = _keyChanges.front().key;  // a copy, because the vector grows
   for (Notice& notice : _notices) {
     const Registration& registration = *notice.registration;
     const KeyRelation relation = keyRelation(*_object, registration.key, changing);
@@ -113,7 +113,8 @@ std::exception_ptr ChangeInProgress::readNewValues() noexcept {
       change.record.newValue = newValue(change);
     } catch (...) {
       thrown = thrown ? thrown : std::current_exception();
-      change.isUnreadable = &change != &_keyChanges.front();  // the change itself is always told
+      change.isUnreadable =
+          &change != &_keyChanges.front();  // observers always get the change itself
     }
   }
   return thrown;

@@ -20,7 +20,7 @@ namespace detail {
 /// A pending change, until the end of its delivery.
 ///
 /// All changes in progress of an object can be found. So a withdrawal is noted in each of them,
-/// whichever threads began the change and end it.
+/// on whichever thread it began and will end.
 class ChangeInProgress {
  public:
   /// `object` is observed. The change concerns only registrations that it has now. `record` has the

@@ -21,7 +21,6 @@ using AffectingKeys = std::vector<Key>;
 /// unloaded, and then the type of another class may stand at that address.
 class DependentKeyCache {
  public:
-  DependentKeyCache() = default;
   DependentKeyCache(const DependentKeyCache&) = delete;
   DependentKeyCache& operator=(const DependentKeyCache&) = delete;
   ~DependentKeyCache();
@@ -36,6 +35,8 @@ class DependentKeyCache {
   void remember(const std::type_info& type, const Key& key, const AffectingKeys& keys);
 
  private:
+  DependentKeyCache() = default;
+
   struct Class {
     std::string name;
     std::unordered_map<Key, AffectingKeys> answers;

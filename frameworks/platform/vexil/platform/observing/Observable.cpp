@@ -79,7 +79,7 @@ bool Observable::isReadable(const Key& key) const {
 }
 
 Value Observable::valueForKey(const Key& keyOfCaller) const {
-  const auto held = weak_from_this().lock();  // a getter may let go of the object and of the key
+  const auto self = weak_from_this().lock();  // a getter may let go of the object and of the key
   const Key key = keyOfCaller;
   const KeyAccess* access = keyTable().find(key);
   if (access == nullptr || access->get == nullptr) {
@@ -90,7 +90,7 @@ Value Observable::valueForKey(const Key& keyOfCaller) const {
 }
 
 void Observable::setValueForKey(const Value& valueOfCaller, const Key& keyOfCaller) {
-  const auto held = weak_from_this().lock();  // a setter may let go of the object and arguments
+  const auto self = weak_from_this().lock();  // a setter may let go of the object and arguments
   const Value value = valueOfCaller;
   const Key key = keyOfCaller;
   const KeyAccess* access = keyTable().find(key);

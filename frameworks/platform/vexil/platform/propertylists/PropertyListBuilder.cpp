@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <vexil/platform/Hash.h>
 #include <vexil/platform/propertylists/PropertyListBuilder.h>
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
 #include <unicode/uchar.h>
-#include <vexil/platform/texts/CaseFolding.h>
+#include <vexil/platform/CaseFolding.h>
 
 #include <stdexcept>
 

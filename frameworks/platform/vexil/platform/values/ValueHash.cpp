@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The hash of values.
+#include <vexil/platform/Hash.h>
 #include <vexil/platform/Value.h>
 
 #include <array>

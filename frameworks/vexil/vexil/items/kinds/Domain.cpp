@@ -3,7 +3,7 @@
 #include <vexil/kinds/Domain.h>
 #include <vexil/platform/Bundle.h>
 #include <vexil/platform/Key.h>
-#include <vexil/texts/EmbeddedStrings.h>
+#include <vexil/texts/EmbeddedStrings.h>  // registers the tables
 
 namespace platform = vexil::platform;
 
@@ -12,7 +12,7 @@ using platform::Value;
 
 namespace {
 
-/// Interned at the first use of any: by then the host's definitions of the constants are linked.
+/// Interned when one of them is first used: by then the host's own constants are linked.
 struct RecordKeys {
   Key uniqueID{kTWDomainUniqueID};
   Key name{kTWDomainName};

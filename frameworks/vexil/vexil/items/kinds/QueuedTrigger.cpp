@@ -12,7 +12,7 @@ using platform::Value;
 
 namespace {
 
-/// Interned at the first use of any: by then the host's definitions of the constants are linked.
+/// Interned when one of them is first used: by then the host's own constants are linked.
 struct RecordKeys {
   Key triggerID{kTWQueuedTriggerTriggerID};
   Key event{kTWQueuedTriggerEvent};

@@ -43,7 +43,7 @@ Value encoded(const Value& propertyList, const KRAVTWVItemVexil& writer) {
 
 namespace {
 
-/// The place of the item's schedule file; absent when its label names none there.
+/// Where the item's schedule file is to be; absent when its label is no file name.
 std::optional<FileURL> scheduleFileIn(const FileURL& directory, const KRAVTWVItemVexil& item) {
   const Value label = item.label();
   // The label is used as it is, but it must not lead out of the directory.

@@ -13,7 +13,7 @@
 
 namespace vexil::detail {
 
-// Which type this is. Types are compared by `typeIdentifiersAreEqual`.
+// Each says whether `type` is that type. Types are compared by `typeIdentifiersAreEqual`.
 [[nodiscard]] bool isScheduleType(std::string_view type);
 [[nodiscard]] bool isEventType(std::string_view type);
 [[nodiscard]] bool isFileURLType(std::string_view type);
