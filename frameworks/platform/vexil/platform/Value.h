@@ -470,7 +470,9 @@ inline bool Value::sharesStorageWith(const Value& other) const noexcept {
   return _tag >= tagString && _tag == other._tag && word(0) == other.word(0);  // the addresses
 }
 
-inline void Value::prefetch(std::size_t lines) const noexcept {
+// Always inlined, as every function that only prefetches: GCC takes a call of it for one without
+// effect and drops it.
+[[gnu::always_inline]] inline void Value::prefetch(std::size_t lines) const noexcept {
   constexpr std::size_t line = 64;
   if (_tag >= tagString && _tag != tagObject) {
     const auto* shared = load<const char*>();
@@ -480,7 +482,7 @@ inline void Value::prefetch(std::size_t lines) const noexcept {
   }
 }
 
-inline void Value::prefetchParts() const noexcept {
+[[gnu::always_inline]] inline void Value::prefetchParts() const noexcept {
   constexpr std::size_t many = 16;
   const std::span<const Value> parts = values();
   for (const Value& part : parts.first(std::min(parts.size(), many))) {

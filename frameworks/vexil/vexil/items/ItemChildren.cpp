@@ -105,7 +105,7 @@ Value KRAVTWVItemVexil::childrenValue() const {
 
 bool KRAVTWVItemVexil::isLeaf() const {
   const std::lock_guard lock(propertyLock());
-  return ItemFields::currentChildren(*this).empty();
+  return ItemFields::hasNoChildren(*this);
 }
 
 KRAVTWVItemArray& KRAVTWVItemVexil::childrenForAdding() {

@@ -52,8 +52,9 @@ class ItemWalk {
     const std::shared_ptr<KRAVTWVItemVexil>* end;
   };
   static Siblings childrenOf(const KRAVTWVItemVexil& item) {
-    const KRAVTWVItemArray& children = ItemFields::currentChildren(item);
-    return {children.data(), children.data() + children.size()};
+    const KRAVTWVItemArray* const children = ItemFields::currentChildrenOrNull(item);
+    return children == nullptr ? Siblings{nullptr, nullptr}
+                               : Siblings{children->data(), children->data() + children->size()};
   }
 };
 

@@ -181,7 +181,7 @@ std::size_t ItemMerge::Level::next() {
 void ItemMerge::open(std::shared_ptr<Item> receiver, FreshSource fresh) {
   const bool isFreshEmpty =
       std::visit([](const auto& source) { return source.size() == 0; }, fresh);
-  if (isFreshEmpty && ItemFields::currentChildren(*receiver).empty()) {
+  if (isFreshEmpty && ItemFields::hasNoChildren(*receiver)) {
     return;
   }
   IndexSet changed = std::visit(
@@ -389,7 +389,7 @@ void ItemMerge::replace(const KRAVTWVItemArray& children, const FreshEvents& fre
     announce(*child, [&] { child->setRepresentedObject(fresh.record(index)); });
     fresh.noteEqual(*child, index);
   }
-  if (!ItemFields::currentChildren(*child).empty()) {
+  if (!ItemFields::hasNoChildren(*child)) {
     open(child, FreshItems());
   }
 }

@@ -13,8 +13,8 @@ namespace vexil::detail {
 inline constexpr std::size_t turnsAhead = 6;
 
 /// For a loop that compares children with records at the same positions and has come to `index`.
-inline void prefetchToCompare(const KRAVTWVItemArray& children, const FreshEvents& events,
-                              std::size_t index) {
+[[gnu::always_inline]] inline void prefetchToCompare(const KRAVTWVItemArray& children,
+                                                     const FreshEvents& events, std::size_t index) {
   if (index + 3 * turnsAhead >= children.size() || index + turnsAhead >= events.size()) {
     return;
   }
@@ -28,8 +28,8 @@ inline void prefetchToCompare(const KRAVTWVItemArray& children, const FreshEvent
 }
 
 /// For a loop that has children take over records and has come to `index`.
-inline void prefetchToReplace(const KRAVTWVItemArray& children, const FreshEvents& events,
-                              std::size_t index) {
+[[gnu::always_inline]] inline void prefetchToReplace(const KRAVTWVItemArray& children,
+                                                     const FreshEvents& events, std::size_t index) {
   if (index + 2 * turnsAhead < children.size() && index + 2 * turnsAhead < events.size()) {
     ItemFields::prefetch(children[index + 2 * turnsAhead].get());
     ItemFields::prefetchRecord(children[index + turnsAhead].get(), 1);

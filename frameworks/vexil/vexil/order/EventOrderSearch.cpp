@@ -35,7 +35,8 @@ bool EventOrder::Search::findBlock(std::size_t begin, std::size_t end) {
   return compareWithCandidates(block);
 }
 
-inline void EventOrder::Search::prefetchBlockAfter(const Block& block) const {
+[[gnu::always_inline]] inline void EventOrder::Search::prefetchBlockAfter(
+    const Block& block) const {
   if (!_isPrefetching) {
     return;
   }
@@ -80,7 +81,8 @@ inline void EventOrder::Search::lookUpOtherCandidates(Block& block) const {
   }
 }
 
-inline void EventOrder::Search::prefetchPartsOfCandidates(const Block& block) const {
+[[gnu::always_inline]] inline void EventOrder::Search::prefetchPartsOfCandidates(
+    const Block& block) const {
   if (!_isPrefetching) {
     return;
   }

@@ -33,7 +33,9 @@ class PlaceTable {
   void clear() { _slots.clear(); }
   [[nodiscard]] bool isEmpty() const { return _slots.empty(); }
 
-  void prefetch(std::uint64_t hash) const { __builtin_prefetch(&_slots[hash & _mask]); }
+  [[gnu::always_inline]] void prefetch(std::uint64_t hash) const {
+    __builtin_prefetch(&_slots[hash & _mask]);
+  }
 
   /// Returns the first place whose hash agrees in its upper half, or nowhere. That is most likely
   /// the right place, but the caller must check it.
