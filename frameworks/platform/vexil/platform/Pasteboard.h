@@ -48,13 +48,13 @@ namespace vexil::platform {
 
 class Pasteboard;
 
-/// How objects are written. The number stands for the option outside of this program.
+/// How objects are written. Other programs know an option by its number.
 enum class PasteboardWritingOptions : unsigned {
   none = 0,
   promised = 512,  ///< The data is asked for only when somebody wants it.
 };
 
-/// How data is read. The numbers stand for the options outside of this program.
+/// How data is read. Other programs know an option by its number.
 enum class PasteboardReadingOptions : unsigned {
   asData = 0,          ///< As the bytes: `PasteboardItem::dataForType`.
   asString = 1,        ///< As text: `PasteboardItem::stringForType`.

@@ -266,11 +266,12 @@ PropertyListResult<std::vector<std::byte>> writeBinaryPropertyList(const Value& 
 /// ours would not fetch it.
 ///
 /// Reading the file gives the value back, with the keys in the same order. XML does not keep which
-/// NaN a real was, the sign of a date at 0, and what the value shares. Because it does not keep
-/// sharing, the writer refuses a value that expands too far (`expandsTooFar`): one with more
-/// objects, when each reference counts, than `expandedObjects`, plus `expandedObjectsPerByte` for
-/// each reference in its distinct containers. `depth` and `inputBytes` limit the file as they do
-/// for a reader (`tooDeep`, `tooLong`).
+/// NaN a real was, the sign of a date at 0, and what the value shares. A container that
+/// stands at several places is written at each of them. So the writer refuses a value that becomes
+/// too large by that (`expandsTooFar`). It counts the objects that it would write. It allows
+/// `expandedObjects` of them, and `expandedObjectsPerByte` more for each element or entry of the
+/// value's containers, each container counted once. `depth` and `inputBytes` limit the file as they
+/// do for a reader (`tooDeep`, `tooLong`).
 ///
 /// The writer also refuses what the binary writer refuses, and what XML has no notation for
 /// (`inexpressible`): strings and keys with control characters other than tab, line feed and

@@ -163,7 +163,8 @@ class KRAVTWVItemVexil : public vexil::platform::Observable {
 
   /// `addChild` for each item in order, with one difference: the parents of all are set first, and
   /// then the children change at once. Takes linear time, unless many items of one hash are not
-  /// equal. When an item throws as it is asked, the items before it are added.
+  /// equal. When an item's hash or equality throws, the items before it are
+  /// added, and then the exception passes on. That item and the items behind it are left alone.
   void addChildren(const KRAVTWVItemArray& children);
 
   /// Removes the children at these positions and announces one removal. Nothing happens when there

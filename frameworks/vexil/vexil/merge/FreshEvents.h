@@ -71,8 +71,9 @@ struct FreshEvents {
   /// observes.
   void replaceUnobserved(KRAVTWVItemVexil& child, std::size_t index) const;
 
-  /// Has a child remember the record at `index`, if the child is a plain event and still represents
-  /// that very record. Call it when the child has taken the record over.
+  /// Makes a child remember the record at `index`. Call it when the child has taken the record
+  /// over. Does nothing when the child is no plain event, or when an observer has given it another
+  /// record since.
   void noteEqual(KRAVTWVItemVexil& child, std::size_t index) const;
 };
 
@@ -92,7 +93,7 @@ class KnownRecords {
   /// otherwise the next time.
   [[nodiscard]] bool isEqualByAsking(const KRAVTWVItemVexil& event, std::size_t index) const;
 
-  /// Has a plain event remember the record at `index`, which equals the one it represents.
+  /// Makes a plain event remember the record at `index`, which equals the one it represents.
   void note(KRAVTWVItemVexil& event, std::size_t index) const {
     if (_list != 0) {
       ItemFields::setEqualRecord(event, {_list, place(index)});

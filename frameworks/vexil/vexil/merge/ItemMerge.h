@@ -85,7 +85,7 @@ class ItemMerge {
   [[nodiscard]] bool isEqual(const KRAVTWVItemArray& children, const Source& fresh,
                              std::size_t index);
 
-  /// Has the next child of the innermost level take over the content of the fresh item.
+  /// Makes the next child of the innermost level take over the content of the fresh item.
   void replaceNext();
   void replace(const KRAVTWVItemArray& children, const FreshItems& fresh, std::size_t index);
   void replace(const KRAVTWVItemArray& children, const FreshEvents& fresh, std::size_t index);

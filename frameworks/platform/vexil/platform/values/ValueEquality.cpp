@@ -77,8 +77,9 @@ bool Value::Comparison::isKnown(const Container& left, const Container& right) {
     // An object's `isEqual` need not be transitive, so only the very same pair counts as known.
     return !_pairs.insert({&left, &right}).second;
   }
-  // Plain equality is transitive. So there are never more pairs to compare than containers, however
-  // the two values share theirs.
+  // Plain equality is transitive, so containers that were found equal form a group. Comparing two
+  // containers of one group is not necessary. That is why there are never more pairs to compare
+  // than containers, even when containers stand at many places.
   const Container* const one = representative(&left);
   const Container* const other = representative(&right);
   if (one == other) {

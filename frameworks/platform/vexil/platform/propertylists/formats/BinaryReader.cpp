@@ -240,7 +240,9 @@ bool BinaryReader::advance() {
         return false;
       }
       if (_open.size() != depth) {
-        return true;  // this reference is followed again later; and `open` may have moved
+        // The inner container comes first; this reference is followed again after it. `open` may
+        // dangle now, because `_open` has grown.
+        return true;
       }
     }
     if (!take(open, place, object)) {
