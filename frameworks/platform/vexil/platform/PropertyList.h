@@ -269,9 +269,9 @@ PropertyListResult<std::vector<std::byte>> writeBinaryPropertyList(const Value& 
 /// NaN a real was, the sign of a date at 0, and what the value shares. A container that
 /// stands at several places is written at each of them. So the writer refuses a value that becomes
 /// too large by that (`expandsTooFar`). It counts the objects that it would write. It allows
-/// `expandedObjects` of them, and `expandedObjectsPerByte` more for each element or entry of the
-/// value's containers, each container counted once. `depth` and `inputBytes` limit the file as they
-/// do for a reader (`tooDeep`, `tooLong`).
+/// `expandedObjects` of them, and `expandedObjectsPerByte` more for each element, key or
+/// value in the containers, each container counted once. `depth` and `inputBytes` limit the file as
+/// they do for a reader (`tooDeep`, `tooLong`).
 ///
 /// The writer also refuses what the binary writer refuses, and what XML has no notation for
 /// (`inexpressible`): strings and keys with control characters other than tab, line feed and
