@@ -6,7 +6,6 @@
 
 namespace vexil::detail {
 
-using platform::ArrayMaker;
 using platform::Value;
 
 bool EventOrder::Arrangement::run() {
