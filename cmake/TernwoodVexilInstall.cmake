@@ -3,7 +3,7 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 install(
-  TARGETS ternwoodvexil_platform ternwoodvexil_ternwood ternwoodvexil_vexil
+  TARGETS ternwoodvexil_platform ternwoodvexil_ternwood ternwoodvexil_vexil ternwoodvexil_outline
   EXPORT TernwoodVexilTargets
   FILE_SET HEADERS
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ternwoodvexil)

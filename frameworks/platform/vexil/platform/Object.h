@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <typeinfo>
 
 namespace vexil::platform {
 
@@ -39,6 +40,9 @@ class Object {
   Object() = default;
   [[nodiscard]] std::string defaultDescription() const;
 };
+
+/// The name of a class, as C++ writes it.
+[[nodiscard]] std::string classNameOf(const std::type_info& type);
 
 /// Drops `object` without recursion. When the release of one object releases the next, and so on,
 /// this function queues the further ones, and the outermost call on this thread releases them. A

@@ -17,8 +17,12 @@ std::size_t Object::hash() const {
 }
 
 std::string Object::className() const {
+  return classNameOf(typeid(*this));
+}
+
+std::string classNameOf(const std::type_info& type) {
   int status = 0;
-  const char* mangled = typeid(*this).name();
+  const char* mangled = type.name();
   const std::unique_ptr<char, decltype(&std::free)> name(
       abi::__cxa_demangle(mangled, nullptr, nullptr, &status), &std::free);
   return name ? name.get() : mangled;
