@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+// Internal to the outline.
+#pragma once
+
+#include <vexil/platform/Log.h>
+
+#include <exception>
+#include <string>
+
+namespace vexil::detail {
+
+/// Logs the exception that is being handled, as that of `what`. Throws nothing, also when the sink
+/// of the log does. Must be called in a handler.
+inline void logCaughtException(const std::string& what) noexcept {
+  try {
+    try {
+      throw;
+    } catch (const std::exception& error) {
+      platform::log(what + " threw: " + error.what());
+    } catch (...) {
+      platform::log(what + " threw");
+    }
+  } catch (...) {
+    // There is nobody left to tell.
+  }
+}
+
+}  // namespace vexil::detail

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+// Internal to the outline: the children of a row.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace vexil {
+
+class OutlineRow;
+
+namespace detail {
+
+class RowIndex;
+class RowList;
+
+/// A piece of a list of rows. Its address stays the same, so that a row can refer to it.
+class RowBlock {
+ public:
+  explicit RowBlock(RowList& list) : _list(&list) {}
+  [[nodiscard]] RowList& list() const noexcept { return *_list; }
+
+ private:
+  friend class RowList;
+  RowList* _list;
+  std::uint32_t _position = 0;  // among the blocks of the list
+  std::vector<OutlineRow*> _rows;
+};
+
+/// The children of a row, in their order. It owns them.
+///
+/// The rows stand in blocks of a few hundred. So inserting and removing anywhere takes about as
+/// long as moving one block, and a row finds its own position, however many rows there are.
+class RowList {
+ public:
+  explicit RowList(OutlineRow& owner);
+  RowList(const RowList&) = delete;
+  RowList& operator=(const RowList&) = delete;
+  /// Destroys the rows and all that is below them, without recursion.
+  ~RowList();
+
+  [[nodiscard]] OutlineRow& owner() const noexcept { return *_owner; }
+  [[nodiscard]] std::size_t count() const noexcept { return _count; }
+
+  /// `index` must be below `count()`.
+  [[nodiscard]] OutlineRow& at(std::size_t index) const noexcept;
+  /// The position of a row whose block belongs to this list.
+  [[nodiscard]] std::size_t indexOf(const OutlineRow& row) const noexcept;
+
+  /// Inserts rows that belong to no list, so that the first stands at `index` afterwards. Throws
+  /// `std::bad_alloc` with nothing changed.
+  void insert(std::size_t index, std::span<OutlineRow* const> rows);
+  /// Takes rows out and appends them to `taken`, which must have room for them.
+  void take(std::size_t first, std::size_t count, std::vector<OutlineRow*>& taken) noexcept;
+
+  /// Takes the last row out.
+  void removeLast() noexcept;
+
+  /// Whether all identifiers of the rows are known to differ. So no row has an occurrence.
+  [[nodiscard]] bool areDistinct() const noexcept { return _areDistinct; }
+  void setDistinct(bool areDistinct) noexcept { _areDistinct = areDistinct; }
+
+  /// Finds rows by their identifiers. Made when it is first needed, and dropped when rows are
+  /// inserted or taken out, or `dropIndex` is called.
+  [[nodiscard]] const RowIndex& index() const;
+  void dropIndex() noexcept;
+
+  /// Reads many positions, mostly ascending, in constant time each.
+  class Reader {
+   public:
+    explicit Reader(const RowList* list) noexcept : _list(list) {}
+    [[nodiscard]] OutlineRow& operator()(std::size_t index) noexcept {
+      return index - _first < _count ? *_rows[index - _first] : seek(index);
+    }
+
+   private:
+    [[nodiscard]] OutlineRow& seek(std::size_t index) noexcept;
+    const RowList* _list;
+    OutlineRow* const* _rows = nullptr;
+    std::size_t _first = 0;
+    std::size_t _count = 0;
+  };
+
+ private:
+  static constexpr std::size_t largestBlock = 512;
+  static constexpr std::size_t filledBlock = 480;  // of a block that is made of many rows
+  static constexpr std::size_t smallBlock = 96;
+
+  [[nodiscard]] std::size_t blockAt(std::size_t index) const noexcept;
+  [[nodiscard]] std::size_t startOf(std::size_t block) const noexcept {
+    return _starts.empty() ? 0 : _starts[block];
+  }
+  void insertIntoBlock(RowBlock& block, std::size_t offset, std::span<OutlineRow* const> rows);
+  void insertBlocks(std::size_t block, std::size_t offset, std::span<OutlineRow* const> rows);
+  void mergeWithNext(std::size_t block) noexcept;
+  void renumber(std::size_t from) noexcept;
+  void shift(std::size_t from, std::ptrdiff_t by) noexcept;
+
+  OutlineRow* _owner;
+  std::vector<std::unique_ptr<RowBlock>> _blocks;  // none is empty
+  std::vector<std::uint32_t> _starts;              // of each block; empty for a single one
+  mutable std::unique_ptr<RowIndex> _index;
+  std::uint32_t _count = 0;
+  bool _areDistinct = true;
+};
+
+}  // namespace detail
+}  // namespace vexil
