@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <span>
 #include <string>
@@ -21,6 +22,9 @@ namespace vexil::platform {
 namespace detail {
 class ListChanges;
 class ChangeInProgress;
+class WatchedChange;
+class Watchers;
+struct Registration;
 }  // namespace detail
 
 /// An announcement between will-change and did-change. Hand it to the did-change operation after
@@ -34,8 +38,12 @@ class [[nodiscard]] PendingChange {
 
  private:
   friend class Observable;
-  explicit PendingChange(std::unique_ptr<detail::ChangeInProgress> change) noexcept;
-  std::unique_ptr<detail::ChangeInProgress> _change;  // null when nobody is concerned
+  void swap(PendingChange& other) noexcept;
+
+  // Nobody is concerned when all of these are empty. At most one of them is not.
+  std::unique_ptr<detail::ChangeInProgress> _change;
+  std::unique_ptr<detail::WatchedChange> _watched;
+  std::optional<Key> _setKey;
 };
 
 /// An object whose properties are read, set and observed by key.
@@ -99,8 +107,10 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
   void removeObserver(const std::shared_ptr<Observer>& observer, const Key& key,
                       const ContextToken* context);
 
-  /// Whether there is any registration. One of an observer that is gone counts until it is swept.
-  [[nodiscard]] bool isObserved() const noexcept { return _observers.get() != nullptr; }
+  /// Whether any observer is registered. One that is gone counts until it is swept.
+  [[nodiscard]] bool isObserved() const noexcept {
+    return _observers && detail::hasObservers(*_observers.get());
+  }
 
   /// The value under a key. Throws `UndefinedKey` when the object has no such key that can be read.
   [[nodiscard]] Value valueForKey(const Key& key) const;
@@ -178,9 +188,13 @@ class Observable : public Object, public std::enable_shared_from_this<Observable
  private:
   friend class detail::ListChanges;
   friend class detail::ChangeInProgress;
-  [[nodiscard]] bool mayConcernAnyone(const Key& key) const;
-  PendingChange begin(const Key& key, ChangeRecord&& record);
+  friend class detail::WatchedChange;
+  friend class detail::Watchers;
+  void add(const detail::Registration& registration);
+  [[nodiscard]] bool mayConcernObservers(const Key& key) const;
+  PendingChange begin(const Key& key, ChangeKind kind, const IndexSet* indexes);
   void finish(PendingChange change);
+  void finishObserved(detail::ChangeInProgress& change);
   [[nodiscard]] bool isReadable(const Key& key) const;
   bool withdraw(const std::shared_ptr<Observer>& observer, const Key& key,
                 const ContextToken* context);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/KRAVTWVItemsVexil.h>
 #include <vexil/collections/Lists.h>
+#include <vexil/platform/detail/Operation.h>
 #include <vexil/texts/EmbeddedStrings.h>  // registers the tables
 
 #include <string_view>
@@ -58,6 +59,7 @@ void KRAVTWVEngineVexil::setAvailable(const Value& events) {
 
 void KRAVTWVEngineVexil::accept(const Value& list, Value (KRAVTWVEngineVexil::*getter)() const,
                                 void (KRAVTWVEngineVexil::*setter)(Value)) {
+  const platform::detail::Operation operation;
   const auto self = weak_from_this().lock();
   const Value fresh = list;
   requireArray(fresh);
@@ -68,6 +70,7 @@ void KRAVTWVEngineVexil::accept(const Value& list, Value (KRAVTWVEngineVexil::*g
 }
 
 void KRAVTWVEngineVexil::updateItemsForEngine() {
+  const platform::detail::Operation operation;
   const auto self = weak_from_this().lock();
   replaceRootChildren(KRAVTWVEngineVexil::itemsOfInput());
 }

@@ -6,6 +6,7 @@
 #include <vexil/order/EventOrder.h>
 #include <vexil/order/LiteralRefresh.h>
 #include <vexil/platform/Hash.h>
+#include <vexil/platform/detail/Operation.h>
 
 #include <string_view>
 #include <unordered_map>
@@ -88,6 +89,7 @@ void KRAVTWVEventStoreVexil::setSortedEvents(Value sortedEvents) {
 }
 
 void KRAVTWVEventStoreVexil::setDomains(const Value& domains) {
+  const platform::detail::Operation operation;
   const auto self = weak_from_this().lock();
   const Value fresh = domains;
   requireArray(fresh);
@@ -99,6 +101,7 @@ void KRAVTWVEventStoreVexil::setDomains(const Value& domains) {
 }
 
 void KRAVTWVEventStoreVexil::setEvents(const Value& events) {
+  const platform::detail::Operation operation;
   const auto self = weak_from_this().lock();
   const auto [sorted, isHeld, lineage] = _order->compare(sortedEvents(), Value(events));
   if (isHeld) {

@@ -3,6 +3,7 @@
 #include <vexil/collections/Lists.h>
 #include <vexil/order/EventOrder.h>
 #include <vexil/order/LiteralRefresh.h>
+#include <vexil/platform/detail/Operation.h>
 
 #include <utility>
 
@@ -29,6 +30,7 @@ void KRAVTWVEventsVexil::setSortedEvents(Value sortedEvents) {
 }
 
 void KRAVTWVEventsVexil::setEvents(const Value& events) {
+  const platform::detail::Operation operation;
   const auto self = weak_from_this().lock();
   const auto [sorted, isHeld, lineage] = _order->compare(sortedEvents(), Value(events));
   if (isHeld) {

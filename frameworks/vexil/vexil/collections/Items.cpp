@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/KRAVTWVItemsVexil.h>
 #include <vexil/items/ItemFields.h>
+#include <vexil/platform/detail/Operation.h>
 
 #include <utility>
 
@@ -28,12 +29,14 @@ void KRAVTWVItemsVexil::setRootValue(const Value& root) {
 }
 
 void KRAVTWVItemsVexil::replaceRootChildren(const std::shared_ptr<const KRAVTWVItemArray>& items) {
+  const platform::detail::Operation operation;
   if (const auto item = root()) {
     item->replaceChildren(items);
   }
 }
 
 void KRAVTWVItemsVexil::rebuildRootChildren() {
+  const platform::detail::Operation operation;
   const auto self = weak_from_this().lock();
   auto items = itemsOfInput();
   // Reads the root now, because foreign code may have run while the items were built.

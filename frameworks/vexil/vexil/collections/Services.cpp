@@ -2,6 +2,7 @@
 #include <vexil/KRAVTWVItemsVexil.h>
 #include <vexil/collections/Lists.h>
 #include <vexil/platform/Error.h>
+#include <vexil/platform/detail/Operation.h>
 
 #include <algorithm>
 #include <compare>
@@ -265,6 +266,7 @@ void KRAVTWVServicesVexil::setSortedServicesValue(const Value& sortedServices) {
 }
 
 void KRAVTWVServicesVexil::addService(const Service& service) {
+  const platform::detail::Operation operation;
   if (!service) {
     throw platform::InvalidArgument("an absent service cannot be added");
   }
@@ -281,6 +283,7 @@ void KRAVTWVServicesVexil::addService(const Service& service) {
 }
 
 void KRAVTWVServicesVexil::addServices(const KRAVTWVNetServiceArray& services) {
+  const platform::detail::Operation operation;
   if (std::ranges::find(services, nullptr) != services.end()) {
     throw platform::InvalidArgument("an absent service cannot be added");
   }
@@ -312,6 +315,7 @@ void KRAVTWVServicesVexil::insertAndRebuild(const KRAVTWVNetServiceArray& added)
 }
 
 void KRAVTWVServicesVexil::removeService(const Service& service) {
+  const platform::detail::Operation operation;
   const auto self = weak_from_this().lock();
   const auto services = sortedServices();
   // Copied, because `service` may refer into the array.
@@ -330,6 +334,7 @@ void KRAVTWVServicesVexil::removeService(const Service& service) {
 }
 
 void KRAVTWVServicesVexil::removeServices(const KRAVTWVNetServiceArray& services) {
+  const platform::detail::Operation operation;
   const auto self = weak_from_this().lock();
   const KRAVTWVNetServiceArray unwanted = services;
   const auto array = sortedServices();
@@ -351,6 +356,7 @@ void KRAVTWVServicesVexil::eraseAndRebuild(const KRAVTWVNetServiceArray& found) 
 }
 
 void KRAVTWVServicesVexil::updateItemsForServices() {
+  const platform::detail::Operation operation;
   const auto self = weak_from_this().lock();
   replaceRootChildren(KRAVTWVServicesVexil::itemsOfInput());
 }

@@ -97,8 +97,7 @@ void KRAVTWVItemVexil::setLabel(Value label) {
 }
 
 void KRAVTWVItemVexil::setRepresentedObject(Value object) {
-  static const Key key("representedObject");
-  auto change = willChangeValueForKey(key);
+  auto change = willChangeValueForKey(ItemFields::representedObjectKey());
   {
     const std::lock_guard lock(propertyLock());
     swap(_stored._representedObject, object);

@@ -6,6 +6,7 @@
 #include <vexil/kinds/Item.h>
 #include <vexil/platform/Error.h>
 #include <vexil/platform/ManyRegistrations.h>
+#include <vexil/platform/detail/Operation.h>
 
 #include <algorithm>
 #include <iterator>
@@ -66,6 +67,7 @@ std::shared_ptr<KRAVTWVItemArray> KRAVTWVItemVexil::children() const {
 }
 
 void KRAVTWVItemVexil::setChildren(std::shared_ptr<KRAVTWVItemArray> children) {
+  const platform::detail::Operation operation;
   if (children && std::ranges::find(*children, nullptr) != children->end()) {
     throw platform::InvalidArgument("an array of children holds a null pointer");
   }
@@ -119,6 +121,7 @@ KRAVTWVItemArray& KRAVTWVItemVexil::childrenForAdding() {
 }
 
 void KRAVTWVItemVexil::addChild(std::shared_ptr<KRAVTWVItemVexil> child) {
+  const platform::detail::Operation operation;
   if (!child) {
     throw platform::InvalidArgument("a null pointer cannot be added as a child");
   }
@@ -146,6 +149,7 @@ void KRAVTWVItemVexil::removeChildrenIn(KRAVTWVItemArray& items) {
 }
 
 void KRAVTWVItemVexil::addChildren(const KRAVTWVItemArray& children) {
+  const platform::detail::Operation operation;
   const auto self = std::static_pointer_cast<KRAVTWVItemVexil>(shared_from_this());
   // Copies: the caller may hand over this item's own array, and foreign code may change both.
   const ItemAddition addition{KRAVTWVItemArray(ItemFields::currentChildren(*this)),
@@ -167,6 +171,7 @@ void KRAVTWVItemVexil::addChildren(const KRAVTWVItemArray& children) {
 }
 
 void KRAVTWVItemVexil::removeChildrenAtIndexes(const IndexSet& indexesToRemove) {
+  const platform::detail::Operation operation;
   if (indexesToRemove.empty()) {
     return;
   }

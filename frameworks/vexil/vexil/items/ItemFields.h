@@ -6,6 +6,7 @@
 
 #include <vexil/KRAVTWVItemVexil.h>
 #include <vexil/platform/Error.h>
+#include <vexil/platform/detail/Watcher.h>
 
 #include <cstddef>
 #include <memory>
@@ -33,8 +34,16 @@ struct ItemFields {
   static const platform::Value& representedObject(const Item& item) {
     return item._stored._representedObject;
   }
-  /// As `setRepresentedObject`, for an item that nobody observes. `object` is the old one
-  /// afterwards.
+  static const platform::Key& representedObjectKey() {
+    static const platform::Key key("representedObject");
+    return key;
+  }
+  /// As `setRepresentedObject`, for an item of which nobody would be told that. `object` is the old
+  /// one afterwards.
+  static bool isSettingOfRepresentedObjectSilent(const Item& item) {
+    return !item.isObserved() &&
+           !platform::detail::Watchers::areToldOfSetting(item, representedObjectKey());
+  }
   static void exchangeRepresentedObject(Item& item, platform::Value& object) {
     item.exchange(item._stored._representedObject, object);
     item._stored.equalRecord = {};

@@ -67,9 +67,9 @@ struct FreshEvents {
   /// Nothing for any other child, and then nothing was asked.
   [[nodiscard]] std::optional<bool> isEqualTo(KRAVTWVItemVexil& child, std::size_t index) const;
 
-  /// Does what `child.setRepresentedObject(record(index))` does for a plain event that nobody
-  /// observes.
-  void replaceUnobserved(KRAVTWVItemVexil& child, std::size_t index) const;
+  /// Does what `child.setRepresentedObject(record(index))` does for a plain event of which nobody
+  /// would be told that.
+  void replaceSilently(KRAVTWVItemVexil& child, std::size_t index) const;
 
   /// Makes a child remember the record at `index`. Call it when the child has taken the record
   /// over. Does nothing when the child is no plain event, or when an observer has given it another
@@ -165,7 +165,7 @@ inline bool KnownRecords::isEqualByAsking(const KRAVTWVItemVexil& event, std::si
   return object == record;
 }
 
-inline void FreshEvents::replaceUnobserved(KRAVTWVItemVexil& child, std::size_t index) const {
+inline void FreshEvents::replaceSilently(KRAVTWVItemVexil& child, std::size_t index) const {
   platform::Value object = record(index);
   ItemFields::exchangeRepresentedObject(child, object);
   KnownRecords(*this).note(child, index);

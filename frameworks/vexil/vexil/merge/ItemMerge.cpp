@@ -156,6 +156,13 @@ bool ItemMerge::announce(const Item& item, Change&& change) {
   return isObserved;
 }
 
+ItemMerge::~ItemMerge() {
+  // An exception has left them open. They are dropped in the order in which they would be closed.
+  while (!_levels.empty()) {
+    _levels.pop_back();
+  }
+}
+
 void ItemMerge::perform(Item& receiver, FreshSource fresh) {
   // Held, because an observer may let go of the receiver in the middle.
   open(std::static_pointer_cast<Item>(receiver.shared_from_this()), std::move(fresh));
@@ -383,8 +390,8 @@ void ItemMerge::replace(const KRAVTWVItemArray& children, const FreshEvents& fre
   prefetchToReplace(children, fresh, index);
   // Held, because an observer may change the array.
   const std::shared_ptr<Item> child = children[index];
-  if (!child->isObserved() && ItemFields::isPlainEvent(*child)) {
-    fresh.replaceUnobserved(*child, index);
+  if (ItemFields::isSettingOfRepresentedObjectSilent(*child) && ItemFields::isPlainEvent(*child)) {
+    fresh.replaceSilently(*child, index);
   } else {
     announce(*child, [&] { child->setRepresentedObject(fresh.record(index)); });
     fresh.noteEqual(*child, index);

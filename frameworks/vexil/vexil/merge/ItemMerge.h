@@ -11,6 +11,7 @@
 #include <vexil/platform/IndexSet.h>
 #include <vexil/platform/Observable.h>
 #include <vexil/platform/Value.h>
+#include <vexil/platform/detail/Operation.h>
 
 #include <cstddef>
 #include <memory>
@@ -29,6 +30,11 @@ using FreshSource = std::variant<FreshItems, FreshEvents, FreshRows>;
 class ItemMerge {
  public:
   using Item = KRAVTWVItemVexil;
+
+  ItemMerge() = default;
+  ItemMerge(const ItemMerge&) = delete;
+  ItemMerge& operator=(const ItemMerge&) = delete;
+  ~ItemMerge();
 
   void perform(Item& receiver, FreshSource fresh);
 
@@ -96,6 +102,7 @@ class ItemMerge {
   template <class Change>
   bool announce(const Item& item, Change&& change);
 
+  platform::detail::Operation _operation;  // ends after all others have been let go of
   ItemComparison _comparison;
   std::vector<Level> _levels;
   // What the tree lets go of while answers are remembered: its destructors may run foreign code.

@@ -50,6 +50,10 @@ class ListChanges {
     _last.inAdvance = _last.left = inAdvance;
   }
 
+  static void add(Observable& object, const Registration& registration) {
+    object.add(registration);
+  }
+
   /// `removeObserver`, but returns false when there is no such registration.
   static bool withdraw(Observable& object, const std::shared_ptr<Observer>& observer,
                        const Key& key, const ContextToken* context) {

@@ -14,6 +14,9 @@ class ObserverList;
 void retain(const ObserverList* list, std::uint32_t times = 1) noexcept;
 void release(const ObserverList* list, std::uint32_t times = 1) noexcept;
 
+/// Whether any of the registrations is that of an observer, not of a watcher.
+[[nodiscard]] bool hasObservers(const ObserverList& list) noexcept;
+
 using ObserverListPointer = Reference<ObserverList>;
 
 }  // namespace vexil::platform::detail

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/platform/Observable.h>
 #include <vexil/platform/detail/SpinLock.h>
+#include <vexil/platform/detail/Watcher.h>
 #include <vexil/platform/observing/ChangeInProgress.h>
 #include <vexil/platform/observing/DependentKeys.h>
 
@@ -52,6 +53,11 @@ ChangeInProgress::ChangeInProgress(std::shared_ptr<Observable> object, const Key
 }
 
 ChangeInProgress::~ChangeInProgress() {
+  if (_isTold) {
+    withoutValues([this](const Key& key, const ChangeRecord& change) {
+      Watchers::didDrop(*_object, key, change);
+    });
+  }
   Bucket& bucket = bucketOf(*_object);
   const std::lock_guard lock(bucket.lock);
   unlink(bucket.first);
@@ -62,6 +68,9 @@ void ChangeInProgress::collectConcerned() {
   const Key changing = _keyChanges.front().key;  // a copy, because the vector grows
   for (Notice& notice : _notices) {
     const Registration& registration = *notice.registration;
+    if (registration.role != Role::observer) {
+      continue;
+    }
     const KeyRelation relation = keyRelation(*_object, registration.key, changing);
     if (relation == KeyRelation::unrelated ||
         (relation == KeyRelation::dependent && !_object->isReadable(registration.key))) {
@@ -91,6 +100,29 @@ void ChangeInProgress::readOldValue(KeyChange& change) const {
   if (change.wantsOld && change.record.kind != ChangeKind::insertion) {
     change.record.oldValue = currentValue(change);
   }
+}
+
+/// Calls `tell` with the changing key, and with the change record as watchers get it.
+template <class Tell>
+void ChangeInProgress::withoutValues(const Tell& tell) noexcept {
+  auto& [key, record, wantsOld, wantsNew, isUnreadable] = _keyChanges.front();
+  Value oldValue = std::exchange(record.oldValue, {});
+  tell(key, record);
+  record.oldValue = std::move(oldValue);
+}
+
+void ChangeInProgress::tellWillChange() noexcept {
+  _isTold = true;
+  withoutValues([this](const Key& key, const ChangeRecord& change) {
+    Watchers::willChange(*_object, key, change);
+  });
+}
+
+void ChangeInProgress::tellDidChange() noexcept {
+  _isTold = false;
+  withoutValues([this](const Key& key, const ChangeRecord& change) {
+    _someAreGone = !Watchers::didChange(*_object, key, change);
+  });
 }
 
 void ChangeInProgress::collectWantingNewValues() {
@@ -137,7 +169,7 @@ Value ChangeInProgress::currentValue(const KeyChange& change) const {
 }
 
 void ChangeInProgress::deliver() {
-  bool someAreGone = false;
+  bool someAreGone = _someAreGone;
   for (const Notice& notice : _notices) {
     if (!notice.isToBeDelivered()) {
       continue;
@@ -226,6 +258,25 @@ void ChangeInProgress::unlink(ChangeInProgress*& list) noexcept {
   }
   if (_after != nullptr) {
     _after->_before = _before;
+  }
+}
+
+WatchedChange::WatchedChange(std::shared_ptr<Observable> object, const Key& key,
+                             ChangeRecord&& record)
+    : _object(std::move(object)), _key(key), _record(std::move(record)) {
+  Watchers::willChange(*_object, _key, _record);
+}
+
+WatchedChange::~WatchedChange() {
+  if (!_hasEnded) {
+    Watchers::didDrop(*_object, _key, _record);
+  }
+}
+
+void WatchedChange::tellDidChange() noexcept {
+  _hasEnded = true;
+  if (!Watchers::didChange(*_object, _key, _record)) {
+    _object->sweep();
   }
 }
 

@@ -32,19 +32,24 @@ class ChangeInProgress {
 
   [[nodiscard]] const Observable* object() const { return _object.get(); }
 
-  // The two steps of will-change, in order. Both call foreign code, and throw what it throws.
+  // The first two steps of will-change, in order. Both call foreign code, and throw what it throws.
 
   /// Finds out which registrations the change concerns, and which of them want old values.
   void collectConcerned();
   void readOldValues();
 
-  // The three steps of did-change, in order.
+  /// The last step of will-change. Tells watchers.
+  void tellWillChange() noexcept;
 
+  // The four steps of did-change, in order.
+
+  /// Tells watchers. Without this step they are told that the change is dropped.
+  void tellDidChange() noexcept;
   /// Finds out which of the registrations that are left want new values.
   void collectWantingNewValues();
   /// Reads all new values that can be read. Returns the first exception, or null.
   [[nodiscard]] std::exception_ptr readNewValues() noexcept;
-  /// Delivers the notices, and sweeps the object's registrations when an observer was gone. Throws
+  /// Delivers the notices, and sweeps the object's registrations when somebody was gone. Throws
   /// what an observer throws.
   void deliver();
 
@@ -76,6 +81,8 @@ class ChangeInProgress {
   [[nodiscard]] Value newValue(const KeyChange& change) const;
   [[nodiscard]] Value currentValue(const KeyChange& change) const;
   void deliver(const Notice& notice, Observer& observer) const;
+  template <class Tell>
+  void withoutValues(const Tell& tell) noexcept;
 
   void noteWithdrawn(std::span<const std::size_t> positions) noexcept;
   [[nodiscard]] static ChangeInProgress* next(const Observable& object,
@@ -90,8 +97,29 @@ class ChangeInProgress {
   // For each registration that the object has now, the index of its notice. Registrations that came
   // later stand behind these, so they need no entry.
   std::vector<std::size_t> _noticeIndexes;
+  bool _isTold = false;                 // watchers know of the beginning and not of the end
+  bool _someAreGone = false;            // of the watchers
   ChangeInProgress* _before = nullptr;  // in the list of its bucket
   ChangeInProgress* _after = nullptr;
+};
+
+/// A pending change that concerns no observer, but watchers. Tells them of the beginning when it is
+/// made. Tells them that the change is dropped when it is destroyed before `tellDidChange`.
+class WatchedChange {
+ public:
+  WatchedChange(std::shared_ptr<Observable> object, const Key& key, ChangeRecord&& record);
+  WatchedChange(const WatchedChange&) = delete;
+  WatchedChange& operator=(const WatchedChange&) = delete;
+  ~WatchedChange();
+
+  [[nodiscard]] const Observable* object() const { return _object.get(); }
+  void tellDidChange() noexcept;
+
+ private:
+  std::shared_ptr<Observable> _object;
+  Key _key;
+  ChangeRecord _record;
+  bool _hasEnded = false;
 };
 
 }  // namespace detail

@@ -21,6 +21,10 @@ void Observable::addObserver(const std::shared_ptr<Observer>& observer, const Ke
   if (!observer) {
     throw InvalidArgument("an absent observer cannot be registered");
   }
+  add({observer, observer.get(), key, options, detail::Role::observer, context});
+}
+
+void Observable::add(const detail::Registration& registration) {
   // No delivery sweeps registrations under a key that never changes, so they would pile up.
   while (_observers && _observers->last().observer.expired()) {
     forgetRegistrations(std::array{_observers->count() - 1});
@@ -28,7 +32,7 @@ void Observable::addObserver(const std::shared_ptr<Observer>& observer, const Ke
   if (_observers && _observers->count() >= _observers->sweepAt()) {
     sweep();
   }
-  _observers = ObserverList::adding(_observers, {observer, observer.get(), key, options, context});
+  _observers = ObserverList::adding(_observers, registration);
 }
 
 void Observable::removeObserver(const std::shared_ptr<Observer>& observer, const Key& key,

@@ -7,8 +7,12 @@
 namespace vexil::platform::detail {
 
 ObserverList::ObserverList(const ObserverListPointer& before, const Registration& registration)
-    : _count(before ? before->_count + 1 : 1),
+    : _hasObservers(registration.role == Role::observer || (before && before->_hasObservers)),
+      _isEveryKeyWatched(registration.role == Role::watcherOfEveryKey ||
+                         (before && before->_isEveryKeyWatched)),
+      _count(before ? before->_count + 1 : 1),
       _sweepAt(before ? before->sweepAt() : nextSweep(0)),
+      _upToWatcherBefore(upToWatcher(before.get())),
       _before(before),
       _last(registration) {}
 
@@ -24,12 +28,7 @@ ObserverListPointer ObserverList::adding(const ObserverListPointer& list,
   {
     const std::lock_guard lock(successor.lock);
     if (const ObserverList* next = successor.list; next != nullptr) {
-      const Registration& known = next->_last;
-      if (known.address == registration.address && known.key == registration.key &&
-          known.options == registration.options && known.context == registration.context &&
-          !known.observer.owner_before(registration.observer) &&
-          !registration.observer.owner_before(known.observer) &&
-          next->_references.retainUnlessGone()) {
+      if (next->_last.isLike(registration) && next->_references.retainUnlessGone()) {
         return ObserverListPointer(next);
       }
     }
@@ -74,6 +73,10 @@ std::vector<std::size_t> ObserverList::positionsOfGoneObservers() const {
   }
   std::ranges::reverse(positions);
   return positions;
+}
+
+bool hasObservers(const ObserverList& list) noexcept {
+  return list.hasObservers();
 }
 
 void retain(const ObserverList* list, std::uint32_t times) noexcept {

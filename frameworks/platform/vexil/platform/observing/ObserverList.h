@@ -17,18 +17,35 @@
 
 namespace vexil::platform::detail {
 
+/// Who is registered.
+enum class Role : std::uint8_t {
+  observer,
+  watcher,            ///< a `Watcher`
+  watcherOfEveryKey,  ///< a `Watcher` that wants to be told of settings of all keys
+};
+
 /// One registration, without its object.
 struct Registration {
   std::weak_ptr<Observer> observer;
   const Observer* address;  // tells apart observers that share one owner
   Key key;
   ObservingOptions options;
+  Role role;
   const ContextToken* context;
 
+  /// Whether it is a registration of `other`.
+  template <class Pointer>
+  [[nodiscard]] bool isOf(const Pointer& other, const Observer* otherAddress) const {
+    return address == otherAddress && !observer.owner_before(other) &&
+           !other.owner_before(observer);
+  }
   [[nodiscard]] bool isOf(const std::shared_ptr<Observer>& other, const Key& otherKey,
                           const ContextToken* otherContext) const {
-    return address == other.get() && key == otherKey && context == otherContext &&
-           !observer.owner_before(other) && !other.owner_before(observer);
+    return key == otherKey && context == otherContext && isOf(other, other.get());
+  }
+  [[nodiscard]] bool isLike(const Registration& other) const {
+    return key == other.key && options == other.options && role == other.role &&
+           context == other.context && isOf(other.observer, other.address);
   }
 };
 
@@ -58,6 +75,20 @@ class ObserverList {
   [[nodiscard]] const ObserverListPointer& before() const { return _before; }
   [[nodiscard]] std::size_t count() const { return _count; }
 
+  [[nodiscard]] bool hasObservers() const { return _hasObservers; }
+  /// Whether a watcher wants to be told of settings of all keys.
+  [[nodiscard]] bool isEveryKeyWatched() const { return _isEveryKeyWatched; }
+  /// The longest part of `list` that ends with the registration of a watcher; null when there is
+  /// none.
+  [[nodiscard]] static const ObserverList* upToWatcher(const ObserverList* list) {
+    if (list == nullptr) {
+      return nullptr;
+    }
+    return list->_last.role != Role::observer ? list : list->_upToWatcherBefore;
+  }
+  /// The next shorter part of this list that ends with the registration of a watcher, or null.
+  [[nodiscard]] const ObserverList* upToWatcherBefore() const { return _upToWatcherBefore; }
+
   /// When a list has this many registrations, those whose observers are gone must be swept before
   /// the next one is added. The number doubles each time, so sweeping costs each registration
   /// little.
@@ -86,9 +117,12 @@ class ObserverList {
   ~ObserverList() = default;
 
   RefCount _references;
+  bool _hasObservers;
+  bool _isEveryKeyWatched;
   std::size_t _count;
   mutable std::atomic<std::size_t> _sweepAt;
-  mutable ObserverListPointer _before;  // `release` takes it out of a list that it destroys
+  const ObserverList* _upToWatcherBefore;  // a part of `_before`
+  mutable ObserverListPointer _before;     // `release` takes it out of a list that it destroys
   Registration _last;
   mutable Successor _successor;
 };

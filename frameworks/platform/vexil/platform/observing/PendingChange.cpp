@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/platform/Error.h>
 #include <vexil/platform/Observable.h>
+#include <vexil/platform/detail/Operation.h>
+#include <vexil/platform/detail/Watcher.h>
 #include <vexil/platform/observing/ChangeInProgress.h>
 #include <vexil/platform/observing/DependentKeys.h>
 #include <vexil/platform/observing/ObserverList.h>
@@ -12,53 +14,99 @@ namespace vexil::platform {
 using detail::ChangeInProgress;
 using detail::KeyRelation;
 using detail::ObserverList;
+using detail::WatchedChange;
+using detail::Watchers;
 
 PendingChange::PendingChange() noexcept = default;
-PendingChange::PendingChange(PendingChange&&) noexcept = default;
-PendingChange& PendingChange::operator=(PendingChange&&) noexcept = default;
+PendingChange::PendingChange(PendingChange&& other) noexcept {
+  swap(other);
+}
+PendingChange& PendingChange::operator=(PendingChange&& other) noexcept {
+  PendingChange taken(std::move(other));
+  swap(taken);
+  return *this;
+}
 PendingChange::~PendingChange() = default;
-PendingChange::PendingChange(std::unique_ptr<ChangeInProgress> change) noexcept
-    : _change(std::move(change)) {}
+
+void PendingChange::swap(PendingChange& other) noexcept {
+  _change.swap(other._change);
+  _watched.swap(other._watched);
+  _setKey.swap(other._setKey);
+}
 
 PendingChange Observable::willChangeValueForKey(const Key& key) {
-  return mayConcernAnyone(key) ? begin(key, {ChangeKind::setting, {}, {}, {}}) : PendingChange();
+  return _observers ? begin(key, ChangeKind::setting, nullptr) : PendingChange();
 }
 
 PendingChange Observable::willChangeValuesAtIndexesForKey(ChangeKind kind, const IndexSet& indexes,
                                                           const Key& key) {
-  return mayConcernAnyone(key) ? begin(key, {kind, {}, {}, indexes}) : PendingChange();
+  return _observers ? begin(key, kind, &indexes) : PendingChange();
 }
 
-bool Observable::mayConcernAnyone(const Key& key) const {
+bool Observable::mayConcernObservers(const Key& key) const {
+  if (!isObserved()) {
+    return false;
+  }
   for (const ObserverList* list = _observers.get(); list != nullptr; list = list->before().get()) {
-    if (detail::cachedKeyRelation(*this, list->last().key, key) != KeyRelation::unrelated) {
+    if (list->last().role == detail::Role::observer &&
+        detail::cachedKeyRelation(*this, list->last().key, key) != KeyRelation::unrelated) {
       return true;
     }
   }
   return false;
 }
 
-PendingChange Observable::begin(const Key& key, ChangeRecord&& record) {
+/// `indexes` may be null.
+PendingChange Observable::begin(const Key& key, ChangeKind kind, const IndexSet* indexes) {
+  PendingChange pending;
+  const bool mayConcernObservers = this->mayConcernObservers(key);
+  if (!mayConcernObservers && !Watchers::watch(*this, key)) {
+    if (kind == ChangeKind::setting && Watchers::watchEveryKey(*this)) {
+      pending._setKey = key;
+    }
+    return pending;
+  }
   std::shared_ptr<Observable> self = weak_from_this().lock();
   if (!self) {
-    return {};  // still being made, or already going
+    return pending;  // still being made, or already going
+  }
+  ChangeRecord record{kind, {}, {}, {}};
+  if (indexes != nullptr) {
+    record.indexes = *indexes;
+  }
+  if (!mayConcernObservers) {
+    pending._watched = std::make_unique<WatchedChange>(std::move(self), key, std::move(record));
+    return pending;
   }
   // From here on, foreign code may let go of the object and of the caller's key. The change holds
   // both until did-change, also when no registration turns out to be concerned.
   auto change = std::make_unique<ChangeInProgress>(std::move(self), key, std::move(record));
   change->collectConcerned();
   change->readOldValues();
-  return PendingChange(std::move(change));
+  change->tellWillChange();
+  pending._change = std::move(change);
+  return pending;
 }
 
 void Observable::finish(PendingChange pending) {
-  if (!pending._change) {
+  if (!pending._change && !pending._watched && !pending._setKey) {
     return;
   }
-  ChangeInProgress& change = *pending._change;
+  const detail::Operation operation;
+  if (pending._change) {
+    finishObserved(*pending._change);
+  } else if (pending._setKey) {
+    Watchers::didSet(*this, *pending._setKey);
+  } else if (pending._watched->object() == this) {  // otherwise it is dropped
+    pending._watched->tellDidChange();
+  }
+}
+
+void Observable::finishObserved(ChangeInProgress& change) {
   if (change.object() != this) {
     throw InvalidArgument("a change was announced by another object than it is ended by");
   }
+  change.tellDidChange();
   change.collectWantingNewValues();
   const std::exception_ptr thrown = change.readNewValues();
   change.deliver();
