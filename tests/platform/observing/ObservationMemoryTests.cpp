@@ -52,12 +52,12 @@ class ObservationMemory : public testing::Test {
     (void)heardOfAChange();
     shelf->removeObserver(observers[0], label, nullptr);
     shelf.reset();
-    before = test::liveAllocations();
+    liveBefore = test::liveAllocations();
   }
   void TearDown() override {
     shelf.reset();
     if (isToBeEmpty) {
-      EXPECT_EQ(test::liveAllocations(), before);
+      EXPECT_EQ(test::liveAllocations(), liveBefore);
     }
   }
   void registerAnew() {
@@ -82,7 +82,7 @@ class ObservationMemory : public testing::Test {
 
   const Key label = Key("label");
   const Key spine = Key("spine");
-  std::ptrdiff_t before = 0;
+  std::ptrdiff_t liveBefore = 0;
   bool isToBeEmpty = false;
   std::shared_ptr<Shelf> shelf;
   std::vector<std::shared_ptr<CountingObserver>> observers{
@@ -246,13 +246,13 @@ TEST_F(ObservationMemory, OfObserversThatAreReplacedBeforeAnyChangeDoesNotPileUp
   shelf->addObserver(observers[1], label, ObservingOptions::none, nullptr);
   auto current = CountingObserver::make();
   shelf->addObserver(current, label, ObservingOptions::none, nullptr);
-  before = test::liveAllocations();
+  liveBefore = test::liveAllocations();
   for (int i = 0; i < 10'000; ++i) {
     auto next = CountingObserver::make();
     shelf->addObserver(next, label, ObservingOptions::none, nullptr);
     current = std::move(next);
   }
-  EXPECT_LE(test::liveAllocations() - before, 40);
+  EXPECT_LE(test::liveAllocations() - liveBefore, 40);
   EXPECT_EQ(heardOfAChange(), "110");
   EXPECT_EQ(current->heard, 1);
 }
@@ -288,12 +288,12 @@ TEST_F(ObservationMemory, OfManyRegistrationsThatWereReplacedDoesNotPileUpEither
     }
   };
   registerOnAll();
-  before = test::liveAllocations();
+  liveBefore = test::liveAllocations();
   for (int i = 0; i < 3'000; ++i) {
     const auto last = std::exchange(current, CountingObserver::make());
     registerOnAll();
   }
-  EXPECT_LE(test::liveAllocations() - before, 40);
+  EXPECT_LE(test::liveAllocations() - liveBefore, 40);
   for (const auto& each : shelves) {
     each->setLabel("a");
   }
@@ -304,7 +304,7 @@ TEST_F(ObservationMemory, OfObserversThatAreGoneIsGivenBackAtTheNextDelivery) {
   shelf = Shelf::make();
   shelf->addObserver(observers[0], label, ObservingOptions::none, nullptr);
   shelf->setLabel("warm");
-  before = test::liveAllocations();
+  liveBefore = test::liveAllocations();
   {
     std::vector<std::shared_ptr<CountingObserver>> crowd;
     for (int i = 0; i < 100; ++i) {
@@ -313,9 +313,10 @@ TEST_F(ObservationMemory, OfObserversThatAreGoneIsGivenBackAtTheNextDelivery) {
     }
     shelf->addObserver(observers[1], label, ObservingOptions::none, nullptr);
   }
-  EXPECT_GE(test::liveAllocations() - before, 200) << "the registrations, and what they point to";
+  EXPECT_GE(test::liveAllocations() - liveBefore, 200)
+      << "the registrations, and what they point to";
   shelf->setLabel("a");
-  EXPECT_EQ(test::liveAllocations() - before, 1) << "the one of the second observer";
+  EXPECT_EQ(test::liveAllocations() - liveBefore, 1) << "the one of the second observer";
 }
 
 TEST_F(ObservationMemory, OfObservedKeysIsBounded) {
@@ -330,11 +331,11 @@ TEST_F(ObservationMemory, OfObservedKeysIsBounded) {
   for (int i = 0; i < 5'000; ++i) {
     observeAndChange(i);
   }
-  before = test::liveAllocations();
+  liveBefore = test::liveAllocations();
   for (int i = 5'000; i < 30'000; ++i) {
     observeAndChange(i);
   }
-  EXPECT_LE(test::liveAllocations() - before, 15'000);
+  EXPECT_LE(test::liveAllocations() - liveBefore, 15'000);
 }
 
 TEST_F(ObservationMemory, OfAWithdrawalIsThatOfTheRegistrationsMadeAfterIt) {

@@ -559,14 +559,14 @@ class Farewell : public platform::Object {
 };
 
 TEST_F(EventStore, CanBeRefreshedByARecordThatGoes) {
-  const Value engine = Value::dictionary(
+  const Value ownDomain = Value::dictionary(
       {{kTWDomainUniqueID, "E"},
        {kTWDomainType, kTWDomainType_Engine},
        {"guest",
         Value(std::make_shared<Farewell>(
             [&store = store, many = records({one, two, three})] { store->setEvents(many); }))}});
   store->setEvents(records({three}));
-  store->setDomains(records({engine, attic, barn}));
+  store->setDomains(records({ownDomain, attic, barn}));
   const std::string before = outline(root);
   EXPECT_EQ(before, "root=[A=Attic 7 B=Barn 9[b1=Three]]");
   {

@@ -223,13 +223,13 @@ class Fleeting : public KRAVTWVKind<Fleeting, KRAVTWVItemVexil> {
 
 TEST_F(ForeignGetter, OfAClassThatLetsGoOfTheItemLeavesItsSettersWhole) {
   const auto set = [](const auto& change) {
-    auto item = Fleeting::itemWithRepresentedObject("item");
-    const auto heard = TreeRecorder::of(item, {"isGroup"});
-    item->held = &item;
-    change(*item);
-    EXPECT_EQ(item, nullptr);
+    auto fleeting = Fleeting::itemWithRepresentedObject("item");
+    const auto heard = TreeRecorder::of(fleeting, {"isGroup"});
+    fleeting->held = &fleeting;
+    change(*fleeting);
+    EXPECT_EQ(fleeting, nullptr);
   };
-  set([](Fleeting& item) { item.setLabel("label"); });
+  set([](Fleeting& changing) { changing.setLabel("label"); });
 }
 
 }  // namespace
