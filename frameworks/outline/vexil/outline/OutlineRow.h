@@ -72,11 +72,12 @@ class OutlineRow {
 
   RowState _state;
   std::weak_ptr<KRAVTWVItemVexil> _item;
-  detail::RowBlock* _block = nullptr;  // where the row stands; null for the top
+  const KRAVTWVItemVexil* _itemAddress = nullptr;  // also of an item that is gone; only compared
+  detail::RowBlock* _block = nullptr;              // where the row stands; null for the top
   std::unique_ptr<detail::RowList> _children;
 };
 
-static_assert(sizeof(void*) != 8 || sizeof(OutlineRow) == 72,
+static_assert(sizeof(void*) != 8 || sizeof(OutlineRow) == 80,
               "each byte more costs memory in every row");
 
 }  // namespace vexil

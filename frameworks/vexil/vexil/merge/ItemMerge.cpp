@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <vexil/detail/IdentifiedMerge.h>
 #include <vexil/items/ItemFields.h>
 #include <vexil/merge/ItemMerge.h>
 #include <vexil/merge/Prefetching.h>
@@ -56,6 +57,15 @@ bool canRunForeignCode(const FreshItems& fresh) {
 }
 template <class Source>
 bool canRunForeignCode(const Source&) {
+  return false;
+}
+
+/// Whether the identifiers of all fresh items are known to differ.
+bool identifiersDiffer(const FreshEvents& fresh) {
+  return fresh.lineage && fresh.lineage->identifiersDiffer;
+}
+template <class Source>
+bool identifiersDiffer(const Source&) {
   return false;
 }
 
@@ -205,6 +215,9 @@ void ItemMerge::open(std::shared_ptr<Item> receiver, FreshSource fresh) {
 void ItemMerge::closeLevel() {
   Level done = std::move(_levels.back());
   _levels.pop_back();
+  const bool isIdentified =
+      std::visit([](const auto& source) { return identifiersDiffer(source); }, done.fresh);
+  const IdentifiedMerge merge(isIdentified ? done.receiver.get() : nullptr);
   announce(*done.receiver,
            [&] { done.receiver->didChangeValuesAtIndexesForKey(std::move(done.replacement)); });
 }
@@ -286,6 +299,7 @@ void ItemMerge::insert(Item& receiver, const Source& fresh, const IndexSet& inde
       }
     });
     insertAt(indexes, std::move(arrived), ItemFields::childrenForAdding(receiver));
+    const IdentifiedMerge merge(identifiersDiffer(fresh) ? &receiver : nullptr);
     receiver.didChangeValuesAtIndexesForKey(std::move(change));
   });
 }

@@ -24,8 +24,9 @@ struct EventLineage {
   static constexpr Place placeBits = ~(changed | unsure);
 
   std::uint64_t list = 0;
-  bool areIdentified = false;    // whether all its records have identifiers
-  std::uint64_t listBefore = 0;  // 0 when nothing is known of it
+  bool areIdentified = false;      // whether all its records have identifiers
+  bool identifiersDiffer = false;  // whether these are known to differ
+  std::uint64_t listBefore = 0;    // 0 when nothing is known of it
   std::size_t countBefore = 0;
   // For each record, the place in the list before of the record with the same identifier, with a
   // mark or without; nowhere when the identifier is new.

@@ -125,6 +125,7 @@ std::optional<EventOrder::Answer> EventOrder::answerTo(Search& search) {
     // The identifiers stay at their places.
     Answer answer = answerWith(search.freshByPlace->take(), std::move(search.originsByPlace));
     _lastPlaces = std::move(search.places);
+    _lineage->identifiersDiffer = true;
     return answer;
   }
   Arrangement arrangement(search);
@@ -133,6 +134,8 @@ std::optional<EventOrder::Answer> EventOrder::answerTo(Search& search) {
   }
   Answer answer = answerWith(arrangement.sorted->take(), std::move(arrangement.origins));
   updatePlaces(search, arrangement.newPlaces);
+  // A table that was cleared because it was full has not seen all.
+  _lineage->identifiersDiffer = _identifiersDiffer && !_placesByIdentifier.isEmpty();
   return answer;
 }
 

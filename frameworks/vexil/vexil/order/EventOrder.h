@@ -55,10 +55,9 @@ class EventOrder {
   Answer answerWith(platform::Value fresh, std::vector<Place> origins);
 
   bool _isAtWork = false;
-  platform::Value _knownList;  // what the other members are about
-  std::shared_ptr<const EventLineage>
-      _lineage;                    // null if two records may compare equal, or too many
-  PlaceTable _placesByIdentifier;  // empty while it is not needed
+  platform::Value _knownList;              // what the other members are about
+  std::shared_ptr<EventLineage> _lineage;  // null if two records may compare equal, or too many
+  PlaceTable _placesByIdentifier;          // empty while it is not needed
   bool _identifiersDiffer = true;
   std::vector<Place> _lastPlaces;  // by the index of the record in the list that came last
 };

@@ -24,9 +24,8 @@ Ranges afterInsertion(const Ranges& set, const Ranges& inserted) {
         shift += (next++)->count;
       }
       // Up to the next insertion, all are shifted alike.
-      const std::size_t end = next == inserted.end()
-                                  ? range.end()
-                                  : std::min(range.end(), next->first - shift);
+      const std::size_t end =
+          next == inserted.end() ? range.end() : std::min(range.end(), next->first - shift);
       append(after, first + shift, end - first);
       first = end;
     }
@@ -67,7 +66,8 @@ Ranges united(const Ranges& a, const Ranges& b) {
                      &platform::IndexSet::Range::first);
   Ranges joined;
   for (const auto& range : all) {
-    const std::size_t from = joined.empty() ? range.first : std::max(range.first, joined.back().end());
+    const std::size_t from =
+        joined.empty() ? range.first : std::max(range.first, joined.back().end());
     if (from < range.end()) {
       append(joined, from, range.end() - from);
     }

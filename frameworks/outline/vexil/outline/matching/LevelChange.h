@@ -15,9 +15,9 @@ namespace vexil::detail {
 /// places, and all others keep their order. A row that moves within the level does both.
 struct LevelChange {
   struct Gone {
-    std::uint32_t old;  // the position before
-    bool moves;         // here or to another level; otherwise it is removed
-    OutlineRow* row;
+    std::uint32_t old;   // the position before
+    bool moves = false;  // here or to another level; otherwise it is removed
+    OutlineRow* row = nullptr;
   };
   struct Come {
     std::uint32_t now;  // the position afterwards
@@ -38,8 +38,8 @@ struct LevelChange {
   }
 
   OutlineRow* parent;
-  std::vector<Gone> gone;  // in ascending order
-  std::vector<Come> come;  // in ascending order; owns the new rows
+  std::vector<Gone> gone;   // in ascending order
+  std::vector<Come> come;   // in ascending order; owns the new rows
   bool areDistinct = true;  // the identifiers of all children afterwards
 };
 

@@ -15,18 +15,29 @@ namespace vexil::detail {
 
 struct RowFields {
   /// Makes a row that belongs to no list.
-  [[nodiscard]] static OutlineRow* make(RowState state, std::weak_ptr<KRAVTWVItemVexil> item) {
+  [[nodiscard]] static OutlineRow* make(RowState state,
+                                        const std::shared_ptr<KRAVTWVItemVexil>& item) {
     auto* const row = new (platform::detail::allocateBlock(sizeof(OutlineRow))) OutlineRow;
     row->_state = std::move(state);
-    row->_item = std::move(item);
+    setItem(*row, item);
     return row;
+  }
+  static void setItem(OutlineRow& row, const std::shared_ptr<KRAVTWVItemVexil>& item) noexcept {
+    row._item = item;
+    row._itemAddress = item.get();
   }
   /// Destroys a row that belongs to no list, and all that is below it, without recursion. May run
   /// foreign code.
   static void destroy(OutlineRow* row) noexcept;
 
   static RowState& state(OutlineRow& row) noexcept { return row._state; }
-  static std::weak_ptr<KRAVTWVItemVexil>& item(OutlineRow& row) noexcept { return row._item; }
+  static const std::weak_ptr<KRAVTWVItemVexil>& item(const OutlineRow& row) noexcept {
+    return row._item;
+  }
+  /// Of the item, also when that is gone.
+  static const KRAVTWVItemVexil* itemAddress(const OutlineRow& row) noexcept {
+    return row._itemAddress;
+  }
   static RowBlock*& block(OutlineRow& row) noexcept { return row._block; }
   static const RowBlock* block(const OutlineRow& row) noexcept { return row._block; }
   /// Null for a row that has never had children.

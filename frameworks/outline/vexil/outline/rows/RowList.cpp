@@ -66,8 +66,9 @@ void RowList::renumber(std::size_t from) noexcept {
     _blocks[block]->_position = static_cast<std::uint32_t>(block);
     if (!_starts.empty()) {
       _starts[block] =
-          block == 0 ? 0
-                     : _starts[block - 1] + static_cast<std::uint32_t>(_blocks[block - 1]->_rows.size());
+          block == 0
+              ? 0
+              : _starts[block - 1] + static_cast<std::uint32_t>(_blocks[block - 1]->_rows.size());
     }
   }
 }

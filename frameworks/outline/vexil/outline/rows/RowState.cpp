@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/KRAVTWVItemVexil.h>
 #include <vexil/outline/RowState.h>
+#include <vexil/outline/rows/QuietLog.h>
 #include <vexil/outline/rows/RowStateFields.h>
 #include <vexil/platform/Object.h>
 #include <vexil/platform/detail/BlockPool.h>
@@ -71,6 +72,35 @@ RowState RowStateFields::withOccurrence(const RowState& state, std::uint32_t occ
                           identifierField(state), labelField(state));
   setNumber(changed, state.number());
   return changed;
+}
+
+namespace {
+
+/// When an object that is asked throws, they are not equal.
+bool areEqual(const Value& a, const Value& b) {
+  if (const std::optional<bool> equal = a.plainlyEquals(b)) {
+    return *equal;
+  }
+  const Value left = a;  // copies: whoever is asked may do anything
+  const Value right = b;
+  try {
+    return left == right;
+  } catch (...) {
+    logCaughtException("isEqual of what a row shows");
+    return false;
+  }
+}
+
+}  // namespace
+
+bool RowStateFields::showTheSame(const RowState& a, const RowState& b) {
+  constexpr auto shown = static_cast<std::uint8_t>(~RowState::flagPlainEvent);
+  if ((a._flags & shown) != (b._flags & shown)) {
+    return false;
+  }
+  // The label of two plain events follows from their records.
+  return areEqual(a._object, b._object) &&
+         ((isPlainEvent(a) && isPlainEvent(b)) || areEqual(a.label(), b.label()));
 }
 
 const std::type_info& RowStateFields::type(const RowState& state) noexcept {

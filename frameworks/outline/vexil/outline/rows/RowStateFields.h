@@ -90,10 +90,15 @@ struct RowStateFields {
   }
   /// The same state with another occurrence.
   [[nodiscard]] static RowState withOccurrence(const RowState& state, std::uint32_t occurrence);
-  /// Makes `state` refer to an equal object, so that the old one can go.
-  static void exchangeEqualObject(RowState& state, platform::Value& object) noexcept {
-    std::swap(state._object, object);
+  /// Whether two states are known to be the same but for their numbers, without a look inside.
+  static bool areTheSame(const RowState& a, const RowState& b) noexcept {
+    return a._flags == b._flags && a._details == nullptr && b._details == nullptr &&
+           a._identifier == b._identifier && a._label == b._label &&
+           a._object.sharesStorageWith(b._object);
   }
+  /// Whether a view shows the same of both. May ask objects of a host; when that throws, they
+  /// differ.
+  static bool showTheSame(const RowState& a, const RowState& b);
 
   static std::uint8_t flags(const RowState& state) noexcept { return state._flags; }
   static bool isPlainEvent(const RowState& state) noexcept {

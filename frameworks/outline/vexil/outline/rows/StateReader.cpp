@@ -52,7 +52,9 @@ RowStateFields::Field fieldOf(const Value& value, const Value& object) {
 }  // namespace
 
 StateReader::StateReader()
-    : _identifier{Key(kTWEventUniqueID)}, _name{Key(kTWEventName)}, _enabled{Key(kTWEventEnabled)} {}
+    : _identifier{Key(kTWEventUniqueID)},
+      _name{Key(kTWEventName)},
+      _enabled{Key(kTWEventEnabled)} {}
 
 std::size_t StateReader::Guess::in(std::span<const Key> keys) noexcept {
   if (position < keys.size() && keys[position] == key) {

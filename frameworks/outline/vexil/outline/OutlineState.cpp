@@ -1,0 +1,391 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <vexil/detail/IdentifiedMerge.h>
+#include <vexil/items/ItemFields.h>
+#include <vexil/outline/OutlineState.h>
+#include <vexil/outline/rows/QuietLog.h>
+#include <vexil/platform/Error.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace vexil::detail {
+
+using platform::ChangeRecord;
+using platform::Key;
+using platform::Observable;
+using platform::detail::ManyUnwatches;
+using platform::detail::ManyWatches;
+using platform::detail::Operation;
+using platform::detail::Watching;
+
+namespace {
+
+const Key& rootKey() {
+  static const Key key(KRAVTWVItemsVexilKeyPathRoot);
+  return key;
+}
+
+}  // namespace
+
+// --- life
+
+OutlineState::OutlineState(OutlineOptions options)
+    : _options(std::move(options)),
+      _top(RowFields::make(RowState(), nullptr)),
+      _rowsByItem(_options.followsProperties) {}
+
+std::shared_ptr<OutlineState> OutlineState::make(
+    const std::shared_ptr<KRAVTWVItemsVexil>& collection, const std::shared_ptr<Item>& root,
+    OutlineOptions options) {
+  if (!collection && !root) {
+    throw platform::InvalidArgument("an outline needs a collection or an item to follow");
+  }
+  const std::shared_ptr<OutlineState> state(new OutlineState(std::move(options)));
+  state->_root = root;
+  state->_journals.mustCompareAll = true;
+  (void)RowFields::childrenForAdding(*state->_top);
+  if (collection) {
+    state->_collection = collection;
+    state->_collectionAddress = collection.get();
+    ManyWatches(state, rootKey(), Watching::oneKey).addTo(*collection);
+  }
+  return state;
+}
+
+void OutlineState::close() noexcept {
+  _isClosed = true;
+  if (const auto collection = _collection.lock()) {
+    ManyUnwatches(shared_from_this(), rootKey()).removeFrom(*collection);
+  }
+  // Registrations on items end with this object.
+}
+
+std::shared_ptr<KRAVTWVItemVexil> OutlineState::root() const {
+  if (_collectionAddress == nullptr) {
+    return _root.lock();
+  }
+  const auto collection = _collection.lock();
+  return collection ? collection->root() : nullptr;
+}
+
+Watching OutlineState::watching() const noexcept {
+  return _options.followsProperties ? Watching::everyKey : Watching::oneKey;
+}
+
+bool OutlineState::isOutOfDate() const noexcept {
+  return _isOutOfDate || (_rowCount != 0 && RowFields::item(*_top).expired());
+}
+
+// --- what is announced
+
+void OutlineState::becomeOutOfDate() noexcept {
+  ++_version;
+  if (!_isOutOfDate) {
+    _isOutOfDate = true;
+    _mustCall = true;
+  }
+  if (_mustCall && Operation::isInProgress()) {
+    waitForEnd();
+  }
+}
+
+void OutlineState::operationIsOver() noexcept {
+  const auto self = shared_from_this();
+  if (!std::exchange(_mustCall, false) || _isClosed || !_options.outOfDate) {
+    return;
+  }
+  const auto call = _options.outOfDate;  // a copy, because it may destroy the outline
+  try {
+    call();
+  } catch (...) {
+    logCaughtException("the callback of an outline");
+  }
+}
+
+bool OutlineState::isCollection(const Observable& object) const noexcept {
+  return &object == _collectionAddress;
+}
+
+ItemJournal& OutlineState::journalOf(const Observable& item) {
+  const auto* const address = static_cast<const Item*>(&item);
+  const auto [entry, isNew] =
+      _journals.ofItems.try_emplace(address, ItemJournal(item.weak_from_this()));
+  if (!isNew && entry->second.isOfDeadItem()) {
+    entry->second = ItemJournal(item.weak_from_this());
+    entry->second.forget();
+  }
+  return entry->second;
+}
+
+/// Notes something about the children of an item. Where there is no memory for it, all will be
+/// compared.
+template <class Note>
+void OutlineState::note(const Observable& object, const Note& note) noexcept {
+  if (!isCollection(object)) {
+    try {
+      note(journalOf(object));
+    } catch (...) {
+      _journals.mustCompareAll = true;
+    }
+  }
+  becomeOutOfDate();
+}
+
+void OutlineState::willChange(const Observable& object, const ChangeRecord&) noexcept {
+  if (isCollection(object)) {
+    return;
+  }
+  try {
+    journalOf(object).begin();
+  } catch (...) {
+    _journals.mustCompareAll = true;
+  }
+}
+
+void OutlineState::didChange(const Observable& object, const ChangeRecord& change) noexcept {
+  note(object, [&](ItemJournal& journal) { journal.end(change, IdentifiedMerge::isOf(object)); });
+}
+
+void OutlineState::didDrop(const Observable& object, const ChangeRecord&) noexcept {
+  note(object, [](ItemJournal& journal) { journal.drop(); });
+}
+
+void OutlineState::didSet(const Observable& object, const Key& key) noexcept {
+  static const Key parentKey("parent");
+  if (key == parentKey || isCollection(object)) {
+    return;
+  }
+  try {
+    _journals.withProperties.insert(static_cast<const Item*>(&object));
+  } catch (...) {
+    _journals.mustCompareAll = true;
+  }
+  becomeOutOfDate();
+}
+
+void OutlineState::refreshAll() {
+  _journals.mustCompareAll = true;
+  const Operation operation;  // so that the callback runs at its end
+  becomeOutOfDate();
+}
+
+// --- preparing
+
+const OutlineUpdate& OutlineState::prepare() {
+  if (hasStep()) {
+    return _update;
+  }
+  _update = OutlineUpdate();
+  _stepRows.clear();
+  _nextStep = 0;
+  if (Operation::isInProgress()) {
+    _mustCall = true;
+    waitForEnd();
+    return _update;
+  }
+  const auto self = shared_from_this();
+  const Operation operation;
+  constexpr int attempts = 5;
+  for (int attempt = 0; attempt < attempts; ++attempt) {
+    if (prepareOnce()) {
+      return _update;
+    }
+  }
+  // The tree changes whenever it is read. The host may try again.
+  _mustCall = true;
+  waitForEnd();
+  return _update;
+}
+
+/// Returns false when foreign code has changed the tree meanwhile.
+bool OutlineState::prepareOnce() {
+  ManyWatches watches(shared_from_this(), ItemFields::childrenKey(), watching());
+  Preparation preparation({*_top, root(), _journals, _rowsByItem, _lastNumber, _version,
+                           [&](Item& item) { watches.addTo(item); }});
+  Findings& findings = preparation.findings();
+  try {
+    preparation.run();
+  } catch (const TreeChanged&) {
+    giveUp(findings);
+    return false;
+  } catch (const IdentityChanged&) {
+    giveUp(findings);
+    _journals.mustCompareAll = true;
+    return false;
+  } catch (...) {
+    giveUp(findings);
+    throw;
+  }
+  commit(findings);
+  return true;
+}
+
+void OutlineState::giveUp(Findings& findings) {
+  unwatch({findings.came.begin(), findings.came.end()});
+}
+
+void OutlineState::unwatch(const std::vector<std::weak_ptr<Item>>& items) {
+  ManyUnwatches unwatches(shared_from_this(), ItemFields::childrenKey());
+  for (const std::weak_ptr<Item>& reference : items) {
+    if (const auto item = reference.lock()) {
+      unwatches.removeFrom(*item);
+    }
+  }
+}
+
+/// The rows refer to other items from now on, and the tree's next announcements are about what the
+/// rows will be. What rows show is left as it is.
+void OutlineState::commit(Findings& findings) {
+  StepPlan plan(findings);
+  PlannedSteps planned = plan.make();
+  unwatch(findings.left);
+  std::vector<OutlineRow*> newParents;
+  for (LevelChange* const level : findings.levelsInOrder) {
+    if (RowFields::children(*level->parent) == nullptr) {
+      newParents.push_back(level->parent);
+    }
+  }
+  for (std::size_t i = 0; i < planned.steps.size(); ++i) {
+    for (OutlineRow* const row : planned.rows[i].rows) {
+      if (planned.steps[i].kind == OutlineStep::Kind::inserted) {
+        addToTable(*row);
+      }
+    }
+  }
+  for (const LevelChange* const level : findings.levelsInOrder) {
+    for (const auto& entry : level->gone) {
+      if (!entry.moves) {
+        removeFromTable(*entry.row);
+      }
+    }
+  }
+  for (const auto& [row, item] : findings.itemsOfRows) {
+    _rowsByItem.remove(*row);
+    RowFields::setItem(*row, item);
+    _rowsByItem.add(*row);
+  }
+  for (LevelChange* const level : findings.levelsInOrder) {
+    RowFields::childrenForAdding(*level->parent).setDistinct(level->areDistinct);
+  }
+  if (!_rowsByItem.hasAllRows()) {
+    std::ranges::for_each(newParents, [&](OutlineRow* row) { _rowsByItem.add(*row); });
+  }
+  std::size_t rowsAfterwards = _rowCount;
+  for (const OutlineStep& step : planned.steps) {
+    rowsAfterwards += step.kind == OutlineStep::Kind::inserted ? step.rowCount : 0;
+    rowsAfterwards -= step.kind == OutlineStep::Kind::removed ? step.rowCount : 0;
+  }
+  for (auto& [row, state] : findings.equalStates) {
+    RowState before = std::move(RowFields::state(*row));
+    RowFields::state(*row) = RowStateFields::withOccurrence(state, before.occurrence());
+    state = std::move(before);  // destroyed last, because this may run foreign code
+  }
+  for (LevelChange* const level : findings.levelsInOrder) {
+    level->come.clear();  // the steps own the new rows now
+  }
+  _journals.clear();
+  _isOutOfDate = false;
+  _mustCall = false;
+  _update = OutlineUpdate(std::move(planned.steps), rowsAfterwards);
+  _stepRows = std::move(planned.rows);
+  _nextStep = 0;
+}
+
+void OutlineState::addToTable(OutlineRow& newRow) {
+  std::vector<OutlineRow*> open{&newRow};
+  while (!open.empty()) {
+    OutlineRow& row = *open.back();
+    open.pop_back();
+    _rowsByItem.add(row);
+    for (std::size_t i = 0; i < row.childCount(); ++i) {
+      if (_rowsByItem.isFor(*row.child(i))) {
+        open.push_back(row.child(i));
+      }
+    }
+  }
+}
+
+void OutlineState::removeFromTable(OutlineRow& removedRow) {
+  std::vector<OutlineRow*> open{&removedRow};
+  while (!open.empty()) {
+    OutlineRow& row = *open.back();
+    open.pop_back();
+    _rowsByItem.remove(row);
+    for (std::size_t i = 0; i < row.childCount(); ++i) {
+      if (_rowsByItem.isFor(*row.child(i))) {
+        open.push_back(row.child(i));
+      }
+    }
+  }
+}
+
+// --- applying
+
+const OutlineStep* OutlineState::nextStep() const noexcept {
+  return hasStep() ? &_update.steps()[_nextStep] : nullptr;
+}
+
+const StepRows* OutlineState::nextStepRows() const noexcept {
+  return hasStep() ? &_stepRows[_nextStep] : nullptr;
+}
+
+void OutlineState::applyNext() {
+  if (!hasStep()) {
+    return;
+  }
+  const auto self = shared_from_this();
+  const Operation operation;
+  // Destroyed last, because this may run foreign code: rows and states that are not shown any more.
+  std::vector<DetachedRow> removed;
+  std::vector<RowState> states;
+
+  const OutlineStep& step = _update.steps()[_nextStep];
+  StepRows& rows = _stepRows[_nextStep];
+  RowList& children = RowFields::childrenForAdding(*rows.parent);
+  std::vector<OutlineRow*> taken;
+  switch (step.kind) {
+    case OutlineStep::Kind::removed:
+      taken.reserve(step.count);
+      removed.reserve(step.count);
+      children.take(step.first, step.count, taken);
+      std::ranges::for_each(taken, [&](OutlineRow* row) { removed.emplace_back(row); });
+      _rowCount -= step.rowCount;
+      break;
+    case OutlineStep::Kind::inserted:
+      children.insert(step.first, rows.rows);
+      rows.rows.clear();  // the list owns them now
+      _rowCount += step.rowCount;
+      break;
+    case OutlineStep::Kind::moved:
+      taken.reserve(step.count);
+      children.take(step.first, step.count, taken);
+      RowFields::childrenForAdding(*rows.newParent).insert(step.newFirst, taken);
+      for (std::size_t i = 0; i < step.newOccurrences.size(); ++i) {
+        RowState& state = RowFields::state(*taken[i]);
+        state = RowStateFields::withOccurrence(state, step.newOccurrences[i]);
+      }
+      break;
+    case OutlineStep::Kind::changed:
+      states.reserve(step.count);
+      for (std::size_t i = 0; i < step.count; ++i) {
+        RowState& state = RowFields::state(*rows.rows[i]);
+        states.push_back(std::exchange(state, step.changes[i].after));
+      }
+      children.dropIndex();
+      break;
+  }
+  ++_nextStep;
+}
+
+void OutlineState::applyRest() {
+  const auto self = shared_from_this();
+  while (hasStep()) {
+    applyNext();
+  }
+}
+
+OutlineUpdate OutlineState::takeUpdate() noexcept {
+  return std::exchange(_update, {});
+}
+
+}  // namespace vexil::detail

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+// Internal to the outline: what a comparison of rows and items has found.
+#pragma once
+
+#include <vexil/outline/OutlineRow.h>
+#include <vexil/outline/matching/LevelChange.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+namespace vexil::detail {
+
+/// What has to be done so that the rows are those of the tree. No row has been changed yet.
+struct Findings {
+  using Item = KRAVTWVItemVexil;
+
+  /// A row that shows something else.
+  struct Changed {
+    static constexpr std::size_t unknown = SIZE_MAX;
+    OutlineRow* row;
+    RowState after;
+    std::size_t now = unknown;  // the position afterwards
+  };
+
+  /// The levels in which rows leave or take places, by their parents, and in the order in which
+  /// they were found.
+  std::unordered_map<OutlineRow*, std::unique_ptr<LevelChange>> levels;
+  std::vector<LevelChange*> levelsInOrder;
+
+  std::vector<Changed> changed;
+  /// Rows for which another item stands now.
+  std::vector<std::pair<OutlineRow*, std::shared_ptr<Item>>> itemsOfRows;
+  /// Rows that show the same as before, though their state was read anew.
+  std::vector<std::pair<OutlineRow*, RowState>> equalStates;
+  /// Items that took places in the tree, and are watched already. Items that left theirs, and are
+  /// still watched.
+  std::vector<std::shared_ptr<Item>> came;
+  std::vector<std::weak_ptr<Item>> left;
+  /// Rows with children that were compared.
+  std::unordered_set<const OutlineRow*> comparedParents;
+
+  LevelChange& levelOf(OutlineRow& parent) {
+    std::unique_ptr<LevelChange>& level = levels[&parent];
+    if (!level) {
+      level = std::make_unique<LevelChange>(parent);
+      levelsInOrder.push_back(level.get());
+    }
+    return *level;
+  }
+};
+
+}  // namespace vexil::detail

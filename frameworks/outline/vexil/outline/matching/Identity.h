@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+// Internal to the outline: which row is the same row.
+#pragma once
+
+#include <vexil/outline/OutlineRow.h>
+#include <vexil/outline/rows/RowFields.h>
+#include <vexil/outline/rows/RowStateFields.h>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+
+namespace vexil::detail {
+
+struct Identity {
+  /// May ask an object in an identifier. When that throws, they are not equal.
+  [[nodiscard]] static bool areEqual(const platform::Value& a, const platform::Value& b) {
+    const std::optional<bool> equal = a.plainlyEquals(b);
+    return equal ? *equal : areEqualByAsking(a, b);
+  }
+
+  template <class A, class B>
+  [[nodiscard]] static bool areOfOneOwner(const A& a, const B& b) noexcept {
+    return !a.owner_before(b) && !b.owner_before(a);
+  }
+
+  /// Whether a row is that of an item with this state and occurrence. An item without an identifier
+  /// is identified by itself.
+  template <class ItemPointer>
+  [[nodiscard]] static bool isOf(OutlineRow& row, const ItemPointer& item, const RowState& state,
+                                 std::uint32_t occurrence) {
+    const bool hasIdentifier = RowStateFields::hasIdentifier(state);
+    if (RowStateFields::hasIdentifier(row.state()) != hasIdentifier) {
+      return false;
+    }
+    return hasIdentifier
+               ? row.occurrence() == occurrence && areEqual(row.uniqueID(), state.uniqueID())
+               : areOfOneOwner(RowFields::item(row), item);
+  }
+
+  /// May ask an object in an identifier. When that throws, the hash is 0.
+  [[nodiscard]] static std::size_t hashOf(const platform::Value& identifier) {
+    const std::optional<std::size_t> hash = identifier.plainHash();
+    return hash ? *hash : hashByAsking(identifier);
+  }
+
+ private:
+  static bool areEqualByAsking(const platform::Value& a, const platform::Value& b);
+  static std::size_t hashByAsking(const platform::Value& identifier);
+};
+
+}  // namespace vexil::detail

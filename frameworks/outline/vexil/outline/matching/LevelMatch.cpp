@@ -1,0 +1,360 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <vexil/order/PlaceTable.h>
+#include <vexil/outline/matching/Identity.h>
+#include <vexil/outline/matching/LevelMatch.h>
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <utility>
+
+namespace vexil::detail {
+
+LevelMatch::LevelMatch(OutlineRow& parent, const std::shared_ptr<Item>& item, Context& context)
+    : _parent(&parent),
+      _item(item),
+      _context(&context),
+      _rows(RowFields::children(parent)),
+      _oldCount(parent.childCount()),
+      _rowAt(_rows) {}
+
+void LevelMatch::compareAll() {
+  _areAllCompared = true;
+  ChildStates states = readChildren(_context->tree, *_item, false);
+  _areDistinct = states.areDistinct;
+  for (std::size_t now = 0; now < states.children.size(); ++now) {
+    Child child{now, std::move(states.children[now])};
+    if (!findNearby(child)) {
+      _notFound.push_back(std::move(child));
+    }
+  }
+  finish();
+}
+
+void LevelMatch::compareWhatChanged(const ItemJournal& journal) {
+  // Identifiers are looked for among the rows that were touched. That will do when no other row
+  // can have them.
+  const bool areKnownToBeDistinct = journal.isIdentified() && areRowsDistinct();
+  const bool areSame =
+      journal.come().empty() && (areKnownToBeDistinct || doDirtyOnesKeepIdentity(journal));
+  if (!areKnownToBeDistinct && !areSame) {
+    compareAll();
+    return;
+  }
+  _areDistinct = areRowsDistinct();
+  goThrough(journal);
+  finish();
+}
+
+bool LevelMatch::doDirtyOnesKeepIdentity(const ItemJournal& journal) {
+  if (!journal.gone().empty() && !areRowsDistinct()) {
+    return false;  // occurrences may change
+  }
+  bool areSame = true;
+  forEachDirty(journal, [&](std::size_t now, std::size_t old) {
+    OutlineRow& row = _rowAt(old);
+    const std::shared_ptr<Item> child = TreeReading::child(*_item, now);
+    areSame =
+        areSame && (isUntouched(row, *child) ||
+                    Identity::isOf(row, child, _context->tree.stateOf(*child), row.occurrence()));
+  });
+  _context->tree.requireUnchanged();
+  return areSame;
+}
+
+/// Calls `visit` with the positions now and before of all children that stayed and are dirty.
+template <class Visit>
+void LevelMatch::forEachDirty(const ItemJournal& journal, const Visit& visit) {
+  auto come = journal.come().begin();
+  auto gone = journal.gone().begin();
+  std::size_t comeBefore = 0;
+  std::size_t goneBefore = 0;
+  for (const auto& range : journal.dirty()) {
+    for (std::size_t now = range.first; now < range.end(); ++now) {
+      while (come != journal.come().end() && come->end() <= now) {
+        comeBefore += (come++)->count;
+      }
+      if (come != journal.come().end() && come->first <= now) {
+        continue;  // it came
+      }
+      const std::size_t rank = now - comeBefore;
+      while (gone != journal.gone().end() && gone->first <= rank + goneBefore) {
+        goneBefore += (gone++)->count;
+      }
+      visit(now, rank + goneBefore);
+    }
+  }
+}
+
+/// Goes through both sides at once: what came, what went, and what stayed in between.
+void LevelMatch::goThrough(const ItemJournal& journal) {
+  _dirty = journal.dirty().begin();
+  _dirtyEnd = journal.dirty().end();
+  auto come = journal.come().begin();
+  auto gone = journal.gone().begin();
+  std::size_t now = 0;
+  std::size_t old = 0;
+  while (true) {
+    if (gone != journal.gone().end() && gone->first == old) {
+      goThroughGone(*gone);
+      old = (gone++)->end();
+    } else if (come != journal.come().end() && come->first == now) {
+      goThroughCome(*come);
+      now = (come++)->end();
+    } else if (old == _oldCount) {
+      break;
+    } else {
+      const std::size_t untilGone =
+          gone == journal.gone().end() ? _oldCount - old : gone->first - old;
+      const std::size_t untilCome = come == journal.come().end() ? untilGone : come->first - now;
+      const std::size_t count = std::min(untilGone, untilCome);
+      goThroughKept(now, old, count);
+      now += count;
+      old += count;
+    }
+  }
+}
+
+void LevelMatch::goThroughGone(const platform::IndexSet::Range& range) {
+  for (std::size_t old = range.first; old < range.end(); ++old) {
+    _loose.push_back(old);
+    _context->findings.left.push_back(RowFields::item(_rowAt(old)));
+  }
+}
+
+void LevelMatch::goThroughCome(const platform::IndexSet::Range& range) {
+  for (std::size_t now = range.first; now < range.end(); ++now) {
+    TreeReading::prefetch(*_item, now);
+    Child child{now, {TreeReading::child(*_item, now), {}}};
+    child.child.state = _context->tree.stateOf(*child.child.item);
+    _context->watch(child.child.item);
+    if (!findNearby(child)) {
+      _notFound.push_back(std::move(child));
+    }
+  }
+}
+
+void LevelMatch::goThroughKept(std::size_t now, std::size_t old, std::size_t count) {
+  const std::size_t end = now + count;
+  while (now < end) {
+    while (_dirty != _dirtyEnd && _dirty->end() <= now) {
+      ++_dirty;
+    }
+    const bool isAnyDirty = _dirty != _dirtyEnd && _dirty->first < end;
+    const std::size_t cleanEnd = isAnyDirty ? std::max(now, _dirty->first) : end;
+    _survivors.add(now, old, cleanEnd - now);
+    old += cleanEnd - now;
+    now = cleanEnd;
+    for (; isAnyDirty && now < std::min(end, _dirty->end()); ++now, ++old) {
+      TreeReading::prefetch(*_item, now);
+      examineDirty(now, old);
+    }
+  }
+}
+
+void LevelMatch::examineDirty(std::size_t now, std::size_t old) {
+  OutlineRow& row = _rowAt(old);
+  const std::shared_ptr<Item>& item = TreeReading::child(*_item, now);
+  if (isUntouched(row, *item)) {
+    _survivors.add(now, old);
+    return;
+  }
+  Child child{now, {item, {}}};
+  child.child.state = _context->tree.stateOf(*child.child.item);
+  if (Identity::isOf(row, child.child.item, child.child.state, row.occurrence())) {
+    child.child.state = RowStateFields::withOccurrence(child.child.state, row.occurrence());
+    _survivors.add(now, old);
+    keep(row, child);
+    return;
+  }
+  _loose.push_back(old);
+  if (!findNearby(child)) {
+    _notFound.push_back(std::move(child));
+  }
+}
+
+/// Whether the row of a plain event shows this item's very record.
+bool LevelMatch::isUntouched(OutlineRow& row, const Item& item) {
+  return RowStateFields::isPlainEvent(row.state()) && row.childCount() == 0 &&
+         ItemFields::isPlainEvent(item) &&
+         row.representedObject().sharesStorageWith(ItemFields::representedObject(item));
+}
+
+/// Where one row is found, its neighbours mostly are.
+bool LevelMatch::findNearby(Child& child) {
+  const std::size_t old = child.now + static_cast<std::size_t>(_offset);  // wraps around
+  return keepIfSame(child, old) || keepIfSame(child, old + 1) || keepIfSame(child, old - 1);
+}
+
+bool LevelMatch::keepIfSame(Child& child, std::size_t old) {
+  if (old >= _oldCount) {
+    return false;
+  }
+  OutlineRow& row = _rowAt(old);
+  if (!Identity::isOf(row, child.child.item, child.child.state, child.child.state.occurrence())) {
+    return false;
+  }
+  _offset = static_cast<std::ptrdiff_t>(old - child.now);
+  _found.push_back(old);
+  _survivors.add(child.now, old);
+  keep(row, child);
+  return true;
+}
+
+void LevelMatch::keep(OutlineRow& row, Child& child) {
+  const std::shared_ptr<Item>& item = child.child.item;
+  const bool isOther = !Identity::areOfOneOwner(RowFields::item(row), item);
+  const bool mayHaveChildren =
+      row.childCount() != 0 || !RowStateFields::isPlainEvent(child.child.state);
+  if (mayHaveChildren) {
+    _context->compareBelow(row, item, isOther);
+  }
+  noteContent(row, child);
+  if (!isOther) {
+    return;
+  }
+  if (_areAllCompared) {
+    _context->findings.left.push_back(RowFields::item(row));
+    _context->watch(item);
+  }
+  _context->findings.itemsOfRows.emplace_back(&row, item);
+}
+
+void LevelMatch::noteContent(OutlineRow& row, Child& child) {
+  const RowState& before = row.state();
+  RowState& after = child.child.state;
+  if (RowStateFields::areTheSame(before, after)) {
+    return;
+  }
+  RowStateFields::setNumber(after, row.number());
+  if (RowStateFields::showTheSame(before, after)) {
+    _context->findings.equalStates.emplace_back(&row, std::move(after));
+  } else {
+    _context->findings.changed.push_back({&row, std::move(after), child.now});
+  }
+}
+
+/// Looks for the rows of the other children among all rows that were not found.
+void LevelMatch::findOthers() {
+  if (_notFound.empty()) {
+    return;
+  }
+  std::vector<std::size_t> candidates;
+  std::vector<std::size_t> unidentified;
+  PlaceTable places(_loose.size());
+  std::map<std::weak_ptr<Item>, std::size_t, std::owner_less<>> byItem;
+  for (const std::size_t old : _loose) {
+    OutlineRow& row = _rowAt(old);
+    if (RowStateFields::hasIdentifier(row.state())) {
+      places.insert(Identity::hashOf(row.uniqueID()),
+                    static_cast<PlaceTable::Place>(candidates.size()));
+      candidates.push_back(old);
+    } else {
+      byItem.emplace(RowFields::item(row), old);
+    }
+  }
+  Survivors others;
+  std::vector<Child> newOnes;
+  for (Child& child : _notFound) {
+    std::size_t old = _oldCount;
+    const RowState& state = child.child.state;
+    if (RowStateFields::hasIdentifier(state)) {
+      const PlaceTable::Place place =
+          places.find(Identity::hashOf(state.uniqueID()), [&](PlaceTable::Place candidate) {
+            return Identity::isOf(_rowAt(candidates[candidate]), child.child.item, state,
+                                  state.occurrence());
+          });
+      old = place == PlaceTable::nowhere ? _oldCount : candidates[place];
+    } else if (const auto found = byItem.find(child.child.item); found != byItem.end()) {
+      old = found->second;
+    }
+    if (old == _oldCount) {
+      newOnes.push_back(std::move(child));
+      continue;
+    }
+    _found.push_back(old);
+    others.add(child.now, old);
+    keep(_rowAt(old), child);
+  }
+  _survivors.merge(std::move(others));
+  _notFound = std::move(newOnes);
+}
+
+void LevelMatch::finish() {
+  if (_areAllCompared) {
+    // All rows that were not found are loose.
+    std::ranges::sort(_found);
+    auto found = _found.begin();
+    for (std::size_t old = 0; old < _oldCount; ++old) {
+      if (found != _found.end() && *found == old) {
+        ++found;
+      } else {
+        _loose.push_back(old);
+      }
+    }
+    _found.clear();
+  }
+  findOthers();
+  _context->tree.requireUnchanged();
+  _survivors.decideWhoMoves();
+  std::ranges::sort(_found);
+  std::vector<std::size_t> removed;
+  std::ranges::set_difference(_loose, _found, std::back_inserter(removed));
+  _loose = std::move(removed);
+  if (_loose.empty() && _notFound.empty() && _survivors.areInOrder()) {
+    return;
+  }
+  LevelChange& level = _context->findings.levelOf(*_parent);
+  level.areDistinct = _areDistinct;
+  addGone(level);
+  addCome(level);
+}
+
+void LevelMatch::addGone(LevelChange& level) {
+  // Rows that move to another parent may have left already.
+  const std::size_t leftBefore = level.gone.size();
+  const auto add = [&](std::size_t old, bool moves) {
+    const auto end = level.gone.begin() + static_cast<std::ptrdiff_t>(leftBefore);
+    if (!std::binary_search(level.gone.begin(), end,
+                            LevelChange::Gone{static_cast<std::uint32_t>(old)},
+                            [](const auto& a, const auto& b) { return a.old < b.old; })) {
+      level.gone.push_back({static_cast<std::uint32_t>(old), moves, &_rowAt(old)});
+    }
+  };
+  for (const std::size_t old : _loose) {
+    add(old, false);
+    if (_areAllCompared) {
+      _context->findings.left.push_back(RowFields::item(_rowAt(old)));
+    }
+  }
+  for (const Run& run : _survivors.runs()) {
+    for (std::size_t i = 0; run.moves && i < run.count; ++i) {
+      add(run.old + i, true);
+    }
+  }
+  if (leftBefore != 0 || !_survivors.areInOrder()) {
+    std::ranges::sort(level.gone, {}, &LevelChange::Gone::old);
+  }
+}
+
+void LevelMatch::addCome(LevelChange& level) {
+  level.come.reserve(_notFound.size());
+  for (Child& child : _notFound) {
+    if (_areAllCompared) {
+      _context->watch(child.child.item);
+    }
+    level.come.push_back({static_cast<std::uint32_t>(child.now), false,
+                          _context->newRows.make(std::move(child.child)).release()});
+  }
+  if (_survivors.areInOrder()) {
+    return;
+  }
+  for (const Run& run : _survivors.runs()) {
+    for (std::size_t i = 0; run.moves && i < run.count; ++i) {
+      level.come.push_back({static_cast<std::uint32_t>(run.now + i), true, &_rowAt(run.old + i)});
+    }
+  }
+  std::ranges::sort(level.come, {}, &LevelChange::Come::now);
+}
+
+}  // namespace vexil::detail

@@ -1,0 +1,297 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <vexil/outline/matching/Identity.h>
+#include <vexil/outline/matching/Preparation.h>
+
+#include <utility>
+
+namespace vexil::detail {
+
+Preparation::Preparation(const Input& input)
+    : _input(input),
+      _tree(input.version),
+      _newRows(_tree, input.lastNumber,
+               [this](const std::shared_ptr<Item>& item) { _context.watch(item); }),
+      _context{_tree, _newRows, _findings,
+               [this](const std::shared_ptr<Item>& item) {
+                 _findings.came.push_back(item);
+                 _input.watch(*item);
+               },
+               [this](OutlineRow& row, const std::shared_ptr<Item>& item, bool isOther) {
+                 compareBelow(row, item, isOther);
+               }},
+      _crossMoves(
+          _findings,
+          [this](OutlineRow& row, const std::shared_ptr<Item>& item) {
+            _removedParents.erase(&row);
+            _areGone.clear();
+            compareBelow(row, item, true);
+          },
+          [this](OutlineRow& newRow) { leaveBelow(newRow); }) {}
+
+void Preparation::run() {
+  collectWork();
+  do {
+    doWork();
+    if (!findRowsOfOtherItems()) {
+      _crossMoves.find();
+    }
+  } while (!_rowsByDepth.empty());
+  compareOwners();
+  compareWithProperties();
+  _tree.requireUnchanged();
+}
+
+// --- what has to be compared
+
+void Preparation::collectWork() {
+  OutlineRow& top = _input.top;
+  if (!_input.root) {
+    removeAllBelow(top);
+    return;
+  }
+  const bool isOther = !Identity::areOfOneOwner(RowFields::item(top), _input.root);
+  if (isOther) {
+    _findings.left.push_back(RowFields::item(top));
+    _context.watch(_input.root);
+    _findings.itemsOfRows.emplace_back(&top, _input.root);
+  }
+  if (isOther || _input.journals.mustCompareAll) {
+    addWork(top, {_input.root});
+  }
+  for (const auto& [address, journal] : _input.journals.ofItems) {
+    collectJournal(*address, journal);
+  }
+}
+
+void Preparation::collectJournal(const Item& address, const ItemJournal& journal) {
+  const auto item = std::static_pointer_cast<Item>(journal.item());
+  if (!item) {
+    return;
+  }
+  bool isFound = false;
+  _input.rowsByItem.forEachRowOf(address, [&](OutlineRow& row) {
+    isFound = true;
+    addWork(row, {item, &journal});
+  });
+  if (!isFound && !_input.rowsByItem.hasAllRows()) {
+    _withoutRow.push_back(item);
+  }
+}
+
+/// A row keeps the first work that it gets, unless all is to be compared.
+void Preparation::addWork(OutlineRow& row, Work work) {
+  const auto [entry, isNew] = _work.try_emplace(&row, work);
+  if (isNew) {
+    _rowsByDepth[depthOf(row)].push_back(&row);
+  } else if (work.journal == nullptr) {
+    entry->second = std::move(work);
+  }
+}
+
+std::size_t Preparation::depthOf(OutlineRow& row) {
+  std::vector<const OutlineRow*> above;
+  const OutlineRow* next = &row;
+  while (next != nullptr && !_depths.contains(next)) {
+    above.push_back(next);
+    next = next->parent();
+  }
+  std::size_t depth = next == nullptr ? 0 : _depths.at(next) + 1;
+  for (; !above.empty(); above.pop_back()) {
+    _depths.emplace(above.back(), depth++);
+  }
+  return _depths.at(&row);
+}
+
+/// A row stays. What is below it must be compared if another item stands for it now, or if the
+/// number of children tells that some were added or removed without an announcement.
+void Preparation::compareBelow(OutlineRow& row, const std::shared_ptr<Item>& item, bool isOther) {
+  _findings.comparedParents.insert(&row);
+  _comparedItems.insert(item.get());
+  if (isOther || _input.journals.mustCompareAll ||
+      (row.childCount() != TreeReading::childCount(*item) && !_work.contains(&row))) {
+    if (row.childCount() != 0 || !ItemFields::hasNoChildren(*item)) {
+      addWork(row, {item});
+    }
+  }
+}
+
+// --- comparing
+
+void Preparation::doWork() {
+  while (!_rowsByDepth.empty()) {
+    const auto first = _rowsByDepth.begin();
+    OutlineRow& row = *first->second.back();
+    first->second.pop_back();
+    if (first->second.empty()) {
+      _rowsByDepth.erase(first);
+    }
+    if (isGone(row)) {
+      _work.erase(&row);  // it may come back, if the row turns out to move
+    } else {
+      doWorkOn(row, _work.at(&row));
+    }
+  }
+}
+
+void Preparation::doWorkOn(OutlineRow& row, const Work& workOfRow) {
+  const Work work = workOfRow;
+  if (!_done.insert(&row).second) {
+    return;
+  }
+  _owners.push_back(&row);
+  LevelMatch match(row, work.item, _context);
+  if (work.journal != nullptr &&
+      work.journal->explains(row.childCount(), TreeReading::childCount(*work.item))) {
+    match.compareWhatChanged(*work.journal);
+  } else {
+    match.compareAll();
+  }
+  const auto level = _findings.levels.find(&row);
+  if (level == _findings.levels.end()) {
+    return;
+  }
+  for (const auto& entry : level->second->gone) {
+    if (!entry.moves && entry.row->childCount() != 0) {
+      _removedParents.insert(entry.row);
+    }
+  }
+}
+
+void Preparation::removeAllBelow(OutlineRow& row) {
+  if (row.childCount() == 0) {
+    return;
+  }
+  LevelChange& level = _findings.levelOf(row);
+  RowList::Reader rowAt(RowFields::children(row));
+  for (std::size_t i = 0; i < row.childCount(); ++i) {
+    OutlineRow& child = rowAt(i);
+    level.gone.push_back({static_cast<std::uint32_t>(i), false, &child});
+    _findings.left.push_back(RowFields::item(child));
+  }
+}
+
+/// Whether a row, or one above it, will be removed.
+bool Preparation::isGone(OutlineRow& row) {
+  if (_removedParents.empty()) {
+    return false;
+  }
+  std::vector<const OutlineRow*> asked;
+  const OutlineRow* next = &row;
+  bool answer = false;
+  for (; next != nullptr; next = next->parent()) {
+    const auto known = _areGone.find(next);
+    if (known != _areGone.end() || _removedParents.contains(next)) {
+      answer = known == _areGone.end() || known->second;
+      break;
+    }
+    asked.push_back(next);
+  }
+  for (const OutlineRow* const one : asked) {
+    _areGone.emplace(one, answer);
+  }
+  return answer;
+}
+
+/// Looks through all rows for items that have announced something and are no known parents. They
+/// got their first children by an operation of their own. Returns whether it found any.
+bool Preparation::findRowsOfOtherItems() {
+  std::unordered_map<const Item*, std::shared_ptr<Item>> wanted;
+  for (const auto& item : std::exchange(_withoutRow, {})) {
+    if (!_comparedItems.contains(item.get())) {
+      wanted.emplace(item.get(), item);
+    }
+  }
+  if (wanted.empty()) {
+    return false;
+  }
+  std::vector<OutlineRow*> open{&_input.top};
+  while (!open.empty()) {
+    OutlineRow& row = *open.back();
+    open.pop_back();
+    const auto found = wanted.find(RowFields::itemAddress(row));
+    if (found != wanted.end() && Identity::areOfOneOwner(RowFields::item(row), found->second)) {
+      addWork(row, {found->second});
+    }
+    for (std::size_t i = row.childCount(); i > 0; --i) {
+      open.push_back(row.child(i - 1));
+    }
+  }
+  return !_rowsByDepth.empty();
+}
+
+/// What is below a row that was made for nothing is not shown.
+void Preparation::leaveBelow(OutlineRow& newRow) {
+  std::vector<OutlineRow*> open{&newRow};
+  while (!open.empty()) {
+    OutlineRow& row = *open.back();
+    open.pop_back();
+    for (std::size_t i = 0; i < row.childCount(); ++i) {
+      _findings.left.push_back(RowFields::item(*row.child(i)));
+      open.push_back(row.child(i));
+    }
+  }
+}
+
+// --- rows by themselves
+
+/// Rows whose children were compared may have become groups, or stopped being expandable.
+void Preparation::compareOwners() {
+  for (OutlineRow* const row : _owners) {
+    if (row != &_input.top && !_findings.comparedParents.contains(row) && !isGone(*row)) {
+      compareAlone(*row);
+    }
+  }
+}
+
+void Preparation::compareWithProperties() {
+  if (_input.journals.withProperties.empty()) {
+    return;
+  }
+  std::unordered_set<const OutlineRow*> compared;
+  for (const auto& changed : _findings.changed) {
+    compared.insert(changed.row);
+  }
+  for (const auto& entry : _findings.equalStates) {
+    compared.insert(entry.first);
+  }
+  for (const auto& entry : _findings.itemsOfRows) {
+    compared.insert(entry.first);
+  }
+  for (const auto& level : _findings.levelsInOrder) {
+    for (const auto& entry : level->gone) {
+      if (!entry.moves) {
+        compared.insert(entry.row);
+      }
+    }
+  }
+  for (const Item* const address : _input.journals.withProperties) {
+    _input.rowsByItem.forEachRowOf(*address, [&](OutlineRow& row) {
+      if (&row != &_input.top && !compared.contains(&row) && !isGone(row)) {
+        compareAlone(row);
+      }
+    });
+  }
+}
+
+/// Compares a row that keeps its place and its item.
+void Preparation::compareAlone(OutlineRow& row) {
+  const auto item = row.item();
+  if (!item) {
+    return;
+  }
+  RowState after = RowStateFields::withOccurrence(_tree.stateOf(*item), row.occurrence());
+  if (!Identity::isOf(row, item, after, row.occurrence())) {
+    throw IdentityChanged();
+  }
+  if (RowStateFields::areTheSame(row.state(), after)) {
+    return;
+  }
+  RowStateFields::setNumber(after, row.number());
+  if (RowStateFields::showTheSame(row.state(), after)) {
+    _findings.equalStates.emplace_back(&row, std::move(after));
+  } else {
+    _findings.changed.push_back({&row, std::move(after)});
+  }
+}
+
+}  // namespace vexil::detail

@@ -1,0 +1,411 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <vexil/outline/matching/StepPlan.h>
+#include <vexil/outline/rows/RowStateFields.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace vexil::detail {
+
+namespace {
+
+/// The first element for which `isBeyond` holds; it holds for all behind that.
+template <class IsBeyond>
+std::size_t firstBeyond(std::size_t count, const IsBeyond& isBeyond) {
+  std::size_t first = 0;
+  while (count > 0) {
+    const std::size_t half = count / 2;
+    if (isBeyond(first + half)) {
+      count = half;
+    } else {
+      first += half + 1;
+      count -= half + 1;
+    }
+  }
+  return first;
+}
+
+}  // namespace
+
+std::size_t StepPlan::Level::goneBefore(std::size_t gap) const {
+  return firstBeyond(change->gone.size(), [&](std::size_t i) { return gapOfGone(i) >= gap; });
+}
+
+std::size_t StepPlan::Level::comeUpTo(std::size_t gap) const {
+  return firstBeyond(change->come.size(), [&](std::size_t i) { return gapOfCome(i) > gap; });
+}
+
+/// Where a row stands that has not left yet.
+std::size_t StepPlan::Level::positionOfGone(std::size_t i) const {
+  const std::size_t gap = gapOfGone(i);
+  return gap + placed.countOfFirst(comeUpTo(gap)) + leaving.countOfFirst(i);
+}
+
+/// Where a row will stand when it takes its place now.
+std::size_t StepPlan::Level::positionOfCome(std::size_t i) const {
+  const std::size_t gap = gapOfCome(i);
+  return gap + placed.countOfFirst(i) + leaving.countOfFirst(goneBefore(gap));
+}
+
+StepPlan::StepPlan(Findings& findings) : _findings(&findings) {}
+
+PlannedSteps StepPlan::make() {
+  collectLevels();
+  decideFates();
+  remove(Fate::early);
+  insert(Fate::early);
+  moveAll();
+  remove(Fate::late);
+  insert(Fate::late);
+  change();
+  return std::move(_planned);
+}
+
+void StepPlan::collectLevels() {
+  for (LevelChange* const found : _findings->levelsInOrder) {
+    if (found->gone.empty() && found->come.empty()) {
+      continue;
+    }
+    auto level = std::make_unique<Level>();
+    level->change = found;
+    level->leaving = SumTree(found->gone.size(), true);
+    level->placed = SumTree(found->come.size(), false);
+    _levelsByParent.emplace(found->parent, level.get());
+    _levels.push_back(std::move(level));
+  }
+  for (const auto& level : _levels) {
+    for (const auto& entry : level->change->come) {
+      // Only those matter that move or have levels of their own.
+      if (entry.moves || entry.row->childCount() != 0 || _levelsByParent.contains(entry.row)) {
+        _newParents.emplace(entry.row, level->change->parent);
+      }
+    }
+    for (std::size_t i = 0; i < level->change->gone.size(); ++i) {
+      if (level->change->gone[i].moves) {
+        _leaving.emplace(level->change->gone[i].row, Place{level.get(), i});
+      }
+    }
+  }
+  for (const auto& changed : _findings->changed) {
+    noteStateAfterwards(*changed.row, changed.after);
+  }
+  for (const auto& [row, after] : _findings->equalStates) {
+    noteStateAfterwards(*row, after);
+  }
+}
+
+void StepPlan::noteStateAfterwards(OutlineRow& row, const RowState& after) {
+  if (_leaving.contains(&row)) {
+    _occurrencesAfterwards.emplace(&row, after.occurrence());
+  }
+}
+
+/// The parent of a row when all steps are done.
+OutlineRow* StepPlan::newParentOf(const OutlineRow& row) const {
+  const auto found = _newParents.find(&row);
+  return found == _newParents.end() ? row.parent() : found->second;
+}
+
+std::size_t StepPlan::depthOf(OutlineRow& row) {
+  std::vector<const OutlineRow*> above;
+  const OutlineRow* next = &row;
+  while (next != nullptr && !_depths.contains(next)) {
+    above.push_back(next);
+    next = newParentOf(*next);
+  }
+  std::size_t depth = next == nullptr ? 0 : _depths.at(next) + 1;
+  for (; !above.empty(); above.pop_back()) {
+    _depths.emplace(above.back(), depth++);
+  }
+  return depth - 1;
+}
+
+/// A row that others move out of goes late; a new row that others move into comes early.
+void StepPlan::decideFates() {
+  std::unordered_set<const OutlineRow*> rowsLeftByOthers;
+  std::unordered_set<const OutlineRow*> rowsForOthers;
+  const auto addUpwards = [](std::unordered_set<const OutlineRow*>& rows, const OutlineRow* row) {
+    while (row != nullptr && rows.insert(row).second) {
+      row = row->parent();
+    }
+  };
+  for (const auto& level : _levels) {
+    OutlineRow& parent = *level->change->parent;
+    const auto moves = [](const auto& entry) { return entry.moves; };
+    if (std::ranges::any_of(level->change->gone, moves)) {
+      addUpwards(rowsLeftByOthers, &parent);
+    }
+    if (std::ranges::any_of(level->change->come, moves)) {
+      addUpwards(rowsForOthers, &parent);
+    }
+  }
+  for (const auto& level : _levels) {
+    for (const auto& entry : level->change->gone) {
+      level->fatesOfGone.push_back(entry.moves                            ? Fate::moves
+                                   : rowsLeftByOthers.contains(entry.row) ? Fate::late
+                                                                          : Fate::early);
+    }
+    for (const auto& entry : level->change->come) {
+      level->fatesOfCome.push_back(entry.moves                         ? Fate::moves
+                                   : rowsForOthers.contains(entry.row) ? Fate::early
+                                                                       : Fate::late);
+    }
+  }
+  if (_levels.size() > 1) {
+    for (const auto& level : _levels) {
+      level->depth = depthOf(*level->change->parent);
+    }
+    std::ranges::stable_sort(_levels, {}, [](const auto& level) { return level->depth; });
+  }
+}
+
+OutlineStep& StepPlan::addStep(OutlineStep::Kind kind, OutlineRow& parent) {
+  _planned.steps.push_back({.kind = kind, .parent = parent.number()});
+  _planned.rows.push_back({.parent = &parent});
+  return _planned.steps.back();
+}
+
+// --- rows that go
+
+void StepPlan::remove(Fate fate) {
+  for (const auto& level : _levels) {
+    // From the end, so that positions before stay right for the reader.
+    for (std::size_t end = level->change->gone.size(); end > 0;) {
+      if (level->fatesOfGone[end - 1] != fate) {
+        --end;
+        continue;
+      }
+      std::size_t first = end - 1;
+      while (first > 0 && level->fatesOfGone[first - 1] == fate &&
+             level->gapOfGone(first - 1) == level->gapOfGone(first)) {
+        --first;
+      }
+      remove(*level, first, end);
+      end = first;
+    }
+  }
+}
+
+void StepPlan::remove(Level& level, std::size_t first, std::size_t end) {
+  OutlineStep& step = addStep(OutlineStep::Kind::removed, *level.change->parent);
+  step.first = level.positionOfGone(first);
+  step.count = end - first;
+  step.rows.reserve(step.count);
+  for (std::size_t i = first; i < end; ++i) {
+    OutlineRow& row = *level.change->gone[i].row;
+    step.rows.push_back(row.state());
+    level.leaving.unmark(i);
+    ++step.rowCount;
+    if (row.childCount() == 0) {
+      continue;
+    }
+    // What is below it goes too, except what moves elsewhere. Its items are left.
+    std::vector<OutlineRow*> open{&row};
+    while (!open.empty()) {
+      OutlineRow& parent = *open.back();
+      open.pop_back();
+      for (std::size_t child = 0; child < parent.childCount(); ++child) {
+        OutlineRow& below = *parent.child(child);
+        _findings->left.push_back(RowFields::item(below));
+        if (!_leaving.contains(&below)) {
+          ++step.rowCount;
+          open.push_back(&below);
+        }
+      }
+    }
+  }
+}
+
+// --- rows that are new
+
+void StepPlan::insert(Fate fate) {
+  for (const auto& level : _levels) {
+    const std::size_t count = level->change->come.size();
+    for (std::size_t first = 0; first < count;) {
+      if (level->fatesOfCome[first] != fate) {
+        ++first;
+        continue;
+      }
+      std::size_t end = first + 1;
+      while (end < count && level->fatesOfCome[end] == fate &&
+             level->gapOfCome(end) == level->gapOfCome(first)) {
+        ++end;
+      }
+      insert(*level, first, end);
+      first = end;
+    }
+  }
+}
+
+void StepPlan::insert(Level& level, std::size_t first, std::size_t end) {
+  OutlineStep& step = addStep(OutlineStep::Kind::inserted, *level.change->parent);
+  step.first = level.positionOfCome(first);
+  step.count = end - first;
+  step.inserted.reserve(step.count);
+  std::vector<OutlineRow*>& rows = _planned.rows.back().rows;
+  rows.reserve(step.count);
+  std::vector<OutlineRow*> open;
+  for (std::size_t i = first; i < end; ++i) {
+    OutlineRow* const row = level.change->come[i].row;
+    rows.push_back(row);
+    level.placed.mark(i);
+    open.push_back(row);
+    while (!open.empty()) {
+      OutlineRow& next = *open.back();
+      open.pop_back();
+      const std::size_t count = next.childCount();
+      step.inserted.push_back({next.state(), count});
+      for (std::size_t child = count; child > 0; --child) {
+        open.push_back(next.child(child - 1));
+      }
+    }
+  }
+  step.rowCount = step.inserted.size();
+}
+
+// --- rows that move
+
+void StepPlan::moveAll() {
+  for (const auto& level : _levels) {
+    const std::size_t count = level->change->come.size();
+    for (std::size_t first = 0; first < count;) {
+      if (level->fatesOfCome[first] != Fate::moves) {
+        ++first;
+        continue;
+      }
+      std::size_t end = first + 1;
+      while (end < count && movesTogether(*level, end)) {
+        ++end;
+      }
+      move(*level, first, end);
+      first = end;
+    }
+  }
+}
+
+/// Whether a row moves in one step with the one before it: they are neighbours before and after.
+bool StepPlan::movesTogether(const Level& level, std::size_t entry) const {
+  if (level.fatesOfCome[entry] != Fate::moves ||
+      level.gapOfCome(entry) != level.gapOfCome(entry - 1)) {
+    return false;
+  }
+  const Place before = _leaving.at(level.change->come[entry - 1].row);
+  const Place place = _leaving.at(level.change->come[entry].row);
+  if (before.level != place.level || before.index >= place.index ||
+      place.level->gapOfGone(before.index) != place.level->gapOfGone(place.index)) {
+    return false;
+  }
+  // Nobody stands between them any more.
+  return place.level->leaving.countOfFirst(place.index) ==
+         place.level->leaving.countOfFirst(before.index + 1);
+}
+
+void StepPlan::move(Level& level, std::size_t first, std::size_t end) {
+  Level& from = *_leaving.at(level.change->come[first].row).level;
+  OutlineRow& parent = *from.change->parent;
+  OutlineRow& newParent = *level.change->parent;
+  OutlineStep& step = addStep(OutlineStep::Kind::moved, parent);
+  _planned.rows.back().newParent = &newParent;
+  step.newParent = newParent.number();
+  step.count = step.rowCount = end - first;
+  step.first = from.positionOfGone(_leaving.at(level.change->come[first].row).index);
+  for (std::size_t i = first; i < end; ++i) {
+    OutlineRow& row = *level.change->come[i].row;
+    step.rows.push_back(row.state());
+    from.leaving.unmark(_leaving.at(&row).index);
+  }
+  if (&parent != &newParent) {
+    step.above = rowsAbove(parent);
+    step.newAbove = rowsAbove(newParent);
+    for (std::size_t i = first; i < end; ++i) {
+      step.newOccurrences.push_back(_occurrencesAfterwards.at(level.change->come[i].row));
+      _hasMoved.insert(level.change->come[i].row);
+    }
+  }
+  step.newFirst = level.positionOfCome(first);
+  for (std::size_t i = first; i < end; ++i) {
+    level.placed.mark(i);
+  }
+}
+
+/// A row and all rows above it but the top, as they stand after the steps so far.
+std::vector<RowState> StepPlan::rowsAbove(const OutlineRow& row) const {
+  std::vector<RowState> rows;
+  for (const OutlineRow* next = &row; !next->isTop() || _newParents.contains(next);) {
+    const bool isThere = _hasMoved.contains(next);
+    rows.push_back(
+        isThere ? RowStateFields::withOccurrence(next->state(), _occurrencesAfterwards.at(next))
+                : next->state());
+    const OutlineRow* const parent = isThere ? nullptr : next->parent();
+    next = parent != nullptr ? parent : _newParents.at(next);
+  }
+  std::ranges::reverse(rows);
+  return rows;
+}
+
+// --- rows that change
+
+void StepPlan::change() {
+  struct Entry {
+    std::size_t parent;  // in the order in which they were found
+    std::size_t position;
+    std::size_t changed;
+  };
+  std::vector<OutlineRow*> parents;
+  std::unordered_map<const OutlineRow*, std::size_t> indexes;
+  std::vector<Entry> entries;
+  entries.reserve(_findings->changed.size());
+  OutlineRow* lastParent = nullptr;
+  for (std::size_t i = 0; i < _findings->changed.size(); ++i) {
+    const Findings::Changed& changed = _findings->changed[i];
+    OutlineRow* const parent = newParentOf(*changed.row);
+    if (parent != lastParent && indexes.emplace(parent, parents.size()).second) {
+      parents.push_back(parent);
+    }
+    lastParent = parent;
+    const bool isKnown = changed.now != Findings::Changed::unknown;
+    entries.push_back({parent == parents.back() ? parents.size() - 1 : indexes.at(parent),
+                       isKnown ? changed.now : positionAfterwards(*changed.row), i});
+  }
+  std::ranges::sort(entries, [](const Entry& a, const Entry& b) {
+    return a.parent != b.parent ? a.parent < b.parent : a.position < b.position;
+  });
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    const Entry& entry = entries[i];
+    Findings::Changed& changed = _findings->changed[entry.changed];
+    const bool continues = i > 0 && entries[i - 1].parent == entry.parent &&
+                           entries[i - 1].position + 1 == entry.position;
+    if (!continues) {
+      addStep(OutlineStep::Kind::changed, *parents[entry.parent]).first = entry.position;
+    }
+    OutlineStep& step = _planned.steps.back();
+    ++step.count;
+    ++step.rowCount;
+    step.changes.push_back(
+        {RowStateFields::withOccurrence(changed.row->state(), changed.after.occurrence()),
+         std::move(changed.after)});
+    _planned.rows.back().rows.push_back(changed.row);
+  }
+}
+
+/// The position of a row when all other steps are done.
+std::size_t StepPlan::positionAfterwards(OutlineRow& row) const {
+  const auto found = _levelsByParent.find(newParentOf(row));
+  if (found == _levelsByParent.end()) {
+    return row.index();
+  }
+  const Level& level = *found->second;
+  if (_newParents.contains(&row)) {
+    const auto come = std::ranges::find(level.change->come, &row, &LevelChange::Come::row);
+    if (come != level.change->come.end()) {
+      return come->now;
+    }
+  }
+  const std::size_t old = row.index();
+  const std::size_t goneBefore = firstBeyond(
+      level.change->gone.size(), [&](std::size_t i) { return level.change->gone[i].old >= old; });
+  const std::size_t rank = old - goneBefore;
+  return rank + level.comeUpTo(rank);
+}
+
+}  // namespace vexil::detail
