@@ -6,6 +6,7 @@
 #include <vexil/platform/Error.h>
 
 #include <algorithm>
+#include <unordered_set>
 #include <utility>
 
 namespace vexil::detail {
@@ -76,6 +77,14 @@ bool OutlineState::isOutOfDate() const noexcept {
   return _isOutOfDate || (_rowCount != 0 && RowFields::item(*_top).expired());
 }
 
+OutlineState::~OutlineState() {
+  for (std::size_t i = _nextStep; i < _stepRows.size(); ++i) {
+    if (_update.steps()[i].kind == OutlineStep::Kind::inserted) {
+      std::ranges::for_each(_stepRows[i].rows, RowFields::destroy);
+    }
+  }
+}
+
 // --- what is announced
 
 void OutlineState::becomeOutOfDate() noexcept {
@@ -106,15 +115,19 @@ bool OutlineState::isCollection(const Observable& object) const noexcept {
   return &object == _collectionAddress;
 }
 
-ItemJournal& OutlineState::journalOf(const Observable& item) {
-  const auto* const address = static_cast<const Item*>(&item);
-  const auto [entry, isNew] =
-      _journals.ofItems.try_emplace(address, ItemJournal(item.weak_from_this()));
-  if (!isNew && entry->second.isOfDeadItem()) {
-    entry->second = ItemJournal(item.weak_from_this());
-    entry->second.forget();
+ItemJournal& OutlineState::journalOf(const Observable& object) {
+  const auto* const item = static_cast<const Item*>(&object);
+  const auto found = _journals.ofItems.find(item);
+  if (found != _journals.ofItems.end() && !found->second.isOfDeadItem()) {
+    return found->second;
   }
-  return entry->second;
+  const auto reference = std::const_pointer_cast<Observable>(object.weak_from_this().lock());
+  ItemJournal journal(std::static_pointer_cast<Item>(reference));
+  if (found == _journals.ofItems.end()) {
+    return _journals.ofItems.emplace(item, std::move(journal)).first->second;
+  }
+  journal.forget();  // the address was that of another item
+  return found->second = std::move(journal);
 }
 
 /// Notes something about the children of an item. Where there is no memory for it, all will be
@@ -252,13 +265,7 @@ void OutlineState::commit(Findings& findings) {
       }
     }
   }
-  for (const LevelChange* const level : findings.levelsInOrder) {
-    for (const auto& entry : level->gone) {
-      if (!entry.moves) {
-        removeFromTable(*entry.row);
-      }
-    }
-  }
+  removeFromTable(findings);
   for (const auto& [row, item] : findings.itemsOfRows) {
     _rowsByItem.remove(*row);
     RowFields::setItem(*row, item);
@@ -305,15 +312,27 @@ void OutlineState::addToTable(OutlineRow& newRow) {
   }
 }
 
-void OutlineState::removeFromTable(OutlineRow& removedRow) {
-  std::vector<OutlineRow*> open{&removedRow};
+/// Rows that move away from below a row that is removed stay in the table.
+void OutlineState::removeFromTable(const Findings& findings) {
+  std::vector<OutlineRow*> open;
+  std::unordered_set<const OutlineRow*> moving;
+  for (const LevelChange* const level : findings.levelsInOrder) {
+    for (const auto& entry : level->gone) {
+      if (entry.moves) {
+        moving.insert(entry.row);
+      } else if (_rowsByItem.isFor(*entry.row)) {
+        open.push_back(entry.row);
+      }
+    }
+  }
   while (!open.empty()) {
     OutlineRow& row = *open.back();
     open.pop_back();
     _rowsByItem.remove(row);
     for (std::size_t i = 0; i < row.childCount(); ++i) {
-      if (_rowsByItem.isFor(*row.child(i))) {
-        open.push_back(row.child(i));
+      OutlineRow* const child = row.child(i);
+      if (_rowsByItem.isFor(*child) && !moving.contains(child)) {
+        open.push_back(child);
       }
     }
   }

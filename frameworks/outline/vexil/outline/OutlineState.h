@@ -27,6 +27,9 @@ class OutlineState : public platform::detail::Watcher,
   static std::shared_ptr<OutlineState> make(const std::shared_ptr<KRAVTWVItemsVexil>& collection,
                                             const std::shared_ptr<Item>& root,
                                             OutlineOptions options);
+  OutlineState(const OutlineState&) = delete;
+  OutlineState& operator=(const OutlineState&) = delete;
+  ~OutlineState() override;
   /// Runs no more callbacks.
   void close() noexcept;
 
@@ -59,7 +62,7 @@ class OutlineState : public platform::detail::Watcher,
 
   template <class Note>
   void note(const platform::Observable& object, const Note& note) noexcept;
-  [[nodiscard]] ItemJournal& journalOf(const platform::Observable& item);
+  [[nodiscard]] ItemJournal& journalOf(const platform::Observable& object);
   void becomeOutOfDate() noexcept;
   [[nodiscard]] bool isCollection(const platform::Observable& object) const noexcept;
   [[nodiscard]] std::shared_ptr<Item> root() const;
@@ -70,7 +73,7 @@ class OutlineState : public platform::detail::Watcher,
   void commit(Findings& findings);
   void unwatch(const std::vector<std::weak_ptr<Item>>& items);
   void addToTable(OutlineRow& newRow);
-  void removeFromTable(OutlineRow& removedRow);
+  void removeFromTable(const Findings& findings);
 
   struct RowDeleter {
     void operator()(OutlineRow* row) const noexcept { RowFields::destroy(row); }

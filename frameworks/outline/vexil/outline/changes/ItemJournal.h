@@ -7,6 +7,9 @@
 
 #include <cstddef>
 #include <memory>
+#include <utility>
+
+class KRAVTWVItemVexil;
 
 namespace vexil::detail {
 
@@ -15,12 +18,10 @@ namespace vexil::detail {
 /// objects in the same order. Of these, some may have other content.
 class ItemJournal {
  public:
-  explicit ItemJournal(std::weak_ptr<const platform::Observable> item) : _item(std::move(item)) {}
+  explicit ItemJournal(std::weak_ptr<KRAVTWVItemVexil> item) : _item(std::move(item)) {}
 
   /// The item; null when it is gone.
-  [[nodiscard]] std::shared_ptr<const platform::Observable> item() const noexcept {
-    return _item.lock();
-  }
+  [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> item() const noexcept { return _item.lock(); }
   [[nodiscard]] bool isOfDeadItem() const noexcept { return _item.expired(); }
 
   void begin() noexcept { ++_open; }
@@ -42,7 +43,7 @@ class ItemJournal {
  private:
   void apply(const platform::ChangeRecord& change);
 
-  std::weak_ptr<const platform::Observable> _item;
+  std::weak_ptr<KRAVTWVItemVexil> _item;
   Ranges _gone;
   Ranges _come;
   Ranges _dirty;

@@ -41,8 +41,8 @@ struct Findings {
   /// still watched.
   std::vector<std::shared_ptr<Item>> came;
   std::vector<std::weak_ptr<Item>> left;
-  /// Rows with children that were compared.
-  std::unordered_set<const OutlineRow*> comparedParents;
+  /// Rows that were compared, of those that have or had children.
+  std::unordered_set<const OutlineRow*> compared;
 
   LevelChange& levelOf(OutlineRow& parent) {
     std::unique_ptr<LevelChange>& level = levels[&parent];

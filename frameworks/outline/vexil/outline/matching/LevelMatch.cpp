@@ -204,9 +204,8 @@ bool LevelMatch::keepIfSame(Child& child, std::size_t old) {
 void LevelMatch::keep(OutlineRow& row, Child& child) {
   const std::shared_ptr<Item>& item = child.child.item;
   const bool isOther = !Identity::areOfOneOwner(RowFields::item(row), item);
-  const bool mayHaveChildren =
-      row.childCount() != 0 || !RowStateFields::isPlainEvent(child.child.state);
-  if (mayHaveChildren) {
+  if (_context->isCalledForEachRow || RowFields::children(row) != nullptr ||
+      !RowStateFields::isPlainEvent(child.child.state)) {
     _context->compareBelow(row, item, isOther);
   }
   noteContent(row, child);

@@ -18,11 +18,12 @@ Preparation::Preparation(const Input& input)
                },
                [this](OutlineRow& row, const std::shared_ptr<Item>& item, bool isOther) {
                  compareBelow(row, item, isOther);
-               }},
+               },
+               input.rowsByItem.hasAllRows()},
       _crossMoves(
           _findings,
           [this](OutlineRow& row, const std::shared_ptr<Item>& item) {
-            _removedParents.erase(&row);
+            _movedElsewhere.insert(&row);
             _areGone.clear();
             compareBelow(row, item, true);
           },
@@ -34,6 +35,7 @@ void Preparation::run() {
     doWork();
     if (!findRowsOfOtherItems()) {
       _crossMoves.find();
+      takeUpPostponed();
     }
   } while (!_rowsByDepth.empty());
   compareOwners();
@@ -64,7 +66,7 @@ void Preparation::collectWork() {
 }
 
 void Preparation::collectJournal(const Item& address, const ItemJournal& journal) {
-  const auto item = std::static_pointer_cast<Item>(journal.item());
+  const std::shared_ptr<Item> item = journal.item();
   if (!item) {
     return;
   }
@@ -105,13 +107,16 @@ std::size_t Preparation::depthOf(OutlineRow& row) {
 /// A row stays. What is below it must be compared if another item stands for it now, or if the
 /// number of children tells that some were added or removed without an announcement.
 void Preparation::compareBelow(OutlineRow& row, const std::shared_ptr<Item>& item, bool isOther) {
-  _findings.comparedParents.insert(&row);
+  _findings.compared.insert(&row);
   _comparedItems.insert(item.get());
-  if (isOther || _input.journals.mustCompareAll ||
-      (row.childCount() != TreeReading::childCount(*item) && !_work.contains(&row))) {
-    if (row.childCount() != 0 || !ItemFields::hasNoChildren(*item)) {
-      addWork(row, {item});
+  const bool isAnyThere = row.childCount() != 0 || !ItemFields::hasNoChildren(*item);
+  const bool hasWork = _work.contains(&row);
+  if (isOther || _input.journals.mustCompareAll) {
+    if (isAnyThere || hasWork) {
+      addWork(row, {item});  // also in place of work on the item before
     }
+  } else if (!hasWork && row.childCount() != TreeReading::childCount(*item)) {
+    addWork(row, {item});
   }
 }
 
@@ -126,9 +131,24 @@ void Preparation::doWork() {
       _rowsByDepth.erase(first);
     }
     if (isGone(row)) {
-      _work.erase(&row);  // it may come back, if the row turns out to move
+      _postponed.push_back(_work.extract(&row));
     } else {
       doWorkOn(row, _work.at(&row));
+    }
+  }
+}
+
+/// Rows that seemed to go, but move with a row above them, must be compared after all.
+void Preparation::takeUpPostponed() {
+  for (auto& work : std::exchange(_postponed, {})) {
+    OutlineRow* const row = work.key();
+    if (_movedElsewhere.contains(row)) {
+      continue;  // another item stands for it, and that has been compared
+    }
+    if (isGone(*row)) {
+      _postponed.push_back(std::move(work));
+    } else if (const auto inserted = _work.insert(std::move(work)); inserted.inserted) {
+      _rowsByDepth[depthOf(*row)].push_back(row);
     }
   }
 }
@@ -147,13 +167,8 @@ void Preparation::doWorkOn(OutlineRow& row, const Work& workOfRow) {
     match.compareAll();
   }
   const auto level = _findings.levels.find(&row);
-  if (level == _findings.levels.end()) {
-    return;
-  }
-  for (const auto& entry : level->second->gone) {
-    if (!entry.moves && entry.row->childCount() != 0) {
-      _removedParents.insert(entry.row);
-    }
+  if (level != _findings.levels.end()) {
+    _levelsDone.push_back(level->second.get());
   }
 }
 
@@ -170,17 +185,25 @@ void Preparation::removeAllBelow(OutlineRow& row) {
   }
 }
 
-/// Whether a row, or one above it, will be removed.
+/// Whether a row will be removed, itself or with one above it.
 bool Preparation::isGone(OutlineRow& row) {
-  if (_removedParents.empty()) {
+  for (const LevelChange* const level : std::exchange(_levelsDone, {})) {
+    for (const auto& entry : level->gone) {
+      if (!entry.moves) {
+        _removedRows.insert(entry.row);
+      }
+    }
+    _areGone.clear();
+  }
+  if (_removedRows.empty()) {
     return false;
   }
   std::vector<const OutlineRow*> asked;
   const OutlineRow* next = &row;
   bool answer = false;
-  for (; next != nullptr; next = next->parent()) {
+  for (; next != nullptr && !_movedElsewhere.contains(next); next = next->parent()) {
     const auto known = _areGone.find(next);
-    if (known != _areGone.end() || _removedParents.contains(next)) {
+    if (known != _areGone.end() || _removedRows.contains(next)) {
       answer = known == _areGone.end() || known->second;
       break;
     }
@@ -204,12 +227,17 @@ bool Preparation::findRowsOfOtherItems() {
   if (wanted.empty()) {
     return false;
   }
+  std::unordered_set<const OutlineRow*> withOtherItems;
+  for (const auto& entry : _findings.itemsOfRows) {
+    withOtherItems.insert(entry.first);
+  }
   std::vector<OutlineRow*> open{&_input.top};
   while (!open.empty()) {
     OutlineRow& row = *open.back();
     open.pop_back();
     const auto found = wanted.find(RowFields::itemAddress(row));
-    if (found != wanted.end() && Identity::areOfOneOwner(RowFields::item(row), found->second)) {
+    if (found != wanted.end() && !withOtherItems.contains(&row) &&
+        Identity::areOfOneOwner(RowFields::item(row), found->second)) {
       addWork(row, {found->second});
     }
     for (std::size_t i = row.childCount(); i > 0; --i) {
@@ -234,39 +262,23 @@ void Preparation::leaveBelow(OutlineRow& newRow) {
 
 // --- rows by themselves
 
+bool Preparation::isToBeComparedAlone(OutlineRow& row) {
+  return &row != &_input.top && !isGone(row) && _findings.compared.insert(&row).second;
+}
+
 /// Rows whose children were compared may have become groups, or stopped being expandable.
 void Preparation::compareOwners() {
   for (OutlineRow* const row : _owners) {
-    if (row != &_input.top && !_findings.comparedParents.contains(row) && !isGone(*row)) {
+    if (isToBeComparedAlone(*row)) {
       compareAlone(*row);
     }
   }
 }
 
 void Preparation::compareWithProperties() {
-  if (_input.journals.withProperties.empty()) {
-    return;
-  }
-  std::unordered_set<const OutlineRow*> compared;
-  for (const auto& changed : _findings.changed) {
-    compared.insert(changed.row);
-  }
-  for (const auto& entry : _findings.equalStates) {
-    compared.insert(entry.first);
-  }
-  for (const auto& entry : _findings.itemsOfRows) {
-    compared.insert(entry.first);
-  }
-  for (const auto& level : _findings.levelsInOrder) {
-    for (const auto& entry : level->gone) {
-      if (!entry.moves) {
-        compared.insert(entry.row);
-      }
-    }
-  }
   for (const Item* const address : _input.journals.withProperties) {
     _input.rowsByItem.forEachRowOf(*address, [&](OutlineRow& row) {
-      if (&row != &_input.top && !compared.contains(&row) && !isGone(row)) {
+      if (isToBeComparedAlone(row)) {
         compareAlone(row);
       }
     });

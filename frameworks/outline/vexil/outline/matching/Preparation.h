@@ -59,6 +59,7 @@ class Preparation {
   void collectWork();
   void collectJournal(const Item& address, const ItemJournal& journal);
   void doWork();
+  void takeUpPostponed();
   void doWorkOn(OutlineRow& row, const Work& work);
   void removeAllBelow(OutlineRow& row);
   [[nodiscard]] bool findRowsOfOtherItems();
@@ -67,6 +68,7 @@ class Preparation {
   [[nodiscard]] bool isGone(OutlineRow& row);
   void compareOwners();
   void compareWithProperties();
+  [[nodiscard]] bool isToBeComparedAlone(OutlineRow& row);
   void compareAlone(OutlineRow& row);
 
   Input _input;
@@ -77,9 +79,12 @@ class Preparation {
   CrossMoves _crossMoves;
   std::map<std::size_t, std::vector<OutlineRow*>> _rowsByDepth;  // with work
   std::unordered_map<OutlineRow*, Work> _work;
+  std::vector<std::unordered_map<OutlineRow*, Work>::node_type> _postponed;  // of rows that go
   std::unordered_set<const OutlineRow*> _done;
   std::unordered_map<const OutlineRow*, std::size_t> _depths;
-  std::unordered_set<const OutlineRow*> _removedParents;  // rows that go with rows below them
+  std::vector<const LevelChange*> _levelsDone;            // whose rows are not in the next yet
+  std::unordered_set<const OutlineRow*> _removedRows;
+  std::unordered_set<const OutlineRow*> _movedElsewhere;  // with all that is below them
   std::unordered_map<const OutlineRow*, bool> _areGone;   // answers that are known
   std::unordered_set<const Item*> _comparedItems;         // whose rows were found
   std::vector<std::shared_ptr<Item>> _withoutRow;  // items with journals that are no known parents

@@ -100,7 +100,9 @@ RowState StateReader::readByAsking(const KRAVTWVItemVexil& item) const {
   Value identifier = asked(item, "uniqueID", [&] { return item.uniqueID(); });
   Value label = asked(item, "label", [&] { return item.label(); });
   unsigned flags = 0;
-  const auto setIf = [&](bool isSet, RowStateFields::Flag flag) { flags |= isSet ? flag : 0U; };
+  const auto setIf = [&](bool isSet, RowStateFields::Flag flag) {
+    flags |= isSet ? static_cast<unsigned>(flag) : 0U;
+  };
   setIf(asked(item, "supportsEnabled", [&] { return item.supportsEnabled(); }),
         RowStateFields::flagSupportsEnabled);
   setIf(asked(item, "enabled", [&] { return item.enabled(); }), RowStateFields::flagEnabled);
