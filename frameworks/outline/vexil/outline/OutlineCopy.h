@@ -21,8 +21,9 @@ class OutlineCopy {
   /// before it stay applied.
   void apply(const OutlineUpdate& update);
   /// Applies one step. Throws `RangeError`, with nothing changed, when the step does not fit: there
-  /// are no such rows, a row is not the one that the step names, a number is taken, or a row would
-  /// move into itself.
+  /// are no such rows, a row is not the one that the step names (rows are compared by number), a
+  /// number is taken, a row would move into itself, or the step contradicts itself. `rowCount` is
+  /// not looked at.
   void apply(const OutlineStep& step);
 
   /// How many rows there are, without the top.
@@ -34,7 +35,8 @@ class OutlineCopy {
   [[nodiscard]] RowNumber parent(RowNumber row) const;  ///< the top has itself
   [[nodiscard]] const std::vector<RowNumber>& children(RowNumber row) const;
 
-  /// The rows as text, one line a row, two spaces deeper at each level.
+  /// The rows as text, one line a row, two spaces deeper at each of the first 64 levels; see
+  /// docs/outline.md.
   [[nodiscard]] std::string description() const;
 
  private:
@@ -43,7 +45,14 @@ class OutlineCopy {
     RowNumber parent = 0;
     std::vector<RowNumber> children;
   };
-  std::unordered_map<RowNumber, Row> _rows;
+  struct HashOfNumber {
+    std::size_t operator()(RowNumber number) const noexcept;
+  };
+  using Rows = std::unordered_map<RowNumber, Row, HashOfNumber>;
+  class Application;
+  [[nodiscard]] const Row& row(RowNumber number) const;
+
+  Rows _rows;
 };
 
 }  // namespace vexil

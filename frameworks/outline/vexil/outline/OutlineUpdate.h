@@ -7,9 +7,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace vexil {
@@ -122,12 +124,16 @@ class OutlineUpdate {
 
   /// The update as text, one line a step and one line a row below it; see docs/outline.md.
   [[nodiscard]] std::string description() const;
+  /// The same, with values as `print` prints them. What it prints must not have line breaks.
+  [[nodiscard]] std::string description(
+      const std::function<std::string(const platform::Value&)>& print) const;
 
   /// The update as a property list: a dictionary. What a property list cannot hold, such as a
   /// reference to an object or the null marker, stands in it as text.
   [[nodiscard]] platform::Value propertyList() const;
-  /// Reads an update back. Absent when `propertyList` is no update. An update without such values
-  /// comes back equal.
+  /// Reads an update back. Absent when `propertyList` is no update: a part is missing, of another
+  /// type or out of range. An update without such values comes back equal. Whether it fits the rows
+  /// of a copy is for the copy to say.
   [[nodiscard]] static std::optional<OutlineUpdate> fromPropertyList(
       const platform::Value& propertyList);
 

@@ -14,6 +14,10 @@ class Outline;
 class OutlineRow;
 class OutlineUpdate;
 
+namespace detail {
+struct RowNode;
+}
+
 /// A set of identities of rows, for what a view keeps about rows: which are selected, which are
 /// expanded. It does not refer to rows. So what it says of a row survives every refresh, and also
 /// that the row disappears and returns.
@@ -62,8 +66,9 @@ class RowSet {
   [[nodiscard]] static std::optional<RowSet> fromPropertyList(const platform::Value& propertyList);
 
  private:
-  struct Node;
-  std::unique_ptr<Node> _top;
+  [[nodiscard]] std::shared_ptr<detail::RowNode> heldTop() const;
+
+  std::shared_ptr<detail::RowNode> _top;  // shared with operations in progress; null at first
 };
 
 }  // namespace vexil

@@ -1,0 +1,257 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <vexil/outline/Outline.h>
+#include <vexil/outline/OutlineRow.h>
+#include <vexil/outline/OutlineUpdate.h>
+#include <vexil/outline/RowSet.h>
+#include <vexil/outline/values/RowTrie.h>
+
+#include <algorithm>
+#include <unordered_map>
+#include <utility>
+
+namespace vexil {
+
+using detail::PathEnd;
+using detail::RowIdentity;
+using detail::RowNode;
+using detail::RowNodePointer;
+using detail::RowPath;
+
+namespace {
+
+void computeHashes(RowPath& path) {
+  std::ranges::for_each(path, &RowIdentity::computeHash);
+}
+
+/// The path of a row; empty for the top, and for a row that has no identity any more.
+RowPath pathOf(const OutlineRow& row) {
+  RowPath path;
+  for (const OutlineRow* next = &row; !next->isTop(); next = next->parent()) {
+    if (!next->uniqueID().isAbsent()) {
+      path.emplace_back(next->uniqueID(), next->occurrence());
+    } else if (const auto item = next->item()) {
+      path.emplace_back(item);
+    } else {
+      return {};
+    }
+  }
+  std::ranges::reverse(path);
+  computeHashes(path);  // last, because a host's code may take the rows away
+  return path;
+}
+
+/// The path to rows that are known by their states; nothing when one has no identifier.
+std::optional<RowPath> pathOf(const std::vector<RowState>& rows) {
+  RowPath path;
+  for (const RowState& row : rows) {
+    if (row.uniqueID().isAbsent()) {
+      return std::nullopt;
+    }
+    path.emplace_back(row.uniqueID(), row.occurrence());
+  }
+  return path;
+}
+
+/// Rows that move from one parent to another.
+struct Move {
+  RowPath from;
+  RowPath to;
+  std::vector<RowIdentity> rows;
+  std::vector<std::uint32_t> newOccurrences;
+};
+
+std::optional<Move> moveOf(const OutlineStep& step) {
+  if (step.kind != OutlineStep::Kind::moved || step.newParent == step.parent ||
+      step.rows.size() != step.newOccurrences.size()) {
+    return std::nullopt;
+  }
+  std::optional<RowPath> from = pathOf(step.above);
+  std::optional<RowPath> to = pathOf(step.newAbove);
+  if (!from || !to) {
+    return std::nullopt;
+  }
+  Move move{std::move(*from), std::move(*to), {}, step.newOccurrences};
+  for (const RowState& row : step.rows) {
+    move.rows.emplace_back(row.uniqueID(), row.occurrence());
+  }
+  return move;
+}
+
+void perform(const RowNodePointer& top, Move& move) {
+  computeHashes(move.from);
+  if (detail::endOfPath(top, move.from).depth < move.from.size()) {
+    return;
+  }
+  computeHashes(move.to);
+  for (std::size_t i = 0; i < move.rows.size(); ++i) {
+    RowIdentity& row = move.rows[i];
+    if (row.isOfItem()) {
+      continue;
+    }
+    RowPath from = move.from;
+    RowPath to = move.to;
+    from.push_back(row);
+    to.emplace_back(row.uniqueID, move.newOccurrences[i]);
+    from.back().computeHash();
+    to.back().computeHash();
+    detail::moveNode(top, from, to);
+  }
+}
+
+/// A row, its position, and its node.
+struct Found {
+  std::size_t index;
+  OutlineRow* row;
+  RowNodePointer node;
+};
+
+/// The rows of a level that have a node below `node`, from the first to the last.
+class Level {
+ public:
+  Level(const OutlineRow& parent, const RowNode& node) : _parent(parent) {
+    _nodes.reserve(node.below.size());
+    for (const auto& [hash, child] : node.below) {
+      _nodes.push_back(child);
+    }
+  }
+
+  std::vector<Found> rows() {
+    for (RowNodePointer& node : _nodes) {
+      if (OutlineRow* const row = rowOf(node->identity)) {
+        _found.push_back({row->index(), row, std::move(node)});
+      }
+    }
+    std::ranges::sort(_found, {}, &Found::index);
+    return std::move(_found);
+  }
+
+ private:
+  OutlineRow* rowOf(const RowIdentity& identity) {
+    if (!identity.isOfItem()) {
+      const platform::Value uniqueID = identity.uniqueID;
+      return _parent.childWithUniqueID(uniqueID, identity.occurrence);
+    }
+    const auto item = identity.item.lock();
+    if (!item) {
+      return nullptr;
+    }
+    if (!_isLookedThrough) {
+      lookThrough();
+    }
+    const auto found = _rowsOfItems.find(item.get());
+    return found == _rowsOfItems.end() ? nullptr : found->second;
+  }
+
+  void lookThrough() {
+    for (std::size_t i = 0; i < _parent.childCount(); ++i) {
+      OutlineRow* const row = _parent.child(i);
+      if (row->uniqueID().isAbsent()) {
+        _rowsOfItems.emplace(row->item().get(), row);
+      }
+    }
+    _isLookedThrough = true;
+  }
+
+  const OutlineRow& _parent;
+  std::vector<RowNodePointer> _nodes;
+  std::vector<Found> _found;
+  std::unordered_map<const KRAVTWVItemVexil*, OutlineRow*> _rowsOfItems;
+  bool _isLookedThrough = false;
+};
+
+}  // namespace
+
+RowSet::RowSet() = default;
+
+RowSet::RowSet(const RowSet& other) : _top(other._top ? detail::copyOf(*other._top) : nullptr) {}
+
+RowSet::RowSet(RowSet&& other) noexcept = default;
+
+RowSet& RowSet::operator=(RowSet other) noexcept {
+  _top.swap(other._top);
+  return *this;
+}
+
+RowSet::~RowSet() = default;
+
+RowNodePointer RowSet::heldTop() const {
+  return _top ? _top : std::make_shared<RowNode>();
+}
+
+// Each operation holds the nodes: a host's code may assign to the set, or destroy it.
+
+void RowSet::insert(const OutlineRow& row) {
+  const RowNodePointer top = _top = heldTop();
+  const RowPath path = pathOf(row);
+  if (path.empty()) {
+    return;
+  }
+  const PathEnd end = detail::endOfPath(top, path);
+  if (end.depth == path.size()) {
+    end.node->setIn(true);
+    return;
+  }
+  const detail::Chain chain = detail::chainOf(std::span(path).subspan(end.depth));
+  chain.last->setIn(true);
+  const auto dropped = detail::attach(*end.node, chain.first);
+}
+
+void RowSet::remove(const OutlineRow& row) {
+  const RowNodePointer top = heldTop();
+  const RowPath path = pathOf(row);
+  const PathEnd end = detail::endOfPath(top, path);
+  if (!path.empty() && end.depth == path.size()) {
+    end.node->setIn(false);
+    const RowNodePointer dropped = detail::prune(*end.node);
+  }
+}
+
+bool RowSet::contains(const OutlineRow& row) const {
+  const RowNodePointer top = heldTop();
+  const RowPath path = pathOf(row);
+  const PathEnd end = detail::endOfPath(top, path);
+  return !path.empty() && end.depth == path.size() && end.node->isIn;
+}
+
+std::size_t RowSet::count() const noexcept {
+  return _top ? _top->count : 0;
+}
+
+void RowSet::clear() {
+  if (_top) {
+    RowNode gone;
+    gone.below.swap(_top->below);
+    _top->count = 0;
+    _top->itemsAdded = 0;
+  }
+}
+
+std::vector<OutlineRow*> RowSet::rowsOf(const Outline& outline) const {
+  std::vector<OutlineRow*> rows;
+  std::vector<Found> open = {{0, &outline.top(), heldTop()}};
+  while (!open.empty()) {
+    const Found next = std::move(open.back());
+    open.pop_back();
+    if (next.node->isIn) {
+      rows.push_back(next.row);
+    }
+    std::vector<Found> below = Level(*next.row, *next.node).rows();
+    std::move(below.rbegin(), below.rend(), std::back_inserter(open));
+  }
+  return rows;
+}
+
+void RowSet::follow(const OutlineUpdate& update) {
+  const RowNodePointer top = heldTop();
+  std::vector<Move> moves;
+  for (const OutlineStep& step : update.steps()) {
+    if (std::optional<Move> move = moveOf(step)) {
+      moves.push_back(std::move(*move));
+    }
+  }
+  for (Move& move : moves) {
+    perform(top, move);
+  }
+}
+
+}  // namespace vexil
