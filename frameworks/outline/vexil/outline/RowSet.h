@@ -35,6 +35,10 @@ struct RowNode;
 /// An identity is the identifiers and occurrences of a row and of all rows above it, from the top
 /// down. A row without an identifier is identified by its item; that part is not saved, and ends
 /// with the item.
+///
+/// Nothing recurses with the depth of the rows. Identifiers may hold objects of a host. They are
+/// asked for their hash and their equality, and may then do anything, also change the set or
+/// destroy it.
 class RowSet {
  public:
   RowSet();
@@ -48,21 +52,32 @@ class RowSet {
   void remove(const OutlineRow& row);
   [[nodiscard]] bool contains(const OutlineRow& row) const;
 
-  /// How many identities there are, also of rows that do not exist now.
+  /// How many identities there are, also of rows that do not exist now. Those of items that are
+  /// gone count until the set makes room for others.
   [[nodiscard]] std::size_t count() const noexcept;
   [[nodiscard]] bool isEmpty() const noexcept { return count() == 0; }
   void clear();
 
-  /// The rows of an outline that are in the set, each before those below it.
+  /// The rows of an outline that are in the set, in the order in which a view shows them: each
+  /// before those below it. Takes time in proportion to the set and what `childWithUniqueID` takes.
+  /// Where it looks for rows without identifiers, it looks once through all rows of that level.
   [[nodiscard]] std::vector<OutlineRow*> rowsOf(const Outline& outline) const;
 
   /// Makes the set follow rows that an update has moved to another parent, with everything below
-  /// them. Call it once for every update.
+  /// them. Call it once for every update, in their order. What the set already says of the new
+  /// place stays true of it as well. A row is not followed when it has no identifier, or when a row
+  /// above it has none before or afterwards. Takes time in proportion to the rows that moved and
+  /// their depth.
   void follow(const OutlineUpdate& update);
 
-  /// The set as a property list, nested as the rows are.
+  /// The set as a property list, nested as the rows are. It leaves out rows whose identifiers a
+  /// property list cannot hold, with all below them.
+  ///
+  ///     {"rows": [{"id": "a", "in": true,
+  ///                "below": [{"id": "b", "occurrence": 1, "in": true}]}]}
   [[nodiscard]] platform::Value propertyList() const;
-  /// Reads a set back; absent when `propertyList` is none.
+  /// Reads a set back. Absent when `propertyList` is none: a part is missing, of another type or
+  /// out of range.
   [[nodiscard]] static std::optional<RowSet> fromPropertyList(const platform::Value& propertyList);
 
  private:

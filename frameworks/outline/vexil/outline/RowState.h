@@ -40,11 +40,11 @@ class RowState {
   /// What a state is made of, for code that does not read it from an item.
   struct Parts {
     RowNumber number = 0;
-    platform::Value uniqueID;
+    platform::Value uniqueID = {};
     std::uint32_t occurrence = 0;
-    platform::Value label;
-    platform::Value representedObject;
-    std::string className;
+    platform::Value label = {};
+    platform::Value representedObject = {};
+    std::string className = {};
     bool supportsEnabled = false;
     bool enabled = false;
     bool isGroup = false;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/outline/RowSet.h>
-#include <vexil/outline/values/RowTrie.h>
+#include <vexil/outline/sets/RowTrie.h>
 #include <vexil/outline/values/Storable.h>
 #include <vexil/outline/values/ValueText.h>
 #include <vexil/platform/RecordShape.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vexil/outline/values/RowTrie.h>
+#include <vexil/outline/sets/RowTrie.h>
 #include <vexil/platform/detail/Hash.h>
 
 #include <algorithm>
