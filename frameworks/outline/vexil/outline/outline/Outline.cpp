@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/outline/Outline.h>
-#include <vexil/outline/OutlineState.h>
+#include <vexil/outline/outline/OutlineState.h>
 
 #include <utility>
 

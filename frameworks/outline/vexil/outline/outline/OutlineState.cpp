@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/detail/IdentifiedMerge.h>
 #include <vexil/items/ItemFields.h>
-#include <vexil/outline/OutlineState.h>
+#include <vexil/outline/outline/OutlineState.h>
 #include <vexil/outline/rows/QuietLog.h>
 #include <vexil/platform/Error.h>
 
