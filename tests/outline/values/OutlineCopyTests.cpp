@@ -343,6 +343,7 @@ TEST(OutlineCopy, LetsObjectsGoWhenItIsDone) {
   const auto meddle = [&] {
     ++calls;
     EXPECT_EQ(copy.children(0).front(), 2U);
+    EXPECT_EQ(copy.state(3), row(3, "c"));
     const std::size_t end = copy.children(0).size();
     for (int i = 0; i < 100; ++i) {
       copy.apply(insertion(0, end, {row(next++, "n")}));

@@ -67,7 +67,7 @@ class RowSet {
   /// them. Call it once for every update, in their order. What the set already says of the new
   /// place stays true of it as well. A row is not followed when it has no identifier, or when a row
   /// above it has none before or afterwards. Takes time in proportion to the rows that moved and
-  /// their depth.
+  /// their depth, and where the set knows the new place already, to what it knows there.
   void follow(const OutlineUpdate& update);
 
   /// The set as a property list, nested as the rows are. It leaves out rows whose identifiers a

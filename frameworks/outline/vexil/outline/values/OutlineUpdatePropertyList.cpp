@@ -12,7 +12,6 @@
 namespace vexil {
 
 using detail::storable;
-using platform::Key;
 using platform::RecordShape;
 using platform::Value;
 

@@ -35,7 +35,7 @@ std::string textOfKey(const Key& key) {
 }
 
 std::string textOfHead(const OutlineStep& step) {
-  const std::string place = textOfRange(step.first, step.count) + textOfParent(step.parent);
+  std::string place = textOfRange(step.first, step.count) + textOfParent(step.parent);
   switch (step.kind) {
     case OutlineStep::Kind::removed:
       return "removed " + place;
