@@ -109,6 +109,23 @@ void WorkloadModel::changeOne() {
   event.enabled = !event.enabled;
 }
 
+void WorkloadModel::renameSome() {
+  const std::vector<std::size_t> order = permutation(size(), draw(_random));
+  for (std::size_t i = 0; i < share(); ++i) {
+    WorkloadEvent other;
+    fill(other);
+    _events[order[i]].name = other.name.view();
+  }
+}
+
+void WorkloadModel::moveSome() {
+  const std::vector<std::size_t> order = permutation(size(), draw(_random));
+  for (std::size_t i = 0; i < share(); ++i) {
+    WorkloadEvent& event = _events[order[i]];
+    event.domain = (event.domain + 1) % domains;
+  }
+}
+
 void WorkloadModel::exchangeSome() {
   const std::vector<std::size_t> order = permutation(size(), draw(_random));
   for (std::size_t i = 0; i < share(); ++i) {

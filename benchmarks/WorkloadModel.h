@@ -62,7 +62,10 @@ class WorkloadModel {
   void exchangeSome();
   /// The event whose name is first gets one that is last.
   void moveFirstToEnd();
-  /// How many of each `exchangeSome` takes.
+  /// One in a hundred get new names, or other domains.
+  void renameSome();
+  void moveSome();
+  /// How many of each `exchangeSome` takes, and those take.
   [[nodiscard]] std::size_t share() const { return size() < 100 ? 1 : size() / 100; }
 
  private:

@@ -1,29 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/outline/matching/CrossMoves.h>
 #include <vexil/outline/matching/Identity.h>
+#include <vexil/outline/rows/RowWalk.h>
 
 #include <algorithm>
 #include <utility>
 
 namespace vexil::detail {
-
-namespace {
-
-/// Calls `visit` with a row and all rows below it, each before those below it.
-template <class Visit>
-void forEachRow(OutlineRow& top, const Visit& visit) {
-  std::vector<OutlineRow*> open{&top};
-  while (!open.empty()) {
-    OutlineRow& row = *open.back();
-    open.pop_back();
-    visit(row);
-    for (std::size_t i = row.childCount(); i > 0; --i) {
-      open.push_back(row.child(i - 1));
-    }
-  }
-}
-
-}  // namespace
 
 bool CrossMoves::Key::operator==(const Key& other) const {
   return *type == *other.type && Identity::areEqual(identifier, other.identifier);
@@ -158,7 +141,7 @@ void CrossMoves::lookBelow(OutlineRow& newRow) {
       RowFields::children(parent)->take(left, 1, taken);
       LevelChange& level = _findings->levelOf(parent);
       level.areDistinct = RowFields::children(parent)->areDistinct();
-      level.come.push_back({static_cast<std::uint32_t>(i), true, nullptr});
+      level.come.push_back({static_cast<std::uint32_t>(i), true, false, nullptr});
       move(*row, level, level.come.size() - 1, DetachedRow(taken.front()));
     }
   }

@@ -37,8 +37,8 @@ struct Findings {
   std::vector<std::pair<OutlineRow*, std::shared_ptr<Item>>> itemsOfRows;
   /// Rows that show the same as before, though their state was read anew.
   std::vector<std::pair<OutlineRow*, RowState>> equalStates;
-  /// Items that took places in the tree, and are watched already. Items that left theirs, and are
-  /// still watched.
+  /// Items that took places in the tree, and are watched already; without those of new rows. Items
+  /// that left theirs, and are still watched.
   std::vector<std::shared_ptr<Item>> came;
   std::vector<std::weak_ptr<Item>> left;
   /// Rows that were compared, of those that have or had children.

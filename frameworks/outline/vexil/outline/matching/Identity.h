@@ -7,6 +7,7 @@
 #include <vexil/outline/rows/RowStateFields.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 
@@ -36,6 +37,20 @@ struct Identity {
     return hasIdentifier
                ? row.occurrence() == occurrence && areEqual(row.uniqueID(), state.uniqueID())
                : areOfOneOwner(RowFields::item(row), item);
+  }
+
+  /// A hash that is only good enough to tell most of a host's identifiers apart. A host can make
+  /// many that have the same.
+  [[nodiscard]] static std::uint64_t quickHashOf(const platform::Value& identifier) {
+    constexpr std::size_t longest = 23;
+    if (!identifier.isString() || identifier.string().size() > longest) {
+      return hashOf(identifier);
+    }
+    const auto text = identifier.textPrefix();
+    std::uint64_t hash = text[0] * 0x9e3779b97f4a7c15U;
+    hash = (hash ^ hash >> 29U ^ text[1]) * 0xbf58476d1ce4e5b9U;
+    hash = (hash ^ hash >> 32U ^ text[2]) * 0x94d049bb133111ebU;
+    return hash >> 1U;  // never `Occurrences::absent`
   }
 
   /// May ask an object in an identifier. When that throws, the hash is 0.

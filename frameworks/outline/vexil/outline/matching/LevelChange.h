@@ -22,6 +22,7 @@ struct LevelChange {
   struct Come {
     std::uint32_t now;  // the position afterwards
     bool moves;         // from here or from another level; otherwise it is new
+    bool isWatched;     // whether the item of a new row is watched for its sake
     OutlineRow* row;
   };
 

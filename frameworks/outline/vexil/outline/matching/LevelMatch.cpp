@@ -20,15 +20,35 @@ LevelMatch::LevelMatch(OutlineRow& parent, const std::shared_ptr<Item>& item, Co
 
 void LevelMatch::compareAll() {
   _areAllCompared = true;
-  ChildStates states = readChildren(_context->tree, *_item, false);
+  if (_oldCount == 0) {
+    makeAll();
+    return;
+  }
+  ChildStates states = readChildren(_context->tree, *_item);
   _areDistinct = states.areDistinct;
   for (std::size_t now = 0; now < states.children.size(); ++now) {
-    Child child{now, std::move(states.children[now])};
+    auto& [item, state] = states.children[now];
+    Child child{now, std::move(item), std::move(state), true};
     if (!findNearby(child)) {
       _notFound.push_back(std::move(child));
     }
   }
   finish();
+}
+
+/// Where no rows are, all are new.
+void LevelMatch::makeAll() {
+  NewRows::Children children = _context->newRows.makeChildren(*_item);
+  if (children.rows.empty()) {
+    return;
+  }
+  LevelChange& level = _context->findings.levelOf(*_parent);
+  level.areDistinct = children.areDistinct;
+  level.come.reserve(children.rows.size());
+  for (DetachedRow& row : children.rows) {
+    const auto now = static_cast<std::uint32_t>(level.come.size());
+    level.come.push_back({now, false, true, row.release()});
+  }
 }
 
 void LevelMatch::compareWhatChanged(const ItemJournal& journal) {
@@ -125,10 +145,11 @@ void LevelMatch::goThroughGone(const platform::IndexSet::Range& range) {
 void LevelMatch::goThroughCome(const platform::IndexSet::Range& range) {
   for (std::size_t now = range.first; now < range.end(); ++now) {
     TreeReading::prefetch(*_item, now);
-    Child child{now, {TreeReading::child(*_item, now), {}}};
-    child.child.state = _context->tree.stateOf(*child.child.item);
-    _context->watch(child.child.item);
-    if (!findNearby(child)) {
+    Child child{now, TreeReading::child(*_item, now), {}, true};
+    child.state = _context->tree.stateOf(*child.item);
+    if (findNearby(child)) {
+      _context->watch(child.item);
+    } else {
       _notFound.push_back(std::move(child));
     }
   }
@@ -159,10 +180,10 @@ void LevelMatch::examineDirty(std::size_t now, std::size_t old) {
     _survivors.add(now, old);
     return;
   }
-  Child child{now, {item, {}}};
-  child.child.state = _context->tree.stateOf(*child.child.item);
-  if (Identity::isOf(row, child.child.item, child.child.state, row.occurrence())) {
-    child.child.state = RowStateFields::withOccurrence(child.child.state, row.occurrence());
+  Child child{now, item, {}, false};
+  child.state = _context->tree.stateOf(*child.item);
+  if (Identity::isOf(row, child.item, child.state, row.occurrence())) {
+    child.state = RowStateFields::withOccurrence(std::move(child.state), row.occurrence());
     _survivors.add(now, old);
     keep(row, child);
     return;
@@ -191,7 +212,7 @@ bool LevelMatch::keepIfSame(Child& child, std::size_t old) {
     return false;
   }
   OutlineRow& row = _rowAt(old);
-  if (!Identity::isOf(row, child.child.item, child.child.state, child.child.state.occurrence())) {
+  if (!Identity::isOf(row, child.item, child.state, child.state.occurrence())) {
     return false;
   }
   _offset = static_cast<std::ptrdiff_t>(old - child.now);
@@ -202,10 +223,10 @@ bool LevelMatch::keepIfSame(Child& child, std::size_t old) {
 }
 
 void LevelMatch::keep(OutlineRow& row, Child& child) {
-  const std::shared_ptr<Item>& item = child.child.item;
+  const std::shared_ptr<Item>& item = child.item;
   const bool isOther = !Identity::areOfOneOwner(RowFields::item(row), item);
   if (_context->isCalledForEachRow || RowFields::children(row) != nullptr ||
-      !RowStateFields::isPlainEvent(child.child.state)) {
+      !RowStateFields::isPlainEvent(child.state)) {
     _context->compareBelow(row, item, isOther);
   }
   noteContent(row, child);
@@ -221,7 +242,7 @@ void LevelMatch::keep(OutlineRow& row, Child& child) {
 
 void LevelMatch::noteContent(OutlineRow& row, Child& child) {
   const RowState& before = row.state();
-  RowState& after = child.child.state;
+  RowState& after = child.state;
   if (RowStateFields::areTheSame(before, after)) {
     return;
   }
@@ -256,15 +277,15 @@ void LevelMatch::findOthers() {
   std::vector<Child> newOnes;
   for (Child& child : _notFound) {
     std::size_t old = _oldCount;
-    const RowState& state = child.child.state;
+    const RowState& state = child.state;
     if (RowStateFields::hasIdentifier(state)) {
       const PlaceTable::Place place =
           places.find(Identity::hashOf(state.uniqueID()), [&](PlaceTable::Place candidate) {
-            return Identity::isOf(_rowAt(candidates[candidate]), child.child.item, state,
+            return Identity::isOf(_rowAt(candidates[candidate]), child.item, state,
                                   state.occurrence());
           });
       old = place == PlaceTable::nowhere ? _oldCount : candidates[place];
-    } else if (const auto found = byItem.find(child.child.item); found != byItem.end()) {
+    } else if (const auto found = byItem.find(child.item); found != byItem.end()) {
       old = found->second;
     }
     if (old == _oldCount) {
@@ -273,6 +294,9 @@ void LevelMatch::findOthers() {
     }
     _found.push_back(old);
     others.add(child.now, old);
+    if (child.cameHere && !_areAllCompared) {
+      _context->watch(child.item);
+    }
     keep(_rowAt(old), child);
   }
   _survivors.merge(std::move(others));
@@ -280,9 +304,11 @@ void LevelMatch::findOthers() {
 }
 
 void LevelMatch::finish() {
-  if (_areAllCompared) {
-    // All rows that were not found are loose.
+  if (!std::ranges::is_sorted(_found)) {
     std::ranges::sort(_found);
+  }
+  if (_areAllCompared) {
+    // All rows that were not found may have to go.
     auto found = _found.begin();
     for (std::size_t old = 0; old < _oldCount; ++old) {
       if (found != _found.end() && *found == old) {
@@ -293,13 +319,12 @@ void LevelMatch::finish() {
     }
     _found.clear();
   }
+  removeFoundFromLoose();
   findOthers();
   _context->tree.requireUnchanged();
-  _survivors.decideWhoMoves();
   std::ranges::sort(_found);
-  std::vector<std::size_t> removed;
-  std::ranges::set_difference(_loose, _found, std::back_inserter(removed));
-  _loose = std::move(removed);
+  removeFoundFromLoose();
+  _survivors.decideWhoMoves();
   if (_loose.empty() && _notFound.empty() && _survivors.areInOrder()) {
     return;
   }
@@ -307,6 +332,15 @@ void LevelMatch::finish() {
   level.areDistinct = _areDistinct;
   addGone(level);
   addCome(level);
+}
+
+void LevelMatch::removeFoundFromLoose() {
+  if (!_found.empty()) {
+    std::vector<std::size_t> loose;
+    std::ranges::set_difference(_loose, _found, std::back_inserter(loose));
+    _loose = std::move(loose);
+    _found.clear();
+  }
 }
 
 void LevelMatch::addGone(LevelChange& level) {
@@ -339,18 +373,21 @@ void LevelMatch::addGone(LevelChange& level) {
 void LevelMatch::addCome(LevelChange& level) {
   level.come.reserve(_notFound.size());
   for (Child& child : _notFound) {
-    if (_areAllCompared) {
-      _context->watch(child.child.item);
+    DetachedRow row = _context->newRows.make(child.item, std::move(child.state));
+    // A child that was here before is watched already.
+    if (child.cameHere) {
+      _context->watches.addTo(*child.item);
     }
-    level.come.push_back({static_cast<std::uint32_t>(child.now), false,
-                          _context->newRows.make(std::move(child.child)).release()});
+    level.come.push_back(
+        {static_cast<std::uint32_t>(child.now), false, child.cameHere, row.release()});
   }
   if (_survivors.areInOrder()) {
     return;
   }
   for (const Run& run : _survivors.runs()) {
     for (std::size_t i = 0; run.moves && i < run.count; ++i) {
-      level.come.push_back({static_cast<std::uint32_t>(run.now + i), true, &_rowAt(run.old + i)});
+      level.come.push_back(
+          {static_cast<std::uint32_t>(run.now + i), true, false, &_rowAt(run.old + i)});
     }
   }
   std::ranges::sort(level.come, {}, &LevelChange::Come::now);

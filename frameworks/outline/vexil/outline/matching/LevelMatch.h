@@ -29,7 +29,8 @@ class LevelMatch {
     TreeReading& tree;
     NewRows& newRows;
     Findings& findings;
-    /// Called with each item that takes a place in the level.
+    platform::detail::ManyWatches& watches;
+    /// Called with each item that takes a place in the level, but for those of new rows.
     std::function<void(const std::shared_ptr<Item>&)> watch;
     /// Called with each row that stays and may have other children, with its item now, and whether
     /// another item stood for it before.
@@ -47,7 +48,9 @@ class LevelMatch {
   /// A child that is compared, and where it stands.
   struct Child {
     std::size_t now;
-    ChildState child;
+    std::shared_ptr<Item> item;
+    RowState state;
+    bool cameHere;  // as the journal says
   };
 
   [[nodiscard]] bool areRowsDistinct() const { return _rows == nullptr || _rows->areDistinct(); }
@@ -64,8 +67,10 @@ class LevelMatch {
   [[nodiscard]] bool keepIfSame(Child& child, std::size_t old);
   void keep(OutlineRow& row, Child& child);
   void noteContent(OutlineRow& row, Child& child);
+  void makeAll();
   void findOthers();
   void finish();
+  void removeFoundFromLoose();
   void addGone(LevelChange& level);
   void addCome(LevelChange& level);
 

@@ -4,52 +4,72 @@
 
 #include <vexil/outline/matching/TreeReading.h>
 #include <vexil/outline/rows/RowFields.h>
+#include <vexil/platform/detail/Watcher.h>
 
 #include <cstddef>
-#include <functional>
+#include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
 
 namespace vexil::detail {
 
-/// A child of an item as it is now, with its occurrence.
-struct ChildState {
-  std::shared_ptr<KRAVTWVItemVexil> item;
-  RowState state;
-};
+/// Numbers the occurrences of identifiers among siblings whose states are read one after the other.
+class SiblingIdentifiers {
+ public:
+  explicit SiblingIdentifiers(std::size_t count) { _hashes.reserve(count); }
+  void add(const RowState& state);
+  /// Sets the occurrences. `stateAt` returns the state of a sibling, which may be assigned to.
+  /// Returns whether all are 0.
+  template <class StateAt>
+  [[nodiscard]] bool number(const StateAt& stateAt) const;
 
-/// All children of an item as they are now.
-struct ChildStates {
-  std::vector<ChildState> children;
-  bool areDistinct = true;  // whether no two have the same identifier
+ private:
+  std::vector<std::uint64_t> _hashes;
 };
-
-/// Reads all children. Unless they are known to be distinct, finds out.
-[[nodiscard]] ChildStates readChildren(TreeReading& tree, const KRAVTWVItemVexil& item,
-                                       bool areKnownToBeDistinct);
 
 class NewRows {
  public:
   using Item = KRAVTWVItemVexil;
 
-  /// `lastNumber` is counted up. `watch` is called with each item below those that rows are made
-  /// for.
-  NewRows(TreeReading& tree, RowNumber& lastNumber,
-          std::function<void(const std::shared_ptr<Item>&)> watch)
-      : _tree(&tree), _lastNumber(&lastNumber), _watch(std::move(watch)) {}
+  /// `lastNumber` is counted up. `watches` gets the items of rows.
+  NewRows(TreeReading& tree, RowNumber& lastNumber, platform::detail::ManyWatches& watches)
+      : _tree(&tree), _lastNumber(&lastNumber), _watches(&watches) {}
 
-  /// Makes a row for an item, with rows for all items below it. Without recursion.
-  [[nodiscard]] DetachedRow make(ChildState child);
+  /// Makes a row for an item, with rows for all items below it. Without recursion. The items below
+  /// are watched then, but not the item itself.
+  [[nodiscard]] DetachedRow make(const std::shared_ptr<Item>& item, RowState state);
+
+  /// Rows for all children of an item, and whether no two of them have the same identifier.
+  struct Children {
+    std::vector<DetachedRow> rows;
+    bool areDistinct = true;
+  };
+  /// Makes rows for all children of an item, and for all below. All these items are watched then.
+  [[nodiscard]] Children makeChildren(const Item& item);
+
+  /// Rows that were made when an exception came, and whether their own items are watched.
+  [[nodiscard]] const std::vector<std::pair<DetachedRow, bool>>& abandoned() const {
+    return _abandoned;
+  }
 
  private:
-  [[nodiscard]] DetachedRow makeAlone(ChildState child);
-  void makeChildren(OutlineRow& row);
+  [[nodiscard]] DetachedRow makeAlone(const std::shared_ptr<Item>& item, RowState state);
+  [[nodiscard]] Children makeOneLevel(const Item& item);
+  void makeBelow();
 
   TreeReading* _tree;
   RowNumber* _lastNumber;
-  std::function<void(const std::shared_ptr<Item>&)> _watch;
+  platform::detail::ManyWatches* _watches;
   std::vector<OutlineRow*> _open;  // whose children have not been made
+  std::vector<std::pair<DetachedRow, bool>> _abandoned;
 };
+
+/// All children of an item as they are now, with their occurrences.
+struct ChildStates {
+  std::vector<std::pair<std::shared_ptr<KRAVTWVItemVexil>, RowState>> children;
+  bool areDistinct = true;  // whether no two have the same identifier
+};
+[[nodiscard]] ChildStates readChildren(TreeReading& tree, const KRAVTWVItemVexil& item);
 
 }  // namespace vexil::detail

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/outline/matching/Identity.h>
 #include <vexil/outline/matching/Preparation.h>
+#include <vexil/outline/rows/RowWalk.h>
 
 #include <utility>
 
@@ -9,12 +10,14 @@ namespace vexil::detail {
 Preparation::Preparation(const Input& input)
     : _input(input),
       _tree(input.version),
-      _newRows(_tree, input.lastNumber,
-               [this](const std::shared_ptr<Item>& item) { _context.watch(item); }),
-      _context{_tree, _newRows, _findings,
+      _newRows(_tree, input.lastNumber, input.watches),
+      _context{_tree,
+               _newRows,
+               _findings,
+               input.watches,
                [this](const std::shared_ptr<Item>& item) {
                  _findings.came.push_back(item);
-                 _input.watch(*item);
+                 _input.watches.addTo(*item);
                },
                [this](OutlineRow& row, const std::shared_ptr<Item>& item, bool isOther) {
                  compareBelow(row, item, isOther);
@@ -41,6 +44,30 @@ void Preparation::run() {
   compareOwners();
   compareWithProperties();
   _tree.requireUnchanged();
+}
+
+void Preparation::forEachItemWatchedForNothing(const std::function<void(Item&)>& visit) const {
+  for (const auto& item : _findings.came) {
+    visit(*item);
+  }
+  const auto visitRows = [&](OutlineRow& top, bool isTopWatched) {
+    forEachRow(top, [&](OutlineRow& row) {
+      const auto item = row.item();
+      if (item && (&row != &top || isTopWatched)) {
+        visit(*item);
+      }
+    });
+  };
+  for (const auto& [row, isWatched] : _newRows.abandoned()) {
+    visitRows(*row, isWatched);
+  }
+  for (const LevelChange* const level : _findings.levelsInOrder) {
+    for (const auto& entry : level->come) {
+      if (!entry.moves && entry.row != nullptr) {
+        visitRows(*entry.row, entry.isWatched);
+      }
+    }
+  }
 }
 
 // --- what has to be compared
@@ -249,15 +276,11 @@ bool Preparation::findRowsOfOtherItems() {
 
 /// What is below a row that was made for nothing is not shown.
 void Preparation::leaveBelow(OutlineRow& newRow) {
-  std::vector<OutlineRow*> open{&newRow};
-  while (!open.empty()) {
-    OutlineRow& row = *open.back();
-    open.pop_back();
-    for (std::size_t i = 0; i < row.childCount(); ++i) {
-      _findings.left.push_back(RowFields::item(*row.child(i)));
-      open.push_back(row.child(i));
+  forEachRow(newRow, [&](OutlineRow& row) {
+    if (&row != &newRow) {
+      _findings.left.push_back(RowFields::item(row));
     }
-  }
+  });
 }
 
 // --- rows by themselves

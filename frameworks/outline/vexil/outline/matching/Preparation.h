@@ -37,8 +37,8 @@ class Preparation {
     const Journals& journals;
     const RowsByItem& rowsByItem;
     RowNumber& lastNumber;
-    const std::uint64_t& version;      ///< counted up by each announcement
-    std::function<void(Item&)> watch;  ///< begins to watch an item
+    const std::uint64_t& version;  ///< counted up by each announcement
+    platform::detail::ManyWatches& watches;
   };
   explicit Preparation(const Input& input);
 
@@ -47,6 +47,9 @@ class Preparation {
 
   /// What was found; also when `run` has thrown, so that the items are known that are watched.
   [[nodiscard]] Findings& findings() { return _findings; }
+  /// When `run` has thrown: calls `visit` with each item that is watched for the sake of a row that
+  /// will not be.
+  void forEachItemWatchedForNothing(const std::function<void(Item&)>& visit) const;
 
  private:
   struct Work {
@@ -82,7 +85,7 @@ class Preparation {
   std::vector<std::unordered_map<OutlineRow*, Work>::node_type> _postponed;  // of rows that go
   std::unordered_set<const OutlineRow*> _done;
   std::unordered_map<const OutlineRow*, std::size_t> _depths;
-  std::vector<const LevelChange*> _levelsDone;            // whose rows are not in the next yet
+  std::vector<const LevelChange*> _levelsDone;  // whose rows are not in the next yet
   std::unordered_set<const OutlineRow*> _removedRows;
   std::unordered_set<const OutlineRow*> _movedElsewhere;  // with all that is below them
   std::unordered_map<const OutlineRow*, bool> _areGone;   // answers that are known

@@ -68,12 +68,17 @@ void StepPlan::collectLevels() {
     }
     auto level = std::make_unique<Level>();
     level->change = found;
-    level->leaving = SumTree(found->gone.size(), true);
-    level->placed = SumTree(found->come.size(), false);
     _levelsByParent.emplace(found->parent, level.get());
     _levels.push_back(std::move(level));
   }
+  const auto moves = [](const auto& entry) { return entry.moves; };
+  _doesAnyMove = std::ranges::any_of(
+      _levels, [&](const auto& level) { return std::ranges::any_of(level->change->come, moves); });
   for (const auto& level : _levels) {
+    if (_doesAnyMove) {
+      level->leaving = SumTree(level->change->gone.size(), true);
+      level->placed = SumTree(level->change->come.size(), false);
+    }
     for (const auto& entry : level->change->come) {
       // Only those matter that move or have levels of their own.
       if (entry.moves || entry.row->childCount() != 0 || _levelsByParent.contains(entry.row)) {
@@ -188,13 +193,16 @@ void StepPlan::remove(Fate fate) {
 
 void StepPlan::remove(Level& level, std::size_t first, std::size_t end) {
   OutlineStep& step = addStep(OutlineStep::Kind::removed, *level.change->parent);
-  step.first = level.positionOfGone(first);
+  // Where nothing moves, all that go go first, and from the end.
+  step.first = _doesAnyMove ? level.positionOfGone(first) : level.change->gone[first].old;
   step.count = end - first;
   step.rows.reserve(step.count);
   for (std::size_t i = first; i < end; ++i) {
     OutlineRow& row = *level.change->gone[i].row;
     step.rows.push_back(row.state());
-    level.leaving.unmark(i);
+    if (_doesAnyMove) {
+      level.leaving.unmark(i);
+    }
     ++step.rowCount;
     if (row.childCount() == 0) {
       continue;
@@ -231,15 +239,16 @@ void StepPlan::insert(Fate fate) {
              level->gapOfCome(end) == level->gapOfCome(first)) {
         ++end;
       }
-      insert(*level, first, end);
+      insert(*level, first, end, fate);
       first = end;
     }
   }
 }
 
-void StepPlan::insert(Level& level, std::size_t first, std::size_t end) {
+void StepPlan::insert(Level& level, std::size_t first, std::size_t end, Fate fate) {
   OutlineStep& step = addStep(OutlineStep::Kind::inserted, *level.change->parent);
-  step.first = level.positionOfCome(first);
+  // Those that come last find all others in their places.
+  step.first = fate == Fate::early ? level.positionOfCome(first) : level.change->come[first].now;
   step.count = end - first;
   step.inserted.reserve(step.count);
   std::vector<OutlineRow*>& rows = _planned.rows.back().rows;
@@ -248,7 +257,13 @@ void StepPlan::insert(Level& level, std::size_t first, std::size_t end) {
   for (std::size_t i = first; i < end; ++i) {
     OutlineRow* const row = level.change->come[i].row;
     rows.push_back(row);
-    level.placed.mark(i);
+    if (fate == Fate::early) {
+      level.placed.mark(i);
+    }
+    if (row->childCount() == 0) {
+      step.inserted.push_back({row->state(), 0});
+      continue;
+    }
     open.push_back(row);
     while (!open.empty()) {
       OutlineRow& next = *open.back();

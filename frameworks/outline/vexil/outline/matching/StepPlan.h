@@ -70,7 +70,7 @@ class StepPlan {
   void remove(Fate fate);
   void remove(Level& level, std::size_t first, std::size_t end);
   void insert(Fate fate);
-  void insert(Level& level, std::size_t first, std::size_t end);
+  void insert(Level& level, std::size_t first, std::size_t end, Fate fate);
   void moveAll();
   void move(Level& level, std::size_t first, std::size_t end);
   [[nodiscard]] bool movesTogether(const Level& level, std::size_t entry) const;
@@ -81,6 +81,7 @@ class StepPlan {
   OutlineStep& addStep(OutlineStep::Kind kind, OutlineRow& parent);
 
   Findings* _findings;
+  bool _doesAnyMove = false;
   PlannedSteps _planned;
   std::vector<std::unique_ptr<Level>> _levels;
   std::unordered_map<const OutlineRow*, Level*> _levelsByParent;

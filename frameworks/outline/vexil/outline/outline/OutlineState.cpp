@@ -213,28 +213,27 @@ const OutlineUpdate& OutlineState::prepare() {
 /// Returns false when foreign code has changed the tree meanwhile.
 bool OutlineState::prepareOnce() {
   ManyWatches watches(shared_from_this(), ItemFields::childrenKey(), watching());
-  Preparation preparation({*_top, root(), _journals, _rowsByItem, _lastNumber, _version,
-                           [&](Item& item) { watches.addTo(item); }});
-  Findings& findings = preparation.findings();
+  Preparation preparation({*_top, root(), _journals, _rowsByItem, _lastNumber, _version, watches});
   try {
     preparation.run();
   } catch (const TreeChanged&) {
-    giveUp(findings);
+    giveUp(preparation);
     return false;
   } catch (const IdentityChanged&) {
-    giveUp(findings);
+    giveUp(preparation);
     _journals.mustCompareAll = true;
     return false;
   } catch (...) {
-    giveUp(findings);
+    giveUp(preparation);
     throw;
   }
-  commit(findings);
+  commit(preparation.findings());
   return true;
 }
 
-void OutlineState::giveUp(Findings& findings) {
-  unwatch({findings.came.begin(), findings.came.end()});
+void OutlineState::giveUp(const Preparation& preparation) {
+  ManyUnwatches unwatches(shared_from_this(), ItemFields::childrenKey());
+  preparation.forEachItemWatchedForNothing([&](Item& item) { unwatches.removeFrom(item); });
 }
 
 void OutlineState::unwatch(const std::vector<std::weak_ptr<Item>>& items) {
@@ -283,9 +282,8 @@ void OutlineState::commit(Findings& findings) {
     rowsAfterwards -= step.kind == OutlineStep::Kind::removed ? step.rowCount : 0;
   }
   for (auto& [row, state] : findings.equalStates) {
-    RowState before = std::move(RowFields::state(*row));
-    RowFields::state(*row) = RowStateFields::withOccurrence(state, before.occurrence());
-    state = std::move(before);  // destroyed last, because this may run foreign code
+    state = RowStateFields::withOccurrence(std::move(state), row->occurrence());
+    std::swap(RowFields::state(*row), state);  // the old one goes last: that may run foreign code
   }
   for (LevelChange* const level : findings.levelsInOrder) {
     level->come.clear();  // the steps own the new rows now

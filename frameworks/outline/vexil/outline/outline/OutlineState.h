@@ -69,7 +69,7 @@ class OutlineState : public platform::detail::Watcher,
   [[nodiscard]] platform::detail::Watching watching() const noexcept;
 
   [[nodiscard]] bool prepareOnce();
-  void giveUp(Findings& findings);
+  void giveUp(const Preparation& preparation);
   void commit(Findings& findings);
   void unwatch(const std::vector<std::weak_ptr<Item>>& items);
   void addToTable(OutlineRow& newRow);

@@ -53,7 +53,7 @@ std::string_view RowDetails::className() const noexcept {
   return _hasClassName ? values()[count() - 1].string() : std::string_view();
 }
 
-RowState RowStateFields::withOccurrence(const RowState& state, std::uint32_t occurrence) {
+RowState RowStateFields::withOccurrence(RowState state, std::uint32_t occurrence) {
   if (state.occurrence() == occurrence) {
     return state;
   }

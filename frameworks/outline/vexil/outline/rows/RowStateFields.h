@@ -89,7 +89,7 @@ struct RowStateFields {
     state._numberHigh = static_cast<std::uint8_t>(number >> 32);
   }
   /// The same state with another occurrence.
-  [[nodiscard]] static RowState withOccurrence(const RowState& state, std::uint32_t occurrence);
+  [[nodiscard]] static RowState withOccurrence(RowState state, std::uint32_t occurrence);
   /// Whether two states are known to be the same but for their numbers, without a look inside.
   static bool areTheSame(const RowState& a, const RowState& b) noexcept {
     return a._flags == b._flags && a._details == nullptr && b._details == nullptr &&

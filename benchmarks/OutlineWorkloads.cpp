@@ -1,0 +1,255 @@
+// SPDX-License-Identifier: Apache-2.0
+// What an outline costs: the refreshes of `refresh_workloads`, each done in pairs, once bare and
+// once followed by an outline with its update. Arguments are the numbers of records.
+//
+//     load      W1 there: an empty list takes the records in
+//     one       W3: one has changed and stays where it is
+//     churn     W4: one in a hundred removed, as many inserted, as many changed
+//     across    W5: the first one renamed to become the last
+//     renamed   one in a hundred renamed
+//     moved     under fifty domains, one in a hundred gets another domain
+//     tree      W6: under fifty domains, one event has changed
+//
+// Prints a line for each: the bare refresh; the refresh under an outline; its update; what both
+// cost more than the bare one, and that as a share of it. All are medians of pairs, in
+// microseconds. `keyed` is the comparison as one writes it first: a hash map of the identifiers of
+// all rows.
+#include <ternwood/Ternwood.h>
+#include <vexil/KRAVTWVItemsVexil.h>
+#include <vexil/outline/Outline.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "Measurement.h"
+#include "WorkloadModel.h"
+
+namespace platform = vexil::platform;
+
+using platform::Value;
+
+namespace {
+
+double now() {
+  return std::chrono::duration<double, std::micro>(
+             std::chrono::steady_clock::now().time_since_epoch())
+      .count();
+}
+
+double median(std::vector<double> values) {
+  std::ranges::sort(values);
+  return values[values.size() / 2];
+}
+
+/// The comparison as one writes it first. Counts what a view would be told of.
+class KeyedRows {
+ public:
+  std::size_t update(const KRAVTWVItemVexil& root) {
+    std::unordered_map<std::string, std::pair<std::size_t, Value>> fresh;
+    const auto children = root.children();
+    fresh.reserve(children->size());
+    std::size_t told = 0;
+    for (std::size_t i = 0; i < children->size(); ++i) {
+      const KRAVTWVItemVexil& child = *(*children)[i];
+      std::string key(child.uniqueID().string());
+      const auto known = _rows.find(key);
+      if (known == _rows.end()) {
+        ++told;
+      } else {
+        told += known->second.first != i;
+        told += !(known->second.second == child.representedObject());
+        _rows.erase(known);
+      }
+      fresh.emplace(std::move(key), std::pair(i, child.representedObject()));
+    }
+    told += _rows.size();
+    _rows = std::move(fresh);
+    return told;
+  }
+
+ private:
+  std::unordered_map<std::string, std::pair<std::size_t, Value>> _rows;
+};
+
+struct Times {
+  std::vector<double> bare;
+  std::vector<double> followed;
+  std::vector<double> update;
+  std::vector<double> keyed;
+  std::size_t steps = 0;
+  std::size_t rows = 0;
+
+  void report(std::string_view workload, std::size_t size) const {
+    std::vector<double> cost;
+    for (std::size_t i = 0; i < bare.size(); ++i) {
+      cost.push_back(followed[i] + update[i] - bare[i]);
+    }
+    std::printf(
+        "%-8.*s %8zu  bare %10.1f  followed %10.1f  update %10.1f  cost %10.1f = %5.2f"
+        "  keyed %10.1f  steps %zu rows %zu\n",
+        static_cast<int>(workload.size()), workload.data(), size, median(bare), median(followed),
+        median(update), median(cost), median(cost) / median(bare),
+        keyed.empty() ? 0.0 : median(keyed), steps, rows);
+    std::fflush(stdout);
+  }
+};
+
+template <class Collection>
+using Change = std::function<void(WorkloadModel&)>;
+
+/// Two collections get the same records, made anew for each. One of them has an outline.
+template <class Collection>
+void refreshWorkload(std::string_view workload, std::size_t size, bool followsProperties,
+                     const std::function<void(WorkloadModel&)>& change,
+                     const std::function<void(Collection&)>& prepare, Spread spread) {
+  if (!isWanted(workload)) {
+    return;
+  }
+  WorkloadModel model(size);
+  const auto bare = std::make_shared<Collection>();
+  const auto followed = std::make_shared<Collection>();
+  prepare(*bare);
+  prepare(*followed);
+  vexil::Outline outline(followed, {.followsProperties = followsProperties});
+  KeyedRows keyed;
+  std::vector<Value> kept;
+  const auto records = [&](std::uint64_t seed) {
+    return kept.emplace_back(recordsOf(model.shuffled(seed), spread));
+  };
+  for (const std::uint64_t seed : {1, 2}) {
+    bare->setEvents(records(seed));
+    followed->setEvents(records(seed));
+    (void)outline.update();
+    (void)keyed.update(*bare->root());
+  }
+  Times times;
+  for (std::uint64_t run = 0; run < repetitions(size) * 2 + 1; ++run) {
+    change(model);
+    const Value first = records(1000 + run);
+    const Value second = records(1000 + run);
+    const auto doBare = [&] {
+      const double start = now();
+      bare->setEvents(first);
+      times.bare.push_back(now() - start);
+      if constexpr (std::is_same_v<Collection, KRAVTWVEventsVexil>) {
+        const double middle = now();
+        (void)keyed.update(*bare->root());
+        times.keyed.push_back(now() - middle);
+      }
+    };
+    const auto doFollowed = [&] {
+      const double start = now();
+      followed->setEvents(second);
+      const double middle = now();
+      const vexil::OutlineUpdate update = outline.update();
+      times.update.push_back(now() - middle);
+      times.followed.push_back(middle - start);
+      times.steps = update.steps().size();
+      times.rows = update.rowsTouched();
+    };
+    if (run % 2 == 0) {
+      doBare();
+      doFollowed();
+    } else {
+      doFollowed();
+      doBare();
+    }
+    require(outline.rowCount() == model.size() ||
+                outline.rowCount() == model.size() + WorkloadModel::domains,
+            workload, "rows are missing");
+  }
+  times.report(workload, size);
+}
+
+void loadWorkload(std::size_t size) {
+  if (!isWanted("load")) {
+    return;
+  }
+  const WorkloadModel model(size);
+  Times times;
+  for (std::uint64_t run = 0; run < repetitions(size) * 2 + 1; ++run) {
+    const Value first = recordsOf(model.shuffled(100 + run));
+    const Value second = recordsOf(model.shuffled(100 + run));
+    const auto doBare = [&] {
+      const auto bare = std::make_shared<KRAVTWVEventsVexil>();
+      const double start = now();
+      bare->setEvents(first);
+      times.bare.push_back(now() - start);
+      KeyedRows keyed;
+      const double middle = now();
+      (void)keyed.update(*bare->root());
+      times.keyed.push_back(now() - middle);
+    };
+    const auto doFollowed = [&] {
+      const auto followed = std::make_shared<KRAVTWVEventsVexil>();
+      vexil::Outline outline(followed);
+      (void)outline.update();
+      const double start = now();
+      followed->setEvents(second);
+      const double middle = now();
+      const vexil::OutlineUpdate update = outline.update();
+      times.update.push_back(now() - middle);
+      times.followed.push_back(middle - start);
+      times.steps = update.steps().size();
+      times.rows = update.rowsTouched();
+    };
+    if (run % 2 == 0) {
+      doBare();
+      doFollowed();
+    } else {
+      doFollowed();
+      doBare();
+    }
+  }
+  times.report("load", size);
+}
+
+void runAll(std::size_t size) {
+  const bool follows = std::getenv("WL_PROPERTIES") != nullptr;
+  const auto nothing = [](KRAVTWVEventsVexil&) {};
+  const auto list = [&](std::string_view workload,
+                        const std::function<void(WorkloadModel&)>& change) {
+    refreshWorkload<KRAVTWVEventsVexil>(workload, size, follows, change, nothing,
+                                        Spread::asModelled);
+  };
+  const auto store = [&](std::string_view workload,
+                         const std::function<void(WorkloadModel&)>& change) {
+    refreshWorkload<KRAVTWVEventStoreVexil>(
+        workload, size, follows, change,
+        [](KRAVTWVEventStoreVexil& collection) {
+          collection.setDomains(domainRecords(WorkloadModel::domains));
+        },
+        Spread::asModelled);
+  };
+  loadWorkload(size);
+  list("one", [](WorkloadModel& model) { model.changeOne(); });
+  list("churn", [](WorkloadModel& model) { model.exchangeSome(); });
+  list("across", [](WorkloadModel& model) { model.moveFirstToEnd(); });
+  list("renamed", [](WorkloadModel& model) { model.renameSome(); });
+  store("tree", [](WorkloadModel& model) { model.changeOne(); });
+  store("moved", [](WorkloadModel& model) { model.moveSome(); });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    for (int i = 1; i < argc; ++i) {
+      runAll(std::strtoul(argv[i], nullptr, 10));
+    }
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 1;
+  }
+  return 0;
+}
