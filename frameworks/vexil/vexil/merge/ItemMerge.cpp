@@ -60,13 +60,14 @@ bool canRunForeignCode(const Source&) {
   return false;
 }
 
-/// Whether the identifiers of all fresh items are known to differ.
-bool identifiersDiffer(const FreshEvents& fresh) {
-  return fresh.lineage && fresh.lineage->identifiersDiffer;
+/// What is known of the fresh items of `receiver`, for those who watch it.
+IdentifiedMerge knownOf(const KRAVTWVItemVexil& receiver, const FreshEvents& fresh) {
+  const bool isKnown = fresh.lineage && fresh.lineage->identifiersDiffer;
+  return {isKnown ? &receiver : nullptr, isKnown && !fresh.selection ? &fresh.lineage : nullptr};
 }
 template <class Source>
-bool identifiersDiffer(const Source&) {
-  return false;
+IdentifiedMerge knownOf(const KRAVTWVItemVexil&, const Source&) {
+  return {nullptr, nullptr};
 }
 
 // --- identifiers
@@ -215,9 +216,8 @@ void ItemMerge::open(std::shared_ptr<Item> receiver, FreshSource fresh) {
 void ItemMerge::closeLevel() {
   Level done = std::move(_levels.back());
   _levels.pop_back();
-  const bool isIdentified =
-      std::visit([](const auto& source) { return identifiersDiffer(source); }, done.fresh);
-  const IdentifiedMerge merge(isIdentified ? done.receiver.get() : nullptr);
+  const IdentifiedMerge merge =
+      std::visit([&](const auto& source) { return knownOf(*done.receiver, source); }, done.fresh);
   announce(*done.receiver,
            [&] { done.receiver->didChangeValuesAtIndexesForKey(std::move(done.replacement)); });
 }
@@ -233,7 +233,7 @@ IndexSet ItemMerge::mergeUpToReplacement(Item& receiver, const Source& fresh) {
     difference = readDifference(receiver, fresh, identifiers);
   }
   auto& [vanished, appeared] = *difference;
-  if (!vanished.empty() && remove(receiver, vanished)) {
+  if (!vanished.empty() && remove(receiver, fresh, vanished)) {
     updateAppeared(fresh, identifiers.fresh, identifiers.old, appeared);
   }
   if (!appeared.empty()) {
@@ -270,7 +270,9 @@ IdentifierDifference ItemMerge::readDifference(const Item& receiver, const Sourc
   return difference;
 }
 
-bool ItemMerge::remove(Item& receiver, const IndexSet& indexes) {
+template <class Source>
+bool ItemMerge::remove(Item& receiver, const Source& fresh, const IndexSet& indexes) {
+  const IdentifiedMerge merge = knownOf(receiver, fresh);
   if (_comparison.remembersAny()) {
     indexes.forEach([&](std::size_t index) {
       _letGoLast.emplace_back(ItemFields::currentChildren(receiver)[index]);
@@ -299,7 +301,7 @@ void ItemMerge::insert(Item& receiver, const Source& fresh, const IndexSet& inde
       }
     });
     insertAt(indexes, std::move(arrived), ItemFields::childrenForAdding(receiver));
-    const IdentifiedMerge merge(identifiersDiffer(fresh) ? &receiver : nullptr);
+    const IdentifiedMerge merge = knownOf(receiver, fresh);
     receiver.didChangeValuesAtIndexesForKey(std::move(change));
   });
 }

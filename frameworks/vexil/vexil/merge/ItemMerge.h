@@ -71,7 +71,8 @@ class ItemMerge {
   [[nodiscard]] IdentifierDifference readDifference(const Item& receiver, const Source& fresh,
                                                     Identifiers& identifiers);
   /// Returns whether observers may have got a notice of it.
-  bool remove(Item& receiver, const platform::IndexSet& indexes);
+  template <class Source>
+  bool remove(Item& receiver, const Source& fresh, const platform::IndexSet& indexes);
   template <class Source>
   void insert(Item& receiver, const Source& fresh, const platform::IndexSet& indexes);
 

@@ -1,12 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/outline/changes/ItemJournal.h>
 
+#include <utility>
+
 namespace vexil::detail {
 
 using platform::ChangeKind;
 using platform::ChangeRecord;
 
-void ItemJournal::end(const ChangeRecord& change, bool isIdentified) {
+void ItemJournal::end(const ChangeRecord& change, bool isIdentified,
+                      std::shared_ptr<const EventLineage> lineage) {
+  _isOneMerge = _isOneMerge && lineage && (!_lineage || _lineage == lineage);
+  _isMergeComplete = lineage && change.kind == ChangeKind::replacement;
+  _lineage = std::move(lineage);
   // Changes of one item that overlap come from foreign code in the middle. Then the positions of
   // the outer one may be those of another array.
   if (_open != 1) {
@@ -27,6 +33,8 @@ void ItemJournal::drop() noexcept {
 void ItemJournal::forget() noexcept {
   _isKnown = false;
   _isIdentified = false;
+  _isOneMerge = false;
+  _isMergeComplete = false;
   _gone.clear();
   _come.clear();
   _dirty.clear();

@@ -2,10 +2,12 @@
 // Internal to the outline: what an item has announced about its children.
 #pragma once
 
+#include <vexil/order/EventLineage.h>
 #include <vexil/outline/changes/Ranges.h>
 #include <vexil/platform/Observable.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <utility>
 
@@ -26,8 +28,9 @@ class ItemJournal {
 
   void begin() noexcept { ++_open; }
   /// A change has been made. `isIdentified`: it is part of a merge of records whose identifiers are
-  /// known to differ.
-  void end(const platform::ChangeRecord& change, bool isIdentified);
+  /// known to differ. `lineage`: theirs, if they are a whole list.
+  void end(const platform::ChangeRecord& change, bool isIdentified,
+           std::shared_ptr<const EventLineage> lineage);
   void drop() noexcept;
   /// Nothing is known any more: all children must be compared.
   void forget() noexcept;
@@ -39,6 +42,15 @@ class ItemJournal {
   [[nodiscard]] const Ranges& dirty() const noexcept { return _dirty; }  // of the present ones
   /// Whether all identifiers differ, if they did before.
   [[nodiscard]] bool isIdentified() const noexcept { return _isIdentified; }
+  /// The lineage of the children, if all that happened was one merge of a list; null otherwise.
+  [[nodiscard]] const EventLineage* lineage() const noexcept {
+    return _isOneMerge && _isMergeComplete ? _lineage.get() : nullptr;
+  }
+  /// The number of the list that the children are the items of, in its order; 0 when that is not
+  /// known.
+  [[nodiscard]] std::uint64_t list() const noexcept {
+    return _isMergeComplete && _lineage ? _lineage->list : 0;
+  }
 
  private:
   void apply(const platform::ChangeRecord& change);
@@ -50,6 +62,9 @@ class ItemJournal {
   unsigned _open = 0;  // changes that have begun and not ended
   bool _isKnown = true;
   bool _isIdentified = true;
+  std::shared_ptr<const EventLineage> _lineage;  // of the merge that came last
+  bool _isOneMerge = true;
+  bool _isMergeComplete = false;
 };
 
 }  // namespace vexil::detail

@@ -41,6 +41,8 @@ struct Findings {
   /// that left theirs, and are still watched.
   std::vector<std::shared_ptr<Item>> came;
   std::vector<std::weak_ptr<Item>> left;
+  /// The list of records that the children of each compared row stand for afterwards, or 0.
+  std::vector<std::pair<OutlineRow*, std::uint64_t>> lists;
   /// Rows that were compared, of those that have or had children.
   std::unordered_set<const OutlineRow*> compared;
 

@@ -62,6 +62,13 @@ void LevelMatch::compareWhatChanged(const ItemJournal& journal) {
     return;
   }
   _areDistinct = areRowsDistinct();
+  // The rows must stand for the list before.
+  const EventLineage* const lineage = journal.lineage();
+  if (areKnownToBeDistinct && lineage != nullptr && _rows != nullptr && _rows->list() != 0 &&
+      _rows->list() == lineage->listBefore && _oldCount == lineage->countBefore &&
+      TreeReading::childCount(*_item) == lineage->origins.size()) {
+    _lineage = lineage;
+  }
   goThrough(journal);
   finish();
 }
@@ -147,7 +154,8 @@ void LevelMatch::goThroughCome(const platform::IndexSet::Range& range) {
     TreeReading::prefetch(*_item, now);
     Child child{now, TreeReading::child(*_item, now), {}, true};
     child.state = _context->tree.stateOf(*child.item);
-    if (findNearby(child)) {
+    child.isKnownNew = _lineage != nullptr && _lineage->origins[now] == PlaceTable::nowhere;
+    if (!child.isKnownNew && findNearby(child)) {
       _context->watch(child.item);
     } else {
       _notFound.push_back(std::move(child));
@@ -168,7 +176,11 @@ void LevelMatch::goThroughKept(std::size_t now, std::size_t old, std::size_t cou
     now = cleanEnd;
     for (; isAnyDirty && now < std::min(end, _dirty->end()); ++now, ++old) {
       TreeReading::prefetch(*_item, now);
-      examineDirty(now, old);
+      if (_lineage != nullptr) {
+        examineByLineage(now, old);
+      } else {
+        examineDirty(now, old);
+      }
     }
   }
 }
@@ -191,6 +203,44 @@ void LevelMatch::examineDirty(std::size_t now, std::size_t old) {
   _loose.push_back(old);
   if (!findNearby(child)) {
     _notFound.push_back(std::move(child));
+  }
+}
+
+/// The same where it is known at which place the record stood before, and so which row is the one
+/// of a child, and mostly also whether the record is equal.
+void LevelMatch::examineByLineage(std::size_t now, std::size_t old) {
+  prefetchForLineage(now);
+  const std::shared_ptr<Item>& item = TreeReading::child(*_item, now);
+  const EventLineage::Place origin = _lineage->origins[now];
+  const std::size_t place = origin & EventLineage::placeBits;
+  if (origin == PlaceTable::nowhere || place >= _oldCount || !ItemFields::isPlainEvent(*item) ||
+      RowFields::children(_rowAt(place)) != nullptr ||
+      !RowStateFields::isPlainEvent(_rowAt(place).state())) {
+    examineDirty(now, old);
+    return;
+  }
+  OutlineRow& row = _rowAt(place);
+  Child child{now, item, _context->tree.stateOf(*item), false};
+  _survivors.add(now, place);
+  if (place != old) {
+    _loose.push_back(old);
+    _found.push_back(place);
+    _context->findings.itemsOfRows.emplace_back(&row, item);
+  }
+  if ((origin & ~EventLineage::placeBits) != 0) {
+    noteContent(row, child);
+  } else if (!RowStateFields::areTheSame(row.state(), child.state)) {
+    RowStateFields::setNumber(child.state, row.number());
+    _context->findings.equalStates.emplace_back(&row, std::move(child.state));
+  }
+}
+
+void LevelMatch::prefetchForLineage(std::size_t now) const {
+  constexpr std::size_t ahead = 8;
+  const auto& origins = _lineage->origins;
+  if (now + 2 * ahead < origins.size()) {
+    _rowAt.prefetch(origins[now + 2 * ahead] & EventLineage::placeBits);
+    _rowAt.prefetchRecord(origins[now + ahead] & EventLineage::placeBits);
   }
 }
 
@@ -256,7 +306,7 @@ void LevelMatch::noteContent(OutlineRow& row, Child& child) {
 
 /// Looks for the rows of the other children among all rows that were not found.
 void LevelMatch::findOthers() {
-  if (_notFound.empty()) {
+  if (std::ranges::all_of(_notFound, &Child::isKnownNew)) {
     return;
   }
   std::vector<std::size_t> candidates;
@@ -278,7 +328,9 @@ void LevelMatch::findOthers() {
   for (Child& child : _notFound) {
     std::size_t old = _oldCount;
     const RowState& state = child.state;
-    if (RowStateFields::hasIdentifier(state)) {
+    if (child.isKnownNew) {
+      // No row has its identifier.
+    } else if (RowStateFields::hasIdentifier(state)) {
       const PlaceTable::Place place =
           places.find(Identity::hashOf(state.uniqueID()), [&](PlaceTable::Place candidate) {
             return Identity::isOf(_rowAt(candidates[candidate]), child.item, state,

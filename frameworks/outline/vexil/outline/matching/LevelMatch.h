@@ -50,7 +50,8 @@ class LevelMatch {
     std::size_t now;
     std::shared_ptr<Item> item;
     RowState state;
-    bool cameHere;  // as the journal says
+    bool cameHere;            // as the journal says
+    bool isKnownNew = false;  // there is no row for it
   };
 
   [[nodiscard]] bool areRowsDistinct() const { return _rows == nullptr || _rows->areDistinct(); }
@@ -62,6 +63,8 @@ class LevelMatch {
   void goThroughCome(const platform::IndexSet::Range& range);
   void goThroughGone(const platform::IndexSet::Range& range);
   void examineDirty(std::size_t now, std::size_t old);
+  void examineByLineage(std::size_t now, std::size_t old);
+  void prefetchForLineage(std::size_t now) const;
   [[nodiscard]] static bool isUntouched(OutlineRow& row, const Item& item);
   [[nodiscard]] bool findNearby(Child& child);
   [[nodiscard]] bool keepIfSame(Child& child, std::size_t old);
@@ -81,9 +84,10 @@ class LevelMatch {
   RowList* _rows;  // null when there are none
   std::size_t _oldCount;
   RowList::Reader _rowAt;
-  bool _areAllCompared = false;   // and so each row accounts for its item
-  bool _areDistinct = true;       // the children now
-  Ranges::const_iterator _dirty;  // the next range that is dirty, and their end
+  bool _areAllCompared = false;            // and so each row accounts for its item
+  bool _areDistinct = true;                // the children now
+  const EventLineage* _lineage = nullptr;  // says which row is whose, if it is there
+  Ranges::const_iterator _dirty;           // the next range that is dirty, and their end
   Ranges::const_iterator _dirtyEnd;
   std::ptrdiff_t _offset = 0;       // from a position now to that before, of the row found last
   Survivors _survivors;             // in their new order

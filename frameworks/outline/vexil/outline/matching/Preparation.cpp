@@ -187,12 +187,15 @@ void Preparation::doWorkOn(OutlineRow& row, const Work& workOfRow) {
   }
   _owners.push_back(&row);
   LevelMatch match(row, work.item, _context);
-  if (work.journal != nullptr &&
-      work.journal->explains(row.childCount(), TreeReading::childCount(*work.item))) {
+  const bool isExplained =
+      work.journal != nullptr &&
+      work.journal->explains(row.childCount(), TreeReading::childCount(*work.item));
+  if (isExplained) {
     match.compareWhatChanged(*work.journal);
   } else {
     match.compareAll();
   }
+  _findings.lists.emplace_back(&row, isExplained ? work.journal->list() : 0);
   const auto level = _findings.levels.find(&row);
   if (level != _findings.levels.end()) {
     _levelsDone.push_back(level->second.get());

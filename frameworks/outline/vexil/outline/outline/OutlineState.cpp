@@ -156,7 +156,9 @@ void OutlineState::willChange(const Observable& object, const ChangeRecord&) noe
 }
 
 void OutlineState::didChange(const Observable& object, const ChangeRecord& change) noexcept {
-  note(object, [&](ItemJournal& journal) { journal.end(change, IdentifiedMerge::isOf(object)); });
+  note(object, [&](ItemJournal& journal) {
+    journal.end(change, IdentifiedMerge::isOf(object), IdentifiedMerge::lineageOf(object));
+  });
 }
 
 void OutlineState::didDrop(const Observable& object, const ChangeRecord&) noexcept {
@@ -284,6 +286,11 @@ void OutlineState::commit(Findings& findings) {
   for (auto& [row, state] : findings.equalStates) {
     state = RowStateFields::withOccurrence(std::move(state), row->occurrence());
     std::swap(RowFields::state(*row), state);  // the old one goes last: that may run foreign code
+  }
+  for (const auto& [parent, list] : findings.lists) {
+    if (RowList* const children = RowFields::children(*parent)) {
+      children->setList(list);
+    }
   }
   for (LevelChange* const level : findings.levelsInOrder) {
     level->come.clear();  // the steps own the new rows now

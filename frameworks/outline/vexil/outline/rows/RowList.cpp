@@ -53,6 +53,12 @@ OutlineRow& RowList::Reader::seek(std::size_t index) noexcept {
   return *_rows[index - _first];
 }
 
+void RowList::Reader::prefetchRecord(std::size_t index) const noexcept {
+  if (index - _first < _count) {
+    _rows[index - _first]->representedObject().prefetch(1);
+  }
+}
+
 void RowList::shift(std::size_t from, std::ptrdiff_t by) noexcept {
   const auto difference = static_cast<std::uint32_t>(by);  // wraps around
   for (std::size_t block = from; block < _starts.size(); ++block) {

@@ -63,6 +63,11 @@ class RowList {
   [[nodiscard]] bool areDistinct() const noexcept { return _areDistinct; }
   void setDistinct(bool areDistinct) noexcept { _areDistinct = areDistinct; }
 
+  /// The number of the list of records that the rows stand for, in its order; 0 when they stand for
+  /// none or that is not known.
+  [[nodiscard]] std::uint64_t list() const noexcept { return _list; }
+  void setList(std::uint64_t list) noexcept { _list = list; }
+
   /// Finds rows by their identifiers. Made when it is first needed, and dropped when rows are
   /// inserted or taken out, or `dropIndex` is called.
   [[nodiscard]] const RowIndex& index() const;
@@ -75,8 +80,19 @@ class RowList {
     [[nodiscard]] OutlineRow& operator()(std::size_t index) noexcept {
       return index - _first < _count ? *_rows[index - _first] : seek(index);
     }
+    /// Begins to fetch a row, if it stands in the block that was read last.
+    [[gnu::always_inline]] void prefetch(std::size_t index) const noexcept {
+      if (index - _first < _count) {
+        const char* const row = reinterpret_cast<const char*>(_rows[index - _first]);
+        __builtin_prefetch(row);
+        __builtin_prefetch(row + sizeOfRow - 1);
+      }
+    }
+    /// The same for a row that has been fetched: the beginning of its record.
+    void prefetchRecord(std::size_t index) const noexcept;
 
    private:
+    static constexpr std::size_t sizeOfRow = 80;
     [[nodiscard]] OutlineRow& seek(std::size_t index) noexcept;
     const RowList* _list;
     OutlineRow* const* _rows = nullptr;
@@ -103,6 +119,7 @@ class RowList {
   std::vector<std::unique_ptr<RowBlock>> _blocks;  // none is empty
   std::vector<std::uint32_t> _starts;              // of each block; empty for a single one
   mutable std::unique_ptr<RowIndex> _index;
+  std::uint64_t _list = 0;
   std::uint32_t _count = 0;
   bool _areDistinct = true;
 };
