@@ -35,12 +35,17 @@ struct Findings {
   std::vector<Changed> changed;
   /// Rows for which another item stands now.
   std::vector<std::pair<OutlineRow*, std::shared_ptr<Item>>> itemsOfRows;
+  /// Rows of plain events for which another item, or one with another record, stands now, and which
+  /// show the same.
+  std::vector<std::pair<OutlineRow*, std::shared_ptr<Item>>> equalEvents;
   /// Rows that show the same as before, though their state was read anew.
   std::vector<std::pair<OutlineRow*, RowState>> equalStates;
   /// Items that took places in the tree, and are watched already; without those of new rows. Items
   /// that left theirs, and are still watched.
   std::vector<std::shared_ptr<Item>> came;
   std::vector<std::weak_ptr<Item>> left;
+  /// States that rows had, to be destroyed last.
+  std::vector<RowState> letGo;
   /// The list of records that the children of each compared row stand for afterwards, or 0.
   std::vector<std::pair<OutlineRow*, std::uint64_t>> lists;
   /// Rows that were compared, of those that have or had children.

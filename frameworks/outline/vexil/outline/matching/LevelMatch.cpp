@@ -154,7 +154,10 @@ void LevelMatch::goThroughCome(const platform::IndexSet::Range& range) {
     TreeReading::prefetch(*_item, now);
     Child child{now, TreeReading::child(*_item, now), {}, true};
     child.state = _context->tree.stateOf(*child.item);
-    child.isKnownNew = _lineage != nullptr && _lineage->origins[now] == PlaceTable::nowhere;
+    child.isKnownNew = _lineage != nullptr;
+    if (child.isKnownNew && _lineage->origins[now] != PlaceTable::nowhere) {
+      throw IdentityChanged();
+    }
     if (!child.isKnownNew && findNearby(child)) {
       _context->watch(child.item);
     } else {
@@ -206,33 +209,33 @@ void LevelMatch::examineDirty(std::size_t now, std::size_t old) {
   }
 }
 
-/// The same where it is known at which place the record stood before, and so which row is the one
-/// of a child, and mostly also whether the record is equal.
+/// The same where the library says at which place the record stood before, and so which row is the
+/// one of a child, and mostly also whether the record is equal. Then only what the merge removed
+/// goes, and only what it inserted is new.
 void LevelMatch::examineByLineage(std::size_t now, std::size_t old) {
   prefetchForLineage(now);
   const std::shared_ptr<Item>& item = TreeReading::child(*_item, now);
   const EventLineage::Place origin = _lineage->origins[now];
   const std::size_t place = origin & EventLineage::placeBits;
-  if (origin == PlaceTable::nowhere || place >= _oldCount || !ItemFields::isPlainEvent(*item) ||
-      RowFields::children(_rowAt(place)) != nullptr ||
-      !RowStateFields::isPlainEvent(_rowAt(place).state())) {
-    examineDirty(now, old);
-    return;
+  if (origin == PlaceTable::nowhere || place >= _oldCount) {
+    throw IdentityChanged();
   }
   OutlineRow& row = _rowAt(place);
-  Child child{now, item, _context->tree.stateOf(*item), false};
   _survivors.add(now, place);
-  if (place != old) {
-    _loose.push_back(old);
-    _found.push_back(place);
-    _context->findings.itemsOfRows.emplace_back(&row, item);
+  const bool isPlain = ItemFields::isPlainEvent(*item) &&
+                       RowStateFields::isPlainEvent(row.state()) &&
+                       RowFields::children(row) == nullptr && !_context->isCalledForEachRow;
+  if (isPlain && origin == place) {
+    if (place != old || !isUntouched(row, *item)) {
+      _context->findings.equalEvents.emplace_back(&row, item);
+    }
+    return;
   }
-  if ((origin & ~EventLineage::placeBits) != 0) {
-    noteContent(row, child);
-  } else if (!RowStateFields::areTheSame(row.state(), child.state)) {
-    RowStateFields::setNumber(child.state, row.number());
-    _context->findings.equalStates.emplace_back(&row, std::move(child.state));
+  Child child{now, item, _context->tree.stateOf(*item), false};
+  if (!Identity::isOf(row, child.item, child.state, 0)) {
+    throw IdentityChanged();
   }
+  keep(row, child);
 }
 
 void LevelMatch::prefetchForLineage(std::size_t now) const {

@@ -21,10 +21,6 @@
 
 namespace vexil::detail {
 
-/// Thrown when a row has got another identity without an announcement of its parent. Then all is
-/// compared.
-struct IdentityChanged {};
-
 /// One comparison of the rows with the tree. It changes neither. It throws `TreeChanged` when
 /// foreign code has changed the tree in the middle; then the next one begins anew.
 class Preparation {

@@ -15,6 +15,10 @@ namespace vexil::detail {
 /// anew.
 struct TreeChanged {};
 
+/// Thrown when a row has got another identity without an announcement of its parent. Then all is
+/// compared.
+struct IdentityChanged {};
+
 /// Reads items for one comparison. Throws `TreeChanged` when a host's kind has changed the tree
 /// when it was asked.
 class TreeReading {

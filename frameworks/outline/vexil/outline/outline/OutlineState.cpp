@@ -272,6 +272,7 @@ void OutlineState::commit(Findings& findings) {
     RowFields::setItem(*row, item);
     _rowsByItem.add(*row);
   }
+  takeOverEqualEvents(findings);
   for (LevelChange* const level : findings.levelsInOrder) {
     RowFields::childrenForAdding(*level->parent).setDistinct(level->areDistinct);
   }
@@ -301,6 +302,27 @@ void OutlineState::commit(Findings& findings) {
   _update = OutlineUpdate(std::move(planned.steps), rowsAfterwards);
   _stepRows = std::move(planned.rows);
   _nextStep = 0;
+}
+
+void OutlineState::takeOverEqualEvents(Findings& findings) {
+  StateReader reader;
+  auto& events = findings.equalEvents;
+  findings.letGo.reserve(events.size());
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    constexpr std::size_t ahead = 8;
+    if (i + 2 * ahead < events.size()) {
+      __builtin_prefetch(events[i + 2 * ahead].first);
+      ItemFields::prefetch(events[i + 2 * ahead].second.get());
+      events[i + ahead].first->representedObject().prefetch(1);
+      ItemFields::prefetchRecord(events[i + ahead].second.get(), 1);
+    }
+    auto& [row, item] = events[i];
+    RowState state = reader.read(*item);
+    RowStateFields::setNumber(state, row->number());
+    std::swap(RowFields::state(*row), state);
+    RowFields::setItem(*row, item);
+    findings.letGo.push_back(std::move(state));  // that may run foreign code
+  }
 }
 
 void OutlineState::addToTable(OutlineRow& newRow) {
