@@ -25,6 +25,17 @@ std::size_t firstBeyond(std::size_t count, const IsBeyond& isBeyond) {
   return first;
 }
 
+constexpr std::size_t turnsAhead = 8;
+
+/// Begins to fetch rows and their records for a loop that copies their states.
+template <class Entries>
+[[gnu::always_inline]] inline void prefetchRows(const Entries& entries, std::size_t index) {
+  if (index + 2 * turnsAhead < entries.size()) {
+    __builtin_prefetch(entries[index + 2 * turnsAhead].row);
+    entries[index + turnsAhead].row->representedObject().prefetch(1);
+  }
+}
+
 }  // namespace
 
 std::size_t StepPlan::Level::goneBefore(std::size_t gap) const {
@@ -255,6 +266,7 @@ void StepPlan::insert(Level& level, std::size_t first, std::size_t end, Fate fat
   rows.reserve(step.count);
   std::vector<OutlineRow*> open;
   for (std::size_t i = first; i < end; ++i) {
+    prefetchRows(level.change->come, i);
     OutlineRow* const row = level.change->come[i].row;
     rows.push_back(row);
     if (fate == Fate::early) {
