@@ -9,12 +9,18 @@
 //     renamed   one in a hundred renamed
 //     moved     under fifty domains, one in a hundred gets another domain
 //     tree      W6: under fifty domains, one event has changed
+//     chain     the innermost of a chain of items has changed; the number is that of its levels,
+//     and
+//               the merge is also timed under a tree observer, as `keyed`
+//
+// WL_PROPERTIES=1 in the environment makes the outlines follow properties.
 //
 // Prints a line for each: the bare refresh; the refresh under an outline; its update; what both
 // cost more than the bare one, and that as a share of it. All are medians of pairs, in
 // microseconds. `keyed` is the comparison as one writes it first: a hash map of the identifiers of
 // all rows.
 #include <ternwood/Ternwood.h>
+#include <vexil/KRAVTWVItemsObserver.h>
 #include <vexil/KRAVTWVItemsVexil.h>
 #include <vexil/outline/Outline.h>
 
@@ -81,6 +87,16 @@ class KeyedRows {
   std::unordered_map<std::string, std::pair<std::size_t, Value>> _rows;
 };
 
+/// A trigger record for each event.
+Value triggersOf(const std::vector<WorkloadEvent>& events) {
+  std::vector<Value> triggers;
+  for (const WorkloadEvent& event : events) {
+    triggers.push_back(Value::dictionary({{kTWQueuedTriggerTriggerID, Value(event.uniqueID.view())},
+                                          {kTWQueuedTriggerEvent, recordOf(event)}}));
+  }
+  return Value::array(std::move(triggers));
+}
+
 struct Times {
   std::vector<double> bare;
   std::vector<double> followed;
@@ -103,9 +119,6 @@ struct Times {
     std::fflush(stdout);
   }
 };
-
-template <class Collection>
-using Change = std::function<void(WorkloadModel&)>;
 
 /// Two collections get the same records, made anew for each. One of them has an outline.
 template <class Collection>
@@ -214,6 +227,99 @@ void loadWorkload(std::size_t size) {
   times.report("load", size);
 }
 
+std::shared_ptr<KRAVTWVItemVexil> chain(std::size_t levels, int innermost) {
+  std::shared_ptr<KRAVTWVItemVexil> item;
+  for (std::size_t level = levels; level > 0; --level) {
+    const auto record = Value::dictionary({{kTWDomainUniqueID, Value("d" + std::to_string(level))},
+                                           {kTWDomainName, Value("Level " + std::to_string(level))},
+                                           {"value", Value(level == levels ? innermost : 0)}});
+    auto above = KRAVTWVDomainVexil::itemWithDomain(record);
+    if (item) {
+      above->addChild(std::move(item));
+    }
+    item = std::move(above);
+  }
+  return item;
+}
+
+void chainWorkload(std::size_t levels) {
+  if (!isWanted("chain") || levels > 10'000) {
+    return;
+  }
+  struct Tree {
+    std::shared_ptr<KRAVTWVGroupVexil> root = KRAVTWVGroupVexil::itemWithLabelUniqueID("", "root");
+    void refresh(std::size_t levels, int innermost) const {
+      auto fresh = std::make_shared<KRAVTWVItemArray>();
+      fresh->push_back(chain(levels, innermost));
+      const double start = now();
+      root->replaceChildren(std::move(fresh));
+      taken = now() - start;
+    }
+    mutable double taken = 0;
+  };
+  const Tree bare;
+  const Tree followed;
+  const Tree observed;
+  const auto observer = KRAVTWVItemsObserver::init();
+  observer->setRoot(observed.root);
+  vexil::Outline outline(std::shared_ptr<KRAVTWVItemVexil>(followed.root));
+  Times times;
+  for (int run = 0; run < 21; ++run) {
+    for (const Tree* const tree : {&bare, &followed}) {
+      tree->refresh(levels, run);
+    }
+    if (levels <= 1'000) {
+      observed.refresh(levels, run);
+    }
+    const double start = now();
+    const vexil::OutlineUpdate update = outline.update();
+    const double taken = now() - start;
+    if (run == 0) {
+      continue;
+    }
+    times.bare.push_back(bare.taken);
+    times.followed.push_back(followed.taken);
+    times.update.push_back(taken);
+    times.keyed.push_back(observed.taken);
+    times.steps = update.steps().size();
+    times.rows = update.rowsTouched();
+  }
+  observer->setRoot(nullptr);
+  times.report("chain", levels);
+}
+
+/// Loads a collection, and makes an outline of it. Prints what that takes from the heap.
+template <class Collection>
+void memoryWorkload(
+    std::string_view workload, std::size_t size,
+    const std::function<void(Collection&, const WorkloadModel&, std::uint64_t)>& set) {
+  if (!isWanted("MEM")) {
+    return;
+  }
+  WorkloadModel model(size);
+  const auto collection = std::make_shared<Collection>();
+  set(*collection, model, 1);
+  const std::size_t before = bytesHeld();
+  auto outline = std::make_unique<vexil::Outline>(collection);
+  (void)outline->update();
+  const std::size_t loaded = bytesHeld() - before;
+  const std::size_t rows = outline->rowCount();
+  for (std::uint64_t run = 0; run < 10; ++run) {
+    model.exchangeSome();
+    set(*collection, model, 2 + run);
+    (void)outline->update();
+  }
+  const std::size_t with = bytesHeld();
+  const std::size_t rowsAfterwards = outline->rowCount();
+  outline.reset();
+  const std::size_t without = bytesHeld();
+  std::printf("MEM %-10.*s %8zu  loaded %6.1f  after churn %6.1f bytes a row\n",
+              static_cast<int>(workload.size()), workload.data(), size,
+              static_cast<double>(loaded) / static_cast<double>(rows),
+              static_cast<double>(with - without) / static_cast<double>(rowsAfterwards));
+  std::fflush(stdout);
+}
+
 void runAll(std::size_t size) {
   const bool follows = std::getenv("WL_PROPERTIES") != nullptr;
   const auto nothing = [](KRAVTWVEventsVexil&) {};
@@ -238,6 +344,20 @@ void runAll(std::size_t size) {
   list("renamed", [](WorkloadModel& model) { model.renameSome(); });
   store("tree", [](WorkloadModel& model) { model.changeOne(); });
   store("moved", [](WorkloadModel& model) { model.moveSome(); });
+  chainWorkload(size);
+  memoryWorkload<KRAVTWVEventsVexil>("events", size,
+                                     [](auto& events, const auto& model, std::uint64_t seed) {
+                                       events.setEvents(recordsOf(model.shuffled(seed)));
+                                     });
+  memoryWorkload<KRAVTWVEventStoreVexil>("store", size,
+                                         [](auto& events, const auto& model, std::uint64_t seed) {
+                                           events.setDomains(domainRecords(WorkloadModel::domains));
+                                           events.setEvents(recordsOf(model.shuffled(seed)));
+                                         });
+  memoryWorkload<KRAVTWVEngineVexil>("triggers", size,
+                                     [](auto& engine, const auto& model, std::uint64_t seed) {
+                                       engine.setPending(triggersOf(model.shuffled(seed)));
+                                     });
 }
 
 }  // namespace

@@ -25,18 +25,22 @@ struct Identity {
     return !a.owner_before(b) && !b.owner_before(a);
   }
 
-  /// Whether a row is that of an item with this state and occurrence. An item without an identifier
-  /// is identified by itself.
+  /// Whether a row is that of an item with this identifier and occurrence. An item without an
+  /// identifier is identified by itself.
   template <class ItemPointer>
-  [[nodiscard]] static bool isOf(OutlineRow& row, const ItemPointer& item, const RowState& state,
-                                 std::uint32_t occurrence) {
-    const bool hasIdentifier = RowStateFields::hasIdentifier(state);
-    if (RowStateFields::hasIdentifier(row.state()) != hasIdentifier) {
+  [[nodiscard]] static bool isOf(const OutlineRow& row, const ItemPointer& item,
+                                 const platform::Value& identifier, std::uint32_t occurrence) {
+    if (RowStateFields::hasIdentifier(row.state()) == identifier.isAbsent()) {
       return false;
     }
-    return hasIdentifier
-               ? row.occurrence() == occurrence && areEqual(row.uniqueID(), state.uniqueID())
-               : areOfOneOwner(RowFields::item(row), item);
+    return identifier.isAbsent()
+               ? areOfOneOwner(RowFields::item(row), item)
+               : row.occurrence() == occurrence && areEqual(row.uniqueID(), identifier);
+  }
+  template <class ItemPointer>
+  [[nodiscard]] static bool isOf(const OutlineRow& row, const ItemPointer& item,
+                                 const RowState& state, std::uint32_t occurrence) {
+    return isOf(row, item, state.uniqueID(), occurrence);
   }
 
   /// A hash that is only good enough to tell most of a host's identifiers apart. A host can make

@@ -81,9 +81,9 @@ bool LevelMatch::doDirtyOnesKeepIdentity(const ItemJournal& journal) {
   forEachDirty(journal, [&](std::size_t now, std::size_t old) {
     OutlineRow& row = _rowAt(old);
     const std::shared_ptr<Item> child = TreeReading::child(*_item, now);
-    areSame =
-        areSame && (isUntouched(row, *child) ||
-                    Identity::isOf(row, child, _context->tree.stateOf(*child), row.occurrence()));
+    areSame = areSame &&
+              (isUntouched(row, *child) ||
+               Identity::isOf(row, child, _context->tree.uniqueIDOf(*child), row.occurrence()));
   });
   _context->tree.requireUnchanged();
   return areSame;
@@ -196,7 +196,7 @@ void LevelMatch::examineDirty(std::size_t now, std::size_t old) {
     return;
   }
   Child child{now, item, {}, false};
-  child.state = _context->tree.stateOf(*child.item);
+  child.state = _context->tree.stateOf(*child.item, row.state());
   if (Identity::isOf(row, child.item, child.state, row.occurrence())) {
     child.state = RowStateFields::withOccurrence(std::move(child.state), row.occurrence());
     _survivors.add(now, old);
@@ -301,6 +301,11 @@ void LevelMatch::noteContent(OutlineRow& row, Child& child) {
   }
   RowStateFields::setNumber(after, row.number());
   if (RowStateFields::showTheSame(before, after)) {
+    if (RowStateFields::haveLikeDetails(before, after)) {
+      // Shares them, so that the new ones need not stay.
+      after = RowStateFields::withObject(before, after.representedObject(),
+                                         RowStateFields::flags(after));
+    }
     _context->findings.equalStates.emplace_back(&row, std::move(after));
   } else {
     _context->findings.changed.push_back({&row, std::move(after), child.now});

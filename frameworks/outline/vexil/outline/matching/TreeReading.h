@@ -35,6 +35,17 @@ class TreeReading {
     return stateByAsking(item);
   }
 
+  /// The same for an item that the row of `before` has stood for, maybe with another record.
+  [[nodiscard]] RowState stateOf(const Item& item, const RowState& before) {
+    return StateReader::isStillLike(item, before) ? _reader.readAgain(item, before) : stateOf(item);
+  }
+  [[nodiscard]] platform::Value uniqueIDOf(const Item& item) {
+    if (!StateReader::mayRunForeignCode(item)) {
+      return item.uniqueID();
+    }
+    return stateByAsking(item).uniqueID();
+  }
+
   [[nodiscard]] static std::size_t childCount(const Item& item) {
     return ItemFields::currentChildren(item).size();
   }

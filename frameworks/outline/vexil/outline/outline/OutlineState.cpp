@@ -305,8 +305,8 @@ void OutlineState::commit(Findings& findings) {
 }
 
 void OutlineState::takeOverEqualEvents(Findings& findings) {
-  StateReader reader;
   auto& events = findings.equalEvents;
+  StateReader reader;
   findings.letGo.reserve(events.size());
   for (std::size_t i = 0; i < events.size(); ++i) {
     constexpr std::size_t ahead = 8;

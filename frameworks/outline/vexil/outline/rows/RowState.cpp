@@ -103,6 +103,30 @@ bool RowStateFields::showTheSame(const RowState& a, const RowState& b) {
          ((isPlainEvent(a) && isPlainEvent(b)) || areEqual(a.label(), b.label()));
 }
 
+RowState RowStateFields::withObject(const RowState& state, Value object, std::uint8_t flags) {
+  RowState changed = state;
+  // The keys may stand in another order. Then what was to be found in the record is stored.
+  const bool isLike = state._object.keys().data() == object.keys().data();
+  if (!isLike && (state._identifier <= lastPosition || state._label <= lastPosition)) {
+    RowDetails::Content content{.type = &type(state), .occurrence = state.occurrence()};
+    if (!state.uniqueID().isAbsent()) {
+      content.identifier = state.uniqueID();
+    }
+    if (!state.label().isAbsent()) {
+      content.label = state.label();
+    }
+    const Field identifier = content.identifier ? isStored : nowhere;
+    const Field label = content.label ? isStored : nowhere;
+    changed =
+        make(std::move(object), RowDetails::make(std::move(content)), flags, identifier, label);
+    setNumber(changed, state.number());
+    return changed;
+  }
+  changed._object = std::move(object);
+  changed._flags = flags;
+  return changed;
+}
+
 const std::type_info& RowStateFields::type(const RowState& state) noexcept {
   if (isPlainEvent(state)) {
     return typeid(KRAVTWVEventVexil);

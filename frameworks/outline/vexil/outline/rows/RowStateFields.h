@@ -90,6 +90,16 @@ struct RowStateFields {
   }
   /// The same state with another occurrence.
   [[nodiscard]] static RowState withOccurrence(RowState state, std::uint32_t occurrence);
+  /// The same state with another object, which has the same values in the places of the other's,
+  /// and with other flags.
+  [[nodiscard]] static RowState withObject(const RowState& state, platform::Value object,
+                                           std::uint8_t flags);
+  /// Whether the details of two states can stand for each other.
+  [[nodiscard]] static bool haveLikeDetails(const RowState& a, const RowState& b) noexcept {
+    return a._identifier == b._identifier && a._label == b._label && type(a) == type(b) &&
+           a._details != nullptr && b._details != nullptr;
+  }
+
   /// Whether two states are known to be the same but for their numbers, without a look inside.
   static bool areTheSame(const RowState& a, const RowState& b) noexcept {
     return a._flags == b._flags && a._details == nullptr && b._details == nullptr &&

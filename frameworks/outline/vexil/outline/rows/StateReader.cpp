@@ -3,8 +3,11 @@
 #include <vexil/items/ItemFields.h>
 #include <vexil/outline/rows/QuietLog.h>
 #include <vexil/outline/rows/StateReader.h>
+#include <vexil/platform/Key.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <span>
 #include <typeinfo>
 #include <utility>
 
@@ -49,24 +52,29 @@ RowStateFields::Field fieldOf(const Value& value, const Value& object) {
                       : static_cast<RowStateFields::Field>(found - values.begin());
 }
 
-}  // namespace
+/// Interned when one of them is first used: by then the host's own constants are linked.
+struct EventKeys {
+  Key identifier{kTWEventUniqueID};
+  Key name{kTWEventName};
+  Key enabled{kTWEventEnabled};
+};
 
-StateReader::StateReader()
-    : _identifier{Key(kTWEventUniqueID)},
-      _name{Key(kTWEventName)},
-      _enabled{Key(kTWEventEnabled)} {}
+const EventKeys& eventKeys() {
+  static const EventKeys keys;
+  return keys;
+}
 
-std::size_t StateReader::Guess::in(std::span<const Key> keys) noexcept {
-  if (position < keys.size() && keys[position] == key) {
-    return position;
+/// The position of a key, or the number of keys. `guess` is where it stood in another record.
+std::size_t positionOf(const Key& key, std::span<const Key> keys, std::size_t& guess) noexcept {
+  if (guess < keys.size() && keys[guess] == key) {
+    return guess;
   }
-  const auto found = std::ranges::find(keys, key);
-  const auto at = static_cast<std::size_t>(found - keys.begin());
-  if (at < keys.size()) {
-    position = at;
-  }
+  const auto at = static_cast<std::size_t>(std::ranges::find(keys, key) - keys.begin());
+  guess = at < keys.size() ? at : guess;
   return at;
 }
+
+}  // namespace
 
 bool StateReader::mayRunForeignCode(const KRAVTWVItemVexil& item) {
   return !ItemFields::isOwnKind(item);
@@ -81,9 +89,9 @@ RowState StateReader::read(const KRAVTWVItemVexil& item) {
 
 RowState StateReader::readPlainEvent(const Value& record) {
   const auto keys = record.keys();
-  const std::size_t identifier = _identifier.in(keys);
-  const std::size_t name = _name.in(keys);
-  const std::size_t enabled = _enabled.in(keys);
+  const std::size_t identifier = positionOf(eventKeys().identifier, keys, _identifier);
+  const std::size_t name = positionOf(eventKeys().name, keys, _name);
+  const std::size_t enabled = positionOf(eventKeys().enabled, keys, _enabled);
   const auto field = [&](std::size_t position) {
     return position < keys.size() ? static_cast<Field>(position) : RowStateFields::nowhere;
   };
@@ -95,10 +103,9 @@ RowState StateReader::readPlainEvent(const Value& record) {
                               field(name));
 }
 
-RowState StateReader::readByAsking(const KRAVTWVItemVexil& item) const {
-  Value object = item.representedObject();
-  Value identifier = asked(item, "uniqueID", [&] { return item.uniqueID(); });
-  Value label = asked(item, "label", [&] { return item.label(); });
+namespace {
+
+std::uint8_t flagsOf(const KRAVTWVItemVexil& item) {
   unsigned flags = 0;
   const auto setIf = [&](bool isSet, RowStateFields::Flag flag) {
     flags |= isSet ? static_cast<unsigned>(flag) : 0U;
@@ -109,6 +116,29 @@ RowState StateReader::readByAsking(const KRAVTWVItemVexil& item) const {
   setIf(asked(item, "isGroup", [&] { return item.isGroup(); }), RowStateFields::flagGroup);
   setIf(asked(item, "isExpandable", [&] { return item.isExpandable(); }),
         RowStateFields::flagExpandable);
+  return static_cast<std::uint8_t>(flags);
+}
+
+}  // namespace
+
+bool StateReader::isStillLike(const KRAVTWVItemVexil& item, const RowState& before) {
+  const std::type_info& type = typeid(item);
+  const bool followsFromRecord =
+      type == typeid(KRAVTWVDomainVexil) || type == typeid(KRAVTWVQueuedTriggerVexil) ||
+      type == typeid(KRAVTWVActiveEventVexil) || type == typeid(KRAVTWVOnDemandVexil);
+  return followsFromRecord && type == RowStateFields::type(before) &&
+         before.representedObject().plainlyEquals(ItemFields::representedObject(item)) == true;
+}
+
+RowState StateReader::readAgain(const KRAVTWVItemVexil& item, const RowState& before) const {
+  return RowStateFields::withObject(before, ItemFields::representedObject(item), flagsOf(item));
+}
+
+RowState StateReader::readByAsking(const KRAVTWVItemVexil& item) const {
+  Value object = item.representedObject();
+  Value identifier = asked(item, "uniqueID", [&] { return item.uniqueID(); });
+  Value label = asked(item, "label", [&] { return item.label(); });
+  const std::uint8_t flags = flagsOf(item);
   const Field identifierField = fieldOf(identifier, object);
   const Field labelField = fieldOf(label, object);
   RowDetails::Content content{.type = &typeid(item)};
@@ -118,8 +148,8 @@ RowState StateReader::readByAsking(const KRAVTWVItemVexil& item) const {
   if (labelField == RowStateFields::isStored) {
     content.label = std::move(label);
   }
-  return RowStateFields::make(std::move(object), RowDetails::make(std::move(content)),
-                              static_cast<std::uint8_t>(flags), identifierField, labelField);
+  return RowStateFields::make(std::move(object), RowDetails::make(std::move(content)), flags,
+                              identifierField, labelField);
 }
 
 }  // namespace vexil::detail

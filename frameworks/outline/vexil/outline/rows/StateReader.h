@@ -5,12 +5,9 @@
 #include <vexil/KRAVTWVItemVexil.h>
 #include <vexil/outline/RowState.h>
 #include <vexil/outline/rows/RowStateFields.h>
-#include <vexil/platform/Key.h>
 #include <vexil/platform/Value.h>
 
 #include <cstddef>
-#include <memory>
-#include <span>
 
 namespace vexil::detail {
 
@@ -18,12 +15,16 @@ namespace vexil::detail {
 /// their records have the same keys.
 class StateReader {
  public:
-  StateReader();
-
   /// The state without a number and an occurrence. Asks kinds of a host, and so may run foreign
   /// code; the caller must hold the item then. What a getter throws is logged, and its value is
   /// absent or false.
   [[nodiscard]] RowState read(const KRAVTWVItemVexil& item);
+
+  /// Whether everything about an item follows from its record and its children, and the record
+  /// equals that of `before`, which was a state of this kind. Runs no foreign code.
+  [[nodiscard]] static bool isStillLike(const KRAVTWVItemVexil& item, const RowState& before);
+  /// The state of such an item. Takes over what takes long to find out, as a translated label.
+  [[nodiscard]] RowState readAgain(const KRAVTWVItemVexil& item, const RowState& before) const;
 
   /// Whether reading this item may run foreign code.
   [[nodiscard]] static bool mayRunForeignCode(const KRAVTWVItemVexil& item);
@@ -33,16 +34,10 @@ class StateReader {
   [[nodiscard]] RowState readPlainEvent(const platform::Value& record);
   [[nodiscard]] RowState readByAsking(const KRAVTWVItemVexil& item) const;
 
-  /// Where a key stood last.
-  struct Guess {
-    platform::Key key;
-    std::size_t position = 0;
-    /// The position of the key, or the number of keys.
-    [[nodiscard]] std::size_t in(std::span<const platform::Key> keys) noexcept;
-  };
-  Guess _identifier;
-  Guess _name;
-  Guess _enabled;
+  // Where the keys of an event's fields stood last.
+  std::size_t _identifier = 0;
+  std::size_t _name = 0;
+  std::size_t _enabled = 0;
 };
 
 }  // namespace vexil::detail
