@@ -24,11 +24,15 @@ void LevelMatch::compareAll() {
     makeAll();
     return;
   }
-  ChildStates states = readChildren(_context->tree, *_item);
-  _areDistinct = states.areDistinct;
-  for (std::size_t now = 0; now < states.children.size(); ++now) {
-    auto& [item, state] = states.children[now];
-    Child child{now, std::move(item), std::move(state), true};
+  const std::vector<std::uint32_t> occurrences = occurrencesOfChildren(_context->tree, *_item);
+  _areDistinct = occurrences.empty();
+  const std::size_t count = TreeReading::childCount(*_item);
+  for (std::size_t now = 0; now < count; ++now) {
+    TreeReading::prefetch(*_item, now);
+    Child child{now, TreeReading::child(*_item, now), {}};
+    child.identifier = _context->tree.uniqueIDOf(*child.item);
+    child.occurrence = occurrences.empty() ? 0 : occurrences[now];
+    child.cameHere = true;
     if (!findNearby(child)) {
       _notFound.push_back(std::move(child));
     }
@@ -152,8 +156,9 @@ void LevelMatch::goThroughGone(const platform::IndexSet::Range& range) {
 void LevelMatch::goThroughCome(const platform::IndexSet::Range& range) {
   for (std::size_t now = range.first; now < range.end(); ++now) {
     TreeReading::prefetch(*_item, now);
-    Child child{now, TreeReading::child(*_item, now), {}, true};
-    child.state = _context->tree.stateOf(*child.item);
+    Child child{now, TreeReading::child(*_item, now), {}};
+    child.identifier = _context->tree.uniqueIDOf(*child.item);
+    child.cameHere = true;
     child.isKnownNew = _lineage != nullptr;
     if (child.isKnownNew && _lineage->origins[now] != PlaceTable::nowhere) {
       throw IdentityChanged();
@@ -195,14 +200,15 @@ void LevelMatch::examineDirty(std::size_t now, std::size_t old) {
     _survivors.add(now, old);
     return;
   }
-  Child child{now, item, {}, false};
-  child.state = _context->tree.stateOf(*child.item, row.state());
-  if (Identity::isOf(row, child.item, child.state, row.occurrence())) {
-    child.state = RowStateFields::withOccurrence(std::move(child.state), row.occurrence());
+  Child child{now, item, {}};
+  child.identifier = _context->tree.uniqueIDOf(*child.item);
+  child.occurrence = row.occurrence();  // as long as it stays where it is
+  if (Identity::isOf(row, child.item, child.identifier, child.occurrence)) {
     _survivors.add(now, old);
     keep(row, child);
     return;
   }
+  child.occurrence = 0;
   _loose.push_back(old);
   if (!findNearby(child)) {
     _notFound.push_back(std::move(child));
@@ -231,8 +237,8 @@ void LevelMatch::examineByLineage(std::size_t now, std::size_t old) {
     }
     return;
   }
-  Child child{now, item, _context->tree.stateOf(*item), false};
-  if (!Identity::isOf(row, child.item, child.state, 0)) {
+  const Child child{now, item, _context->tree.uniqueIDOf(*item)};
+  if (!Identity::isOf(row, child.item, child.identifier, child.occurrence)) {
     throw IdentityChanged();
   }
   keep(row, child);
@@ -255,17 +261,17 @@ bool LevelMatch::isUntouched(OutlineRow& row, const Item& item) {
 }
 
 /// Where one row is found, its neighbours mostly are.
-bool LevelMatch::findNearby(Child& child) {
+bool LevelMatch::findNearby(const Child& child) {
   const std::size_t old = child.now + static_cast<std::size_t>(_offset);  // wraps around
   return keepIfSame(child, old) || keepIfSame(child, old + 1) || keepIfSame(child, old - 1);
 }
 
-bool LevelMatch::keepIfSame(Child& child, std::size_t old) {
+bool LevelMatch::keepIfSame(const Child& child, std::size_t old) {
   if (old >= _oldCount) {
     return false;
   }
   OutlineRow& row = _rowAt(old);
-  if (!Identity::isOf(row, child.item, child.state, child.state.occurrence())) {
+  if (!Identity::isOf(row, child.item, child.identifier, child.occurrence)) {
     return false;
   }
   _offset = static_cast<std::ptrdiff_t>(old - child.now);
@@ -275,14 +281,21 @@ bool LevelMatch::keepIfSame(Child& child, std::size_t old) {
   return true;
 }
 
-void LevelMatch::keep(OutlineRow& row, Child& child) {
+void LevelMatch::keep(OutlineRow& row, const Child& child) {
   const std::shared_ptr<Item>& item = child.item;
   const bool isOther = !Identity::areOfOneOwner(RowFields::item(row), item);
   if (_context->isCalledForEachRow || RowFields::children(row) != nullptr ||
-      !RowStateFields::isPlainEvent(child.state)) {
+      !ItemFields::isPlainEvent(*item)) {
     _context->compareBelow(row, item, isOther);
   }
-  noteContent(row, child);
+  if (isUntouched(row, *item)) {
+    // The record is the very same.
+  } else {
+    noteContent(row,
+                RowStateFields::withOccurrence(_context->tree.stateOf(*item, row.state()),
+                                               child.occurrence),
+                child.now);
+  }
   if (!isOther) {
     return;
   }
@@ -293,9 +306,8 @@ void LevelMatch::keep(OutlineRow& row, Child& child) {
   _context->findings.itemsOfRows.emplace_back(&row, item);
 }
 
-void LevelMatch::noteContent(OutlineRow& row, Child& child) {
+void LevelMatch::noteContent(OutlineRow& row, RowState after, std::size_t now) {
   const RowState& before = row.state();
-  RowState& after = child.state;
   if (RowStateFields::areTheSame(before, after)) {
     return;
   }
@@ -308,7 +320,7 @@ void LevelMatch::noteContent(OutlineRow& row, Child& child) {
     }
     _context->findings.equalStates.emplace_back(&row, std::move(after));
   } else {
-    _context->findings.changed.push_back({&row, std::move(after), child.now});
+    _context->findings.changed.push_back({&row, std::move(after), now});
   }
 }
 
@@ -335,14 +347,13 @@ void LevelMatch::findOthers() {
   std::vector<Child> newOnes;
   for (Child& child : _notFound) {
     std::size_t old = _oldCount;
-    const RowState& state = child.state;
     if (child.isKnownNew) {
       // No row has its identifier.
-    } else if (RowStateFields::hasIdentifier(state)) {
+    } else if (!child.identifier.isAbsent()) {
       const PlaceTable::Place place =
-          places.find(Identity::hashOf(state.uniqueID()), [&](PlaceTable::Place candidate) {
-            return Identity::isOf(_rowAt(candidates[candidate]), child.item, state,
-                                  state.occurrence());
+          places.find(Identity::hashOf(child.identifier), [&](PlaceTable::Place candidate) {
+            return Identity::isOf(_rowAt(candidates[candidate]), child.item, child.identifier,
+                                  child.occurrence);
           });
       old = place == PlaceTable::nowhere ? _oldCount : candidates[place];
     } else if (const auto found = byItem.find(child.item); found != byItem.end()) {
@@ -433,7 +444,9 @@ void LevelMatch::addGone(LevelChange& level) {
 void LevelMatch::addCome(LevelChange& level) {
   level.come.reserve(_notFound.size());
   for (Child& child : _notFound) {
-    DetachedRow row = _context->newRows.make(child.item, std::move(child.state));
+    DetachedRow row = _context->newRows.make(
+        child.item,
+        RowStateFields::withOccurrence(_context->tree.stateOf(*child.item), child.occurrence));
     // A child that was here before is watched already.
     if (child.cameHere) {
       _context->watches.addTo(*child.item);

@@ -49,8 +49,9 @@ class LevelMatch {
   struct Child {
     std::size_t now;
     std::shared_ptr<Item> item;
-    RowState state;
-    bool cameHere;            // as the journal says
+    platform::Value identifier;
+    std::uint32_t occurrence = 0;
+    bool cameHere = false;    // as the journal says
     bool isKnownNew = false;  // there is no row for it
   };
 
@@ -66,10 +67,10 @@ class LevelMatch {
   void examineByLineage(std::size_t now, std::size_t old);
   void prefetchForLineage(std::size_t now) const;
   [[nodiscard]] static bool isUntouched(OutlineRow& row, const Item& item);
-  [[nodiscard]] bool findNearby(Child& child);
-  [[nodiscard]] bool keepIfSame(Child& child, std::size_t old);
-  void keep(OutlineRow& row, Child& child);
-  void noteContent(OutlineRow& row, Child& child);
+  [[nodiscard]] bool findNearby(const Child& child);
+  [[nodiscard]] bool keepIfSame(const Child& child, std::size_t old);
+  void keep(OutlineRow& row, const Child& child);
+  void noteContent(OutlineRow& row, RowState after, std::size_t now);
   void makeAll();
   void findOthers();
   void finish();

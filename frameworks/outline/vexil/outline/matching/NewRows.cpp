@@ -8,41 +8,33 @@
 
 namespace vexil::detail {
 
-void SiblingIdentifiers::add(const RowState& state) {
-  _hashes.push_back(RowStateFields::hasIdentifier(state) ? Identity::quickHashOf(state.uniqueID())
-                                                         : Occurrences::absent);
+namespace {
+
+std::uint64_t hashOf(const platform::Value& identifier) {
+  return identifier.isAbsent() ? Occurrences::absent : Identity::quickHashOf(identifier);
 }
 
-template <class StateAt>
-bool SiblingIdentifiers::number(const StateAt& stateAt) const {
-  if (_hashes.size() < 2) {
-    return true;
-  }
-  const auto occurrences = Occurrences::number(_hashes, [&](std::size_t a, std::size_t b) {
-    return Identity::areEqual(stateAt(a).uniqueID(), stateAt(b).uniqueID());
-  });
-  for (std::size_t i = 0; i < occurrences.size(); ++i) {
-    stateAt(i) = RowStateFields::withOccurrence(stateAt(i), occurrences[i]);
-  }
-  return occurrences.empty();
-}
+}  // namespace
 
-ChildStates readChildren(TreeReading& tree, const KRAVTWVItemVexil& item) {
-  ChildStates states;
+std::vector<std::uint32_t> occurrencesOfChildren(TreeReading& tree, const KRAVTWVItemVexil& item) {
   const std::size_t count = TreeReading::childCount(item);
-  SiblingIdentifiers identifiers(count);
-  states.children.reserve(count);
+  if (count < 2) {
+    return {};
+  }
+  std::vector<std::uint64_t> hashes;
+  hashes.reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
     TreeReading::prefetch(item, i);
-    states.children.emplace_back(TreeReading::child(item, i), RowState());
-    auto& [child, state] = states.children.back();
-    state = tree.stateOf(*child);
-    identifiers.add(state);
+    hashes.push_back(hashOf(tree.uniqueIDOf(*TreeReading::child(item, i))));
   }
-  states.areDistinct =
-      identifiers.number([&](std::size_t i) -> RowState& { return states.children[i].second; });
+  const auto identifier = [&](std::size_t i) {
+    return tree.uniqueIDOf(*TreeReading::child(item, i));
+  };
+  auto occurrences = Occurrences::number(hashes, [&](std::size_t a, std::size_t b) {
+    return Identity::areEqual(identifier(a), identifier(b));
+  });
   tree.requireUnchanged();
-  return states;
+  return occurrences;
 }
 
 DetachedRow NewRows::makeAlone(const std::shared_ptr<Item>& item, RowState state) {
@@ -83,13 +75,14 @@ NewRows::Children NewRows::makeOneLevel(const Item& item) {
   Children made;
   const std::size_t count = TreeReading::childCount(item);
   const std::size_t firstOpen = _open.size();
-  SiblingIdentifiers identifiers(count);
+  std::vector<std::uint64_t> hashes;
+  hashes.reserve(count);
   made.rows.reserve(count);
   try {
     for (std::size_t i = 0; i < count; ++i) {
       TreeReading::prefetch(item, i);
       RowState state = _tree->stateOf(*TreeReading::child(item, i));
-      identifiers.add(state);
+      hashes.push_back(hashOf(state.uniqueID()));
       // Looked up again, because a host's kind was asked.
       const std::shared_ptr<Item>& child = TreeReading::child(item, i);
       made.rows.push_back(makeAlone(child, std::move(state)));
@@ -98,8 +91,14 @@ NewRows::Children NewRows::makeOneLevel(const Item& item) {
         _open.push_back(made.rows.back().get());
       }
     }
-    made.areDistinct = identifiers.number(
-        [&](std::size_t i) -> RowState& { return RowFields::state(*made.rows[i]); });
+    const auto occurrences = Occurrences::number(hashes, [&](std::size_t a, std::size_t b) {
+      return Identity::areEqual(made.rows[a]->uniqueID(), made.rows[b]->uniqueID());
+    });
+    made.areDistinct = occurrences.empty();
+    for (std::size_t i = 0; i < occurrences.size(); ++i) {
+      RowState& state = RowFields::state(*made.rows[i]);
+      state = RowStateFields::withOccurrence(std::move(state), occurrences[i]);
+    }
     _tree->requireUnchanged();
   } catch (...) {
     for (DetachedRow& row : made.rows) {

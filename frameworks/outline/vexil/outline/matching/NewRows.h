@@ -14,20 +14,6 @@
 
 namespace vexil::detail {
 
-/// Numbers the occurrences of identifiers among siblings whose states are read one after the other.
-class SiblingIdentifiers {
- public:
-  explicit SiblingIdentifiers(std::size_t count) { _hashes.reserve(count); }
-  void add(const RowState& state);
-  /// Sets the occurrences. `stateAt` returns the state of a sibling, which may be assigned to.
-  /// Returns whether all are 0.
-  template <class StateAt>
-  [[nodiscard]] bool number(const StateAt& stateAt) const;
-
- private:
-  std::vector<std::uint64_t> _hashes;
-};
-
 class NewRows {
  public:
   using Item = KRAVTWVItemVexil;
@@ -65,11 +51,8 @@ class NewRows {
   std::vector<std::pair<DetachedRow, bool>> _abandoned;
 };
 
-/// All children of an item as they are now, with their occurrences.
-struct ChildStates {
-  std::vector<std::pair<std::shared_ptr<KRAVTWVItemVexil>, RowState>> children;
-  bool areDistinct = true;  // whether no two have the same identifier
-};
-[[nodiscard]] ChildStates readChildren(TreeReading& tree, const KRAVTWVItemVexil& item);
+/// The occurrences of the identifiers of an item's children; empty when all are 0.
+[[nodiscard]] std::vector<std::uint32_t> occurrencesOfChildren(TreeReading& tree,
+                                                               const KRAVTWVItemVexil& item);
 
 }  // namespace vexil::detail

@@ -84,8 +84,16 @@ void RowList::insert(std::size_t index, std::span<OutlineRow* const> rows) {
     return;
   }
   dropIndex();
-  const std::size_t block = _blocks.empty() ? 0 : blockAt(std::min<std::size_t>(index, _count - 1));
-  const std::size_t offset = index - startOf(block);
+  std::size_t block = _blocks.empty() ? 0 : blockAt(std::min<std::size_t>(index, _count - 1));
+  std::size_t offset = index - startOf(block);
+  if (!_blocks.empty() && rows.size() <= largestBlock / 2 &&
+      offset < _blocks[block]->_rows.size() &&
+      _blocks[block]->_rows.size() + rows.size() > largestBlock) {
+    const std::size_t half = _blocks[block]->_rows.size() / 2;
+    split(block, half);
+    block += offset > half ? 1 : 0;
+    offset -= offset > half ? half : 0;
+  }
   if (!_blocks.empty() && _blocks[block]->_rows.size() + rows.size() <= largestBlock) {
     insertIntoBlock(*_blocks[block], offset, rows);
     shift(block + 1, static_cast<std::ptrdiff_t>(rows.size()));
@@ -106,6 +114,23 @@ void RowList::insertIntoBlock(RowBlock& block, std::size_t offset,
   for (OutlineRow* const row : rows) {
     RowFields::block(*row) = &block;
   }
+}
+
+/// Puts the rows of a block from `offset` on, which is inside of it, into a block of their own.
+void RowList::split(std::size_t block, std::size_t offset) {
+  auto second = std::make_unique<RowBlock>(*this);
+  auto& rows = _blocks[block]->_rows;
+  const auto middle = rows.begin() + static_cast<std::ptrdiff_t>(offset);
+  second->_rows.reserve(largestBlock / 2 + smallBlock);
+  second->_rows.assign(middle, rows.end());
+  _blocks.reserve(_blocks.size() + 1);
+  _starts.resize(_blocks.size() + 1);
+  for (OutlineRow* const row : second->_rows) {
+    RowFields::block(*row) = second.get();
+  }
+  rows.erase(middle, rows.end());
+  _blocks.insert(_blocks.begin() + static_cast<std::ptrdiff_t>(block) + 1, std::move(second));
+  renumber(block);
 }
 
 /// Splits a block at `offset`, if there is one, and puts blocks of new rows in between.

@@ -110,6 +110,7 @@ class RowList {
     return _starts.empty() ? 0 : _starts[block];
   }
   void insertIntoBlock(RowBlock& block, std::size_t offset, std::span<OutlineRow* const> rows);
+  void split(std::size_t block, std::size_t offset);
   void insertBlocks(std::size_t block, std::size_t offset, std::span<OutlineRow* const> rows);
   void mergeWithNext(std::size_t block) noexcept;
   void renumber(std::size_t from) noexcept;
