@@ -11,11 +11,11 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <set>
 #include <span>
 #include <string>
 #include <utility>
+#include <variant>
 
 namespace vexil::platform {
 
@@ -38,12 +38,13 @@ class [[nodiscard]] PendingChange {
 
  private:
   friend class Observable;
-  void swap(PendingChange& other) noexcept;
+  [[nodiscard]] bool concernsAnyone() const noexcept { return _announced.index() != 0; }
 
-  // Nobody is concerned when all of these are empty. At most one of them is not.
-  std::unique_ptr<detail::ChangeInProgress> _change;
-  std::unique_ptr<detail::WatchedChange> _watched;
-  std::optional<Key> _setKey;
+  // What did-change needs. Nothing when nobody is concerned. A key when it is enough to know what
+  // is being set.
+  std::variant<std::monostate, Key, std::unique_ptr<detail::WatchedChange>,
+               std::unique_ptr<detail::ChangeInProgress>>
+      _announced;
 };
 
 /// An object whose properties are read, set and observed by key.

@@ -19,20 +19,16 @@ using detail::Watchers;
 
 PendingChange::PendingChange() noexcept = default;
 PendingChange::PendingChange(PendingChange&& other) noexcept {
-  swap(other);
+  if (other.concernsAnyone()) {  // mostly it does not
+    _announced.swap(other._announced);
+  }
 }
 PendingChange& PendingChange::operator=(PendingChange&& other) noexcept {
   PendingChange taken(std::move(other));
-  swap(taken);
+  _announced.swap(taken._announced);
   return *this;
 }
 PendingChange::~PendingChange() = default;
-
-void PendingChange::swap(PendingChange& other) noexcept {
-  _change.swap(other._change);
-  _watched.swap(other._watched);
-  _setKey.swap(other._setKey);
-}
 
 PendingChange Observable::willChangeValueForKey(const Key& key) {
   return _observers ? begin(key, ChangeKind::setting, nullptr) : PendingChange();
@@ -62,7 +58,7 @@ PendingChange Observable::begin(const Key& key, ChangeKind kind, const IndexSet*
   const bool mayConcernObservers = this->mayConcernObservers(key);
   if (!mayConcernObservers && !Watchers::watch(*this, key)) {
     if (kind == ChangeKind::setting && Watchers::watchEveryKey(*this)) {
-      pending._setKey = key;
+      pending._announced = key;
     }
     return pending;
   }
@@ -75,7 +71,7 @@ PendingChange Observable::begin(const Key& key, ChangeKind kind, const IndexSet*
     record.indexes = *indexes;
   }
   if (!mayConcernObservers) {
-    pending._watched = std::make_unique<WatchedChange>(std::move(self), key, std::move(record));
+    pending._announced = std::make_unique<WatchedChange>(std::move(self), key, std::move(record));
     return pending;
   }
   // From here on, foreign code may let go of the object and of the caller's key. The change holds
@@ -84,21 +80,24 @@ PendingChange Observable::begin(const Key& key, ChangeKind kind, const IndexSet*
   change->collectConcerned();
   change->readOldValues();
   change->tellWillChange();
-  pending._change = std::move(change);
+  pending._announced = std::move(change);
   return pending;
 }
 
 void Observable::finish(PendingChange pending) {
-  if (!pending._change && !pending._watched && !pending._setKey) {
+  if (!pending.concernsAnyone()) {
     return;
   }
   const detail::Operation operation;
-  if (pending._change) {
-    finishObserved(*pending._change);
-  } else if (pending._setKey) {
-    Watchers::didSet(*this, *pending._setKey);
-  } else if (pending._watched->object() == this) {  // otherwise it is dropped
-    pending._watched->tellDidChange();
+  if (const auto* change = std::get_if<std::unique_ptr<ChangeInProgress>>(&pending._announced)) {
+    finishObserved(**change);
+  } else if (const auto* setKey = std::get_if<Key>(&pending._announced)) {
+    Watchers::didSet(*this, *setKey);
+  } else {
+    WatchedChange& watched = *std::get<std::unique_ptr<WatchedChange>>(pending._announced);
+    if (watched.object() == this) {  // otherwise it is dropped
+      watched.tellDidChange();
+    }
   }
 }
 
