@@ -7,26 +7,21 @@
 #include <vexil/platform/detail/Watcher.h>
 
 #include <algorithm>
-#include <functional>
 #include <memory>
 #include <new>
 #include <set>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "Shelf.h"
+#include "WatcherTesting.h"
 #include "tests/support/AllocationCounter.h"
-#include "tests/support/Recorder.h"
-#include "tests/support/WatchRecorder.h"
 
 namespace platform = vexil::platform;
 
 namespace {
 
 using platform::ChangeKind;
-using platform::ContextToken;
 using platform::IndexSet;
 using platform::InvalidArgument;
 using platform::Key;
@@ -38,7 +33,6 @@ using platform::detail::ManyWatches;
 using platform::detail::Operation;
 using platform::detail::Watching;
 using test::Lines;
-using test::Recorder;
 using test::Shelf;
 using test::unwatch;
 using test::watch;
@@ -65,15 +59,7 @@ class SealedShelf : public Shelf {
   }
 };
 
-class AWatcher : public testing::Test {
- protected:
-  Lines lines;
-  Lines heard() { return std::exchange(lines, {}); }
-  std::shared_ptr<Shelf> shelf = Shelf::make();
-  std::shared_ptr<WatchRecorder> one = WatchRecorder::make("one", lines);
-  std::shared_ptr<WatchRecorder> two = WatchRecorder::make("two", lines);
-  std::shared_ptr<Recorder> observer = Recorder::make("observer", lines);
-};
+class AWatcher : public test::WatchedShelf {};
 
 // --- what it is told
 
@@ -247,199 +233,6 @@ TEST_F(AWatcher, KeepsAnObjectUntilItsChangeIsOver) {
     EXPECT_EQ(heard(), Lines{"one: will setting"});
   }
   EXPECT_EQ(heard(), Lines{"one: drop setting"});
-}
-
-// --- beside observers
-
-/// Writes a line when a getter is asked.
-class LoudShelf : public Shelf {
- public:
-  explicit LoudShelf(Lines& lines) : _lines(lines) {}
-  std::function<void()> whenAsked = [] {};
-
- protected:
-  [[nodiscard]] Value valuesAtIndexesForKey(const IndexSet& indexes,
-                                            const Key& key) const override {
-    _lines.push_back("asked for " + std::string(key.text()));
-    whenAsked();
-    return Shelf::valuesAtIndexesForKey(indexes, key);
-  }
-
- private:
-  Lines& _lines;
-};
-
-TEST_F(AWatcher, IsToldAfterTheGettersOfWillChangeAndBeforeThoseOfDidChange) {
-  const auto loud = std::make_shared<LoudShelf>(lines);
-  loud->appendSilently("a");
-  loud->addObserver(observer, books, ObservingOptions::both, nullptr);
-  watch(*loud, one, books);
-  loud->replaceBook(0, "b");
-  EXPECT_EQ(heard(),
-            (Lines{"asked for books", "one: will replacement {0}", "one: did replacement {0}",
-                   "asked for books", "observer: books replacement {0} old=[\"a\"] new=[\"b\"]"}));
-  EXPECT_FALSE(one->hasSeenValues);
-}
-
-TEST_F(AWatcher, OfEveryKeyIsToldBesideTheObserversOfThatKey) {
-  watch(*shelf, one, books, Watching::everyKey);
-  shelf->addObserver(observer, spine, ObservingOptions::newValue, nullptr);
-  shelf->setLabel("a");
-  EXPECT_EQ(heard(), (Lines{"one: set label", "observer: spine setting new=\"[a]\""}));
-}
-
-TEST_F(AWatcher, IsToldAlsoOfWhatConcernsNoObserver) {
-  shelf->addObserver(observer, spine, ObservingOptions::both, nullptr);
-  watch(*shelf, one, books, Watching::everyKey);
-  shelf->setLabel("a");  // asks the class about "spine"
-  heard();
-  shelf->insertBook(0, "a");
-  shelf->setAllBooks(Value::array({}));
-  EXPECT_EQ(heard(), (Lines{"one: will insertion {0}", "one: did insertion {0}",
-                            "one: will setting", "one: did setting"}));
-}
-
-TEST_F(AWatcher, IsToldOfNothingWhenAGetterThrowsBeforeTheChange) {
-  const auto loud = std::make_shared<LoudShelf>(lines);
-  loud->appendSilently("a");
-  loud->addObserver(observer, books, ObservingOptions::both, nullptr);
-  watch(*loud, one, books);
-  loud->whenAsked = [] { throw std::runtime_error("no"); };
-  EXPECT_THROW(loud->removeBook(0), std::runtime_error);
-  EXPECT_EQ(heard(), Lines{"asked for books"});
-}
-
-TEST_F(AWatcher, IsToldOfAnEndWhenAGetterOrAnObserverThrowsAfterTheChange) {
-  const auto loud = std::make_shared<LoudShelf>(lines);
-  loud->addObserver(observer, books, ObservingOptions::newValue, nullptr);
-  watch(*loud, one, books);
-  loud->whenAsked = [] { throw std::runtime_error("no"); };
-  EXPECT_THROW(loud->insertBook(0, "a"), std::runtime_error);
-  EXPECT_EQ(heard(), (Lines{"one: will insertion {0}", "one: did insertion {0}", "asked for books",
-                            "observer: books insertion {0}"}));
-  loud->whenAsked = [] {};
-  observer->then = [] { throw std::runtime_error("no"); };
-  EXPECT_THROW(loud->insertBook(0, "a"), std::runtime_error);
-  EXPECT_EQ(heard(), (Lines{"one: will insertion {0}", "one: did insertion {0}", "asked for books",
-                            "observer: books insertion {0} new=[\"a\"]"}));
-}
-
-TEST_F(AWatcher, IsToldOfADropBesideObservers) {
-  shelf->addObserver(observer, books, ObservingOptions::both, nullptr);
-  shelf->appendSilently("a");
-  watch(*shelf, one, books);
-  { const auto change = shelf->willChangeValuesAtIndexesForKey(ChangeKind::removal, {0}, books); }
-  EXPECT_EQ(heard(), (Lines{"one: will removal {0}", "one: drop removal {0}"}));
-  EXPECT_FALSE(one->hasSeenValues);
-}
-
-TEST_F(AWatcher, ThatComesInBetweenIsToldOfTheEnd) {
-  const auto loud = std::make_shared<LoudShelf>(lines);
-  loud->appendSilently("a");
-  loud->addObserver(observer, books, ObservingOptions::oldValue, nullptr);
-  loud->whenAsked = [&] { watch(*loud, one, books); };
-  {
-    auto change = loud->willChangeValuesAtIndexesForKey(ChangeKind::removal, {0}, books);
-    watch(*loud, two, books);
-    heard();
-    loud->didChangeValuesAtIndexesForKey(std::move(change));
-  }
-  auto told = heard();
-  ASSERT_EQ(told.size(), 3U);
-  std::sort(told.begin(), told.begin() + 2);
-  EXPECT_EQ(told, (Lines{"one: did removal {0}", "two: did removal {0}",
-                         "observer: books removal {0} old=[\"a\"]"}));
-}
-
-TEST_F(AWatcher, ThatComesOrGoesInBetweenIsToldOnlyOfWhatItIsThereFor) {
-  watch(*shelf, one, books);
-  auto change = shelf->willChangeValueForKey(books);
-  watch(*shelf, two, books);
-  unwatch(*shelf, one, books);
-  shelf->didChangeValueForKey(std::move(change));
-  EXPECT_EQ(heard(), (Lines{"one: will setting", "two: did setting"}));
-  auto setting = shelf->willChangeValueForKey(label);  // concerns nobody
-  watch(*shelf, one, label);
-  shelf->didChangeValueForKey(std::move(setting));
-  EXPECT_EQ(heard(), Lines{});
-}
-
-TEST_F(AWatcher, MayWithdrawWhenItIsTold) {
-  watch(*shelf, one, books);
-  watch(*shelf, two, books);
-  const auto withdrawBoth = [&] {
-    unwatch(*shelf, one, books);
-    unwatch(*shelf, two, books);
-  };
-  one->then = withdrawBoth;
-  two->then = withdrawBoth;
-  shelf->insertBook(0, "a");
-  auto told = heard();
-  std::ranges::sort(told);
-  EXPECT_EQ(told, (Lines{"one: will insertion {0}", "two: will insertion {0}"}));
-}
-
-/// What an observer hears of many things that are done to a shelf. `beside` is called between the
-/// registrations and in the middle of deliveries.
-Lines heardByObservers(const std::function<void(Shelf&)>& beside) {
-  static constexpr ContextToken context("a context");
-  Lines heard;
-  const auto shelf = Shelf::make();
-  const auto first = Recorder::make("first", heard);
-  const auto second = Recorder::make("second", heard);
-  const auto fleeting = Recorder::make("fleeting", heard);
-  auto gone = Recorder::make("gone", heard);
-  const auto doAll = [&] {
-    shelf->setLabel("a");
-    shelf->insertBook(0, "a");
-    shelf->insertBook(1, "b");
-    shelf->replaceBook(0, "c");
-    shelf->removeBook(1);
-    shelf->setAllBooks(Value::array({"d", "e"}));
-    { const auto dropped = shelf->willChangeValueForKey(books); }
-  };
-  beside(*shelf);
-  shelf->addObserver(first, books, ObservingOptions::both, &context);
-  beside(*shelf);
-  shelf->addObserver(fleeting, "summary", ObservingOptions::newValue, nullptr);
-  shelf->addObserver(gone, books, ObservingOptions::none, nullptr);
-  beside(*shelf);
-  shelf->addObserver(second, "heading", ObservingOptions::oldValue, nullptr);
-  beside(*shelf);
-  doAll();
-  gone.reset();
-  int turns = 0;
-  first->then = [&] {
-    beside(*shelf);
-    if (++turns == 2) {
-      shelf->removeObserver(fleeting, "summary", nullptr);
-      shelf->addObserver(second, books, ObservingOptions::both, nullptr);
-    }
-  };
-  doAll();
-  first->then = nullptr;
-  shelf->removeObserver(first, books, &context);
-  beside(*shelf);
-  doAll();
-  return heard;
-}
-
-TEST_F(AWatcher, ChangesNothingOfWhatObserversHear) {
-  const Lines expected = heardByObservers([](Shelf&) {});
-  EXPECT_EQ(expected.size(), 17U + 11U + 6U);
-  const auto watchSome = [&](Shelf& watched) {
-    watch(watched, one, books);
-    watch(watched, two, label, Watching::everyKey);
-    const auto passing = WatchRecorder::make("passing", lines);
-    watch(watched, passing, books, Watching::everyKey);
-  };
-  EXPECT_EQ(heardByObservers(watchSome), expected);
-  EXPECT_EQ(heardByObservers([&](Shelf& watched) {
-              unwatch(watched, one, books);
-              watchSome(watched);
-            }),
-            expected);
-  EXPECT_NE(heard(), Lines{});
 }
 
 // --- coming and going
