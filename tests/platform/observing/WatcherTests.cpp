@@ -354,6 +354,16 @@ TEST_F(AWatcher, OfManyObjectsNeedsOneListForAll) {
   EXPECT_EQ(heard(), Lines{});
 }
 
+TEST_F(AWatcher, OfOneKeySharesNoListWithOneOfEveryKey) {
+  const auto other = Shelf::make();
+  watch(*shelf, one, books);
+  watch(*other, one, books, Watching::everyKey);
+  shelf->setLabel("a");
+  EXPECT_EQ(heard(), Lines{});
+  other->setLabel("a");
+  EXPECT_EQ(heard(), Lines{"one: set label"});
+}
+
 TEST_F(AWatcher, ThatGetsNoMemoryForANoteLeavesTheObjectAsItIs) {
   watch(*shelf, one, books);
   lines.reserve(100);

@@ -28,6 +28,9 @@ namespace vexil::platform::detail {
 /// A watcher that is registered on an object many times is told once of each change. Watchers of
 /// one object are told in no particular order. Keys that depend on the changing key are not told.
 ///
+/// A watched object belongs to one thread at a time, as an observed one does. A watcher that holds
+/// items of a tree makes merges compare them anew at each level.
+///
 /// An operation is in progress (`Operation`) when a watcher is told of an end or of a setting. That
 /// need not be so when it is told of a beginning. Then an operation will be in progress at the end.
 class Watcher : public Observer {
