@@ -191,10 +191,12 @@ void StepPlan::remove(Fate fate) {
         --end;
         continue;
       }
+      // When rows are removed late, those of another fate have left.
       std::size_t first = end - 1;
-      while (first > 0 && level->fatesOfGone[first - 1] == fate &&
-             level->gapOfGone(first - 1) == level->gapOfGone(first)) {
-        --first;
+      for (std::size_t i = first; i > 0 && level->gapOfGone(i - 1) == level->gapOfGone(first) &&
+                                  (fate == Fate::late || level->fatesOfGone[i - 1] == fate);
+           --i) {
+        first = level->fatesOfGone[i - 1] == fate ? i - 1 : first;
       }
       remove(*level, first, end);
       end = first;
@@ -202,18 +204,23 @@ void StepPlan::remove(Fate fate) {
   }
 }
 
+/// Removes the rows of one fate in a range.
 void StepPlan::remove(Level& level, std::size_t first, std::size_t end) {
   OutlineStep& step = addStep(OutlineStep::Kind::removed, *level.change->parent);
+  const Fate fate = level.fatesOfGone[first];
   // Where nothing moves, all that go go first, and from the end.
   step.first = _doesAnyMove ? level.positionOfGone(first) : level.change->gone[first].old;
-  step.count = end - first;
-  step.rows.reserve(step.count);
+  step.rows.reserve(end - first);
   for (std::size_t i = first; i < end; ++i) {
+    if (level.fatesOfGone[i] != fate) {
+      continue;
+    }
     OutlineRow& row = *level.change->gone[i].row;
     step.rows.push_back(row.state());
     if (_doesAnyMove) {
       level.leaving.unmark(i);
     }
+    ++step.count;
     ++step.rowCount;
     if (row.childCount() == 0) {
       continue;
@@ -245,28 +252,34 @@ void StepPlan::insert(Fate fate) {
         ++first;
         continue;
       }
+      // When rows are inserted early, those of another fate have not come yet.
       std::size_t end = first + 1;
-      while (end < count && level->fatesOfCome[end] == fate &&
-             level->gapOfCome(end) == level->gapOfCome(first)) {
-        ++end;
+      for (std::size_t i = end; i < count && level->gapOfCome(i) == level->gapOfCome(first) &&
+                                (fate == Fate::early || level->fatesOfCome[i] == fate);
+           ++i) {
+        end = level->fatesOfCome[i] == fate ? i + 1 : end;
       }
-      insert(*level, first, end, fate);
+      insert(*level, first, end);
       first = end;
     }
   }
 }
 
-void StepPlan::insert(Level& level, std::size_t first, std::size_t end, Fate fate) {
+/// Inserts the rows of one fate in a range.
+void StepPlan::insert(Level& level, std::size_t first, std::size_t end) {
   OutlineStep& step = addStep(OutlineStep::Kind::inserted, *level.change->parent);
+  const Fate fate = level.fatesOfCome[first];
   // Those that come last find all others in their places.
   step.first = fate == Fate::early ? level.positionOfCome(first) : level.change->come[first].now;
-  step.count = end - first;
-  step.inserted.reserve(step.count);
+  step.inserted.reserve(end - first);
   std::vector<OutlineRow*>& rows = _planned.rows.back().rows;
-  rows.reserve(step.count);
+  rows.reserve(end - first);
   std::vector<OutlineRow*> open;
   for (std::size_t i = first; i < end; ++i) {
     prefetchRows(level.change->come, i);
+    if (level.fatesOfCome[i] != fate) {
+      continue;
+    }
     OutlineRow* const row = level.change->come[i].row;
     rows.push_back(row);
     if (fate == Fate::early) {
@@ -287,6 +300,7 @@ void StepPlan::insert(Level& level, std::size_t first, std::size_t end, Fate fat
       }
     }
   }
+  step.count = rows.size();
   step.rowCount = step.inserted.size();
 }
 
@@ -300,23 +314,28 @@ void StepPlan::moveAll() {
         ++first;
         continue;
       }
-      std::size_t end = first + 1;
-      while (end < count && movesTogether(*level, end)) {
-        ++end;
+      // Rows that are inserted later do not stand between them yet.
+      std::size_t last = first;
+      for (std::size_t i = first + 1; i < count; ++i) {
+        if (level->fatesOfCome[i] == Fate::moves && movesTogether(*level, last, i)) {
+          last = i;
+        } else if (level->fatesOfCome[i] != Fate::late) {
+          break;
+        }
       }
-      move(*level, first, end);
-      first = end;
+      move(*level, first, last + 1);
+      first = last + 1;
     }
   }
 }
 
-/// Whether a row moves in one step with the one before it: they are neighbours before and after.
-bool StepPlan::movesTogether(const Level& level, std::size_t entry) const {
-  if (level.fatesOfCome[entry] != Fate::moves ||
-      level.gapOfCome(entry) != level.gapOfCome(entry - 1)) {
+/// Whether a row moves in one step with another one that moves before it: they are neighbours when
+/// they leave and when they have come.
+bool StepPlan::movesTogether(const Level& level, std::size_t last, std::size_t entry) const {
+  if (level.gapOfCome(entry) != level.gapOfCome(last)) {
     return false;
   }
-  const Place before = _leaving.at(level.change->come[entry - 1].row);
+  const Place before = _leaving.at(level.change->come[last].row);
   const Place place = _leaving.at(level.change->come[entry].row);
   if (before.level != place.level || before.index >= place.index ||
       place.level->gapOfGone(before.index) != place.level->gapOfGone(place.index)) {
@@ -327,16 +346,23 @@ bool StepPlan::movesTogether(const Level& level, std::size_t entry) const {
          place.level->leaving.countOfFirst(before.index + 1);
 }
 
+/// Moves the rows in a range that move.
 void StepPlan::move(Level& level, std::size_t first, std::size_t end) {
+  std::vector<std::size_t> entries;
+  for (std::size_t i = first; i < end; ++i) {
+    if (level.fatesOfCome[i] == Fate::moves) {
+      entries.push_back(i);
+    }
+  }
   Level& from = *_leaving.at(level.change->come[first].row).level;
   OutlineRow& parent = *from.change->parent;
   OutlineRow& newParent = *level.change->parent;
   OutlineStep& step = addStep(OutlineStep::Kind::moved, parent);
   _planned.rows.back().newParent = &newParent;
   step.newParent = newParent.number();
-  step.count = step.rowCount = end - first;
+  step.count = step.rowCount = entries.size();
   step.first = from.positionOfGone(_leaving.at(level.change->come[first].row).index);
-  for (std::size_t i = first; i < end; ++i) {
+  for (const std::size_t i : entries) {
     OutlineRow& row = *level.change->come[i].row;
     step.rows.push_back(row.state());
     from.leaving.unmark(_leaving.at(&row).index);
@@ -344,13 +370,13 @@ void StepPlan::move(Level& level, std::size_t first, std::size_t end) {
   if (&parent != &newParent) {
     step.above = rowsAbove(parent);
     step.newAbove = rowsAbove(newParent);
-    for (std::size_t i = first; i < end; ++i) {
+    for (const std::size_t i : entries) {
       step.newOccurrences.push_back(_occurrencesAfterwards.at(level.change->come[i].row));
       _hasMoved.insert(level.change->come[i].row);
     }
   }
   step.newFirst = level.positionOfCome(first);
-  for (std::size_t i = first; i < end; ++i) {
+  for (const std::size_t i : entries) {
     level.placed.mark(i);
   }
 }

@@ -70,10 +70,10 @@ class StepPlan {
   void remove(Fate fate);
   void remove(Level& level, std::size_t first, std::size_t end);
   void insert(Fate fate);
-  void insert(Level& level, std::size_t first, std::size_t end, Fate fate);
+  void insert(Level& level, std::size_t first, std::size_t end);
   void moveAll();
   void move(Level& level, std::size_t first, std::size_t end);
-  [[nodiscard]] bool movesTogether(const Level& level, std::size_t entry) const;
+  [[nodiscard]] bool movesTogether(const Level& level, std::size_t last, std::size_t entry) const;
   void change();
   [[nodiscard]] std::size_t positionAfterwards(OutlineRow& row) const;
   [[nodiscard]] std::vector<RowState> rowsAbove(const OutlineRow& row) const;
