@@ -3,6 +3,8 @@
 #include <vexil/outline/matching/Preparation.h>
 #include <vexil/outline/rows/RowWalk.h>
 
+#include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace vexil::detail {
@@ -89,6 +91,10 @@ void Preparation::collectWork() {
   }
   for (const auto& [address, journal] : _input.journals.ofItems) {
     collectJournal(*address, journal);
+  }
+  // The order of the journals is that of addresses. Equal refreshes give equal updates.
+  for (auto& [depth, rows] : _rowsByDepth) {
+    std::ranges::sort(rows, std::ranges::greater(), &OutlineRow::number);  // taken from the end
   }
 }
 
@@ -302,12 +308,15 @@ void Preparation::compareOwners() {
 }
 
 void Preparation::compareWithProperties() {
+  std::vector<OutlineRow*> rows;
   for (const Item* const address : _input.journals.withProperties) {
-    _input.rowsByItem.forEachRowOf(*address, [&](OutlineRow& row) {
-      if (isToBeComparedAlone(row)) {
-        compareAlone(row);
-      }
-    });
+    _input.rowsByItem.forEachRowOf(*address, [&](OutlineRow& row) { rows.push_back(&row); });
+  }
+  std::ranges::sort(rows, {}, &OutlineRow::number);  // not in the order of addresses
+  for (OutlineRow* const row : rows) {
+    if (isToBeComparedAlone(*row)) {
+      compareAlone(*row);
+    }
   }
 }
 
