@@ -275,6 +275,7 @@ bool Preparation::findRowsOfOtherItems() {
     if (found != wanted.end() && !withOtherItems.contains(&row) &&
         Identity::areOfOneOwner(RowFields::item(row), found->second)) {
       addWork(row, {found->second});
+      _hasFoundOthers = true;
     }
     for (std::size_t i = row.childCount(); i > 0; --i) {
       open.push_back(row.child(i - 1));
@@ -300,6 +301,15 @@ bool Preparation::isToBeComparedAlone(OutlineRow& row) {
 
 /// Rows whose children were compared may have become groups, or stopped being expandable.
 void Preparation::compareOwners() {
+  if (_hasFoundOthers) {
+    // A level does not say that it has compared rows that seemed to have no children.
+    for (const auto& changed : _findings.changed) {
+      _findings.compared.insert(changed.row);
+    }
+    for (const auto& entry : _findings.equalStates) {
+      _findings.compared.insert(entry.first);
+    }
+  }
   for (OutlineRow* const row : _owners) {
     if (isToBeComparedAlone(*row)) {
       compareAlone(*row);

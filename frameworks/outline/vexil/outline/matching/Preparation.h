@@ -87,6 +87,7 @@ class Preparation {
   std::unordered_map<const OutlineRow*, bool> _areGone;   // answers that are known
   std::unordered_set<const Item*> _comparedItems;         // whose rows were found
   std::vector<std::shared_ptr<Item>> _withoutRow;  // items with journals that are no known parents
+  bool _hasFoundOthers = false;                    // rows of such items
   std::vector<OutlineRow*> _owners;                // rows whose children were compared
 };
 
