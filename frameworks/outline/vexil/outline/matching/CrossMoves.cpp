@@ -81,15 +81,14 @@ void CrossMoves::countRemovedAndNew() {
 void CrossMoves::find() {
   if (!_areCounted) {
     if (!canThereBeAny()) {
-      _levelsLookedAt = _findings->levelsInOrder.size();
       return;
     }
     _areCounted = true;
+    _findings->areMovesKnown = true;
     countRemovedAndNew();
   }
-  // Rows that move add levels, also ones with new rows.
-  for (; _levelsLookedAt < _findings->levelsInOrder.size(); ++_levelsLookedAt) {
-    lookAt(*_findings->levelsInOrder[_levelsLookedAt]);
+  for (LevelChange* const level : std::exchange(_findings->levelsWithNewRows, {})) {
+    lookAt(*level);
   }
 }
 
@@ -99,7 +98,8 @@ OutlineRow* CrossMoves::take(const OutlineRow& newRow) {
     return nullptr;
   }
   const auto found = _entries.find(Key{newRow.uniqueID(), &RowStateFields::type(newRow.state())});
-  if (found == _entries.end() || found->second.removedCount != 1 || found->second.newCount != 1) {
+  if (found == _entries.end() || found->second.removedCount != 1 || found->second.newCount != 1 ||
+      _findings->staying.contains(found->second.removed)) {
     return nullptr;
   }
   return std::exchange(found->second.removed, nullptr);

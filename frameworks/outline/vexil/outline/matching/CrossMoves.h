@@ -60,7 +60,6 @@ class CrossMoves {
   std::function<void(OutlineRow&)> _unwatch;
   bool _areCounted = false;
   std::unordered_map<Key, Entry, Hash> _entries;
-  std::size_t _levelsLookedAt = 0;
 };
 
 }  // namespace vexil::detail

@@ -31,6 +31,12 @@ struct Findings {
   /// they were found.
   std::unordered_map<OutlineRow*, std::unique_ptr<LevelChange>> levels;
   std::vector<LevelChange*> levelsInOrder;
+  /// Those that got new rows since moves to other parents were looked for.
+  std::vector<LevelChange*> levelsWithNewRows;
+  /// Whether moves to other parents have been looked for, and the rows that were found to stay
+  /// where they are below those that move. Such a row seemed to go before.
+  bool areMovesKnown = false;
+  std::unordered_set<const OutlineRow*> staying;
 
   std::vector<Changed> changed;
   /// Rows for which another item stands now.

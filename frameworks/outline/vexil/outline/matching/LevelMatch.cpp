@@ -16,7 +16,14 @@ LevelMatch::LevelMatch(OutlineRow& parent, const std::shared_ptr<Item>& item, Co
       _context(&context),
       _rows(RowFields::children(parent)),
       _oldCount(parent.childCount()),
-      _rowAt(_rows) {}
+      _rowAt(_rows) {
+  const auto level = context.findings.levels.find(&parent);
+  if (level != context.findings.levels.end()) {
+    for (const auto& entry : level->second->gone) {
+      _movedAway.push_back(entry.old);
+    }
+  }
+}
 
 void LevelMatch::compareAll() {
   _areAllCompared = true;
@@ -24,6 +31,7 @@ void LevelMatch::compareAll() {
     makeAll();
     return;
   }
+  const std::vector<bool> areWatched = watchOthers();
   const std::vector<std::uint32_t> occurrences = occurrencesOfChildren(_context->tree, *_item);
   _areDistinct = occurrences.empty();
   const std::size_t count = TreeReading::childCount(*_item);
@@ -32,12 +40,47 @@ void LevelMatch::compareAll() {
     Child child{now, TreeReading::child(*_item, now), {}};
     child.identifier = _context->tree.uniqueIDOf(*child.item);
     child.occurrence = occurrences.empty() ? 0 : occurrences[now];
-    child.cameHere = true;
+    child.isWatched = now < areWatched.size() && areWatched[now];
     if (!findNearby(child)) {
       _notFound.push_back(std::move(child));
     }
   }
   finish();
+}
+
+/// Watches the children that are not seen at once to be those of rows, before they are read. So no
+/// change is missed that foreign code makes to them in between. Does nothing where there is no such
+/// code.
+std::vector<bool> LevelMatch::watchOthers() {
+  const std::size_t count = TreeReading::childCount(*_item);
+  bool mayRunForeignCode = false;
+  for (std::size_t now = 0; now < count && !mayRunForeignCode; ++now) {
+    mayRunForeignCode = StateReader::mayRunForeignCode(*TreeReading::child(*_item, now));
+  }
+  std::vector<bool> areWatched(mayRunForeignCode ? count : 0);
+  std::size_t offset = 0;  // wraps around
+  for (std::size_t now = 0; now < areWatched.size(); ++now) {
+    const std::shared_ptr<Item>& item = TreeReading::child(*_item, now);
+    areWatched[now] = true;
+    for (const std::size_t old : {now + offset, now + offset + 1, now + offset - 1}) {
+      if (old < _oldCount && Identity::areOfOneOwner(RowFields::item(_rowAt(old)), item)) {
+        offset = old - now;
+        areWatched[now] = false;
+        break;
+      }
+    }
+    if (areWatched[now]) {
+      _context->watch(item);
+    }
+  }
+  return areWatched;
+}
+
+void LevelMatch::watch(Child& child) {
+  if (!child.isWatched) {
+    _context->watch(child.item);
+    child.isWatched = true;
+  }
 }
 
 /// Where no rows are, all are new.
@@ -47,6 +90,7 @@ void LevelMatch::makeAll() {
     return;
   }
   LevelChange& level = _context->findings.levelOf(*_parent);
+  _context->findings.levelsWithNewRows.push_back(&level);
   level.areDistinct = children.areDistinct;
   level.come.reserve(children.rows.size());
   for (DetachedRow& row : children.rows) {
@@ -157,15 +201,13 @@ void LevelMatch::goThroughCome(const platform::IndexSet::Range& range) {
   for (std::size_t now = range.first; now < range.end(); ++now) {
     TreeReading::prefetch(*_item, now);
     Child child{now, TreeReading::child(*_item, now), {}};
+    watch(child);
     child.identifier = _context->tree.uniqueIDOf(*child.item);
-    child.cameHere = true;
     child.isKnownNew = _lineage != nullptr;
     if (child.isKnownNew && _lineage->origins[now] != PlaceTable::nowhere) {
       throw IdentityChanged();
     }
-    if (!child.isKnownNew && findNearby(child)) {
-      _context->watch(child.item);
-    } else {
+    if (child.isKnownNew || !findNearby(child)) {
       _notFound.push_back(std::move(child));
     }
   }
@@ -196,11 +238,16 @@ void LevelMatch::goThroughKept(std::size_t now, std::size_t old, std::size_t cou
 void LevelMatch::examineDirty(std::size_t now, std::size_t old) {
   OutlineRow& row = _rowAt(old);
   const std::shared_ptr<Item>& item = TreeReading::child(*_item, now);
-  if (isUntouched(row, *item)) {
+  const bool isOther = !Identity::areOfOneOwner(RowFields::item(row), item);
+  if (!isOther && isUntouched(row, *item)) {
     _survivors.add(now, old);
     return;
   }
   Child child{now, item, {}};
+  if (isOther) {  // a host has put another item there
+    _context->findings.left.push_back(RowFields::item(row));
+    watch(child);
+  }
   child.identifier = _context->tree.uniqueIDOf(*child.item);
   child.occurrence = row.occurrence();  // as long as it stays where it is
   if (Identity::isOf(row, child.item, child.identifier, child.occurrence)) {
@@ -237,7 +284,7 @@ void LevelMatch::examineByLineage(std::size_t now, std::size_t old) {
     }
     return;
   }
-  const Child child{now, item, _context->tree.uniqueIDOf(*item)};
+  Child child{now, item, _context->tree.uniqueIDOf(*item)};
   if (!Identity::isOf(row, child.item, child.identifier, child.occurrence)) {
     throw IdentityChanged();
   }
@@ -260,14 +307,19 @@ bool LevelMatch::isUntouched(OutlineRow& row, const Item& item) {
          row.representedObject().sharesStorageWith(ItemFields::representedObject(item));
 }
 
+/// Whether a row has been found to move to another parent. Then it is no child any more.
+bool LevelMatch::hasMovedAway(std::size_t old) const {
+  return !_movedAway.empty() && std::ranges::binary_search(_movedAway, old);
+}
+
 /// Where one row is found, its neighbours mostly are.
-bool LevelMatch::findNearby(const Child& child) {
+bool LevelMatch::findNearby(Child& child) {
   const std::size_t old = child.now + static_cast<std::size_t>(_offset);  // wraps around
   return keepIfSame(child, old) || keepIfSame(child, old + 1) || keepIfSame(child, old - 1);
 }
 
-bool LevelMatch::keepIfSame(const Child& child, std::size_t old) {
-  if (old >= _oldCount) {
+bool LevelMatch::keepIfSame(Child& child, std::size_t old) {
+  if (old >= _oldCount || hasMovedAway(old)) {
     return false;
   }
   OutlineRow& row = _rowAt(old);
@@ -281,9 +333,12 @@ bool LevelMatch::keepIfSame(const Child& child, std::size_t old) {
   return true;
 }
 
-void LevelMatch::keep(OutlineRow& row, const Child& child) {
+void LevelMatch::keep(OutlineRow& row, Child& child) {
   const std::shared_ptr<Item>& item = child.item;
   const bool isOther = !Identity::areOfOneOwner(RowFields::item(row), item);
+  if (_context->findings.areMovesKnown) {
+    _context->findings.staying.insert(&row);
+  }
   if (_context->isCalledForEachRow || RowFields::children(row) != nullptr ||
       !ItemFields::isPlainEvent(*item)) {
     _context->compareBelow(row, item, isOther);
@@ -296,14 +351,13 @@ void LevelMatch::keep(OutlineRow& row, const Child& child) {
                                                child.occurrence),
                 child.now);
   }
-  if (!isOther) {
-    return;
+  if (_areAllCompared && (isOther || child.isWatched)) {
+    _context->findings.left.push_back(RowFields::item(row));  // of that place
+    watch(child);
   }
-  if (_areAllCompared) {
-    _context->findings.left.push_back(RowFields::item(row));
-    _context->watch(item);
+  if (isOther) {
+    _context->findings.itemsOfRows.emplace_back(&row, item);
   }
-  _context->findings.itemsOfRows.emplace_back(&row, item);
 }
 
 void LevelMatch::noteContent(OutlineRow& row, RowState after, std::size_t now) {
@@ -334,6 +388,9 @@ void LevelMatch::findOthers() {
   PlaceTable places(_loose.size());
   std::map<std::weak_ptr<Item>, std::size_t, std::owner_less<>> byItem;
   for (const std::size_t old : _loose) {
+    if (hasMovedAway(old)) {
+      continue;
+    }
     OutlineRow& row = _rowAt(old);
     if (RowStateFields::hasIdentifier(row.state())) {
       places.insert(Identity::hashOf(row.uniqueID()),
@@ -365,9 +422,6 @@ void LevelMatch::findOthers() {
     }
     _found.push_back(old);
     others.add(child.now, old);
-    if (child.cameHere && !_areAllCompared) {
-      _context->watch(child.item);
-    }
     keep(_rowAt(old), child);
   }
   _survivors.merge(std::move(others));
@@ -443,16 +497,19 @@ void LevelMatch::addGone(LevelChange& level) {
 
 void LevelMatch::addCome(LevelChange& level) {
   level.come.reserve(_notFound.size());
+  if (!_notFound.empty()) {
+    _context->findings.levelsWithNewRows.push_back(&level);
+  }
   for (Child& child : _notFound) {
-    DetachedRow row = _context->newRows.make(
-        child.item,
-        RowStateFields::withOccurrence(_context->tree.stateOf(*child.item), child.occurrence));
-    // A child that was here before is watched already.
-    if (child.cameHere) {
-      _context->watches.addTo(*child.item);
+    if (_areAllCompared) {
+      watch(child);  // others take a place, and are watched, or stand where they stood
     }
-    level.come.push_back(
-        {static_cast<std::uint32_t>(child.now), false, child.cameHere, row.release()});
+    level.come.push_back({static_cast<std::uint32_t>(child.now), false, false, nullptr});
+    level.come.back().row =
+        _context->newRows
+            .make(child.item, RowStateFields::withOccurrence(_context->tree.stateOf(*child.item),
+                                                             child.occurrence))
+            .release();
   }
   if (_survivors.areInOrder()) {
     return;

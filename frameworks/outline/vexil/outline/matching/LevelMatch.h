@@ -51,7 +51,7 @@ class LevelMatch {
     std::shared_ptr<Item> item;
     platform::Value identifier;
     std::uint32_t occurrence = 0;
-    bool cameHere = false;    // as the journal says
+    bool isWatched = false;   // already, as one that takes a place
     bool isKnownNew = false;  // there is no row for it
   };
 
@@ -66,10 +66,13 @@ class LevelMatch {
   void examineDirty(std::size_t now, std::size_t old);
   void examineByLineage(std::size_t now, std::size_t old);
   void prefetchForLineage(std::size_t now) const;
+  [[nodiscard]] std::vector<bool> watchOthers();
+  void watch(Child& child);
+  [[nodiscard]] bool hasMovedAway(std::size_t old) const;
   [[nodiscard]] static bool isUntouched(OutlineRow& row, const Item& item);
-  [[nodiscard]] bool findNearby(const Child& child);
-  [[nodiscard]] bool keepIfSame(const Child& child, std::size_t old);
-  void keep(OutlineRow& row, const Child& child);
+  [[nodiscard]] bool findNearby(Child& child);
+  [[nodiscard]] bool keepIfSame(Child& child, std::size_t old);
+  void keep(OutlineRow& row, Child& child);
   void noteContent(OutlineRow& row, RowState after, std::size_t now);
   void makeAll();
   void findOthers();
@@ -85,6 +88,7 @@ class LevelMatch {
   RowList* _rows;  // null when there are none
   std::size_t _oldCount;
   RowList::Reader _rowAt;
+  std::vector<std::size_t> _movedAway;     // positions before, of rows that move to other parents
   bool _areAllCompared = false;            // and so each row accounts for its item
   bool _areDistinct = true;                // the children now
   const EventLineage* _lineage = nullptr;  // says which row is whose, if it is there

@@ -70,6 +70,14 @@ NewRows::Children NewRows::makeChildren(const Item& item) {
   return children;
 }
 
+/// An item is watched before it is read, so that no change is missed that foreign code makes in
+/// between.
+RowState NewRows::watchAndRead(const std::shared_ptr<Item>& item) {
+  _unread = item;
+  _watches->addTo(*item);
+  return _tree->stateOf(*item);
+}
+
 /// Makes the rows of an item's children, and adds those that have children themselves to `_open`.
 NewRows::Children NewRows::makeOneLevel(const Item& item) {
   Children made;
@@ -81,12 +89,12 @@ NewRows::Children NewRows::makeOneLevel(const Item& item) {
   try {
     for (std::size_t i = 0; i < count; ++i) {
       TreeReading::prefetch(item, i);
-      RowState state = _tree->stateOf(*TreeReading::child(item, i));
+      RowState state = watchAndRead(TreeReading::child(item, i));
       hashes.push_back(hashOf(state.uniqueID()));
       // Looked up again, because a host's kind was asked.
       const std::shared_ptr<Item>& child = TreeReading::child(item, i);
       made.rows.push_back(makeAlone(child, std::move(state)));
-      _watches->addTo(*child);
+      _unread.reset();
       if (!ItemFields::hasNoChildren(*child)) {
         _open.push_back(made.rows.back().get());
       }

@@ -34,6 +34,8 @@ class NewRows {
   /// Makes rows for all children of an item, and for all below. All these items are watched then.
   [[nodiscard]] Children makeChildren(const Item& item);
 
+  /// The item that was being read when an exception came; null otherwise. It is watched.
+  [[nodiscard]] const std::shared_ptr<Item>& unread() const { return _unread; }
   /// Rows that were made when an exception came, and whether their own items are watched.
   [[nodiscard]] const std::vector<std::pair<DetachedRow, bool>>& abandoned() const {
     return _abandoned;
@@ -42,6 +44,7 @@ class NewRows {
  private:
   [[nodiscard]] DetachedRow makeAlone(const std::shared_ptr<Item>& item, RowState state);
   [[nodiscard]] Children makeOneLevel(const Item& item);
+  [[nodiscard]] RowState watchAndRead(const std::shared_ptr<Item>& item);
   void makeBelow();
 
   TreeReading* _tree;
@@ -49,6 +52,7 @@ class NewRows {
   platform::detail::ManyWatches* _watches;
   std::vector<OutlineRow*> _open;  // whose children have not been made
   std::vector<std::pair<DetachedRow, bool>> _abandoned;
+  std::shared_ptr<Item> _unread;
 };
 
 /// The occurrences of the identifiers of an item's children; empty when all are 0.

@@ -52,6 +52,9 @@ void Preparation::forEachItemWatchedForNothing(const std::function<void(Item&)>&
   for (const auto& item : _findings.came) {
     visit(*item);
   }
+  if (_newRows.unread()) {
+    visit(*_newRows.unread());
+  }
   const auto visitRows = [&](OutlineRow& top, bool isTopWatched) {
     forEachRow(top, [&](OutlineRow& row) {
       const auto item = row.item();
@@ -148,7 +151,8 @@ void Preparation::compareBelow(OutlineRow& row, const std::shared_ptr<Item>& ite
     if (isAnyThere || hasWork) {
       addWork(row, {item});  // also in place of work on the item before
     }
-  } else if (!hasWork && row.childCount() != TreeReading::childCount(*item)) {
+  } else if (!hasWork && (row.childCount() != TreeReading::childCount(*item) ||
+                          _findings.levels.contains(&row))) {
     addWork(row, {item});
   }
 }
@@ -194,7 +198,7 @@ void Preparation::doWorkOn(OutlineRow& row, const Work& workOfRow) {
   _owners.push_back(&row);
   LevelMatch match(row, work.item, _context);
   const bool isExplained =
-      work.journal != nullptr &&
+      work.journal != nullptr && !_findings.levels.contains(&row) &&
       work.journal->explains(row.childCount(), TreeReading::childCount(*work.item));
   if (isExplained) {
     match.compareWhatChanged(*work.journal);
