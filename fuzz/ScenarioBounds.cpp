@@ -18,11 +18,13 @@ namespace {
 
 /// Operations that give an object nothing that it could hold.
 bool givesNothing(std::string_view operation) {
-  constexpr std::array<std::string_view, 7> questions = {
+  constexpr std::array<std::string_view, 9> questions = {
       "isEqual:",
       "same",
       "sameHash",
       "watch",
+      "outline",
+      "updateDuring",
       "setDelegate:",
       "addObserver:forRecursiveChildrenWithOption:context:",
       "removeObserver:forRecursiveChildrenWithContext:"};

@@ -43,6 +43,7 @@ const std::vector<std::string>& words() {
                                       "uniqueID",
                                       "representedObject",
                                       "sortDescriptors",
+                                      "followsProperties",
                                       "kTWEventName",
                                       "kTWEventUniqueID",
                                       "kTWEventEnabled",
@@ -62,6 +63,7 @@ const std::vector<std::string>& words() {
     add(replay::itemOperations());
     add(replay::observationOperations());
     add(replay::collectionOperations());
+    add(replay::outlineOperations());
     add(replay::verbsOfObjects());
     add(replay::verbsWithoutReceiver());
     for (const replay::ClassOperations& entry : replay::classOperations()) {

@@ -69,6 +69,55 @@ TEST(HostConstants, ComeBackByTheirNamesWhereTheyWereWrittenAsTheyAre) {
       "-> {\"kTWEventName\": \"kTWDomainType_Engine\"}\n");
 }
 
+TEST(HostConstants, NameTheKeysOfChangedRecords) {
+  const auto records = [](const char* name) {
+    return Value::array({Value::dictionary({{"kTWEventUniqueID", "e1"}, {"kTWEventName", name}})});
+  };
+  EXPECT_EQ(test::replayed(
+                Value::array({sendToClass("new", "KRAVTWVEventsVexil", {}, "list"),
+                              send("outline", "list", {}, "o"), send("update", "o"),
+                              send("setEvents:", "list", {records("One")}), send("update", "o"),
+                              send("setEvents:", "list", {records("Two")}), send("update", "o")}))
+                .transcript,
+            "== 1 KRAVTWVEventsVexil new\n"
+            "== 2 list outline\n"
+            "== 3 o update\n"
+            "update steps=0 rows=0 of 0\n"
+            "== 4 list setEvents:\n"
+            "outOfDate o\n"
+            "== 5 o update\n"
+            "update steps=1 rows=1 of 1\n"
+            "inserted 0 of #0\n"
+            "  #1 \"e1\" \"One\" KRAVTWVEventVexil flags=supportsEnabled\n"
+            "== 6 list setEvents:\n"
+            "outOfDate o\n"
+            "== 7 o update\n"
+            "update steps=1 rows=1 of 1\n"
+            "changed 0 of #0\n"
+            "  #1 \"e1\" label=\"One\"->\"Two\" record kTWEventName=\"One\"->\"Two\"\n");
+}
+
+TEST(HostConstants, NameTheValuesInRows) {
+  EXPECT_EQ(
+      test::replayed(
+          Value::array({test::group("G", "g", "g"), test::group("org.example.engine", "x", "x"),
+                        send("addChild:", "g", {test::reference("x")}),
+                        send("outline", "g", {}, "o"), send("update", "o"), send("rows", "o")}))
+          .transcript,
+      "== 1 KRAVTWVGroupVexil itemWithLabel:uniqueID:\n"
+      "-> #1(KRAVTWVGroupVexil \"g\")\n"
+      "== 2 KRAVTWVGroupVexil itemWithLabel:uniqueID:\n"
+      "-> #2(KRAVTWVGroupVexil \"x\")\n"
+      "== 3 g addChild:\n"
+      "== 4 g outline\n"
+      "== 5 o update\n"
+      "update steps=1 rows=1 of 1\n"
+      "inserted 0 of #0\n"
+      "  #1 \"x\" \"kTWDomainType_Engine\" KRAVTWVGroupVexil flags=group\n"
+      "== 6 o rows\n"
+      "#1 \"x\" \"kTWDomainType_Engine\" KRAVTWVGroupVexil flags=group\n");
+}
+
 TEST(HostConstants, NameTheTypesAndTheFilesOfWhatIsExchanged) {
   EXPECT_EQ(
       test::replayed(

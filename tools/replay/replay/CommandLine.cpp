@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <replay/CommandLine.h>
 #include <replay/Input.h>
+#include <replay/InternalError.h>
 #include <replay/Malformed.h>
 #include <replay/Scenario.h>
 #include <vexil/platform/PropertyList.h>
@@ -91,12 +92,16 @@ Status run(std::span<const std::string> arguments, std::istream& input, std::ost
       replayFile(file, input, output);
     } catch (const Malformed& error) {
       errors << "vexil-replay: " << onOneLine(file) << ": " << onOneLine(error.what()) << std::endl;
-      status = Status::refused;
+      status = std::max(status, Status::refused);
+    } catch (const InternalError& error) {
+      errors << "vexil-replay: " << onOneLine(file) << ": internal error: " << error.what()
+             << std::endl;
+      status = Status::faulty;
     }
   }
   if (!output) {
     errors << "vexil-replay: the transcript cannot be written" << std::endl;
-    status = Status::refused;
+    status = std::max(status, Status::refused);
   }
   return status;
 }

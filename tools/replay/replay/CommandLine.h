@@ -13,6 +13,7 @@ enum class Status : int {
   performed = 0,  ///< every step of every file, also those that threw
   refused = 1,    ///< some file could not be read, or a step was malformed
   usage = 2,
+  faulty = 3,  ///< the library contradicted itself
 };
 
 /// Runs the tool. `arguments` are those after the program's name. It replays each file that they

@@ -47,8 +47,9 @@ struct Operation {
 
   // Most operations leave these as they are.
 
-  bool printsResult = true;  ///< false when all that matters is the name it is bound to
-  bool needsName = false;    ///< a step without a name for the result is malformed
+  std::size_t optionalArguments = 0;  ///< how many of the last arguments may be left out
+  bool printsResult = true;           ///< false when all that matters is the name it is bound to
+  bool needsName = false;             ///< a step without a name for the result is malformed
   /// Prints the result in another way than as a value.
   std::function<std::string(const Call&, const vexil::platform::Value& result)> print = {};
 };

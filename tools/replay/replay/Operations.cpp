@@ -45,6 +45,7 @@ const Operations& operationsOfObjects() {
     operations.add(itemOperations());
     operations.add(observationOperations());
     operations.add(collectionOperations());
+    operations.add(outlineOperations());
     return operations;
   }();
   return table;

@@ -28,6 +28,7 @@ struct ClassOperations {
 [[nodiscard]] std::vector<Operation> itemOperations();
 [[nodiscard]] std::vector<Operation> observationOperations();
 [[nodiscard]] std::vector<Operation> collectionOperations();
+[[nodiscard]] std::vector<Operation> outlineOperations();
 [[nodiscard]] std::vector<Operation> verbsOfObjects();
 [[nodiscard]] std::vector<Operation> verbsWithoutReceiver();
 [[nodiscard]] std::vector<ClassOperations> classOperations();

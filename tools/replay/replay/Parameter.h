@@ -182,6 +182,16 @@ struct Parameter<vexil::platform::ObservingOptions> {
   }
 };
 
+/// An option of an outline, by its name.
+struct FollowsProperties {};
+template <>
+struct Parameter<FollowsProperties> {
+  static constexpr std::string_view what = "\"followsProperties\"";
+  static bool takes(const vexil::platform::Value& argument) {
+    return argument.isString() && argument.string() == "followsProperties";
+  }
+};
+
 /// The text of a context, or an absent value.
 struct ContextText {
   vexil::platform::Value text;

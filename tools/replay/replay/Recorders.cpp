@@ -7,6 +7,13 @@ namespace platform = vexil::platform;
 
 namespace replay {
 
+void Recorder::record(std::string_view line) {
+  _transcript->line(line);
+  if (const auto outline = _outline.lock()) {
+    outline->update();
+  }
+}
+
 std::shared_ptr<Watch> Watch::on(const std::shared_ptr<platform::Observable>& object,
                                  const platform::Key& key, std::string name,
                                  std::shared_ptr<Transcript> transcript) {
@@ -17,10 +24,10 @@ std::shared_ptr<Watch> Watch::on(const std::shared_ptr<platform::Observable>& ob
 
 Watch::Watch(const std::shared_ptr<platform::Observable>& object, platform::Key key,
              std::string name, std::shared_ptr<Transcript> transcript)
-    : _object(object),
+    : Recorder(std::move(transcript)),
+      _object(object),
       _key(std::move(key)),
-      _name(std::move(name)),
-      _transcript(std::move(transcript)) {}
+      _name(std::move(name)) {}
 
 void Watch::end(const std::shared_ptr<Watch>& watch) {
   if (const auto object = watch->_object.lock()) {
@@ -31,7 +38,7 @@ void Watch::end(const std::shared_ptr<Watch>& watch) {
 void Watch::observeValueForKeyPathOfObjectChangeContext(
     const platform::Key& keyPath, const std::shared_ptr<platform::Observable>& object,
     const platform::ChangeRecord& change, const platform::ContextToken* /*context*/) {
-  Printer& printer = _transcript->printer();
+  Printer& printer = this->printer();
   // In statements of their own, because items get their numbers from left to right.
   std::string line = "notice " + _name + ' ' + printer.value(object) + ' ';
   line += keyPath.text();
@@ -40,21 +47,21 @@ void Watch::observeValueForKeyPathOfObjectChangeContext(
   line += " indexes=" + printedIndexes(change.indexes);
   line += " old=" + printer.value(change.oldValue);
   line += " new=" + printer.value(change.newValue);
-  _transcript->line(line);
+  record(line);
 }
 
 void Delegate::itemsObserverDidObserveItemsIndexesParent(
     const std::shared_ptr<KRAVTWVItemsObserver>& observer, platform::ChangeKind kind,
     const KRAVTWVItemArray& items, const std::optional<platform::IndexSet>& indexes,
     const std::shared_ptr<KRAVTWVItemVexil>& parent) {
-  Printer& printer = _transcript->printer();
+  Printer& printer = this->printer();
   std::string line = "report " + printer.name(*this) + " observer=" + printer.name(*observer);
   line += " kind=";
   line += printedKind(kind);
   line += " items=" + printer.items(items);
   line += " indexes=" + printedIndexes(indexes);
   line += " parent=" + printer.value(parent);
-  _transcript->line(line);
+  record(line);
 }
 
 }  // namespace replay

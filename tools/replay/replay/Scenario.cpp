@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <replay/Arguments.h>
+#include <replay/InternalError.h>
 #include <replay/Malformed.h>
 #include <replay/Operations.h>
 #include <replay/Scenario.h>
@@ -97,9 +98,11 @@ void check(const Operation& operation, const Call& call) {
   const auto refuse = [&](const std::string& what) {
     throw Malformed("\"" + std::string(operation.name) + "\" " + what);
   };
-  if (call.arguments.size() != operation.parameters.size()) {
-    refuse("takes " + std::to_string(operation.parameters.size()) + " argument(s), not " +
-           std::to_string(call.arguments.size()));
+  const std::size_t most = operation.parameters.size();
+  const std::size_t least = most - operation.optionalArguments;
+  if (call.arguments.size() < least || call.arguments.size() > most) {
+    refuse("takes " + (least < most ? std::to_string(least) + " to " : "") + std::to_string(most) +
+           " argument(s), not " + std::to_string(call.arguments.size()));
   }
   for (std::size_t index = 0; index < call.arguments.size(); ++index) {
     const Operation::Parameter& parameter = operation.parameters[index];
@@ -145,6 +148,8 @@ void Replay::perform(const Value& writtenStep, std::size_t number) {
 std::optional<Value> Replay::resultOf(const Operation& operation, const Call& call) {
   try {
     return operation.perform(call);
+  } catch (const InternalError&) {
+    throw;
   } catch (const platform::RangeError&) {
     _transcript->line("!! range");
   } catch (const platform::InvalidArgument&) {
@@ -171,6 +176,8 @@ void replayScenario(const Value& steps, std::ostream& output) {
       replay.perform(step, number);
     } catch (const Malformed& error) {
       throw Malformed("step " + std::to_string(number) + ": " + error.what());
+    } catch (const InternalError& error) {
+      throw InternalError("step " + std::to_string(number) + ": " + error.what());
     }
   }
 }

@@ -15,9 +15,12 @@ namespace replay {
 ///     -> VALUE              the result
 ///     !! range              or the error that was thrown; the next step is still performed
 ///
+/// docs/replay.md is the manual of scenarios and transcripts.
+///
 /// Texts are English, whatever the user's language is. At the end all objects are let go of, also
 /// those that hold themselves. Throws `Malformed`, which names the step, when a step cannot be
-/// performed; the steps before it have been.
+/// performed; the steps before it have been. Throws `InternalError` when the library contradicts
+/// itself.
 void replayScenario(const vexil::platform::Value& steps, std::ostream& output);
 
 }  // namespace replay

@@ -13,6 +13,16 @@ void Transcript::line(std::string_view text) {
   }
 }
 
+void Transcript::lines(std::string_view text) {
+  std::size_t end = text.find('\n');
+  while (end != std::string_view::npos) {
+    line(text.substr(0, end));
+    text.remove_prefix(end + 1);
+    end = text.find('\n');
+  }
+  line(text);
+}
+
 const platform::ContextToken* Transcript::contextNamed(const platform::Value& text) {
   if (text.isAbsent()) {
     return nullptr;

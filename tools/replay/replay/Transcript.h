@@ -24,6 +24,9 @@ class Transcript {
   /// Writes one line and flushes it, so that a later crash does not lose it.
   void line(std::string_view text);
 
+  /// Writes each line of a text that does not end with a line feed.
+  void lines(std::string_view text);
+
   /// From now on nothing is written.
   void end() { _output = nullptr; }
 
