@@ -5,18 +5,13 @@
 
 #include <memory>
 
-#include "monitor/Announcements.h"
-
 namespace monitor {
 
-/// The three collections, with a listener on each tree.
+/// The three collections.
 struct Collections {
   std::shared_ptr<KRAVTWVEventStoreVexil> events = std::make_shared<KRAVTWVEventStoreVexil>();
   std::shared_ptr<KRAVTWVEngineVexil> engine = std::make_shared<KRAVTWVEngineVexil>();
   std::shared_ptr<KRAVTWVServicesVexil> services = std::make_shared<KRAVTWVServicesVexil>();
-  Announcements ofEvents{events->root()};
-  Announcements ofEngine{engine->root()};
-  Announcements ofServices{services->root()};
 };
 
 /// What the collections hold at one moment, to be compared with a later snapshot.

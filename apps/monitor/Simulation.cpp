@@ -103,14 +103,15 @@ const std::vector<Simulation::Happening>& Simulation::happenings() {
 void Simulation::run(chrono::hours length) {
   const Instant end = kBegin + length;
   fill();
-  const Announcements::Counts before = counts();
+  ViewWork first;  // not counted
+  _views.update(first);
   _print(_style.bold("Simulation") + "  " +
          counted(static_cast<std::size_t>(length.count()), "hour") + " from " + _zone.text(kBegin) +
          " on, by the clocks of " + _zone.name());
   for (Instant next = nextInstant(); next <= end; next = nextInstant()) {
     step(next);
   }
-  summarize(length, before);
+  summarize(length);
 }
 
 void Simulation::fill() {
@@ -152,7 +153,7 @@ void Simulation::step(Instant now) {
   }
   report(before);
   ++_moments;
-  _rowsShown += rowsShown();
+  _views.update(_work);
 }
 
 void Simulation::endRuns() {
@@ -255,30 +256,18 @@ void Simulation::report(const Snapshot& before) {
   }
 }
 
-Announcements::Counts Simulation::counts() const {
-  return _collections.ofEvents.counts() + _collections.ofEngine.counts() +
-         _collections.ofServices.counts();
-}
-
-std::size_t Simulation::rowsShown() const {
-  return _collections.events->root()->recursiveChildren().size() +
-         _collections.engine->root()->recursiveChildren().size() +
-         _collections.services->root()->recursiveChildren().size();
-}
-
-void Simulation::summarize(chrono::hours length, const Announcements::Counts& before) {
-  const Announcements::Counts all = counts() - before;
+void Simulation::summarize(chrono::hours length) {
   _print(_style.bold("Summary") + "  " + counted(static_cast<std::size_t>(length.count()), "hour") +
          ", in which " + grouped(_started, "job") + " started and " + grouped(_ended) +
          " ended, at " + grouped(_moments, "moment"));
-  _print("  announced  " + grouped(all.insertions, "insertion") + ", " +
-         grouped(all.removals, "removal") + ", " + grouped(all.replacements, "replacement") + ", " +
-         grouped(all.settings, "setting"));
-  _print("  touched    " + grouped(all.rows(), "row") + " of a view: " + grouped(all.rowsInserted) +
-         " inserted, " + grouped(all.rowsRemoved) + " removed, " + grouped(all.rowsRefreshed) +
-         " refreshed");
-  _print("  shown      " + grouped(rowsShown(), "row") +
-         "; showing all of them anew at each moment" + " would have been " + grouped(_rowsShown));
+  _print("  updates    " + grouped(_work.inserted.steps, "insertion") + ", " +
+         grouped(_work.removed.steps, "removal") + ", " + grouped(_work.moved.steps, "move") +
+         ", " + grouped(_work.changed.steps, "change"));
+  _print("  touched    " + grouped(_work.rowsTouched(), "row") + " of a view: " +
+         grouped(_work.inserted.rows) + " inserted, " + grouped(_work.removed.rows) + " removed, " +
+         grouped(_work.moved.rows) + " moved, " + grouped(_work.changed.rows) + " changed");
+  _print("  shown      " + grouped(_views.rowCount(), "row") +
+         "; showing all of them anew at each moment would have been " + grouped(_work.rowsAnew));
 }
 
 }  // namespace monitor

@@ -12,6 +12,7 @@
 #include "monitor/Scripts.h"
 #include "monitor/Tables.h"
 #include "monitor/Terminal.h"
+#include "monitor/Views.h"
 #include "monitor/Zone.h"
 
 namespace monitor {
@@ -33,8 +34,9 @@ class Simulation {
   [[nodiscard]] const std::vector<Warning>& warnings() const { return _tables.warnings; }
 
   /// Runs the simulation for `length`. Prints a line with the simulated time for each change in the
-  /// collections. Then prints how many announcements there were, and how many of its rows a view
-  /// would have changed. The caller must call this only once.
+  /// collections. Then prints what views of the collections had to do: the steps of their updates,
+  /// how many rows these concerned, and how many rows it would have been to show everything anew.
+  /// The caller must call this only once.
   void run(std::chrono::hours length);
 
  private:
@@ -60,11 +62,9 @@ class Simulation {
   void showRuns();
   void showPending();
   void report(const Snapshot& before);
-  void summarize(std::chrono::hours length, const Announcements::Counts& before);
+  void summarize(std::chrono::hours length);
   [[nodiscard]] Instant nextInstant() const;
   [[nodiscard]] std::chrono::seconds durationOf(const std::string& identifier) const;
-  [[nodiscard]] Announcements::Counts counts() const;
-  [[nodiscard]] std::size_t rowsShown() const;
 
   static const std::vector<Happening>& happenings();
 
@@ -75,6 +75,7 @@ class Simulation {
   Tables _tablesBefore;  ///< the tables before the edit
   Scripts _scripts;
   Collections _collections;
+  Views _views{_collections};
   std::vector<Run> _runs;
   Instant _now;
   std::string _day;  ///< the last day printed
@@ -82,7 +83,7 @@ class Simulation {
   std::size_t _started = 0;
   std::size_t _ended = 0;
   std::size_t _moments = 0;
-  std::size_t _rowsShown = 0;
+  ViewWork _work;
 };
 
 }  // namespace monitor

@@ -14,6 +14,7 @@
 #include <optional>
 #include <stdexcept>
 
+#include "monitor/Announcements.h"
 #include "monitor/Changes.h"
 #include "monitor/EngineRecords.h"
 #include "monitor/Exchange.h"
@@ -113,10 +114,12 @@ class Program {
     add(Options::Outline::engine, engineOutline(*collections.engine, *_dates, _style));
     add(Options::Outline::services, servicesOutline(*collections.services, _style));
     std::cout << text;
-    takeAnnouncements();
   }
 
   void follow(monitor::Watcher& watcher) {
+    if (_options.announcements) {
+      _announcements = std::make_unique<monitor::Announcements>(announcingRoot());
+    }
     auto tick = nextMinute();
     while (interrupted == 0) {
       const Snapshot before(_host.collections());
@@ -186,14 +189,19 @@ class Program {
     }
   }
 
-  std::vector<std::string> takeAnnouncements() {
-    monitor::Collections& collections = _host.collections();
-    auto events = collections.ofEvents.takeLines();
-    auto engine = collections.ofEngine.takeLines();
-    auto services = collections.ofServices.takeLines();
-    return _options.outline == Options::Outline::engine     ? engine
-           : _options.outline == Options::Outline::services ? services
-                                                            : events;
+  /// The root of the outline whose announcements are told.
+  [[nodiscard]] std::shared_ptr<KRAVTWVItemVexil> announcingRoot() {
+    const monitor::Collections& collections = _host.collections();
+    switch (_options.outline) {
+      case Options::Outline::engine:
+        return collections.engine->root();
+      case Options::Outline::services:
+        return collections.services->root();
+      case Options::Outline::all:
+      case Options::Outline::events:
+        break;
+    }
+    return collections.events->root();
   }
 
   [[nodiscard]] std::vector<std::string> changesSince(const Snapshot& before) {
@@ -212,8 +220,8 @@ class Program {
   }
 
   void tell(const Snapshot& before) {
-    const auto announcements = takeAnnouncements();
-    for (const std::string& line : _options.announcements ? announcements : changesSince(before)) {
+    for (const std::string& line :
+         _announcements ? _announcements->takeLines() : changesSince(before)) {
       std::cout << line + "\n";
     }
     std::cout.flush();
@@ -225,6 +233,7 @@ class Program {
   const std::shared_ptr<KRAVTWVRelativeDateTransformer> _dates =
       std::make_shared<KRAVTWVRelativeDateTransformer>();
   std::unique_ptr<monitor::ServicesSource> _services;
+  std::unique_ptr<monitor::Announcements> _announcements;  // null unless they are told
 };
 
 void show(const Options& options) {

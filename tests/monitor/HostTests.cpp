@@ -12,8 +12,10 @@
 
 #include "TableSupport.h"
 #include "TemporaryRoot.h"
+#include "monitor/Announcements.h"
 #include "monitor/Changes.h"
 #include "monitor/Outline.h"
+#include "monitor/Views.h"
 
 namespace platform = vexil::platform;
 
@@ -46,6 +48,7 @@ class HostOfARoot : public testing::Test {
 
   TemporaryRoot _root;
   Host _host{_root.path(), Zone::named("UTC")};
+  Views _views{_host.collections()};
   Instant _now = sys_days(2026y / 5 / 4) + 12h;
   const Style _plain{false};
   const KRAVTWVRelativeDateTransformer _dates;
@@ -86,41 +89,72 @@ TEST_F(HostOfARoot, ShowsWhatRunsWhatCanBeRunAndWhatIsDue) {
 TEST_F(HostOfARoot, MovesOnWithTheClockAlone) {
   _root.write("etc/cron.d/x", "# A\n5 * * * * root a\n# B\n2 * * * * root b\n");
   refresh();
-  (void)collections().ofEvents.takeLines();
-  (void)collections().ofEngine.takeLines();
+  Announcements ofEvents(collections().events->root());
+  Announcements ofEngine(collections().engine->root());
   _now += 1min;
   EXPECT_TRUE(_host.refreshEngine(_now).empty());
-  EXPECT_EQ(collections().ofEngine.takeLines(), Lines());
+  EXPECT_EQ(ofEngine.takeLines(), Lines());
   _now += 1min;
   EXPECT_TRUE(_host.refreshEngine(_now).empty());
   // B fires: its trigger goes, the next one comes at the end, and the group has other children.
-  EXPECT_EQ(collections().ofEngine.takeLines(), (Lines{"removal in /scheduler.pending at {0}: B",
-                                                       "insertion in /scheduler.pending at {1}: B",
-                                                       "replacement in /root at {2}: Pending"}));
-  EXPECT_EQ(collections().ofEvents.takeLines(), Lines());
+  EXPECT_EQ(ofEngine.takeLines(), (Lines{"removal in /scheduler.pending at {0}: B",
+                                         "insertion in /scheduler.pending at {1}: B",
+                                         "replacement in /root at {2}: Pending"}));
+  EXPECT_EQ(ofEvents.takeLines(), Lines());
 }
 
 TEST_F(HostOfARoot, AnnouncesNothingWhenNothingHasChanged) {
   _root.write("etc/cron.d/x", "# A\n5 * * * * root a\n");
   refresh();
-  const auto before = collections().ofEvents.counts() + collections().ofEngine.counts();
+  Announcements ofEvents(collections().events->root());
+  Announcements ofEngine(collections().engine->root());
   refresh();
-  const auto after = collections().ofEvents.counts() + collections().ofEngine.counts();
-  EXPECT_EQ((after - before).announcements(), 0U);
+  EXPECT_EQ(ofEvents.takeLines(), Lines());
+  EXPECT_EQ(ofEngine.takeLines(), Lines());
 }
 
-TEST_F(HostOfARoot, CountsTheRowsThatComeAndGo) {
-  _root.write("etc/cron.d/x", "# A\n5 * * * * root a\n# B\n5 * * * * root b\n");
-  _root.write("etc/cron.d/y", "# C\n5 * * * * root c\n");
-  refresh();
-  // x, A, B, y, C
-  EXPECT_EQ(collections().ofEvents.counts().rowsInserted, 5U);
-  EXPECT_EQ(collections().ofEvents.counts().insertions, 1U);
-  _root.write("etc/cron.d/x", "# A\n5 * * * * root a\n");
-  refresh();
-  EXPECT_EQ(collections().ofEvents.counts().rowsRemoved, 1U);
-  EXPECT_EQ(collections().ofEvents.counts().removals, 1U);
-  EXPECT_EQ(collections().ofEvents.counts().rowsRefreshed, 1U) << "the row of the table";
+TEST_F(HostOfARoot, MakesViewsDoWhatHasChanged) {
+  const auto job = [](const char* name, const char* minute, const char* command) {
+    return std::string("# ") + name + '\n' + minute + " * * * * root " + command + '\n';
+  };
+  const auto updated = [&] {
+    refresh();
+    ViewWork work;
+    _views.update(work);
+    EXPECT_EQ(work.rowsAnew, _views.rowCount());
+    return work;
+  };
+  const auto part = [](std::size_t steps, std::size_t rows) { return ViewWork::Part{steps, rows}; };
+
+  _root.write("etc/cron.d/x", job("A", "5", "a") + job("B", "6", "b"));
+  _root.write("etc/cron.d/y", job("C", "7", "c"));
+  ViewWork work = updated();
+  // x, A, B, y, C; and three groups, with three triggers in the last one.
+  EXPECT_EQ(work.inserted, part(2, 11));
+  EXPECT_EQ(work.rowsTouched(), 11U);
+  EXPECT_EQ(_views.rowCount(), 11U);
+
+  // The job and its trigger. Nothing about the table's row has changed.
+  _root.write("etc/cron.d/x", job("A", "5", "a"));
+  work = updated();
+  EXPECT_EQ(work.removed, part(2, 2));
+  EXPECT_EQ(work.rowsTouched(), 2U);
+
+  _root.write("etc/cron.d/x", job("A", "5", "a") + job("B", "6", "b"));
+  work = updated();
+  EXPECT_EQ(work.inserted, part(2, 2));
+  EXPECT_EQ(work.rowsTouched(), 2U);
+
+  // Under its new name A stands behind B, but it is still due before B.
+  _root.write("etc/cron.d/x", job("D", "5", "a") + job("B", "6", "b"));
+  work = updated();
+  EXPECT_EQ(work.moved, part(1, 1));
+  EXPECT_EQ(work.changed, part(2, 2));
+  EXPECT_EQ(work.rowsTouched(), 3U);
+
+  work = updated();
+  EXPECT_EQ(work.rowsTouched(), 0U);
+  EXPECT_EQ(work.rowsAnew, 11U);
 }
 
 TEST_F(HostOfARoot, WarnsOnceOfWhatStaysWrong) {

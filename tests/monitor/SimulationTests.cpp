@@ -62,14 +62,14 @@ TEST_F(SimulatedRoot, TellsTheDayWhenItBegins) {
   EXPECT_EQ(days, (Lines{"2026-03-29", "2026-03-30", "2026-03-31"}));
 }
 
-TEST_F(SimulatedRoot, AddsUpWhatWasAnnounced) {
+TEST_F(SimulatedRoot, AddsUpWhatViewsHadToDo) {
   // Nothing is ever due, and there is nothing to be edited: a service comes and goes.
   _root.write("etc/cron.d/x", "# A\n@reboot root a\n");
   const Lines lines = run(1);
   EXPECT_EQ(Lines(lines.end() - 4, lines.end()),
             (Lines{"Summary  1 hour, in which 0 jobs started and 0 ended, at 4 moments",
-                   "  announced  1 insertion, 1 removal, 0 replacements, 0 settings",
-                   "  touched    4 rows of a view: 2 inserted, 2 removed, 0 refreshed",
+                   "  updates    1 insertion, 1 removal, 0 moves, 0 changes",
+                   "  touched    4 rows of a view: 2 inserted, 2 removed, 0 moved, 0 changed",
                    // A, three groups; and for two of the four moments the service and its domain.
                    "  shown      4 rows; showing all of them anew at each moment would have been "
                    "20"}));

@@ -466,6 +466,20 @@ class Simulates(unittest.TestCase):
         self.assertTrue(any(line.startswith("Summary  1 hour, in which %d jobs started and %d ended"
                                             % (started, ended)) for line in lines))
 
+    def test_how_little_of_its_rows_a_view_touches(self):
+        lines = show("--root", SAMPLE, "--simulate", "1").stdout.splitlines()
+        summary, _, touched, shown = lines[-4:]
+        numbers = re.fullmatch(r"  touched    (\d+) rows of a view: (\d+) inserted, (\d+) removed, "
+                               r"(\d+) moved, (\d+) changed", touched)
+        total, inserted, removed, moved, changed = map(int, numbers.groups())
+        self.assertEqual(total, inserted + removed + moved + changed)
+        # A job that starts is a row, and its trigger goes; a service comes and goes with its domain.
+        started, ended = map(int, re.search(r"which (\d+) jobs started and (\d+) ended", summary).groups())
+        self.assertGreaterEqual(inserted, started + 2)
+        self.assertGreaterEqual(removed, ended + started + 2)
+        anew = int(re.search(r"would have been ([\d,]+)$", shown)[1].replace(",", ""))
+        self.assertLess(total * 40, anew)
+
     def test_a_table_that_is_edited(self):
         lines = show("--root", SAMPLE, "--simulate", "1").stdout.splitlines()
         edits = [line for line in lines if "  ~ " in line]
