@@ -81,6 +81,8 @@ void Preparation::collectWork() {
   OutlineRow& top = _input.top;
   if (!_input.root) {
     removeAllBelow(top);
+    _findings.left.push_back(RowFields::item(top));
+    _findings.itemsOfRows.emplace_back(&top, nullptr);
     return;
   }
   const bool isOther = !Identity::areOfOneOwner(RowFields::item(top), _input.root);

@@ -190,7 +190,7 @@ const OutlineUpdate& OutlineState::prepare() {
   if (hasStep()) {
     return _update;
   }
-  _update = OutlineUpdate();
+  _update = OutlineUpdate({}, _rowCount);
   _stepRows.clear();
   _nextStep = 0;
   if (Operation::isInProgress()) {
