@@ -33,9 +33,7 @@ bool Outline::isOutOfDate() const noexcept {
 
 OutlineUpdate Outline::update() {
   const auto state = _state;
-  (void)state->prepare();
-  state->applyRest();
-  return state->takeUpdate();
+  return state->update();
 }
 
 const OutlineUpdate& Outline::prepare() {

@@ -190,14 +190,15 @@ const OutlineUpdate& OutlineState::prepare() {
   if (hasStep()) {
     return _update;
   }
+  if (Operation::isInProgress()) {
+    // Not `_update`, because `update` may be about to return that.
+    _refused = OutlineUpdate({}, _rowCount);
+    refuse();
+    return _refused;
+  }
   _update = OutlineUpdate({}, _rowCount);
   _stepRows.clear();
   _nextStep = 0;
-  if (Operation::isInProgress()) {
-    _mustCall = true;
-    waitForEnd();
-    return _update;
-  }
   const auto self = shared_from_this();
   const Operation operation;
   constexpr int attempts = 5;
@@ -206,10 +207,14 @@ const OutlineUpdate& OutlineState::prepare() {
       return _update;
     }
   }
-  // The tree changes whenever it is read. The host may try again.
+  refuse();  // the tree changes whenever it is read
+  return _update;
+}
+
+/// The host may try again when it is called.
+void OutlineState::refuse() noexcept {
   _mustCall = true;
   waitForEnd();
-  return _update;
 }
 
 /// Returns false when foreign code has changed the tree meanwhile.
@@ -430,8 +435,21 @@ void OutlineState::applyRest() {
   }
 }
 
-OutlineUpdate OutlineState::takeUpdate() noexcept {
-  return std::exchange(_update, {});
+OutlineUpdate OutlineState::update() {
+  if (Operation::isInProgress()) {
+    refuse();
+    return {};
+  }
+  const auto self = shared_from_this();
+  (void)prepare();
+  const Operation operation;  // so that who waits is called when all is applied
+  const auto first = static_cast<std::ptrdiff_t>(_nextStep);
+  applyRest();
+  OutlineUpdate applied = std::exchange(_update, {});
+  if (first == 0) {
+    return applied;
+  }
+  return {{applied.steps().begin() + first, applied.steps().end()}, applied.rowsAfterwards()};
 }
 
 }  // namespace vexil::detail

@@ -44,8 +44,8 @@ class OutlineState : public platform::detail::Watcher,
   [[nodiscard]] const StepRows* nextStepRows() const noexcept;
   void applyNext();
   void applyRest();
-  /// The update that was prepared last.
-  [[nodiscard]] OutlineUpdate takeUpdate() noexcept;
+  /// Prepares, and applies all steps that are left. Returns those.
+  [[nodiscard]] OutlineUpdate update();
 
  private:
   explicit OutlineState(OutlineOptions options);
@@ -64,6 +64,7 @@ class OutlineState : public platform::detail::Watcher,
   void note(const platform::Observable& object, const Note& note) noexcept;
   [[nodiscard]] ItemJournal& journalOf(const platform::Observable& object);
   void becomeOutOfDate() noexcept;
+  void refuse() noexcept;
   [[nodiscard]] bool isCollection(const platform::Observable& object) const noexcept;
   [[nodiscard]] std::shared_ptr<Item> root() const;
   [[nodiscard]] platform::detail::Watching watching() const noexcept;
@@ -95,6 +96,7 @@ class OutlineState : public platform::detail::Watcher,
   bool _isClosed = false;
 
   OutlineUpdate _update;
+  OutlineUpdate _refused;
   std::vector<StepRows> _stepRows;
   std::size_t _nextStep = 0;
 };
