@@ -257,12 +257,18 @@ bool Preparation::isGone(OutlineRow& row) {
   return answer;
 }
 
+/// Whether more than one level may hold an item: so many refer to it besides this comparison.
+bool Preparation::mayStandTwice(const std::shared_ptr<Item>& item) {
+  constexpr long itsLevelAndThisComparison = 3;
+  return item.use_count() > itsLevelAndThisComparison;
+}
+
 /// Looks through all rows for items that have announced something and are no known parents. They
 /// got their first children by an operation of their own. Returns whether it found any.
 bool Preparation::findRowsOfOtherItems() {
   std::unordered_map<const Item*, std::shared_ptr<Item>> wanted;
   for (const auto& item : std::exchange(_withoutRow, {})) {
-    if (!_comparedItems.contains(item.get())) {
+    if (!_comparedItems.contains(item.get()) || mayStandTwice(item)) {
       wanted.emplace(item.get(), item);
     }
   }

@@ -61,6 +61,7 @@ class Preparation {
   void takeUpPostponed();
   void doWorkOn(OutlineRow& row, const Work& work);
   void removeAllBelow(OutlineRow& row);
+  [[nodiscard]] static bool mayStandTwice(const std::shared_ptr<Item>& item);
   [[nodiscard]] bool findRowsOfOtherItems();
   void leaveBelow(OutlineRow& newRow);
   [[nodiscard]] std::size_t depthOf(OutlineRow& row);
