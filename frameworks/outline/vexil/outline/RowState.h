@@ -58,7 +58,8 @@ class RowState {
 
   /// The item's `uniqueID`, of any type; absent when the item has none.
   [[nodiscard]] const platform::Value& uniqueID() const noexcept;
-  /// Tells apart siblings with equal identifiers: 0 for the first of them. 0 without an identifier.
+  /// Tells apart siblings with equal identifiers: 0 for the first of them. Tells apart also the
+  /// places of an item without an identifier that stands among its siblings more than once.
   [[nodiscard]] std::uint32_t occurrence() const noexcept;
 
   [[nodiscard]] const platform::Value& label() const noexcept;

@@ -33,9 +33,9 @@ struct Identity {
     if (RowStateFields::hasIdentifier(row.state()) == identifier.isAbsent()) {
       return false;
     }
-    return identifier.isAbsent()
-               ? areOfOneOwner(RowFields::item(row), item)
-               : row.occurrence() == occurrence && areEqual(row.uniqueID(), identifier);
+    return row.occurrence() == occurrence &&
+           (identifier.isAbsent() ? areOfOneOwner(RowFields::item(row), item)
+                                  : areEqual(row.uniqueID(), identifier));
   }
   template <class ItemPointer>
   [[nodiscard]] static bool isOf(const OutlineRow& row, const ItemPointer& item,
@@ -54,7 +54,7 @@ struct Identity {
     std::uint64_t hash = text[0] * 0x9e3779b97f4a7c15U;
     hash = (hash ^ hash >> 29U ^ text[1]) * 0xbf58476d1ce4e5b9U;
     hash = (hash ^ hash >> 32U ^ text[2]) * 0x94d049bb133111ebU;
-    return hash >> 1U;  // never `Occurrences::absent`
+    return hash;
   }
 
   /// May ask an object in an identifier. When that throws, the hash is 0.

@@ -386,7 +386,7 @@ void LevelMatch::findOthers() {
   std::vector<std::size_t> candidates;
   std::vector<std::size_t> unidentified;
   PlaceTable places(_loose.size());
-  std::map<std::weak_ptr<Item>, std::size_t, std::owner_less<>> byItem;
+  std::map<std::weak_ptr<Item>, std::vector<std::size_t>, std::owner_less<>> byItem;
   for (const std::size_t old : _loose) {
     if (hasMovedAway(old)) {
       continue;
@@ -397,7 +397,7 @@ void LevelMatch::findOthers() {
                     static_cast<PlaceTable::Place>(candidates.size()));
       candidates.push_back(old);
     } else {
-      byItem.emplace(RowFields::item(row), old);
+      byItem[RowFields::item(row)].push_back(old);
     }
   }
   Survivors others;
@@ -414,7 +414,10 @@ void LevelMatch::findOthers() {
           });
       old = place == PlaceTable::nowhere ? _oldCount : candidates[place];
     } else if (const auto found = byItem.find(child.item); found != byItem.end()) {
-      old = found->second;
+      const auto row = std::ranges::find_if(found->second, [&](std::size_t candidate) {
+        return _rowAt(candidate).occurrence() == child.occurrence;
+      });
+      old = row == found->second.end() ? _oldCount : *row;
     }
     if (old == _oldCount) {
       newOnes.push_back(std::move(child));

@@ -4,14 +4,22 @@
 #include <vexil/outline/matching/Occurrences.h>
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 
 namespace vexil::detail {
 
 namespace {
 
-std::uint64_t hashOf(const platform::Value& identifier) {
-  return identifier.isAbsent() ? Occurrences::absent : Identity::quickHashOf(identifier);
+/// An item without an identifier is identified by itself, and may stand in many places.
+std::uint64_t hashOf(const platform::Value& identifier, const void* item) {
+  return identifier.isAbsent() ? std::hash<const void*>()(item) : Identity::quickHashOf(identifier);
+}
+
+bool areEqual(const platform::Value& a, const void* itemOfA, const platform::Value& b,
+              const void* itemOfB) {
+  return a.isAbsent() || b.isAbsent() ? a.isAbsent() && b.isAbsent() && itemOfA == itemOfB
+                                      : Identity::areEqual(a, b);
 }
 
 }  // namespace
@@ -21,17 +29,18 @@ std::vector<std::uint32_t> occurrencesOfChildren(TreeReading& tree, const KRAVTW
   if (count < 2) {
     return {};
   }
+  const auto child = [&](std::size_t i) { return TreeReading::child(item, i); };
   std::vector<std::uint64_t> hashes;
   hashes.reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
     TreeReading::prefetch(item, i);
-    hashes.push_back(hashOf(tree.uniqueIDOf(*TreeReading::child(item, i))));
+    const auto held = child(i);
+    hashes.push_back(hashOf(tree.uniqueIDOf(*held), held.get()));
   }
-  const auto identifier = [&](std::size_t i) {
-    return tree.uniqueIDOf(*TreeReading::child(item, i));
-  };
   auto occurrences = Occurrences::number(hashes, [&](std::size_t a, std::size_t b) {
-    return Identity::areEqual(identifier(a), identifier(b));
+    const auto left = child(a);
+    const auto right = child(b);
+    return areEqual(tree.uniqueIDOf(*left), left.get(), tree.uniqueIDOf(*right), right.get());
   });
   tree.requireUnchanged();
   return occurrences;
@@ -90,7 +99,7 @@ NewRows::Children NewRows::makeOneLevel(const Item& item) {
     for (std::size_t i = 0; i < count; ++i) {
       TreeReading::prefetch(item, i);
       RowState state = watchAndRead(TreeReading::child(item, i));
-      hashes.push_back(hashOf(state.uniqueID()));
+      hashes.push_back(hashOf(state.uniqueID(), TreeReading::child(item, i).get()));
       // Looked up again, because a host's kind was asked.
       const std::shared_ptr<Item>& child = TreeReading::child(item, i);
       made.rows.push_back(makeAlone(child, std::move(state)));
@@ -100,7 +109,10 @@ NewRows::Children NewRows::makeOneLevel(const Item& item) {
       }
     }
     const auto occurrences = Occurrences::number(hashes, [&](std::size_t a, std::size_t b) {
-      return Identity::areEqual(made.rows[a]->uniqueID(), made.rows[b]->uniqueID());
+      const OutlineRow& left = *made.rows[a];
+      const OutlineRow& right = *made.rows[b];
+      return areEqual(left.uniqueID(), RowFields::itemAddress(left), right.uniqueID(),
+                      RowFields::itemAddress(right));
     });
     made.areDistinct = occurrences.empty();
     for (std::size_t i = 0; i < occurrences.size(); ++i) {

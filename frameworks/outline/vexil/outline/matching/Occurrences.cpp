@@ -45,7 +45,7 @@ std::vector<std::uint32_t> Occurrences::number(
   SeenBits seen(hashes.size());
   std::vector<std::uint64_t> suspects;
   for (const std::uint64_t hash : hashes) {
-    if (hash != absent && seen.insert(hash)) {
+    if (seen.insert(hash)) {
       suspects.push_back(hash);
     }
   }
@@ -58,7 +58,7 @@ std::vector<std::uint32_t> Occurrences::number(
   }
   std::vector<std::pair<std::uint64_t, std::size_t>> candidates;
   for (std::size_t i = 0; i < hashes.size(); ++i) {
-    if (hashes[i] != absent && suspected.contains(hashes[i])) {
+    if (suspected.contains(hashes[i])) {
       candidates.emplace_back(hashes[i], i);
     }
   }

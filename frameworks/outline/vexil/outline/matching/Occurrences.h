@@ -11,14 +11,11 @@
 
 namespace vexil::detail {
 
-/// Numbers the occurrences of each identifier among siblings: 0 for the first, 1 for the second.
-/// `hashes` has the hash of each identifier, or nothing to number where it is absent;
-/// `areEqual(i, j)` compares two. The result is empty when all are 0, which takes a few nanoseconds
-/// an identifier to find out.
+/// Numbers the occurrences of each identity among siblings: 0 for the first, 1 for the second.
+/// `hashes` has the hash of each, `areEqual(i, j)` compares two. The result is empty when all are
+/// 0, which takes a few nanoseconds an identifier to find out.
 class Occurrences {
  public:
-  static constexpr std::uint64_t absent = UINT64_MAX;
-
   [[nodiscard]] static std::vector<std::uint32_t> number(
       const std::vector<std::uint64_t>& hashes,
       const std::function<bool(std::size_t, std::size_t)>& areEqual);

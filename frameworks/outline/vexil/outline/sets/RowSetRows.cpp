@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <vexil/KRAVTWVItemVexil.h>
 #include <vexil/outline/Outline.h>
 #include <vexil/outline/OutlineRow.h>
 #include <vexil/outline/RowSet.h>
 #include <vexil/outline/sets/RowTrie.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
+#include <map>
 #include <span>
-#include <unordered_map>
 #include <utility>
 
 namespace vexil {
@@ -27,7 +29,7 @@ RowPath pathOf(const OutlineRow& row) {
     if (!next->uniqueID().isAbsent()) {
       path.emplace_back(next->uniqueID(), next->occurrence());
     } else if (const auto item = next->item()) {
-      path.emplace_back(item);
+      path.emplace_back(item, next->occurrence());
     } else {
       return {};
     }
@@ -78,7 +80,7 @@ class Level {
     if (!_isLookedThrough) {
       lookThrough();
     }
-    const auto found = _rowsOfItems.find(item.get());
+    const auto found = _rowsOfItems.find({item.get(), identity.occurrence});
     return found == _rowsOfItems.end() ? nullptr : found->second;
   }
 
@@ -86,7 +88,8 @@ class Level {
     for (std::size_t i = 0; i < _parent.childCount(); ++i) {
       OutlineRow* const row = _parent.child(i);
       if (row->uniqueID().isAbsent()) {
-        _rowsOfItems.emplace(row->item().get(), row);
+        _rowsOfItems.emplace(
+            std::pair<const void*, std::uint32_t>(row->item().get(), row->occurrence()), row);
       }
     }
     _isLookedThrough = true;
@@ -95,7 +98,7 @@ class Level {
   const OutlineRow& _parent;
   std::vector<RowNodePointer> _nodes;
   std::vector<Found> _found;
-  std::unordered_map<const KRAVTWVItemVexil*, OutlineRow*> _rowsOfItems;
+  std::map<std::pair<const void*, std::uint32_t>, OutlineRow*> _rowsOfItems;
   bool _isLookedThrough = false;
 };
 

@@ -143,8 +143,9 @@ void moveToNewPlace(RowNode& node, const PathEnd& end, const RowPath& to) {
 
 // --- identities
 
-RowIdentity::RowIdentity(const std::shared_ptr<KRAVTWVItemVexil>& rowItem)
-    : item(rowItem), hash(std::hash<const void*>{}(rowItem.get())) {}
+RowIdentity::RowIdentity(const std::shared_ptr<KRAVTWVItemVexil>& rowItem,
+                         std::uint32_t rowOccurrence)
+    : occurrence(rowOccurrence), item(rowItem), hash(std::hash<const void*>{}(rowItem.get())) {}
 
 void RowIdentity::computeHash() {
   if (!isOfItem()) {

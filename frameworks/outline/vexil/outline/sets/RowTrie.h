@@ -22,7 +22,7 @@ struct RowIdentity {
   RowIdentity() = default;
   RowIdentity(platform::Value rowID, std::uint32_t rowOccurrence)
       : uniqueID(std::move(rowID)), occurrence(rowOccurrence) {}
-  explicit RowIdentity(const std::shared_ptr<KRAVTWVItemVexil>& rowItem);
+  RowIdentity(const std::shared_ptr<KRAVTWVItemVexil>& rowItem, std::uint32_t rowOccurrence);
 
   [[nodiscard]] bool isOfItem() const noexcept { return uniqueID.isAbsent(); }
   /// Computes the hash from identifier and occurrence, if there is an identifier. May ask objects
