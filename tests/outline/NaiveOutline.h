@@ -68,7 +68,6 @@ struct NaiveRow {
   NaiveShown shown;
   std::weak_ptr<KRAVTWVItemVexil> item;
   std::uint32_t occurrence = 0;
-  std::uint32_t occurrenceOfItem = 0;  // among siblings without identifiers
   NaiveRow* parent = nullptr;
   std::size_t index = 0;
   std::vector<std::unique_ptr<NaiveRow>> children;
@@ -84,8 +83,8 @@ struct NaiveRow {
     if (hasIdentifier() || other.hasIdentifier()) {
       return shown.uniqueID == other.shown.uniqueID && occurrence == other.occurrence;
     }
-    return !item.owner_before(other.item) && !other.item.owner_before(item) &&
-           occurrenceOfItem == other.occurrenceOfItem;
+    return occurrence == other.occurrence && !item.owner_before(other.item) &&
+           !other.item.owner_before(item);
   }
 
   /// Calls `visit` with all rows below this one, each before those below it.
@@ -129,7 +128,7 @@ inline std::unique_ptr<NaiveRow> naiveRows(const std::shared_ptr<KRAVTWVItemVexi
       } else {
         const bool isSameItem =
             !sibling->item.owner_before(child->item) && !child->item.owner_before(sibling->item);
-        child->occurrenceOfItem += !sibling->hasIdentifier() && isSameItem ? 1U : 0U;
+        child->occurrence += !sibling->hasIdentifier() && isSameItem ? 1U : 0U;
       }
     }
     row->children.push_back(std::move(child));

@@ -74,9 +74,6 @@ class CheckedOutline {
 
   /// Called in the middle of an operation.
   void requireRefused() {
-    if (_outline->nextStep() != nullptr) {
-      return;  // these steps could be applied
-    }
     _wasRefused = true;
     const std::size_t count = _outline->rowCount();
     require(_outline->update().isEmpty(), "an update in the middle of an operation");
@@ -249,9 +246,15 @@ class CheckedOutline {
       }
     }
     require(_set.rowsOf(*_outline) == selected, "the rows of the set");
+    // What moves by way of a row without an identifier is not followed.
+    const bool isFollowed = std::ranges::all_of(update.steps(), [](const auto& step) {
+      const auto hasIdentifier = [](const auto& state) { return !state.uniqueID().isAbsent(); };
+      return std::ranges::all_of(step.above, hasIdentifier) &&
+             std::ranges::all_of(step.newAbove, hasIdentifier);
+    });
     after.forEachBelow([&](NaiveRow& row) {
       const NaiveRow* const before = refresh.before(row);
-      if (before != nullptr && _selectedNumbers.contains(row.number) &&
+      if (isFollowed && before != nullptr && _selectedNumbers.contains(row.number) &&
           isIdentified(pathOf(*row.row)) && _identifiedNumbers.contains(row.number)) {
         require(_set.contains(*row.row), "a row has left the set");
       }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Random changes of random trees. After each update an outline is what a naive model says.
 //
-// The normal run has some thousand refreshes; OUTLINE_REFRESHES=200000 has as many. The scenes of
+// The normal run has a thousand refreshes; OUTLINE_REFRESHES=200000 has as many. The scenes of
 // even number are the same in every run. OUTLINE_SEED=17 runs the scene of this seed alone.
 #include "CheckedOutline.h"
 #include "tests/outline/RandomScene.h"
@@ -159,7 +159,7 @@ void checkScene(std::uint32_t seed, Figures& figures) {
 
 TEST(OutlineProperty, ShowsWhatANaiveModelSaysAfterAnyRefreshes) {
   const auto sink = platform::setLogSink([](std::string_view) {});
-  const std::size_t refreshes = environment("OUTLINE_REFRESHES", 3'000);
+  const std::size_t refreshes = environment("OUTLINE_REFRESHES", 1'000);
   const auto only = environment("OUTLINE_SEED", 0);
   const auto start = static_cast<std::uint32_t>(std::random_device()() / 2);
   Figures figures;
