@@ -95,7 +95,7 @@ bool areEqual(const Value& a, const Value& b) {
 
 bool RowStateFields::showTheSame(const RowState& a, const RowState& b) {
   constexpr auto shown = static_cast<std::uint8_t>(~RowState::flagPlainEvent);
-  if ((a._flags & shown) != (b._flags & shown)) {
+  if ((a._flags & shown) != (b._flags & shown) || type(a) != type(b)) {
     return false;
   }
   // The label of two plain events follows from their records.
