@@ -2,6 +2,7 @@
 #include <vexil/outline/matching/Identity.h>
 #include <vexil/outline/matching/NewRows.h>
 #include <vexil/outline/matching/Occurrences.h>
+#include <vexil/outline/rows/RowWalk.h>
 
 #include <algorithm>
 #include <functional>
@@ -51,7 +52,15 @@ DetachedRow NewRows::makeAlone(const std::shared_ptr<Item>& item, RowState state
   return DetachedRow(RowFields::make(std::move(state), item));
 }
 
+/// Numbers a row and all below it in the order in which a view shows them.
+void NewRows::renumber(OutlineRow& row) {
+  forEachRow(row, [&](OutlineRow& below) {
+    RowStateFields::setNumber(RowFields::state(below), ++*_lastNumber);
+  });
+}
+
 DetachedRow NewRows::make(const std::shared_ptr<Item>& item, RowState state) {
+  const RowNumber last = *_lastNumber;
   DetachedRow row = makeAlone(item, std::move(state));
   if (!ItemFields::hasNoChildren(*item)) {
     _open.assign(1, row.get());
@@ -61,13 +70,19 @@ DetachedRow NewRows::make(const std::shared_ptr<Item>& item, RowState state) {
       _abandoned.emplace_back(std::move(row), false);
       throw;
     }
+    *_lastNumber = last;
+    renumber(*row);
   }
   return row;
 }
 
 NewRows::Children NewRows::makeChildren(const Item& item) {
   _open.clear();
+  const RowNumber last = *_lastNumber;
   Children children = makeOneLevel(item);
+  if (_open.empty()) {
+    return children;
+  }
   try {
     makeBelow();
   } catch (...) {
@@ -76,6 +91,8 @@ NewRows::Children NewRows::makeChildren(const Item& item) {
     }
     throw;
   }
+  *_lastNumber = last;
+  std::ranges::for_each(children.rows, [&](const DetachedRow& row) { renumber(*row); });
   return children;
 }
 

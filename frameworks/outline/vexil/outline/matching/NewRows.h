@@ -46,6 +46,7 @@ class NewRows {
   [[nodiscard]] Children makeOneLevel(const Item& item);
   [[nodiscard]] RowState watchAndRead(const std::shared_ptr<Item>& item);
   void makeBelow();
+  void renumber(OutlineRow& row);
 
   TreeReading* _tree;
   RowNumber* _lastNumber;

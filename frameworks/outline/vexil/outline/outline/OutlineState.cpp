@@ -438,7 +438,7 @@ void OutlineState::applyRest() {
 OutlineUpdate OutlineState::update() {
   if (Operation::isInProgress()) {
     refuse();
-    return {};
+    return {{}, _rowCount};
   }
   const auto self = shared_from_this();
   (void)prepare();
