@@ -5,8 +5,8 @@
 #include <vexil/KRAVTWVItemsVexil.h>
 #include <vexil/outline/Outline.h>
 #include <vexil/outline/changes/Journals.h>
-#include <vexil/outline/matching/Preparation.h>
-#include <vexil/outline/matching/StepPlan.h>
+#include <vexil/outline/planning/Preparation.h>
+#include <vexil/outline/planning/StepPlan.h>
 #include <vexil/outline/rows/RowsByItem.h>
 #include <vexil/platform/detail/Operation.h>
 #include <vexil/platform/detail/Watcher.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vexil/outline/matching/CrossMoves.h>
 #include <vexil/outline/matching/Identity.h>
+#include <vexil/outline/planning/CrossMoves.h>
 #include <vexil/outline/rows/RowWalk.h>
 
 #include <algorithm>

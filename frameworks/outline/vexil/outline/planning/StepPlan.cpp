@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vexil/outline/matching/StepPlan.h>
+#include <vexil/outline/planning/StepPlan.h>
 #include <vexil/outline/rows/RowStateFields.h>
 
 #include <algorithm>

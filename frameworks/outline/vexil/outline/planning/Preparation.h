@@ -3,11 +3,11 @@
 #pragma once
 
 #include <vexil/outline/changes/Journals.h>
-#include <vexil/outline/matching/CrossMoves.h>
 #include <vexil/outline/matching/Findings.h>
 #include <vexil/outline/matching/LevelMatch.h>
 #include <vexil/outline/matching/NewRows.h>
 #include <vexil/outline/matching/TreeReading.h>
+#include <vexil/outline/planning/CrossMoves.h>
 #include <vexil/outline/rows/RowsByItem.h>
 
 #include <cstddef>

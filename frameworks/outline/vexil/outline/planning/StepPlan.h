@@ -4,7 +4,7 @@
 
 #include <vexil/outline/OutlineUpdate.h>
 #include <vexil/outline/matching/Findings.h>
-#include <vexil/outline/matching/SumTree.h>
+#include <vexil/outline/planning/SumTree.h>
 
 #include <cstddef>
 #include <cstdint>
