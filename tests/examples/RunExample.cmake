@@ -1,0 +1,15 @@
+# Runs PROGRAM and compares what it prints with EXPECTED. OUTPUT is where that goes.
+execute_process(
+  COMMAND ${PROGRAM}
+  OUTPUT_FILE ${OUTPUT}
+  ERROR_VARIABLE errors
+  RESULT_VARIABLE status)
+if(NOT status EQUAL 0 OR NOT errors STREQUAL "")
+  message(SEND_ERROR "exit status ${status}: ${errors}")
+endif()
+execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${OUTPUT} ${EXPECTED}
+                RESULT_VARIABLE differs)
+if(differs)
+  execute_process(COMMAND diff -u ${EXPECTED} ${OUTPUT})
+  message(SEND_ERROR "the example does not print what is expected")
+endif()
