@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Installs a build, writes the files that the README shows, builds and runs them, and compares.
+"""Installs a build, writes the files that a page shows, builds and runs them, and compares.
 
-    check_readme.py README BUILD COMPILER SANITIZERS
+    check_page.py PAGE BUILD COMPILER SANITIZERS
+
+The page has one block each of cmake, cpp and text: CMakeLists.txt, main.cpp and what it prints.
 """
 import pathlib
 import re
@@ -14,7 +16,7 @@ import tempfile
 def block(text, language):
     found = re.findall(rf"^```{language}\n(.*?)^```$", text, re.DOTALL | re.MULTILINE)
     if len(found) != 1:
-        sys.exit(f"the README has {len(found)} blocks of {language} in place of one")
+        sys.exit(f"the page has {len(found)} blocks of {language} in place of one")
     return found[0]
 
 
@@ -26,8 +28,8 @@ def run(*command):
 
 
 def main():
-    readme, build, compiler, sanitizers = sys.argv[1:]
-    text = pathlib.Path(readme).read_text()
+    page, build, compiler, sanitizers = sys.argv[1:]
+    text = pathlib.Path(page).read_text()
     flags = f"-fsanitize={sanitizers}" if sanitizers else ""
     with tempfile.TemporaryDirectory() as directory:
         work = pathlib.Path(directory)
@@ -40,7 +42,7 @@ def main():
         run("cmake", "--build", work / "build")
         printed = run(work / "build" / "host")
         if printed != block(text, "text"):
-            sys.exit(f"the README promises\n{block(text, 'text')}\nand the program prints\n{printed}")
+            sys.exit(f"the page promises\n{block(text, 'text')}\nand the program prints\n{printed}")
 
 
 main()
