@@ -34,9 +34,9 @@ struct OutlineOptions {
 /// The rows that a view shows of a tree of items, in step with the tree but never in the middle of
 /// a change.
 ///
-///     Outline outline(list, {.outOfDate = [&] { loop.post([&] { view.apply(outline.update()); });
-///     }}); outline.update();          // the first one brings all rows list->setEvents(records);
-///     // the outline is out of date; its rows stay as they were
+///     Outline outline(list, {.outOfDate = [&] { loop.post(refresh); }});
+///     view.apply(outline.update());  // the first one brings all rows
+///     list->setEvents(records);      // the outline is out of date; its rows stay as they were
 ///
 /// Identity. A row is the same row as long as its parent row is the same and the item's `uniqueID`
 /// is. Among siblings that share one, the first is the same as the first was, the second as the
