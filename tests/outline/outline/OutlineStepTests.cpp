@@ -227,6 +227,33 @@ TEST(OutlineSteps, ARowThatHasMovedAwayIsNoChildOfItsOldParentWhereverThatMoves)
   EXPECT_EQ(&rowAt(outline, {2, 0}), m);
 }
 
+TEST(OutlineSteps, NoRowMovesToAnotherParentWhenTwoComeThatCouldBeIt) {
+  const auto root = test::root({group("a", {plainItem("x")}), group("b"), group("c")});
+  Outline outline(root);
+  (void)outline.update();
+  root->setChildren(
+      items({group("a"), group("b", {plainItem("x")}), group("c", {plainItem("x")})}));
+  for (const vexil::OutlineStep& step : outline.update().steps()) {
+    EXPECT_NE(step.kind, vexil::OutlineStep::Kind::moved);
+  }
+  EXPECT_EQ(textOf(outline), "a b[x] c[x]");
+}
+
+TEST(OutlineSteps, ARowThatMovesWithItsParentDoesNotMoveToAnother) {
+  // m and k move. The row x stays below m, though an item of its class comes below k.
+  const auto root = test::root({group("a", {group("m", {test::eventItem("x", "name")})}),
+                                group("b", {group("k")}), group("c")});
+  Outline outline(root);
+  (void)outline.update();
+  const vexil::OutlineRow* const x = &rowAt(outline, {0, 0, 0});
+  root->setChildren(items(
+      {group("a"), group("b"),
+       group("c", {group("m", {plainItem("x")}), group("k", {test::eventItem("x", "name")})})}));
+  (void)outline.update();
+  EXPECT_EQ(textOf(outline), "a b c[m[x] k[x]]");
+  EXPECT_EQ(&rowAt(outline, {2, 0, 0}), x);
+}
+
 TEST(OutlineSteps, RowsBelowAMovedRowMoveOnFromThere) {
   // The second g0 moves below the first one's new child; what was below the first moves into it.
   const auto root = test::root({group("g", {plainItem("x")}), group("g", {group("y")})});
