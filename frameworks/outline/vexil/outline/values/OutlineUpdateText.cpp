@@ -105,7 +105,8 @@ class UpdateText {
 
   [[nodiscard]] std::string difference(std::string_view name, const Value& before,
                                        const Value& after) const {
-    return ' ' + std::string(name) + '=' + _print(before) + "->" + _print(after);
+    std::string text = std::string(1, ' ').append(name).append(1, '=').append(_print(before));
+    return text.append("->").append(_print(after));  // then: a printer may number what it prints
   }
 
   [[nodiscard]] std::string textOfChange(const RowChange& change) const {

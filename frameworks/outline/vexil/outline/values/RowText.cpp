@@ -38,7 +38,8 @@ std::string textOfOccurrence(const RowState& row) {
 }
 
 std::string textOfRow(const RowState& row, const PrintValue& print) {
-  return textOfIdentity(row, print) + ' ' + print(row.label());
+  std::string text = textOfIdentity(row, print);  // first: a printer may number what it prints
+  return text.append(1, ' ').append(print(row.label()));
 }
 
 std::string textOfWholeRow(const RowState& row, const PrintValue& print) {
