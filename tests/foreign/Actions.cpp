@@ -61,6 +61,7 @@ void removeChildrenOfItem(World& world) {
 
 /// Changes the arrays themselves, without an announcement.
 void clearArrays(World& world) {
+  world.noteSilentChange();
   for (const auto& item : allOf(world)) {
     if (const auto children = item->children()) {
       const KRAVTWVItemArray removed = std::exchange(*children, {});
@@ -70,6 +71,7 @@ void clearArrays(World& world) {
 
 /// The same, but the number of items stays.
 void exchangeItems(World& world) {
+  world.noteSilentChange();
   for (const auto& item : allOf(world)) {
     const auto children = item->children();
     for (std::size_t i = 0; children && i < children->size(); ++i) {
@@ -111,6 +113,26 @@ void letGoOfObservers(World& world) {
   const auto itemsObserver = std::exchange(world.itemsObserver, nullptr);
 }
 
+void destroyOutline(World& world) {
+  const auto outline = std::exchange(world.outline, nullptr);
+  const auto set = std::exchange(world.rowSet, nullptr);
+}
+
+void updateOutline(World& world) {
+  world.updateOutline();
+}
+
+void applyStepOfOutline(World& world) {
+  world.prepareOutline();
+  if (world.outline) {
+    world.outline->applyNext();
+  }
+}
+
+void makeSecondOutline(World& world) {
+  world.makeSecondOutline();
+}
+
 void throwSomething(World& /*world*/) {
   throw Thrown();
 }
@@ -128,6 +150,10 @@ constexpr auto all = std::to_array<Action>({
     {"letGoOfItem", letGoOfItem},
     {"letGoOfObservers", letGoOfObservers},
     {"throw", throwSomething, true},
+    {"destroyOutline", destroyOutline, false, true},
+    {"updateOutline", updateOutline, false, true},
+    {"applyStepOfOutline", applyStepOfOutline, false, true},
+    {"makeSecondOutline", makeSecondOutline, false, true},
 });
 
 }  // namespace

@@ -14,6 +14,8 @@ struct Action {
   void (*perform)(World& world);
   /// Whether it throws. Then the operation must end with that exception.
   bool throws = false;
+  /// Whether it needs a scene with an outline.
+  bool isOfOutlines = false;
 };
 
 [[nodiscard]] std::span<const Action> actions();

@@ -40,6 +40,11 @@ End perform(const std::function<void()>& operation) {
   return End::returned;
 }
 
+/// Whether an exception out of the foreign code is logged and does not come through.
+bool isLogged(const Cell& cell) {
+  return cell.row->operation->logsExceptions || cell.site == Site::outlineCallback;
+}
+
 /// What is wrong after an operation with an action in it. Empty when nothing is.
 std::string problemOf(const Cell& cell, World& world) {
   std::function<void()> operation = cell.row->operation->prepare(world);
@@ -57,6 +62,10 @@ std::string problemOf(const Cell& cell, World& world) {
   operation = nullptr;  // lets go of the arguments
   if (Hook::acted() == 0) {
     return "the foreign code was not called, though it was when calls were counted";
+  }
+  if (cell.action->throws && isLogged(cell)) {
+    return end == End::thrown ? "an exception of the host came through that is to be logged"
+                              : world.verify().value_or("");
   }
   // If two exceptions are thrown, one comes through.
   const bool isAnother = end == End::refused && cell.row->isRefused;
@@ -113,7 +122,8 @@ template <class IsWanted>
 void addCells(std::vector<Cell>& cells, const Row& row, Site site, const Action& action,
               const IsWanted& isWanted) {
   const std::size_t calls = row.calls[static_cast<std::size_t>(site)];
-  if (calls == 0 || (action.throws && isDestructor(site))) {
+  if (calls == 0 || (action.throws && isDestructor(site)) ||
+      (action.isOfOutlines && !row.scene.isOutlined)) {
     return;
   }
   const std::size_t middle = (calls + 1) / 2;
@@ -154,19 +164,33 @@ std::vector<Cell> cellsOf(const std::vector<Row>& rows) {
   return cells;
 }
 
+namespace {
+
+/// The rows in which an action may run at a site.
+std::vector<const Row*> rowsFor(const Action& action, Site site, const std::vector<Row>& rows) {
+  std::vector<const Row*> all;
+  for (const Row& row : rows) {
+    if (row.calls[static_cast<std::size_t>(site)] > 0 &&
+        (row.scene.isOutlined || !action.isOfOutlines)) {
+      all.push_back(&row);
+    }
+  }
+  return all;
+}
+
+}  // namespace
+
 std::vector<Cell> tableOf(const std::vector<Row>& rows, std::uint32_t seed) {
   std::mt19937 random(seed);
   std::vector<Cell> cells;
   for (std::size_t i = 0; i < siteCount; ++i) {
     const Site site{static_cast<unsigned char>(i)};
-    std::vector<const Row*> reaching;
-    for (const Row& row : rows) {
-      if (row.calls[i] > 0) {
-        reaching.push_back(&row);
-      }
-    }
     for (const Action& action : actions()) {
-      for (std::size_t when = 0; when < 4 && !reaching.empty(); ++when) {
+      const std::vector<const Row*> reaching = rowsFor(action, site, rows);
+      // So that the table stays about as long, an action of outlines has one of the four cells.
+      const std::size_t first = action.isOfOutlines ? random() % 4 : 0;
+      const std::size_t end = action.isOfOutlines ? first + 1 : 4;
+      for (std::size_t when = first; when < end && !reaching.empty(); ++when) {
         const Row& row = *reaching[random() % reaching.size()];
         addCells(cells, row, site, action, [when](std::size_t asked) { return asked == when; });
       }

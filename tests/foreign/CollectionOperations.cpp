@@ -50,9 +50,7 @@ constexpr auto variations = std::to_array<Variation>({
     {"equal", [](World& world, MakeRecord make) { return listOf(world, firstEntries(), make); }},
     {"one changed",
      [](World& world, MakeRecord make) {
-       Entries entries = firstEntries();
-       entries[2].version = world.nextVersion();
-       return listOf(world, entries, make);
+       return listOf(world, oneChangedEntries(world.nextVersion()), make);
      }},
     {"all changed",
      [](World& world, MakeRecord make) {
@@ -60,22 +58,10 @@ constexpr auto variations = std::to_array<Variation>({
      }},
     {"mixed",
      [](World& world, MakeRecord make) {
-       Entries entries = firstEntries();
-       entries.erase(entries.begin() + 1);
-       entries[1].version = entries[4].version = world.nextVersion();
-       entries.insert(entries.begin(), {.number = 20, .name = 0});
-       entries.push_back({.number = 21});
-       entries.push_back({.number = 22, .name = 3});
-       return listOf(world, entries, make);
+       return listOf(world, mixedEntries(world.nextVersion()), make);
      }},
     {"reordered",
-     [](World& world, MakeRecord make) {
-       Entries reordered;
-       for (int number = lastNumber; number >= 0; --number) {
-         reordered.push_back({.number = number, .name = lastNumber - number});
-       }
-       return listOf(world, reordered, make);
-     }},
+     [](World& world, MakeRecord make) { return listOf(world, reorderedEntries(), make); }},
     {"replaced",
      [](World& world, MakeRecord make) { return listOf(world, entries(30, 36), make); }},
     {"without an identifier",
@@ -299,7 +285,10 @@ Scenes scenesOfCollections() {
   for (const Kind kind : {Kind::list, Kind::store, Kind::engine, Kind::groupedServices}) {
     for (const bool isHosted : {false, true}) {
       for (const bool isObserved : {false, true}) {
-        all.push_back({.kind = kind, .isObserved = isObserved, .isHosted = isHosted});
+        all.push_back({.kind = kind,
+                       .isObserved = isObserved,
+                       .isHosted = isHosted,
+                       .isOutlined = isObserved == isHosted});
       }
     }
   }

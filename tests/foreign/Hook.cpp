@@ -108,6 +108,7 @@ constexpr auto names = std::to_array<std::string_view>({
     "delegateInsertion",
     "delegateRemoval",
     "delegateReplacement",
+    "outlineCallback",
     "logSink",
 });
 static_assert(names.size() == siteCount);

@@ -121,6 +121,8 @@ enum class Site : unsigned char {
   delegateInsertion,
   delegateRemoval,
   delegateReplacement,
+  // outlines
+  outlineCallback,
   // the log
   logSink,
 };

@@ -31,6 +31,7 @@ constexpr auto families = std::to_array<Family>({
     {"collectionObservers", Site::observerRoot, Site::observerSortedServices},
     {"rootObservers", Site::observerWatchedRoot, Site::observerDelegate},
     {"delegates", Site::delegateSetting, Site::delegateReplacement},
+    {"outlines", Site::outlineCallback, Site::outlineCallback},
     {"log", Site::logSink, Site::logSink},
 });
 

@@ -14,13 +14,19 @@ std::vector<Scene> scenesOf(Kind kind, std::initializer_list<Place> places) {
                  .isHosted = isHosted,
                  .isLiteral = isLiteral};
   };
+  const auto outlined = [](Scene scene) {
+    scene.isOutlined = true;
+    return scene;
+  };
   std::vector<Scene> all;
   for (const Place place : places) {
     for (Scene each :
          {scene(Content::objects, false, false, false), scene(Content::objects, true, false, false),
-          scene(Content::objects, false, true, false), scene(Content::objects, true, true, false),
+          scene(Content::objects, false, true, false),
+          outlined(scene(Content::objects, false, false, false)),
+          outlined(scene(Content::objects, true, true, false)),
           scene(Content::plain, true, false, false),
-          scene(Content::identifiers, false, true, false),
+          outlined(scene(Content::identifiers, false, true, false)),
           scene(Content::identifiers, true, false, false),
           scene(Content::objects, true, false, true)}) {
       each.place = place;
@@ -38,6 +44,7 @@ std::vector<Scene> scenesOfItems() {
                    .content = content,
                    .isObserved = isObserved,
                    .isHosted = isHosted,
+                   .isOutlined = isObserved && isHosted,
                    .place = place});
   };
   // In full where all sorts of items have children; elsewhere alone, and with all there is.
@@ -60,14 +67,23 @@ std::vector<Scene> scenesOfItems() {
 }
 
 std::vector<Scene> scenesOfProperties() {
+  // An outline holds records, so that items do not let go of the last hold. Some have none.
   std::vector<Scene> all;
   for (const Kind kind : {Kind::list, Kind::store, Kind::engine, Kind::groupedServices}) {
     for (const Place place : {Place::row, Place::leaf}) {
-      all.push_back({.kind = kind, .isObserved = true, .isHosted = true, .place = place});
+      all.push_back({.kind = kind,
+                     .isObserved = true,
+                     .isHosted = true,
+                     .isOutlined = place == Place::leaf,
+                     .place = place});
     }
   }
   for (const Place place : {Place::firstLeaf, Place::lastLeaf}) {
-    all.push_back({.kind = Kind::engine, .isObserved = true, .isHosted = true, .place = place});
+    all.push_back({.kind = Kind::engine,
+                   .isObserved = true,
+                   .isHosted = true,
+                   .isOutlined = true,
+                   .place = place});
   }
   return all;
 }
@@ -93,6 +109,7 @@ const std::vector<OperationGroup>& operationGroups() {
     add("Services", addServices);
     add("Collections", addCollections);
     add("ItemsObservers", addItemsObservers);
+    add("Outlines", addOutlines);
     return groups;
   }();
   return all;

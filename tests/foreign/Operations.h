@@ -17,6 +17,8 @@ struct Operation {
   /// Makes the arguments, which the host holds while the operation runs, and returns the operation.
   /// The operation refers to what it works on without holding it.
   std::function<std::function<void()>(World&)> prepare;
+  /// Whether it logs the exceptions of a host, so that none comes through.
+  bool logsExceptions = false;
 };
 
 /// Operations on one subject.
@@ -43,6 +45,7 @@ void addEngine(std::vector<Operation>& all);
 void addServices(std::vector<Operation>& all);
 void addCollections(std::vector<Operation>& all);
 void addItemsObservers(std::vector<Operation>& all);
+void addOutlines(std::vector<Operation>& all);
 
 /// The scenes for one sort of tree, at these places.
 [[nodiscard]] std::vector<Scene> scenesOf(Kind kind, std::initializer_list<Place> places);

@@ -2,6 +2,7 @@
 #include "World.h"
 
 #include "Mirror.h"
+#include "OutlineCheck.h"
 
 #include <vexil/platform/Error.h>
 #include <vexil/platform/Log.h>
@@ -70,9 +71,34 @@ std::string Scene::name() const {
   text += std::string(" ") + contents[static_cast<std::size_t>(content)];
   text += isObserved ? " observed" : "";
   text += isHosted ? " hosted" : "";
+  text += isOutlined ? " outlined" : "";
   text += isLiteral ? " literal" : "";
   text += isEmpty ? " empty" : "";
   return text + " " + places[static_cast<std::size_t>(place)];
+}
+
+Entries oneChangedEntries(int version) {
+  Entries changed = firstEntries();
+  changed[2].version = version;
+  return changed;
+}
+
+Entries mixedEntries(int version) {
+  Entries mixed = firstEntries();
+  mixed.erase(mixed.begin() + 1);
+  mixed[1].version = mixed.back().version = version;
+  mixed.insert(mixed.begin(), {.number = 20, .name = 0});
+  mixed.push_back({.number = 21});
+  mixed.push_back({.number = 22, .name = 3});
+  return mixed;
+}
+
+Entries reorderedEntries() {
+  Entries reordered;
+  for (int number = lastNumber; number >= 0; --number) {
+    reordered.push_back({.number = number, .name = lastNumber - number});
+  }
+  return reordered;
 }
 
 Input inputOf(const Entries& entries, const Entries& domains, Content content) {
@@ -102,6 +128,10 @@ World::World(const Scene& theScene) : scene(theScene), _hostsBefore(livingHosts(
   delegate = std::make_shared<HostDelegate>();
   if (scene.isObserved) {
     watch();
+  }
+  if (scene.isOutlined) {
+    makeOutline();
+    updateOutline();
   }
   platform::setLogSink([](std::string_view /*line*/) { Hook::called(Site::logSink); });
 }
@@ -284,9 +314,52 @@ void World::refresh(const CollectionPointer& which) {
   changed.back().version = version;
   Entries domains = entries(1, 2);
   domains.front().version = version;
+  show(which, changed, domains);
+}
+
+void World::show(const CollectionPointer& which, const Entries& events, const Entries& domains) {
   // The caller of a refresh holds what it refreshes.
   const CollectionPointer held = which;
-  hand(*held, inputOf(changed, domains, scene.content));
+  hand(*held, inputOf(events, domains, scene.content));
+}
+
+void World::makeOutline() {
+  vexil::OutlineOptions options;
+  options.followsProperties = scene.isObserved;
+  options.outOfDate = [this] {
+    ++_callsOfOutline;
+    Hook::called(Site::outlineCallback);
+  };
+  outline = std::make_unique<vexil::Outline>(collection, std::move(options));
+}
+
+void World::beginUpdate() {
+  // What is left of an earlier update does not bring the outline up to date.
+  if (outline->nextStep() == nullptr) {
+    _callsOfOutline = 0;
+  }
+}
+
+void World::prepareOutline() {
+  if (outline) {
+    beginUpdate();
+    (void)outline->prepare();
+  }
+}
+
+void World::updateOutline() {
+  if (outline) {
+    beginUpdate();
+    (void)outline->update();
+  }
+}
+
+void World::makeSecondOutline() {
+  if (const ItemPointer root = collection ? collection->root() : nullptr) {
+    _rootOfSecondOutline = root;
+    secondOutline = std::make_unique<vexil::Outline>(root);
+    (void)secondOutline->update();
+  }
 }
 
 void World::hand(KRAVTWVItemsVexil& which, const Input& input) {
@@ -331,6 +404,9 @@ std::optional<std::string> World::verify() {
     return "an items observer threw when its root was cleared";
   }
   itemsObserver.reset();
+  if (auto error = verifyOutlineOfNothing()) {
+    return error;
+  }
   if (!collection) {
     collection = makeCollection();
     if (const auto root = _root.lock()) {
@@ -340,14 +416,24 @@ std::optional<std::string> World::verify() {
   if (!other) {
     return "the other collection is gone";
   }
+  if (scene.isOutlined && !outline) {
+    makeOutline();
+    updateOutline();
+  }
   for (const auto& which : {collection, other}) {
     if (auto error = verify(which)) {
       return (which == collection ? "the collection: " : "the other collection: ") + *error;
     }
   }
+  if (auto error = verifyOutlines()) {
+    return error;
+  }
   observers.clear();
   closures.clear();
   delegate.reset();
+  outline.reset();
+  secondOutline.reset();
+  rowSet.reset();
   item.reset();
   twin.reset();
   collection.reset();
@@ -391,6 +477,55 @@ std::optional<std::string> World::verify(const CollectionPointer& which) {
   }
   if (!succeeds([&] { auditor->setRoot(nullptr); })) {
     return "an items observer threw when its root was cleared after a refresh";
+  }
+  return std::nullopt;
+}
+
+/// The outline of a collection that is gone shows nothing.
+std::optional<std::string> World::verifyOutlineOfNothing() {
+  if (collection || !outline) {
+    return std::nullopt;
+  }
+  if (auto error = verify(*outline, nullptr)) {
+    return "the outline of a collection that is gone: " + *error;
+  }
+  outline.reset();
+  return std::nullopt;
+}
+
+std::optional<std::string> World::verifyOutlines() {
+  if (outline) {
+    if (outline->isOutOfDate() && _callsOfOutline == 0) {
+      return "the outline is out of date, and its callback was not called";
+    }
+    if (auto error = verify(*outline, collection->root())) {
+      return "the outline: " + *error;
+    }
+  }
+  if (secondOutline) {
+    if (auto error = verify(*secondOutline, _rootOfSecondOutline.lock())) {
+      return "the second outline: " + *error;
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> World::verify(vexil::Outline& which, const ItemPointer& root) const {
+  if (_hasSilentChanges) {
+    which.refreshAll();
+  }
+  which.applyRest();
+  (void)which.update();
+  if (which.isOutOfDate()) {
+    return "is out of date after an update";
+  }
+  if (auto difference = differenceOf(which, root)) {
+    return difference;
+  }
+  which.refreshAll();
+  const vexil::OutlineUpdate again = which.update();
+  if (!again.isEmpty()) {
+    return "is not up to date after an update:\n" + again.description();
   }
   return std::nullopt;
 }

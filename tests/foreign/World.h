@@ -10,8 +10,11 @@
 #include <vexil/KRAVTWVItemsObserver.h>
 #include <vexil/KRAVTWVItemsVexil.h>
 #include <vexil/order/LiteralRefresh.h>
+#include <vexil/outline/Outline.h>
+#include <vexil/outline/RowSet.h>
 #include <vexil/platform/Observing.h>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -33,6 +36,7 @@ struct Scene {
   Content content = Content::objects;
   bool isObserved = false;  ///< everything observable has observers
   bool isHosted = false;    ///< the host's own classes, where it can bring them in
+  bool isOutlined = false;  ///< the tree has an outline
   bool isLiteral = false;   ///< refreshes take no shorter way
   bool isEmpty = false;     ///< before the first list
   Place place = Place::row;
@@ -60,6 +64,12 @@ inline constexpr int lastNumber = 4;
 [[nodiscard]] inline Entries firstDomains() {
   return entries(0, 1);
 }
+/// The first entries with one in another version.
+[[nodiscard]] Entries oneChangedEntries(int version);
+/// Some of the first entries are gone, some are new, and some are in another version.
+[[nodiscard]] Entries mixedEntries(int version);
+/// The first entries from the last to the first, with names that sort like that.
+[[nodiscard]] Entries reorderedEntries();
 
 class World {
  public:
@@ -79,6 +89,9 @@ class World {
   std::shared_ptr<HostDelegate> delegate;
   std::vector<std::shared_ptr<HostObserver>> observers;  // one a site
   std::vector<vexil::platform::Observation> closures;
+  std::unique_ptr<vexil::Outline> outline;        // of `collection`; null if the scene has none
+  std::unique_ptr<vexil::Outline> secondOutline;  // of a root; null until an action makes it
+  std::unique_ptr<vexil::RowSet> rowSet;          // null until an operation makes it
 
   /// Registers the observer that calls a site. The world holds it.
   std::shared_ptr<HostObserver> observe(const std::shared_ptr<vexil::platform::Observable>& object,
@@ -90,6 +103,19 @@ class World {
 
   /// Has a collection show another list: some records go, some come, some are changed.
   void refresh(const CollectionPointer& which);
+
+  /// Has a collection show other entries.
+  void show(const CollectionPointer& which, const Entries& events, const Entries& domains);
+
+  /// Makes the outline of the collection.
+  void makeOutline();
+  /// These two do what the outline does of this name, and nothing when there is none.
+  void prepareOutline();
+  void updateOutline();
+  /// Makes a second outline, of the item that is the root now.
+  void makeSecondOutline();
+  /// Tells that an array was changed without an announcement. An outline need not know of that.
+  void noteSilentChange() { _hasSilentChanges = true; }
 
   /// Lets go of the item. Takes it out of its array, or out of the collection whose root it is,
   /// with the announcements for that.
@@ -113,13 +139,21 @@ class World {
   void watch();
   void watchItem(const ItemPointer& watched);
   [[nodiscard]] ItemPointer itemAtPlace(const KRAVTWVItemsVexil& which) const;
+  void beginUpdate();
   [[nodiscard]] std::optional<std::string> verify(const CollectionPointer& which);
+  [[nodiscard]] std::optional<std::string> verifyOutlineOfNothing();
+  [[nodiscard]] std::optional<std::string> verifyOutlines();
+  [[nodiscard]] std::optional<std::string> verify(vexil::Outline& which,
+                                                  const ItemPointer& root) const;
 
   std::optional<vexil::detail::LiteralRefresh> _literal;
   int _version = 0;
   bool _neededRemedy = false;
   std::weak_ptr<KRAVTWVItemVexil> _root;  // the first one of `collection`
   std::size_t _hostsBefore;
+  std::weak_ptr<KRAVTWVItemVexil> _rootOfSecondOutline;
+  std::size_t _callsOfOutline = 0;  // since the last update was asked for
+  bool _hasSilentChanges = false;
 };
 
 [[nodiscard]] const vexil::platform::ContextToken& context();

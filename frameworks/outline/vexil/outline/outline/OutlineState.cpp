@@ -220,7 +220,11 @@ void OutlineState::refuse() noexcept {
 /// Returns false when foreign code has changed the tree meanwhile.
 bool OutlineState::prepareOnce() {
   ManyWatches watches(shared_from_this(), ItemFields::childrenKey(), watching());
-  Preparation preparation({*_top, root(), _journals, _rowsByItem, _lastNumber, _version, watches});
+  // Taken out, because foreign code in the middle may announce more. If the preparation ends early,
+  // nothing is known any more.
+  const Journals journals = std::exchange(_journals, {});
+  _journals.mustCompareAll = true;
+  Preparation preparation({*_top, root(), journals, _rowsByItem, _lastNumber, _version, watches});
   try {
     preparation.run();
   } catch (const TreeChanged&) {
@@ -228,7 +232,6 @@ bool OutlineState::prepareOnce() {
     return false;
   } catch (const IdentityChanged&) {
     giveUp(preparation);
-    _journals.mustCompareAll = true;
     return false;
   } catch (...) {
     giveUp(preparation);
