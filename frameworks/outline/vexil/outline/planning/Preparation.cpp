@@ -225,6 +225,7 @@ void Preparation::removeAllBelow(OutlineRow& row) {
     level.gone.push_back({static_cast<std::uint32_t>(i), false, &child});
     _findings.left.push_back(RowFields::item(child));
   }
+  _levelsDone.push_back(&level);
 }
 
 /// Whether a row will be removed, itself or with one above it.
