@@ -5,6 +5,7 @@
 #include <vexil/outline/OutlineUpdate.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 
@@ -12,6 +13,8 @@ class KRAVTWVItemsVexil;
 class KRAVTWVItemVexil;
 
 namespace vexil {
+
+class RowSet;
 
 namespace detail {
 class OutlineState;
@@ -107,6 +110,11 @@ class Outline {
   void refreshAll();
 
  private:
+  friend class RowSet;
+  /// Counted up by each step that is applied; 0 when the outline is gone. The rows stay as long as
+  /// this is held and no step is applied.
+  [[nodiscard]] std::shared_ptr<const std::uint64_t> rowsVersion() const noexcept;
+
   std::shared_ptr<detail::OutlineState> _state;
 };
 

@@ -60,8 +60,9 @@ class OutlineRow {
   /// The child at a position; null when there is none. Logarithmic, mostly constant.
   [[nodiscard]] OutlineRow* child(std::size_t index) const noexcept;
   /// The child with an identifier, the one with this occurrence where several share it; null when
-  /// there is none. An absent identifier finds none. The first search in a level takes linear time,
-  /// and further ones constant time.
+  /// there is none. An absent identifier finds none. Objects in identifiers are asked for their
+  /// hash and their equality; the answer is null when they change the children meanwhile. The first
+  /// search in a level takes linear time, and further ones constant time.
   [[nodiscard]] OutlineRow* childWithUniqueID(const platform::Value& uniqueID,
                                               std::uint32_t occurrence = 0) const;
 

@@ -61,6 +61,8 @@ class RowSet {
   /// The rows of an outline that are in the set, in the order in which a view shows them: each
   /// before those below it. Takes time in proportion to the set and what `childWithUniqueID` takes.
   /// Where it looks for rows without identifiers, it looks once through all rows of that level.
+  /// When a host's object that is asked updates the outline, it begins anew. It finds no rows when
+  /// that happens again and again, or when the object destroys the outline.
   [[nodiscard]] std::vector<OutlineRow*> rowsOf(const Outline& outline) const;
 
   /// Makes the set follow rows that an update has moved to another parent, with everything below

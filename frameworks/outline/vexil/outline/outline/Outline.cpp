@@ -27,6 +27,10 @@ std::size_t Outline::rowCount() const noexcept {
   return _state->rowCount();
 }
 
+std::shared_ptr<const std::uint64_t> Outline::rowsVersion() const noexcept {
+  return {_state, &_state->rowsVersion()};
+}
+
 bool Outline::isOutOfDate() const noexcept {
   return _state->isOutOfDate();
 }

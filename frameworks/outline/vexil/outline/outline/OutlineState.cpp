@@ -55,6 +55,7 @@ std::shared_ptr<OutlineState> OutlineState::make(
 
 void OutlineState::close() noexcept {
   _isClosed = true;
+  _rowsVersion = 0;
   if (const auto collection = _collection.lock()) {
     ManyUnwatches(shared_from_this(), rootKey()).removeFrom(*collection);
   }
@@ -393,6 +394,7 @@ void OutlineState::applyNext() {
   std::vector<DetachedRow> removed;
   std::vector<RowState> states;
 
+  _rowsVersion += _isClosed ? 0 : 1;
   const OutlineStep& step = _update.steps()[_nextStep];
   StepRows& rows = _stepRows[_nextStep];
   RowList& children = RowFields::childrenForAdding(*rows.parent);

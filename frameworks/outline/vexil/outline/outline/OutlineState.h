@@ -34,6 +34,8 @@ class OutlineState : public platform::detail::Watcher,
   void close() noexcept;
 
   [[nodiscard]] OutlineRow& top() noexcept { return *_top; }
+  /// Counted up by each step that is applied; 0 when the outline is closed.
+  [[nodiscard]] const std::uint64_t& rowsVersion() const noexcept { return _rowsVersion; }
   [[nodiscard]] std::size_t rowCount() const noexcept { return _rowCount; }
   [[nodiscard]] bool isOutOfDate() const noexcept;
   void refreshAll();
@@ -90,6 +92,7 @@ class OutlineState : public platform::detail::Watcher,
   RowNumber _lastNumber = 0;
   RowsByItem _rowsByItem;
   Journals _journals;
+  std::uint64_t _rowsVersion = 1;
   std::uint64_t _version = 0;  // of the tree: counted up by each announcement
   bool _isOutOfDate = true;
   bool _mustCall = false;

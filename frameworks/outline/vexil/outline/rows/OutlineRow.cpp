@@ -38,20 +38,32 @@ void RowFields::destroy(OutlineRow* row) noexcept {
   }
 }
 
-RowIndex::RowIndex(const RowList& rows) {
-  _rows.reserve(rows.count());
+std::vector<RowIndex::Entry> RowIndex::entriesOf(const RowList& rows) {
+  std::vector<Entry> entries;
+  entries.reserve(rows.count());
   RowList::Reader rowAt(&rows);
   for (std::size_t i = 0; i < rows.count(); ++i) {
     OutlineRow& row = rowAt(i);
     if (!row.uniqueID().isAbsent()) {
-      _rows.emplace(Identity{row.uniqueID(), row.occurrence()}, &row);
+      entries.emplace_back(Identity{row.uniqueID(), row.occurrence()}, &row);
     }
   }
+  return entries;
+}
+
+void RowIndex::complete(const std::vector<Entry>& entries) {
+  const auto rows = std::make_shared<Rows>();
+  rows->reserve(entries.size());
+  for (const Entry& entry : entries) {
+    rows->insert(entry);
+  }
+  _rows = rows;
 }
 
 OutlineRow* RowIndex::find(const platform::Value& uniqueID, std::uint32_t occurrence) const {
-  const auto found = _rows.find(Identity{uniqueID, occurrence});
-  return found == _rows.end() ? nullptr : found->second;
+  const auto rows = _rows;
+  const auto found = rows->find(Identity{uniqueID, occurrence});
+  return found == rows->end() ? nullptr : found->second;
 }
 
 }  // namespace detail
@@ -80,8 +92,7 @@ OutlineRow* OutlineRow::child(std::size_t index) const noexcept {
 
 OutlineRow* OutlineRow::childWithUniqueID(const platform::Value& uniqueID,
                                           std::uint32_t occurrence) const {
-  return uniqueID.isAbsent() || childCount() == 0 ? nullptr
-                                                  : _children->index().find(uniqueID, occurrence);
+  return uniqueID.isAbsent() || childCount() == 0 ? nullptr : _children->find(uniqueID, occurrence);
 }
 
 }  // namespace vexil

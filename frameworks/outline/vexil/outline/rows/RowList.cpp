@@ -248,15 +248,22 @@ void RowList::mergeWithNext(std::size_t block) noexcept {
   renumber(block);
 }
 
-const RowIndex& RowList::index() const {
+OutlineRow* RowList::find(const platform::Value& uniqueID, std::uint32_t occurrence) const {
   if (!_index) {
-    _index = std::make_unique<RowIndex>(*this);
+    _index = std::make_shared<RowIndex>();
   }
-  return *_index;
+  const std::shared_ptr<RowIndex> index = _index;
+  if (!index->isComplete()) {
+    index->complete(RowIndex::entriesOf(*this));
+  }
+  OutlineRow* const row = index->find(uniqueID, occurrence);
+  return index->isCurrent() ? row : nullptr;  // foreign code may have destroyed the list
 }
 
 void RowList::dropIndex() noexcept {
-  _index.reset();
+  if (const auto index = std::exchange(_index, nullptr)) {
+    index->end();
+  }
 }
 
 }  // namespace vexil::detail

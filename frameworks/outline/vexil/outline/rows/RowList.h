@@ -2,6 +2,8 @@
 // Internal to the outline: the children of a row.
 #pragma once
 
+#include <vexil/platform/Value.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -68,9 +70,12 @@ class RowList {
   [[nodiscard]] std::uint64_t list() const noexcept { return _list; }
   void setList(std::uint64_t list) noexcept { _list = list; }
 
-  /// Finds rows by their identifiers. Made when it is first needed, and dropped when rows are
+  /// The row with an identifier and an occurrence; null when there is none. May run foreign code.
+  /// If that changes the list or destroys it, the answer is null.
+  ///
+  /// The rows are found in an index. It is made when it is first needed, and dropped when rows are
   /// inserted or taken out, or `dropIndex` is called.
-  [[nodiscard]] const RowIndex& index() const;
+  [[nodiscard]] OutlineRow* find(const platform::Value& uniqueID, std::uint32_t occurrence) const;
   void dropIndex() noexcept;
 
   /// Reads many positions, mostly ascending, in constant time each.
@@ -119,7 +124,7 @@ class RowList {
   OutlineRow* _owner;
   std::vector<std::unique_ptr<RowBlock>> _blocks;  // none is empty
   std::vector<std::uint32_t> _starts;              // of each block; empty for a single one
-  mutable std::unique_ptr<RowIndex> _index;
+  mutable std::shared_ptr<RowIndex> _index;
   std::uint64_t _list = 0;
   std::uint32_t _count = 0;
   bool _areDistinct = true;

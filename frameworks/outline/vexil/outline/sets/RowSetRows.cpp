@@ -6,9 +6,12 @@
 #include <vexil/outline/sets/RowTrie.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <map>
+#include <memory>
+#include <optional>
 #include <span>
 #include <utility>
 
@@ -47,19 +50,36 @@ struct Found {
   RowNodePointer node;
 };
 
+/// Whether the rows are those that they were at first.
+class RowsGuard {
+ public:
+  explicit RowsGuard(const std::uint64_t& version) : _version(version), _began(version) {}
+  [[nodiscard]] bool areUnchanged() const noexcept { return _version == _began; }
+
+ private:
+  const std::uint64_t& _version;
+  std::uint64_t _began;
+};
+
 /// The rows of a level that have a node below `node`, from the first to the last.
 class Level {
  public:
-  Level(const OutlineRow& parent, const RowNode& node) : _parent(parent) {
+  Level(const OutlineRow& parent, const RowNode& node, const RowsGuard& guard)
+      : _parent(parent), _guard(guard) {
     _nodes.reserve(node.below.size());
     for (const auto& [hash, child] : node.below) {
       _nodes.push_back(child);
     }
   }
 
-  std::vector<Found> rows() {
+  /// Nothing when a host's code has changed the rows.
+  std::optional<std::vector<Found>> rows() {
     for (RowNodePointer& node : _nodes) {
-      if (OutlineRow* const row = rowOf(node->identity)) {
+      OutlineRow* const row = rowOf(node->identity);
+      if (!_guard.areUnchanged()) {
+        return std::nullopt;
+      }
+      if (row != nullptr) {
         _found.push_back({row->index(), row, std::move(node)});
       }
     }
@@ -96,11 +116,32 @@ class Level {
   }
 
   const OutlineRow& _parent;
+  const RowsGuard& _guard;
   std::vector<RowNodePointer> _nodes;
   std::vector<Found> _found;
   std::map<std::pair<const void*, std::uint32_t>, OutlineRow*> _rowsOfItems;
   bool _isLookedThrough = false;
 };
+
+/// The rows below the top that are in a set. Nothing when a host's code has changed the rows.
+std::optional<std::vector<OutlineRow*>> rowsBelow(OutlineRow& top, const RowNodePointer& nodes,
+                                                  const RowsGuard& guard) {
+  std::vector<OutlineRow*> rows;
+  std::vector<Found> open = {{0, &top, nodes}};
+  while (!open.empty()) {
+    const Found next = std::move(open.back());
+    open.pop_back();
+    if (next.node->isIn) {
+      rows.push_back(next.row);
+    }
+    std::optional<std::vector<Found>> below = Level(*next.row, *next.node, guard).rows();
+    if (!below) {
+      return std::nullopt;
+    }
+    std::move(below->rbegin(), below->rend(), std::back_inserter(open));
+  }
+  return rows;
+}
 
 }  // namespace
 
@@ -140,18 +181,16 @@ bool RowSet::contains(const OutlineRow& row) const {
 }
 
 std::vector<OutlineRow*> RowSet::rowsOf(const Outline& outline) const {
-  std::vector<OutlineRow*> rows;
-  std::vector<Found> open = {{0, &outline.top(), heldTop()}};
-  while (!open.empty()) {
-    const Found next = std::move(open.back());
-    open.pop_back();
-    if (next.node->isIn) {
-      rows.push_back(next.row);
+  const auto version = outline.rowsVersion();
+  OutlineRow& top = outline.top();
+  const RowNodePointer nodes = heldTop();
+  constexpr int attempts = 5;
+  for (int attempt = 0; attempt < attempts && *version != 0; ++attempt) {
+    if (auto rows = rowsBelow(top, nodes, RowsGuard(*version))) {
+      return std::move(*rows);
     }
-    std::vector<Found> below = Level(*next.row, *next.node).rows();
-    std::move(below.rbegin(), below.rend(), std::back_inserter(open));
   }
-  return rows;
+  return {};
 }
 
 }  // namespace vexil
