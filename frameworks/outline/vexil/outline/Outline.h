@@ -59,8 +59,10 @@ struct OutlineOptions {
 /// level next changes and its count differs, or after `refreshAll`.
 ///
 /// Foreign code runs in updates only: kinds of a host are asked for what they show. It may do
-/// anything; when it changes the tree, the update begins anew. A getter that throws reads as absent
-/// or false, and that is logged.
+/// anything; when it changes the tree, the update begins anew, and when it changes it each time,
+/// the update is empty and the outline stays out of date. A getter that throws reads as absent or
+/// false, and that is logged. Only `std::bad_alloc` passes on, out of `update`, `prepare` and
+/// `applyNext`. The next update goes on from there.
 ///
 /// The outline refers to the collection and the tree weakly. When the root goes, the next update
 /// removes all rows. It may be destroyed at any time, also in its own callback. It belongs to one

@@ -104,12 +104,13 @@ void OutlineState::operationIsOver() noexcept {
   if (!std::exchange(_mustCall, false) || _isClosed || !_options.outOfDate) {
     return;
   }
-  const auto call = _options.outOfDate;  // a copy, because it may destroy the outline
+  _isCalling = true;
   try {
-    call();
+    _options.outOfDate();  // held by this object, also when it destroys the outline
   } catch (...) {
     logCaughtException("the callback of an outline");
   }
+  _isCalling = false;
 }
 
 bool OutlineState::isCollection(const Observable& object) const noexcept {
@@ -202,13 +203,19 @@ const OutlineUpdate& OutlineState::prepare() {
   _nextStep = 0;
   const auto self = shared_from_this();
   const Operation operation;
+  _mustCall = false;
   constexpr int attempts = 5;
   for (int attempt = 0; attempt < attempts; ++attempt) {
     if (prepareOnce()) {
       return _update;
     }
   }
-  refuse();  // the tree changes whenever it is read
+  // The tree changes whenever it is read. A callback that updates at once is not called for ever:
+  // then the next announcement calls it.
+  _mustCall = true;
+  if (!_isCalling) {
+    waitForEnd();
+  }
   return _update;
 }
 
@@ -234,11 +241,18 @@ bool OutlineState::prepareOnce() {
   } catch (const IdentityChanged&) {
     giveUp(preparation);
     return false;
+  }
+  // Where there is no memory, what is watched for nothing stays watched. It is not known what the
+  // last item was, and an item too many only costs a comparison.
+  try {
+    commit(preparation.findings());
   } catch (...) {
-    giveUp(preparation);
+    // Some rows refer to other items now, and the table may have rows that never will be.
+    _rowsByItem.clear();
+    _isTableLost = true;
+    _journals.mustCompareAll = true;
     throw;
   }
-  commit(preparation.findings());
   return true;
 }
 
@@ -247,12 +261,17 @@ void OutlineState::giveUp(const Preparation& preparation) {
   preparation.forEachItemWatchedForNothing([&](Item& item) { unwatches.removeFrom(item); });
 }
 
-void OutlineState::unwatch(const std::vector<std::weak_ptr<Item>>& items) {
-  ManyUnwatches unwatches(shared_from_this(), ItemFields::childrenKey());
-  for (const std::weak_ptr<Item>& reference : items) {
-    if (const auto item = reference.lock()) {
-      unwatches.removeFrom(*item);
+/// Where there is no memory for it, some items stay watched for nothing.
+void OutlineState::unwatch(const std::vector<std::weak_ptr<Item>>& items) noexcept {
+  try {
+    ManyUnwatches unwatches(shared_from_this(), ItemFields::childrenKey());
+    for (const std::weak_ptr<Item>& reference : items) {
+      if (const auto item = reference.lock()) {
+        unwatches.removeFrom(*item);
+      }
     }
+  } catch (...) {
+    // They make the outline out of date, and the update is empty.
   }
 }
 
@@ -261,7 +280,10 @@ void OutlineState::unwatch(const std::vector<std::weak_ptr<Item>>& items) {
 void OutlineState::commit(Findings& findings) {
   StepPlan plan(findings);
   PlannedSteps planned = plan.make();
-  unwatch(findings.left);
+  if (_isTableLost) {
+    addToTable(*_top);
+    _isTableLost = false;
+  }
   std::vector<OutlineRow*> newParents;
   for (LevelChange* const level : findings.levelsInOrder) {
     if (RowFields::children(*level->parent) == nullptr) {
@@ -311,6 +333,7 @@ void OutlineState::commit(Findings& findings) {
   _update = OutlineUpdate(std::move(planned.steps), rowsAfterwards);
   _stepRows = std::move(planned.rows);
   _nextStep = 0;
+  unwatch(findings.left);
 }
 
 void OutlineState::takeOverEqualEvents(Findings& findings) {
@@ -412,15 +435,26 @@ void OutlineState::applyNext() {
       rows.rows.clear();  // the list owns them now
       _rowCount += step.rowCount;
       break;
-    case OutlineStep::Kind::moved:
+    case OutlineStep::Kind::moved: {
       taken.reserve(step.count);
-      children.take(step.first, step.count, taken);
-      RowFields::childrenForAdding(*rows.newParent).insert(step.newFirst, taken);
+      states.reserve(step.newOccurrences.size());
       for (std::size_t i = 0; i < step.newOccurrences.size(); ++i) {
-        RowState& state = RowFields::state(*taken[i]);
-        state = RowStateFields::withOccurrence(state, step.newOccurrences[i]);
+        const OutlineRow& row = children.at(step.first + i);
+        states.push_back(RowStateFields::withOccurrence(row.state(), step.newOccurrences[i]));
+      }
+      RowList& newChildren = RowFields::childrenForAdding(*rows.newParent);
+      children.take(step.first, step.count, taken);
+      try {
+        newChildren.insert(step.newFirst, taken);
+      } catch (...) {
+        children.insert(step.first, taken);  // where they stood
+        throw;
+      }
+      for (std::size_t i = 0; i < states.size(); ++i) {
+        std::swap(RowFields::state(*taken[i]), states[i]);
       }
       break;
+    }
     case OutlineStep::Kind::changed:
       states.reserve(step.count);
       for (std::size_t i = 0; i < step.count; ++i) {

@@ -74,7 +74,7 @@ class OutlineState : public platform::detail::Watcher,
   [[nodiscard]] bool prepareOnce();
   void giveUp(const Preparation& preparation);
   void commit(Findings& findings);
-  void unwatch(const std::vector<std::weak_ptr<Item>>& items);
+  void unwatch(const std::vector<std::weak_ptr<Item>>& items) noexcept;
   static void takeOverEqualEvents(Findings& findings);
   void addToTable(OutlineRow& newRow);
   void removeFromTable(const Findings& findings);
@@ -91,11 +91,13 @@ class OutlineState : public platform::detail::Watcher,
   std::size_t _rowCount = 0;
   RowNumber _lastNumber = 0;
   RowsByItem _rowsByItem;
+  bool _isTableLost = false;  // the one above is empty, and must be filled anew
   Journals _journals;
   std::uint64_t _rowsVersion = 1;
   std::uint64_t _version = 0;  // of the tree: counted up by each announcement
   bool _isOutOfDate = true;
   bool _mustCall = false;
+  bool _isCalling = false;
   bool _isClosed = false;
 
   OutlineUpdate _update;

@@ -139,10 +139,11 @@ void CrossMoves::lookBelow(OutlineRow& newRow) {
       std::vector<OutlineRow*> taken;
       taken.reserve(1);
       RowFields::children(parent)->take(left, 1, taken);
+      DetachedRow newChild(taken.front());
       LevelChange& level = _findings->levelOf(parent);
       level.areDistinct = RowFields::children(parent)->areDistinct();
       level.come.push_back({static_cast<std::uint32_t>(i), true, false, nullptr});
-      move(*row, level, level.come.size() - 1, DetachedRow(taken.front()));
+      move(*row, level, level.come.size() - 1, std::move(newChild));
     }
   }
 }

@@ -6,19 +6,20 @@
 
 #include <exception>
 #include <string>
+#include <string_view>
 
 namespace vexil::detail {
 
 /// Logs the exception that is being handled, as that of `what`. Throws nothing, also when the sink
 /// of the log does. Must be called in a handler.
-inline void logCaughtException(const std::string& what) noexcept {
+inline void logCaughtException(std::string_view what) noexcept {
   try {
     try {
       throw;
     } catch (const std::exception& error) {
-      platform::log(what + " threw: " + error.what());
+      platform::log(std::string(what) + " threw: " + error.what());
     } catch (...) {
-      platform::log(what + " threw");
+      platform::log(std::string(what) + " threw");
     }
   } catch (...) {
     // There is nobody left to tell.

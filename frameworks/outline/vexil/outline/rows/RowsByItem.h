@@ -39,6 +39,8 @@ class RowsByItem {
     }
   }
 
+  void clear() noexcept { _rows.clear(); }
+
   template <class Visit>
   void forEachRowOf(const KRAVTWVItemVexil& item, const Visit& visit) const {
     const auto [begin, end] = _rows.equal_range(&item);

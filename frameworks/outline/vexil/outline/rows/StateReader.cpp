@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <new>
 #include <span>
 #include <typeinfo>
 #include <utility>
@@ -18,12 +19,15 @@ using platform::Value;
 
 namespace {
 
-/// What a getter returns. When it throws, that is logged, and the answer is absent or false.
+/// What a getter returns. When it throws, that is logged, and the answer is absent or false. Only
+/// that there is no memory passes on: the next update may have some.
 template <class Getter>
 auto asked(const KRAVTWVItemVexil& item, const char* what, const Getter& getter)
     -> decltype(getter()) {
   try {
     return getter();
+  } catch (const std::bad_alloc&) {
+    throw;
   } catch (...) {
     logCaughtException(item.className() + ": " + what);
   }
