@@ -95,6 +95,29 @@ TEST(OutlineSurvival, AnExceptionInTheMiddleOfAMerge) {
   EXPECT_FALSE(outline.isOutOfDate());
 }
 
+// The merge says that all identifiers differ, and so they do in its records. But it fails, because
+// a host has given an identifier to two items.
+TEST(OutlineSurvival, AnExceptionInTheMiddleOfAMergeOfRecords) {
+  const auto list = std::make_shared<KRAVTWVEventsVexil>();
+  const auto events = [](bool enabled) {
+    return records({eventRecord("a", "1", enabled), eventRecord("b", "2"), eventRecord("c", "3")});
+  };
+  list->setEvents(events(false));
+  for (const bool follows : {false, true}) {
+    list->rebuildRootChildren();
+    Outline outline(list, {.followsProperties = follows});
+    (void)outline.update();
+    const auto last = list->root()->children()->back();
+    last->setRepresentedObject(eventRecord("a", "9"));
+    EXPECT_THROW(list->setEvents(events(!follows)), platform::RangeError);
+    ASSERT_EQ(test::identifiers(*list->root()->children()), "[a, b, c, a]");
+    (void)outline.update();
+    EXPECT_EQ(textOf(outline), "a b c a#1");
+    EXPECT_EQ(rowAt(outline, {3}).item(), last);
+    list->root()->setChildren(items({}));
+  }
+}
+
 TEST(OutlineSurvival, AnObserverThatThrowsInTheMiddleOfAMerge) {
   const auto root = test::root({plainItem("a"), plainItem("b")});
   Outline outline(root);

@@ -192,9 +192,10 @@ TEST(OutlineWatching, DoesNotWatchWhatLeftByIndexes) {
   EXPECT_FALSE(outline.isOutOfDate());
 }
 
-TEST(OutlineWatching, WatchesAnItemThatReplacesOneOfTheSameIdentifier) {
-  const auto first = test::eventItem("a", "A");
-  const auto second = test::eventItem("a", "A");
+TEST(OutlineWatching, WatchesAnItemThatReplacesOneOfTheSameRecord) {
+  const Value record = eventRecord("a", "A");
+  const test::ItemPointer first = KRAVTWVEventVexil::itemWithEvent(record);
+  const test::ItemPointer second = KRAVTWVEventVexil::itemWithEvent(record);
   const auto root = test::root({first, plainItem("b")});
   Outline outline(root);
   (void)outline.update();

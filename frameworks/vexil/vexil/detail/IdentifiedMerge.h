@@ -2,6 +2,8 @@
 // Internal to the merge and to layers that watch it.
 #pragma once
 
+#include <cstdint>
+#include <exception>
 #include <memory>
 
 namespace vexil::platform {
@@ -43,6 +45,24 @@ class IdentifiedMerge {
   const platform::Observable* _receiver;
   const std::shared_ptr<const EventLineage>* _lineage;
   const IdentifiedMerge* _outer;
+};
+
+/// One lives while a merge takes children out and puts others in. When that fails, the receiver has
+/// some of its old children and some fresh ones. Then their identifiers need not differ, whatever
+/// was announced in an `IdentifiedMerge`.
+class MergeAttempt {
+ public:
+  MergeAttempt() noexcept : _exceptions(std::uncaught_exceptions()) {}
+  MergeAttempt(const MergeAttempt&) = delete;
+  MergeAttempt& operator=(const MergeAttempt&) = delete;
+  ~MergeAttempt() { failed += std::uncaught_exceptions() > _exceptions ? 1U : 0U; }
+
+  /// How many have ended with an exception on this thread.
+  [[nodiscard]] static std::uint64_t failures() noexcept { return failed; }
+
+ private:
+  static constinit inline thread_local std::uint64_t failed = 0;
+  int _exceptions;
 };
 
 }  // namespace vexil::detail

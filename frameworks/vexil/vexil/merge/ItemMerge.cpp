@@ -232,6 +232,7 @@ IndexSet ItemMerge::mergeUpToReplacement(Item& receiver, const Source& fresh) {
   if (!difference) {
     difference = readDifference(receiver, fresh, identifiers);
   }
+  const MergeAttempt attempt;
   auto& [vanished, appeared] = *difference;
   if (!vanished.empty() && remove(receiver, fresh, vanished)) {
     updateAppeared(fresh, identifiers.fresh, identifiers.old, appeared);

@@ -227,6 +227,9 @@ void OutlineState::refuse() noexcept {
 
 /// Returns false when foreign code has changed the tree meanwhile.
 bool OutlineState::prepareOnce() {
+  if (MergeAttempt::failures() != _failedMerges) {
+    _journals.mustCompareAll = true;  // what was announced as identified may not be
+  }
   ManyWatches watches(shared_from_this(), ItemFields::childrenKey(), watching());
   // Taken out, because foreign code in the middle may announce more. If the preparation ends early,
   // nothing is known any more.
@@ -328,6 +331,7 @@ void OutlineState::commit(Findings& findings) {
     level->come.clear();  // the steps own the new rows now
   }
   _journals.clear();
+  _failedMerges = MergeAttempt::failures();
   _isOutOfDate = false;
   _mustCall = false;
   _update = OutlineUpdate(std::move(planned.steps), rowsAfterwards);

@@ -94,7 +94,8 @@ class OutlineState : public platform::detail::Watcher,
   bool _isTableLost = false;  // the one above is empty, and must be filled anew
   Journals _journals;
   std::uint64_t _rowsVersion = 1;
-  std::uint64_t _version = 0;  // of the tree: counted up by each announcement
+  std::uint64_t _version = 0;       // of the tree: counted up by each announcement
+  std::uint64_t _failedMerges = 0;  // that were known at the last update
   bool _isOutOfDate = true;
   bool _mustCall = false;
   bool _isCalling = false;
