@@ -118,6 +118,28 @@ TEST(OutlineSurvival, AnExceptionInTheMiddleOfAMergeOfRecords) {
   }
 }
 
+TEST(OutlineSurvival, AnIdentifierThatIsSetTwiceBehindAMergeOfRecords) {
+  for (const bool follows : {false, true}) {
+    const auto list = std::make_shared<KRAVTWVEventsVexil>();
+    list->setEvents(records({eventRecord("a", "1"), eventRecord("b", "2"), eventRecord("c", "3")}));
+    Outline outline(list, {.followsProperties = follows});
+    (void)outline.update();
+    // All change their places, and so all are read. Then one gets the identifier of another.
+    list->setEvents(records({eventRecord("a", "6"), eventRecord("b", "5"), eventRecord("c", "4")}));
+    const auto& children = *list->root()->children();
+    ASSERT_EQ(test::identifiers(children), "[c, b, a]");
+    children[0]->setRepresentedObject(eventRecord("a", "4"));
+    (void)outline.update();
+    ASSERT_EQ(outline.rowCount(), 3U);
+    if (!follows) {
+      outline.refreshAll();  // nobody has told it
+      (void)outline.update();
+    }
+    EXPECT_EQ(textOf(outline), "a b a#1");
+    EXPECT_EQ(rowAt(outline, {2}).item(), children[2]);
+  }
+}
+
 TEST(OutlineSurvival, AnObserverThatThrowsInTheMiddleOfAMerge) {
   const auto root = test::root({plainItem("a"), plainItem("b")});
   Outline outline(root);

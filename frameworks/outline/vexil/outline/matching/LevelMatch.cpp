@@ -102,7 +102,8 @@ void LevelMatch::makeAll() {
 void LevelMatch::compareWhatChanged(const ItemJournal& journal) {
   // Identifiers are looked for among the rows that were touched. That will do when no other row
   // can have them.
-  const bool areKnownToBeDistinct = journal.isIdentified() && areRowsDistinct();
+  const bool areKnownToBeDistinct =
+      journal.isIdentified() && _context->areIdentifiersKnown && areRowsDistinct();
   const bool areSame =
       journal.come().empty() && (areKnownToBeDistinct || doDirtyOnesKeepIdentity(journal));
   if (!areKnownToBeDistinct && !areSame) {
@@ -449,6 +450,9 @@ void LevelMatch::finish() {
   removeFoundFromLoose();
   findOthers();
   _context->tree.requireUnchanged();
+  if (!_areAllCompared && _survivors.isAnyTwice()) {
+    throw IdentityChanged();  // children that were known to differ have one identifier by now
+  }
   std::ranges::sort(_found);
   removeFoundFromLoose();
   _survivors.decideWhoMoves();

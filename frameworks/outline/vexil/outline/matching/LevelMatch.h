@@ -37,6 +37,8 @@ class LevelMatch {
     std::function<void(OutlineRow&, const std::shared_ptr<Item>&, bool)> compareBelow;
     /// Whether it must be called with rows that cannot have children, too.
     bool isCalledForEachRow;
+    /// Whether a merge of records has set all identifiers.
+    bool areIdentifiersKnown;
   };
   LevelMatch(OutlineRow& parent, const std::shared_ptr<Item>& item, Context& context);
 

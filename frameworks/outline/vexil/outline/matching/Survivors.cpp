@@ -19,6 +19,18 @@ void Survivors::merge(Survivors others) {
   }
 }
 
+bool Survivors::isAnyTwice() const {
+  std::vector<Run> byOld;
+  if (!_isInOrder) {
+    byOld = _runs;
+    std::ranges::sort(byOld, {}, &Run::old);
+  }
+  const std::vector<Run>& runs = _isInOrder ? _runs : byOld;
+  return std::ranges::adjacent_find(runs, [](const Run& a, const Run& b) {
+           return a.old + a.count > b.old;
+         }) != runs.end();
+}
+
 void Survivors::decideWhoMoves() {
   if (_isInOrder) {
     return;

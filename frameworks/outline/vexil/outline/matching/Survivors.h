@@ -34,6 +34,9 @@ class Survivors {
   /// Adds others, which need be in no order among those that are there.
   void merge(Survivors others);
 
+  /// Whether a row was added more than once.
+  [[nodiscard]] bool isAnyTwice() const;
+
   /// Marks the runs that move: as few rows as possible, so that the others are in order.
   void decideWhoMoves();
 

@@ -24,7 +24,8 @@ Preparation::Preparation(const Input& input)
                [this](OutlineRow& row, const std::shared_ptr<Item>& item, bool isOther) {
                  compareBelow(row, item, isOther);
                },
-               input.rowsByItem.hasAllRows()},
+               input.rowsByItem.hasAllRows(),
+               !input.journals.areIdentifiersSet},
       _crossMoves(
           _findings,
           [this](OutlineRow& row, const std::shared_ptr<Item>& item) {
