@@ -247,6 +247,7 @@ void LevelMatch::examineDirty(std::size_t now, std::size_t old) {
   Child child{now, item, {}};
   if (isOther) {  // a host has put another item there
     _context->findings.left.push_back(RowFields::item(row));
+    watch(child);
   }
   child.identifier = _context->tree.uniqueIDOf(*child.item);
   child.occurrence = row.occurrence();  // as long as it stays where it is
