@@ -233,7 +233,8 @@ TEST(OutlineSteps, NoRowMovesToAnotherParentWhenTwoComeThatCouldBeIt) {
   (void)outline.update();
   root->setChildren(
       items({group("a"), group("b", {plainItem("x")}), group("c", {plainItem("x")})}));
-  for (const vexil::OutlineStep& step : outline.update().steps()) {
+  const auto update = outline.update();
+  for (const vexil::OutlineStep& step : update.steps()) {
     EXPECT_NE(step.kind, vexil::OutlineStep::Kind::moved);
   }
   EXPECT_EQ(textOf(outline), "a b[x] c[x]");
