@@ -76,6 +76,9 @@ class RandomScene {
     } catch (const std::exception& error) {
       _story.back() += std::string(" threw ") + error.what();
     }
+    if (_shares) {
+      unlessFollowed();
+    }
   }
 
  private:
@@ -325,14 +328,6 @@ class RandomScene {
     }
     const KRAVTWVItemArray all = allBelow(top);
     const auto item = all.size() > 70 ? top : _choices.oneOf(all);
-    struct AtEnd {
-      RandomScene& scene;
-      ~AtEnd() {
-        if (scene._shares) {
-          scene.unlessFollowed();
-        }
-      }
-    } const atEnd{*this};
     if (all.size() > 70) {
       tell("makes room");
       item->removeChildrenAtIndexes(

@@ -140,6 +140,21 @@ TEST(OutlineSurvival, AnIdentifierThatIsSetTwiceBehindAMergeOfRecords) {
   }
 }
 
+// A host sets the identifier of an item that has no row yet, so nobody hears of it. The merge has
+// said that all identifiers differ.
+TEST(OutlineSurvival, AnIdentifierThatIsSetTwiceBeforeThereIsARow) {
+  for (const bool follows : {false, true}) {
+    const auto list = std::make_shared<KRAVTWVEventsVexil>();
+    list->setEvents(records({eventRecord("a", "1"), eventRecord("b", "2")}));
+    Outline outline(list, {.followsProperties = follows});
+    (void)outline.update();
+    list->setEvents(records({eventRecord("a", "1"), eventRecord("b", "2"), eventRecord("c", "3")}));
+    list->root()->children()->back()->setRepresentedObject(eventRecord("a", "3"));
+    (void)outline.update();
+    EXPECT_EQ(textOf(outline), "a b a#1");
+  }
+}
+
 TEST(OutlineSurvival, AnObserverThatThrowsInTheMiddleOfAMerge) {
   const auto root = test::root({plainItem("a"), plainItem("b")});
   Outline outline(root);
@@ -274,6 +289,20 @@ TEST(OutlineSurvival, TheRootOfACollectionIsTakenAway) {
   items->setRoot(test::root({plainItem("c")}));
   (void)outline.update();
   EXPECT_EQ(textOf(outline), "c");
+}
+
+TEST(OutlineSurvival, TheRootIsTakenAwayAfterARowHasChanged) {
+  const auto items = std::make_shared<KRAVTWVItemsVexil>();
+  const auto changed = plainItem("b");
+  items->setRoot(test::root({group("a", {changed})}));
+  Outline outline(items, {.followsProperties = true});
+  (void)outline.update();
+  changed->setLabel("new");
+  items->setRoot(nullptr);
+  EXPECT_EQ(test::updated(outline),
+            "update steps=1 rows=2 of 0\n"
+            "removed 0 of #0\n"
+            "  #1 \"a\" \"label\"");
 }
 
 TEST(OutlineSurvival, TheItemThatItFollowsIsGone) {

@@ -36,21 +36,6 @@ TEST(OutlineRoot, ShowsTheSameRootAgainAfterThereWasNone) {
   EXPECT_EQ(outline.update().rowsTouched(), 1U) << "it is watched again";
 }
 
-TEST(OutlineRoot, GoesTogetherWithARowThatHasGotAnotherIdentifier) {
-  const auto list = listOfOne();
-  const auto group = KRAVTWVGroupVexil::itemWithLabelUniqueID("Group", "before");
-  list->root()->setChildren(std::make_shared<KRAVTWVItemArray>(KRAVTWVItemArray{group}));
-  Outline outline(list, {.followsProperties = true});
-  (void)outline.update();
-  ASSERT_EQ(outline.rowCount(), 1U);
-
-  group->setUniqueID("after");
-  list->setRoot(nullptr);
-  EXPECT_EQ(outline.update().rowsTouched(), 1U);
-  EXPECT_EQ(outline.rowCount(), 0U);
-  EXPECT_FALSE(outline.isOutOfDate());
-}
-
 TEST(OutlineUpdate, OfAnOperationInProgressSaysHowManyRowsAreShown) {
   const auto list = listOfOne();
   Outline outline(list);

@@ -19,14 +19,11 @@ struct Journals {
   std::unordered_set<const Item*> withProperties;
   /// Whether every row must be compared.
   bool mustCompareAll = false;
-  /// Whether a property was set that no change of children was for. It may be an identifier.
-  bool areIdentifiersSet = false;
 
   void clear() {
     ofItems.clear();
     withProperties.clear();
     mustCompareAll = false;
-    areIdentifiersSet = false;
   }
 };
 

@@ -102,18 +102,15 @@ void LevelMatch::makeAll() {
 void LevelMatch::compareWhatChanged(const ItemJournal& journal) {
   // Identifiers are looked for among the rows that were touched. That will do when no other row
   // can have them.
-  const bool areKnownToBeDistinct =
-      journal.isIdentified() && _context->areIdentifiersKnown && areRowsDistinct();
-  const bool areSame =
-      journal.come().empty() && (areKnownToBeDistinct || doDirtyOnesKeepIdentity(journal));
-  if (!areKnownToBeDistinct && !areSame) {
+  _areKnownToDiffer = journal.isIdentified() && areRowsDistinct();
+  if (!_areKnownToDiffer && (!journal.come().empty() || !doDirtyOnesKeepIdentity(journal))) {
     compareAll();
     return;
   }
   _areDistinct = areRowsDistinct();
   // The rows must stand for the list before.
   const EventLineage* const lineage = journal.lineage();
-  if (areKnownToBeDistinct && lineage != nullptr && _rows != nullptr && _rows->list() != 0 &&
+  if (_areKnownToDiffer && lineage != nullptr && _rows != nullptr && _rows->list() != 0 &&
       _rows->list() == lineage->listBefore && _oldCount == lineage->countBefore &&
       TreeReading::childCount(*_item) == lineage->origins.size()) {
     _lineage = lineage;
@@ -202,6 +199,7 @@ void LevelMatch::goThroughCome(const platform::IndexSet::Range& range) {
   for (std::size_t now = range.first; now < range.end(); ++now) {
     TreeReading::prefetch(*_item, now);
     Child child{now, TreeReading::child(*_item, now), {}};
+    requireRecordOfList(*child.item, now);
     watch(child);
     child.identifier = _context->tree.uniqueIDOf(*child.item);
     child.isKnownNew = _lineage != nullptr;
@@ -227,12 +225,28 @@ void LevelMatch::goThroughKept(std::size_t now, std::size_t old, std::size_t cou
     now = cleanEnd;
     for (; isAnyDirty && now < std::min(end, _dirty->end()); ++now, ++old) {
       TreeReading::prefetch(*_item, now);
+      requireRecordOfList(*TreeReading::child(*_item, now), now);
       if (_lineage != nullptr) {
         examineByLineage(now, old);
       } else {
         examineDirty(now, old);
       }
     }
+  }
+}
+
+/// Where a merge of records tells that identifiers differ, a host may have given an item another
+/// one since. Then the item does not refer to a record of the list any more.
+void LevelMatch::requireRecordOfList(const Item& item, std::size_t now) const {
+  if (!_areKnownToDiffer) {
+    return;
+  }
+  const RecordAddress record = ItemFields::equalRecord(item);
+  const bool isOfList = _lineage == nullptr
+                            ? record.list() != 0
+                            : record.list() == _lineage->list && record.place() == now;
+  if (!isOfList || !ItemFields::isPlainEvent(item)) {
+    throw IdentityChanged();
   }
 }
 

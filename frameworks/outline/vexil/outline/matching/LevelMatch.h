@@ -37,8 +37,6 @@ class LevelMatch {
     std::function<void(OutlineRow&, const std::shared_ptr<Item>&, bool)> compareBelow;
     /// Whether it must be called with rows that cannot have children, too.
     bool isCalledForEachRow;
-    /// Whether a merge of records has set all identifiers.
-    bool areIdentifiersKnown;
   };
   LevelMatch(OutlineRow& parent, const std::shared_ptr<Item>& item, Context& context);
 
@@ -68,6 +66,7 @@ class LevelMatch {
   void examineDirty(std::size_t now, std::size_t old);
   void examineByLineage(std::size_t now, std::size_t old);
   void prefetchForLineage(std::size_t now) const;
+  void requireRecordOfList(const Item& item, std::size_t now) const;
   [[nodiscard]] std::vector<bool> watchOthers();
   void watch(Child& child);
   [[nodiscard]] bool hasMovedAway(std::size_t old) const;
@@ -93,6 +92,7 @@ class LevelMatch {
   std::vector<std::size_t> _movedAway;     // positions before, of rows that move to other parents
   bool _areAllCompared = false;            // and so each row accounts for its item
   bool _areDistinct = true;                // the children now
+  bool _areKnownToDiffer = false;          // those of their identifiers that a list of records has
   const EventLineage* _lineage = nullptr;  // says which row is whose, if it is there
   Ranges::const_iterator _dirty;           // the next range that is dirty, and their end
   Ranges::const_iterator _dirtyEnd;

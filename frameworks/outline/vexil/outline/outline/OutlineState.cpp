@@ -137,7 +137,6 @@ ItemJournal& OutlineState::journalOf(const Observable& object) {
 template <class Note>
 void OutlineState::note(const Observable& object, const Note& note) noexcept {
   if (!isCollection(object)) {
-    _openChanges -= _openChanges == 0 ? 0 : 1;
     try {
       note(journalOf(object));
     } catch (...) {
@@ -151,7 +150,6 @@ void OutlineState::willChange(const Observable& object, const ChangeRecord&) noe
   if (isCollection(object)) {
     return;
   }
-  ++_openChanges;
   try {
     journalOf(object).begin();
   } catch (...) {
@@ -174,7 +172,6 @@ void OutlineState::didSet(const Observable& object, const Key& key) noexcept {
   if (key == parentKey || isCollection(object)) {
     return;
   }
-  _journals.areIdentifiersSet = _journals.areIdentifiersSet || _openChanges == 0;
   try {
     _journals.withProperties.insert(static_cast<const Item*>(&object));
   } catch (...) {

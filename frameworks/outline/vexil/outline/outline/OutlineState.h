@@ -95,7 +95,6 @@ class OutlineState : public platform::detail::Watcher,
   Journals _journals;
   std::uint64_t _rowsVersion = 1;
   std::uint64_t _version = 0;       // of the tree: counted up by each announcement
-  std::size_t _openChanges = 0;     // of children, that have begun and not ended
   std::uint64_t _failedMerges = 0;  // that were known at the last update
   bool _isOutOfDate = true;
   bool _mustCall = false;

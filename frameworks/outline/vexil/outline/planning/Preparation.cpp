@@ -24,8 +24,7 @@ Preparation::Preparation(const Input& input)
                [this](OutlineRow& row, const std::shared_ptr<Item>& item, bool isOther) {
                  compareBelow(row, item, isOther);
                },
-               input.rowsByItem.hasAllRows(),
-               !input.journals.areIdentifiersSet},
+               input.rowsByItem.hasAllRows()},
       _crossMoves(
           _findings,
           [this](OutlineRow& row, const std::shared_ptr<Item>& item) {
