@@ -213,7 +213,9 @@ class NaiveRefresh {
           return before(*other.second) == nullptr && place->isBelow(*other.second) &&
                  after(*other.first) == nullptr;
         });
-        if (after(*row) == nullptr && before(*place) == nullptr && !isBelowAnother) {
+        const bool isOfOneParent = before(*place->parent) == row->parent;
+        if (after(*row) == nullptr && before(*place) == nullptr && !isBelowAnother &&
+            !isOfOneParent) {
           found.emplace_back(row, place);
         }
       }

@@ -5,6 +5,7 @@
 //     one: did removal {1-2}
 //     one: drop removal {1-2}
 //     one: set label
+//     one: end
 //
 // A recorder that is given a name for objects writes "will root removal {1-2}".
 #pragma once
@@ -55,6 +56,9 @@ class WatchRecorder : public vexil::platform::detail::Watcher {
   void didSet(const vexil::platform::Observable& object,
               const vexil::platform::Key& key) noexcept override {
     tell("set " + nameBefore(object) + std::string(key.text()));
+  }
+  void didEnd(const vexil::platform::Observable& object) noexcept override {
+    tell(nameBefore(object) + "end");
   }
 
  private:

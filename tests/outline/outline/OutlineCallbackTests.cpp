@@ -170,6 +170,62 @@ TEST(OutlineCallback, AlsoWhenTheRefusedUpdateHadNothingToDo) {
   EXPECT_FALSE(outline.isOutOfDate());
 }
 
+// Or the later changes would reach the host before the earlier ones.
+TEST(OutlineCallback, NotForAChangeThatTheUpdateItselfTakesIn) {
+  const auto root = test::root({plainItem("a")});
+  int calls = 0;
+  Outline outline(root, {.outOfDate = [&] { ++calls; }});
+  root->children()->front()->setChildren(
+      items({KRAVTWVItemVexil::itemWithRepresentedObject(platform::Value(test::atEnd([&] {
+        root->setChildren(items({plainItem("c"), plainItem("d")}));
+      })))}));
+  (void)outline.update();
+  root->setChildren(items({plainItem("b")}));
+  EXPECT_EQ(calls, 1);
+  const auto update = outline.update();
+  EXPECT_EQ(calls, 1);
+  EXPECT_FALSE(outline.isOutOfDate());
+  EXPECT_EQ(textOf(outline), "c d");
+  EXPECT_EQ(update.rowsAfterwards(), 2U);
+  EXPECT_EQ(update.steps().size(), 4U);  // a goes, b comes and goes, c and d come
+}
+
+TEST(OutlineCallback, NotForAChangeThatCameAfterTheUpdateWasPrepared) {
+  const auto root = test::root({plainItem("a")});
+  int calls = 0;
+  Outline outline(root, {.outOfDate = [&] { ++calls; }});
+  (void)outline.prepare();
+  root->setChildren(items({plainItem("a"), plainItem("b")}));
+  EXPECT_EQ(calls, 1);
+  const auto update = outline.update();
+  EXPECT_EQ(textOf(outline), "a b");
+  EXPECT_FALSE(outline.isOutOfDate());
+  EXPECT_EQ(update.steps().size(), 2U);
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(OutlineCallback, WhenTheItemThatItFollowsIsDestroyed) {
+  auto root = test::root({plainItem("a")});
+  int calls = 0;
+  Outline outline(root, {.outOfDate = [&] { ++calls; }});
+  (void)outline.update();
+  root.reset();
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(OutlineCallback, WhenTheCollectionIsDestroyedAndItsRootIsNot) {
+  auto list = std::make_shared<KRAVTWVEventsVexil>();
+  list->setEvents(records({eventRecord("a", "A")}));
+  const auto root = list->root();
+  int calls = 0;
+  Outline outline(list, {.outOfDate = [&] { ++calls; }});
+  (void)outline.update();
+  list.reset();
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(outline.update().rowsTouched(), 1U);
+  EXPECT_EQ(outline.rowCount(), 0U);
+}
+
 TEST(OutlineCallback, MayDestroyTheOutline) {
   const auto root = test::root();
   std::unique_ptr<Outline> outline;

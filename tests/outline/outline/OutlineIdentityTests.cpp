@@ -183,6 +183,25 @@ TEST(OutlineIdentity, ARowBelowAnotherParentIsAnotherRow) {
   EXPECT_NE(rowAt(outline, {0, 0}).number(), rowAt(outline, {1, 0}).number());
 }
 
+// Its parent moves, and so does the first of two siblings, elsewhere. The second is the first now.
+TEST(OutlineIdentity, AnotherOccurrenceBelowTheSameParentIsAnotherRow) {
+  const auto groupX = group("x");
+  const auto parent = group("m", {test::eventItem("x", "event"), groupX});
+  const auto root = test::root({group("r"), group("p", {parent}), group("q")});
+  Outline outline(root);
+  (void)outline.update();
+  ASSERT_EQ(textOf(outline), "r p[m[x x#1]] q");
+  OutlineRow* const event = &rowAt(outline, {1, 0, 0});
+  OutlineRow* const row = &rowAt(outline, {1, 0});
+  parent->setChildren(items({groupX}));
+  root->setChildren(
+      items({group("r", {test::eventItem("x", "event")}), group("p"), group("q", {parent})}));
+  (void)outline.update();
+  EXPECT_EQ(textOf(outline), "r[x] p q[m[x]]");
+  EXPECT_EQ(&rowAt(outline, {0, 0}), event);
+  EXPECT_EQ(&rowAt(outline, {2, 0}), row);
+}
+
 TEST(OutlineIdentity, ARowThatReturnsGetsANewNumber) {
   const auto root = test::root({plainItem("a")});
   Outline outline(root);

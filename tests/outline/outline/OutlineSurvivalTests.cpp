@@ -225,22 +225,12 @@ TEST(OutlineSurvival, TheOutlineIsDestroyedWithStepsThatWereNotApplied) {
 }
 
 TEST(OutlineSurvival, AnObjectThatUpdatesWhenItIsDestroyed) {
-  class AtEnd : public platform::Object {
-   public:
-    explicit AtEnd(std::function<void()> then) : _then(std::move(then)) {}
-    ~AtEnd() override { _then(); }
-    [[nodiscard]] bool isEqual(const Object& other) const override { return this == &other; }
-    [[nodiscard]] std::size_t hash() const override { return 1; }
-
-   private:
-    std::function<void()> _then;
-  };
   // The steps hold what they name. What is below a row that is removed is destroyed with it.
   const auto root = test::root({group("a")});
   Outline outline(root);
   int ends = 0;
   root->children()->front()->setChildren(
-      items({KRAVTWVItemVexil::itemWithRepresentedObject(Value(std::make_shared<AtEnd>([&] {
+      items({KRAVTWVItemVexil::itemWithRepresentedObject(Value(test::atEnd([&] {
         ++ends;
         EXPECT_TRUE(outline.update().isEmpty());
         EXPECT_TRUE(outline.nextStep() == nullptr || !outline.prepare().isEmpty());

@@ -79,6 +79,23 @@ inline void edit(const ItemPointer& item, const std::function<void(KRAVTWVItemAr
   item->didChangeValueForKey(std::move(pending));
 }
 
+/// An object that does something when it is destroyed.
+inline std::shared_ptr<vexil::platform::Object> atEnd(std::function<void()> then) {
+  class AtEnd : public vexil::platform::Object {
+   public:
+    explicit AtEnd(std::function<void()> then) : _then(std::move(then)) {}
+    AtEnd(const AtEnd&) = delete;
+    AtEnd& operator=(const AtEnd&) = delete;
+    ~AtEnd() override { _then(); }
+    [[nodiscard]] bool isEqual(const Object& other) const override { return this == &other; }
+    [[nodiscard]] std::size_t hash() const override { return 1; }
+
+   private:
+    std::function<void()> _then;
+  };
+  return std::make_shared<AtEnd>(std::move(then));
+}
+
 /// Does something in each notice.
 class NoticeAction : public vexil::platform::Observer {
  public:

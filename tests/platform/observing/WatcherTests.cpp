@@ -292,6 +292,29 @@ TEST_F(AWatcher, IsToldNothingByAnObjectThatIsBeingDestroyed) {
   EXPECT_EQ(heard(), Lines{});
 }
 
+TEST_F(AWatcher, OfTheEndIsToldOnlyThat) {
+  watch(*shelf, one, books, Watching::end);
+  watch(*shelf, two, books);
+  EXPECT_FALSE(shelf->isObserved());
+  shelf->setLabel("a");
+  EXPECT_EQ(heard(), Lines{});
+  shelf->insertBook(0, "a");
+  EXPECT_EQ(heard(), (Lines{"two: will insertion {0}", "two: did insertion {0}"}));
+  bool wasInProgress = false;
+  one->then = [&] { wasInProgress = Operation::isInProgress(); };
+  shelf.reset();
+  EXPECT_EQ(heard(), Lines{"one: end"});
+  EXPECT_TRUE(wasInProgress);
+}
+
+TEST_F(AWatcher, OfTheEndMayWithdraw) {
+  watch(*shelf, one, label, Watching::end);
+  watch(*shelf, two, label, Watching::end);
+  unwatch(*shelf, one, label);
+  shelf.reset();
+  EXPECT_EQ(heard(), Lines{"two: end"});
+}
+
 // --- what it costs
 
 TEST_F(AWatcher, CostsNoMemoryForSettingsOfOtherKeys) {

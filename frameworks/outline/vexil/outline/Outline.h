@@ -31,6 +31,9 @@ struct OutlineOptions {
   /// which to update; `update` may also be called at once. Called again when an update was asked
   /// for in the middle of an operation and could not be made. It may do anything, also destroy the
   /// outline. An exception out of it is logged.
+  ///
+  /// When foreign code that runs in an update changes the tree, the update takes that in. When it
+  /// does so again and again, this is called before that `update` returns.
   std::function<void()> outOfDate = {};
 };
 
@@ -64,9 +67,9 @@ struct OutlineOptions {
 /// false, and that is logged. Only `std::bad_alloc` passes on, out of `update`, `prepare` and
 /// `applyNext`. The next update goes on from there.
 ///
-/// The outline refers to the collection and the tree weakly. When the root goes, the next update
-/// removes all rows. It may be destroyed at any time, also in its own callback. It belongs to one
-/// thread at a time, the tree's.
+/// The outline refers to the collection and the tree weakly. When the collection or the item that
+/// it follows is destroyed, it is out of date, and the next update removes all rows. It may be
+/// destroyed at any time, also in its own callback. It belongs to one thread at a time, the tree's.
 ///
 /// Cost. An announcement takes time in proportion to its ranges of indexes, an update in proportion
 /// to what was announced. Making a row takes less time than making its item, and a row takes about
@@ -91,7 +94,8 @@ class Outline {
   /// Whether an update might have steps. True at first.
   [[nodiscard]] bool isOutOfDate() const noexcept;
 
-  /// `prepare`, and then `applyRest`. Returns what was applied.
+  /// Applies the steps that are left of a `prepare`, and then prepares and applies all that is out
+  /// of date. Returns what was applied. Empty in the middle of an operation of the library.
   OutlineUpdate update();
 
   /// Finds out what has to be done, and changes no row yet. The update stays the same until all its

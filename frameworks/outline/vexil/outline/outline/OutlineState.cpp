@@ -26,6 +26,15 @@ const Key& rootKey() {
   return key;
 }
 
+/// Names the registration for the end of an object.
+const Key& endKey() {
+  static const Key key("outline.end");
+  return key;
+}
+
+/// How often an update begins anew when the tree changes meanwhile.
+constexpr int attempts = 5;
+
 }  // namespace
 
 // --- life
@@ -41,7 +50,7 @@ std::shared_ptr<OutlineState> OutlineState::make(
   if (!collection && !root) {
     throw platform::InvalidArgument("an outline needs a collection or an item to follow");
   }
-  const std::shared_ptr<OutlineState> state(new OutlineState(std::move(options)));
+  std::shared_ptr<OutlineState> state(new OutlineState(std::move(options)));
   state->_root = root;
   state->_journals.mustCompareAll = true;
   (void)RowFields::childrenForAdding(*state->_top);
@@ -49,6 +58,9 @@ std::shared_ptr<OutlineState> OutlineState::make(
     state->_collection = collection;
     state->_collectionAddress = collection.get();
     ManyWatches(state, rootKey(), Watching::oneKey).addTo(*collection);
+    ManyWatches(state, endKey(), Watching::end).addTo(*collection);
+  } else {
+    ManyWatches(state, endKey(), Watching::end).addTo(*root);
   }
   return state;
 }
@@ -58,6 +70,7 @@ void OutlineState::close() noexcept {
   _rowsVersion = 0;
   if (const auto collection = _collection.lock()) {
     ManyUnwatches(shared_from_this(), rootKey()).removeFrom(*collection);
+    ManyUnwatches(shared_from_this(), endKey()).removeFrom(*collection);
   }
   // Registrations on items end with this object.
 }
@@ -72,10 +85,6 @@ std::shared_ptr<KRAVTWVItemVexil> OutlineState::root() const {
 
 Watching OutlineState::watching() const noexcept {
   return _options.followsProperties ? Watching::everyKey : Watching::oneKey;
-}
-
-bool OutlineState::isOutOfDate() const noexcept {
-  return _isOutOfDate || (_rowCount != 0 && RowFields::item(*_top).expired());
 }
 
 OutlineState::~OutlineState() {
@@ -180,6 +189,10 @@ void OutlineState::didSet(const Observable& object, const Key& key) noexcept {
   becomeOutOfDate();
 }
 
+void OutlineState::didEnd(const Observable&) noexcept {
+  becomeOutOfDate();
+}
+
 void OutlineState::refreshAll() {
   _journals.mustCompareAll = true;
   const Operation operation;  // so that the callback runs at its end
@@ -198,25 +211,30 @@ const OutlineUpdate& OutlineState::prepare() {
     refuse();
     return _refused;
   }
+  const auto self = shared_from_this();
+  const Operation operation;
+  (void)prepareNext();
+  return _update;
+}
+
+/// Returns false when foreign code changes the tree whenever it is read. Then the update is empty.
+bool OutlineState::prepareNext() {
   _update = OutlineUpdate({}, _rowCount);
   _stepRows.clear();
   _nextStep = 0;
-  const auto self = shared_from_this();
-  const Operation operation;
   _mustCall = false;
-  constexpr int attempts = 5;
   for (int attempt = 0; attempt < attempts; ++attempt) {
     if (prepareOnce()) {
-      return _update;
+      return true;
     }
   }
-  // The tree changes whenever it is read. A callback that updates at once is not called for ever:
+  // A callback that updates at once is not called for ever:
   // then the next announcement calls it.
   _mustCall = true;
   if (!_isCalling) {
     waitForEnd();
   }
-  return _update;
+  return false;
 }
 
 /// The host may try again when it is called.
@@ -439,26 +457,9 @@ void OutlineState::applyNext() {
       rows.rows.clear();  // the list owns them now
       _rowCount += step.rowCount;
       break;
-    case OutlineStep::Kind::moved: {
-      taken.reserve(step.count);
-      states.reserve(step.newOccurrences.size());
-      for (std::size_t i = 0; i < step.newOccurrences.size(); ++i) {
-        const OutlineRow& row = children.at(step.first + i);
-        states.push_back(RowStateFields::withOccurrence(row.state(), step.newOccurrences[i]));
-      }
-      RowList& newChildren = RowFields::childrenForAdding(*rows.newParent);
-      children.take(step.first, step.count, taken);
-      try {
-        newChildren.insert(step.newFirst, taken);
-      } catch (...) {
-        children.insert(step.first, taken);  // where they stood
-        throw;
-      }
-      for (std::size_t i = 0; i < states.size(); ++i) {
-        std::swap(RowFields::state(*taken[i]), states[i]);
-      }
+    case OutlineStep::Kind::moved:
+      states = moveRows(step, rows);
       break;
-    }
     case OutlineStep::Kind::changed:
       states.reserve(step.count);
       for (std::size_t i = 0; i < step.count; ++i) {
@@ -478,21 +479,56 @@ void OutlineState::applyRest() {
   }
 }
 
+/// Returns the states that the rows had, if they have others now.
+std::vector<RowState> OutlineState::moveRows(const OutlineStep& step, const StepRows& rows) {
+  RowList& from = *RowFields::children(*rows.parent);
+  RowList& to = RowFields::childrenForAdding(*rows.newParent);
+  std::vector<OutlineRow*> moved;
+  moved.reserve(step.count);
+  std::vector<RowState> states;
+  states.reserve(step.newOccurrences.size());
+  for (std::size_t i = 0; i < step.count; ++i) {
+    moved.push_back(&from.at(step.first + i));
+  }
+  for (std::size_t i = 0; i < step.newOccurrences.size(); ++i) {
+    states.push_back(RowStateFields::withOccurrence(moved[i]->state(), step.newOccurrences[i]));
+  }
+  from.move(step.first, moved, to, step.newFirst);
+  for (std::size_t i = 0; i < states.size(); ++i) {
+    std::swap(RowFields::state(*moved[i]), states[i]);
+  }
+  return states;
+}
+
 OutlineUpdate OutlineState::update() {
   if (Operation::isInProgress()) {
     refuse();
     return {{}, _rowCount};
   }
   const auto self = shared_from_this();
-  (void)prepare();
   const Operation operation;  // so that who waits is called when all is applied
-  const auto first = static_cast<std::ptrdiff_t>(_nextStep);
-  applyRest();
-  OutlineUpdate applied = std::exchange(_update, {});
-  if (first == 0) {
-    return applied;
+  OutlineUpdate all({}, _rowCount);
+  // Foreign code that runs when steps are applied may change the tree. So may have done others,
+  // after steps were prepared.
+  for (int attempt = 0; attempt < attempts; ++attempt) {
+    if (!hasStep() && !prepareNext()) {
+      break;
+    }
+    const auto first = static_cast<std::ptrdiff_t>(_nextStep);
+    applyRest();
+    OutlineUpdate applied = std::exchange(_update, {});
+    if (first == 0 && all.isEmpty()) {
+      all = std::move(applied);
+    } else {
+      std::vector<OutlineStep> steps = all.steps();
+      steps.insert(steps.end(), applied.steps().begin() + first, applied.steps().end());
+      all = OutlineUpdate(std::move(steps), applied.rowsAfterwards());
+    }
+    if (!_isOutOfDate) {
+      break;
+    }
   }
-  return {{applied.steps().begin() + first, applied.steps().end()}, applied.rowsAfterwards()};
+  return all;
 }
 
 }  // namespace vexil::detail

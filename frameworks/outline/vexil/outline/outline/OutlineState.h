@@ -37,7 +37,7 @@ class OutlineState : public platform::detail::Watcher,
   /// Counted up by each step that is applied; 0 when the outline is closed.
   [[nodiscard]] const std::uint64_t& rowsVersion() const noexcept { return _rowsVersion; }
   [[nodiscard]] std::size_t rowCount() const noexcept { return _rowCount; }
-  [[nodiscard]] bool isOutOfDate() const noexcept;
+  [[nodiscard]] bool isOutOfDate() const noexcept { return _isOutOfDate; }
   void refreshAll();
 
   const OutlineUpdate& prepare();
@@ -46,7 +46,7 @@ class OutlineState : public platform::detail::Watcher,
   [[nodiscard]] const StepRows* nextStepRows() const noexcept;
   void applyNext();
   void applyRest();
-  /// Prepares, and applies all steps that are left. Returns those.
+  /// Applies the steps that are left, and brings the rows up to date. Returns all these steps.
   [[nodiscard]] OutlineUpdate update();
 
  private:
@@ -60,6 +60,7 @@ class OutlineState : public platform::detail::Watcher,
   void didDrop(const platform::Observable& object,
                const platform::ChangeRecord& change) noexcept override;
   void didSet(const platform::Observable& object, const platform::Key& key) noexcept override;
+  void didEnd(const platform::Observable& object) noexcept override;
   void operationIsOver() noexcept override;
 
   template <class Note>
@@ -71,7 +72,9 @@ class OutlineState : public platform::detail::Watcher,
   [[nodiscard]] std::shared_ptr<Item> root() const;
   [[nodiscard]] platform::detail::Watching watching() const noexcept;
 
+  [[nodiscard]] bool prepareNext();
   [[nodiscard]] bool prepareOnce();
+  [[nodiscard]] std::vector<RowState> moveRows(const OutlineStep& step, const StepRows& rows);
   void giveUp(const Preparation& preparation);
   void commit(Findings& findings);
   void unwatch(const std::vector<std::weak_ptr<Item>>& items) noexcept;

@@ -92,14 +92,18 @@ void CrossMoves::find() {
   }
 }
 
-/// The row that moves to where `newRow` was made for; null when there is none.
-OutlineRow* CrossMoves::take(const OutlineRow& newRow) {
+/// The row that moves to below `parent`, where `newRow` was made for; null when there is none.
+OutlineRow* CrossMoves::take(const OutlineRow& newRow, const OutlineRow& parent) {
   if (newRow.uniqueID().isAbsent()) {
     return nullptr;
   }
   const auto found = _entries.find(Key{newRow.uniqueID(), &RowStateFields::type(newRow.state())});
   if (found == _entries.end() || found->second.removedCount != 1 || found->second.newCount != 1 ||
       _findings->staying.contains(found->second.removed)) {
+    return nullptr;
+  }
+  // Another occurrence below the same parent is another row.
+  if (found->second.removed != nullptr && found->second.removed->parent() == &parent) {
     return nullptr;
   }
   return std::exchange(found->second.removed, nullptr);
@@ -111,7 +115,7 @@ void CrossMoves::lookAt(LevelChange& level) {
       continue;
     }
     OutlineRow* const newRow = level.come[i].row;
-    if (OutlineRow* const row = take(*newRow)) {
+    if (OutlineRow* const row = take(*newRow, *level.parent)) {
       level.come[i].row = nullptr;
       move(*row, level, i, DetachedRow(newRow));
     } else {
@@ -130,7 +134,7 @@ void CrossMoves::lookBelow(OutlineRow& newRow) {
     std::size_t left = 0;  // the position of the next child among those that are left
     for (std::size_t i = 0; i < count; ++i) {
       OutlineRow* const child = parent.child(left);
-      OutlineRow* const row = take(*child);
+      OutlineRow* const row = take(*child, parent);
       if (row == nullptr) {
         open.push_back(child);
         ++left;

@@ -49,7 +49,7 @@ class CrossMoves {
 
   [[nodiscard]] bool canThereBeAny() const;
   void countRemovedAndNew();
-  [[nodiscard]] OutlineRow* take(const OutlineRow& newRow);
+  [[nodiscard]] OutlineRow* take(const OutlineRow& newRow, const OutlineRow& parent);
   void lookAt(LevelChange& level);
   void lookBelow(OutlineRow& newRow);
   void move(OutlineRow& row, LevelChange& level, std::size_t entry, DetachedRow newRow);

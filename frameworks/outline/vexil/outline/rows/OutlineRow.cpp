@@ -68,9 +68,6 @@ OutlineRow* RowIndex::find(const platform::Value& uniqueID, std::uint32_t occurr
 
 }  // namespace detail
 
-using detail::RowFields;
-using detail::RowList;
-
 OutlineRow::OutlineRow() = default;
 OutlineRow::~OutlineRow() = default;
 

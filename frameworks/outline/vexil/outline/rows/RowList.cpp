@@ -220,6 +220,25 @@ void RowList::take(std::size_t first, std::size_t count, std::vector<OutlineRow*
   }
 }
 
+void RowList::move(std::size_t first, std::span<OutlineRow* const> rows, RowList& to,
+                   std::size_t newFirst) {
+  // What can fail comes first. So the rows stand in both places for a moment.
+  const std::size_t count = rows.size();
+  std::vector<OutlineRow*> taken;
+  taken.reserve(count);
+  const bool isBehind = &to == this && newFirst > first;
+  to.insert(newFirst + (isBehind ? count : 0), rows);
+  take(first + (&to == this && !isBehind ? count : 0), count, taken);
+  for (std::size_t index = newFirst; index < newFirst + count;) {
+    RowBlock& block = *to._blocks[to.blockAt(index)];
+    const std::size_t end =
+        std::min(to.startOf(block._position) + block._rows.size(), newFirst + count);
+    for (; index < end; ++index) {
+      RowFields::block(*rows[index - newFirst]) = &block;
+    }
+  }
+}
+
 void RowList::removeLast() noexcept {
   dropIndex();
   auto& rows = _blocks.back()->_rows;

@@ -57,6 +57,11 @@ class RowList {
   void insert(std::size_t index, std::span<OutlineRow* const> rows);
   /// Takes rows out and appends them to `taken`, which must have room for them.
   void take(std::size_t first, std::size_t count, std::vector<OutlineRow*>& taken) noexcept;
+  /// Moves the rows that stand at `first` and behind, which are `rows`, to `to`, which may be this
+  /// list, so that the first of them stands at `newFirst` afterwards. Throws `std::bad_alloc` with
+  /// nothing changed.
+  void move(std::size_t first, std::span<OutlineRow* const> rows, RowList& to,
+            std::size_t newFirst);
 
   /// Takes the last row out.
   void removeLast() noexcept;

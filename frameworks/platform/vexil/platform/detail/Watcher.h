@@ -24,6 +24,8 @@ namespace vexil::platform::detail {
 ///   what is registered while an operation is in progress looks again when that is over.
 /// - `didSet` when a setting of any other key has been made. Only watchers registered with
 ///   `Watching::everyKey` are told that.
+/// - `didEnd` when the object is being destroyed. Only watchers registered with `Watching::end` are
+///   told that, and nothing else. References to the object are expired then.
 ///
 /// A watcher that is registered on an object many times is told once of each change. Watchers of
 /// one object are told in no particular order. Keys that depend on the changing key are not told.
@@ -40,12 +42,15 @@ class Watcher : public Observer {
   virtual void didChange(const Observable& object, const ChangeRecord& change) noexcept = 0;
   virtual void didDrop(const Observable& object, const ChangeRecord& change) noexcept = 0;
   virtual void didSet(const Observable& object, const Key& key) noexcept = 0;
+  /// Only the address of `object` may be used.
+  virtual void didEnd(const Observable& object) noexcept { (void)object; }
 };
 
 /// What a watcher wants to be told of.
 enum class Watching : unsigned char {
   oneKey,    ///< changes of the watched key
   everyKey,  ///< also settings of all other keys
+  end,       ///< the end of the object; the key only serves to withdraw
 };
 
 /// Registers a watcher on many objects, one after the other; see `ManyRegistrations`.
@@ -110,6 +115,8 @@ class Watchers {
                                       const ChangeRecord& change) noexcept;
   static void didDrop(const Observable& object, const Key& key,
                       const ChangeRecord& change) noexcept;
+  /// The object is being destroyed.
+  static void didEnd(const Observable& object) noexcept;
   /// The end of a setting that nobody was told the beginning of. Sweeps those that are gone.
   static void didSet(Observable& object, const Key& key) noexcept;
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vexil/platform/Error.h>
 #include <vexil/platform/Observable.h>
+#include <vexil/platform/detail/Watcher.h>
 #include <vexil/platform/observing/ChangeInProgress.h>
 #include <vexil/platform/observing/ObserverList.h>
 
@@ -14,7 +15,9 @@ namespace vexil::platform {
 using detail::ChangeInProgress;
 using detail::ObserverList;
 
-Observable::~Observable() = default;
+Observable::~Observable() {
+  detail::Watchers::didEnd(*this);
+}
 
 void Observable::addObserver(const std::shared_ptr<Observer>& observer, const Key& key,
                              ObservingOptions options, const ContextToken* context) {

@@ -10,6 +10,7 @@ ObserverList::ObserverList(const ObserverListPointer& before, const Registration
     : _hasObservers(registration.role == Role::observer || (before && before->_hasObservers)),
       _isEveryKeyWatched(registration.role == Role::watcherOfEveryKey ||
                          (before && before->_isEveryKeyWatched)),
+      _isEndWatched(registration.role == Role::watcherOfEnd || (before && before->_isEndWatched)),
       _count(before ? before->_count + 1 : 1),
       _sweepAt(before ? before->sweepAt() : nextSweep(0)),
       _upToWatcherBefore(upToWatcher(before.get())),

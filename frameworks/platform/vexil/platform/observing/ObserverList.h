@@ -22,6 +22,7 @@ enum class Role : std::uint8_t {
   observer,
   watcher,            ///< a `Watcher`
   watcherOfEveryKey,  ///< a `Watcher` that wants to be told of settings of all keys
+  watcherOfEnd,       ///< a `Watcher` that wants to be told when the object is destroyed
 };
 
 /// One registration, without its object.
@@ -78,6 +79,8 @@ class ObserverList {
   [[nodiscard]] bool hasObservers() const { return _hasObservers; }
   /// Whether a watcher wants to be told of settings of all keys.
   [[nodiscard]] bool isEveryKeyWatched() const { return _isEveryKeyWatched; }
+  /// Whether a watcher wants to be told when the object is destroyed.
+  [[nodiscard]] bool isEndWatched() const { return _isEndWatched; }
   /// The longest part of `list` that ends with the registration of a watcher; null when there is
   /// none.
   [[nodiscard]] static const ObserverList* upToWatcher(const ObserverList* list) {
@@ -119,6 +122,7 @@ class ObserverList {
   RefCount _references;
   bool _hasObservers;
   bool _isEveryKeyWatched;
+  bool _isEndWatched;
   std::size_t _count;
   mutable std::atomic<std::size_t> _sweepAt;
   const ObserverList* _upToWatcherBefore;  // a part of `_before`

@@ -11,6 +11,17 @@ namespace {
 
 constexpr ContextToken watchContext("platform.watch");
 
+Role roleOf(Watching watching) {
+  switch (watching) {
+    case Watching::everyKey:
+      return Role::watcherOfEveryKey;
+    case Watching::end:
+      return Role::watcherOfEnd;
+    default:
+      return Role::watcher;
+  }
+}
+
 /// The registrations of one watcher on an object, taken together.
 struct Interest {
   bool inKey = false;
@@ -22,7 +33,8 @@ Interest interestOf(const Registration& watcher, const ObserverList* list, const
   Interest interest;
   for (; list != nullptr; list = list->upToWatcherBefore()) {
     const Registration& registration = list->last();
-    if (registration.isOf(watcher.observer, watcher.address)) {
+    if (registration.isOf(watcher.observer, watcher.address) &&
+        registration.role != Role::watcherOfEnd) {
       interest.inKey |= registration.key == key;
       interest.inEveryKey |= registration.role == Role::watcherOfEveryKey;
     }
@@ -52,7 +64,7 @@ ManyWatches::ManyWatches(const std::shared_ptr<Watcher>& watcher, const Key& key
 }
 
 void ManyWatches::addAndLearn(Observable& object) {
-  const Role role = _watching == Watching::everyKey ? Role::watcherOfEveryKey : Role::watcher;
+  const Role role = roleOf(_watching);
   learn(object, [&] {
     add(object, {_watcher, _watcher.get(), _key, ObservingOptions::none, role, &watchContext});
   });
@@ -67,7 +79,7 @@ void ManyUnwatches::removeAndLearn(Observable& object) {
 
 bool Watchers::watch(const Observable& object, const Key& key) noexcept {
   const ObserverList* list = ObserverList::upToWatcher(object._observers.get());
-  while (list != nullptr && list->last().key != key) {
+  while (list != nullptr && (list->last().key != key || list->last().role == Role::watcherOfEnd)) {
     list = list->upToWatcherBefore();
   }
   return list != nullptr;
@@ -132,6 +144,21 @@ void Watchers::didDrop(const Observable& object, const Key& key,
       watcher.didDrop(object, change);
     }
   });
+}
+
+void Watchers::didEnd(const Observable& object) noexcept {
+  if (!object._observers || !object._observers->isEndWatched()) {
+    return;
+  }
+  const Operation operation;
+  const ObserverList* list = ObserverList::upToWatcher(object._observers.get());
+  for (; list != nullptr; list = list->upToWatcherBefore()) {
+    if (list->last().role == Role::watcherOfEnd) {
+      if (const std::shared_ptr<Observer> watcher = list->last().observer.lock()) {
+        static_cast<Watcher&>(*watcher).didEnd(object);
+      }
+    }
+  }
 }
 
 void Watchers::didSet(Observable& object, const Key& key) noexcept {
