@@ -206,17 +206,19 @@ class NaiveRefresh {
         pairs.emplace_back(row, *std::ranges::find_if(inserted, isLike));
       }
     }
+    // Another occurrence below the same parent is another row.
+    const auto canMove = [&](const auto& pair) {
+      return after(*pair.first) == nullptr && before(*pair.second) == nullptr &&
+             before(*pair.second->parent) != pair.first->parent;
+    };
     for (bool isAnyFound = true; isAnyFound;) {
       std::vector<std::pair<NaiveRow*, NaiveRow*>> found;
-      for (const auto& [row, place] : pairs) {
+      for (const auto& pair : pairs) {
         const bool isBelowAnother = std::ranges::any_of(pairs, [&](const auto& other) {
-          return before(*other.second) == nullptr && place->isBelow(*other.second) &&
-                 after(*other.first) == nullptr;
+          return canMove(other) && pair.second->isBelow(*other.second);
         });
-        const bool isOfOneParent = before(*place->parent) == row->parent;
-        if (after(*row) == nullptr && before(*place) == nullptr && !isBelowAnother &&
-            !isOfOneParent) {
-          found.emplace_back(row, place);
+        if (canMove(pair) && !isBelowAnother) {
+          found.push_back(pair);
         }
       }
       isAnyFound = !found.empty();
