@@ -202,6 +202,24 @@ TEST(OutlineIdentity, AnotherOccurrenceBelowTheSameParentIsAnotherRow) {
   EXPECT_EQ(&rowAt(outline, {2, 0}), row);
 }
 
+// A row moves away from deep below a row that moves itself.
+TEST(OutlineIdentity, WhereARowMovedAwayAnotherComes) {
+  const auto leaf = test::eventItem("x", "event");
+  const auto moving = group("m", {group("a", {group("b", {leaf})})});
+  const auto root = test::root({group("r"), group("p", {moving}), group("q")});
+  Outline outline(root);
+  (void)outline.update();
+  ASSERT_EQ(textOf(outline), "r p[m[a[b[x]]]] q");
+  const vexil::RowNumber number = rowAt(outline, {1, 0, 0, 0, 0}).number();
+  leaf->setRepresentedObject(test::eventRecord("y", "event"));
+  root->setChildren(
+      items({group("r", {test::eventItem("x", "event")}), group("p"), group("q", {moving})}));
+  (void)outline.update();
+  EXPECT_EQ(textOf(outline), "r[x] p q[m[a[b[y]]]]");
+  EXPECT_EQ(outline.rowCount(), 8U);
+  EXPECT_EQ(rowAt(outline, {0, 0}).number(), number);
+}
+
 TEST(OutlineIdentity, ARowThatReturnsGetsANewNumber) {
   const auto root = test::root({plainItem("a")});
   Outline outline(root);

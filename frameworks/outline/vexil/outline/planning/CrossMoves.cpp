@@ -166,9 +166,9 @@ void CrossMoves::move(OutlineRow& row, LevelChange& level, std::size_t entry, De
   } else {
     _findings->changed.push_back({&row, std::move(after), level.come[entry].now});
   }
-  _unwatch(*newRow);
+  _actions.unwatch(*newRow);
   if (item) {
-    _compareBelow(row, item);
+    _actions.compareBelow(row, item);
   }
 }
 
@@ -181,6 +181,7 @@ void CrossMoves::leave(OutlineRow& row) {
     at->moves = true;
   } else {
     level.gone.insert(at, {old, true, &row});
+    _actions.compareIfItStays(*row.parent());
   }
 }
 

@@ -19,14 +19,18 @@ class CrossMoves {
  public:
   using Item = KRAVTWVItemVexil;
 
-  /// `compareBelow` is called with each row that moves and its item now. `unwatch` is called with
-  /// each row that was made for nothing, before it is destroyed; what is below it is watched.
-  CrossMoves(Findings& findings,
-             std::function<void(OutlineRow&, const std::shared_ptr<Item>&)> compareBelow,
-             std::function<void(OutlineRow&)> unwatch)
-      : _findings(&findings),
-        _compareBelow(std::move(compareBelow)),
-        _unwatch(std::move(unwatch)) {}
+  struct Actions {
+    /// Called with each row that moves and its item now.
+    std::function<void(OutlineRow&, const std::shared_ptr<Item>&)> compareBelow;
+    /// Called with the parent of a row that moves away, when that seemed to go too. It may turn out
+    /// to stay, and then another child stands in that place.
+    std::function<void(OutlineRow&)> compareIfItStays;
+    /// Called with each row that was made for nothing, before it is destroyed. What is below it is
+    /// watched.
+    std::function<void(OutlineRow&)> unwatch;
+  };
+  CrossMoves(Findings& findings, Actions actions)
+      : _findings(&findings), _actions(std::move(actions)) {}
 
   /// Looks at all new rows that it has not looked at yet. To be called again when more levels have
   /// been compared.
@@ -56,8 +60,7 @@ class CrossMoves {
   void leave(OutlineRow& row);
 
   Findings* _findings;
-  std::function<void(OutlineRow&, const std::shared_ptr<Item>&)> _compareBelow;
-  std::function<void(OutlineRow&)> _unwatch;
+  Actions _actions;
   bool _areCounted = false;
   std::unordered_map<Key, Entry, Hash> _entries;
 };

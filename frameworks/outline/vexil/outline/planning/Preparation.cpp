@@ -25,14 +25,17 @@ Preparation::Preparation(const Input& input)
                  compareBelow(row, item, isOther);
                },
                input.rowsByItem.hasAllRows()},
-      _crossMoves(
-          _findings,
-          [this](OutlineRow& row, const std::shared_ptr<Item>& item) {
-            _movedElsewhere.insert(&row);
-            _areGone.clear();
-            compareBelow(row, item, true);
-          },
-          [this](OutlineRow& newRow) { leaveBelow(newRow); }) {}
+      _crossMoves(_findings, {[this](OutlineRow& row, const std::shared_ptr<Item>& item) {
+                                _movedElsewhere.insert(&row);
+                                _areGone.clear();
+                                compareBelow(row, item, true);
+                              },
+                              [this](OutlineRow& row) {
+                                if (const auto item = row.item()) {
+                                  addWork(row, {item});
+                                }
+                              },
+                              [this](OutlineRow& newRow) { leaveBelow(newRow); }}) {}
 
 void Preparation::run() {
   collectWork();
