@@ -220,6 +220,20 @@ TEST(OutlineIdentity, WhereARowMovedAwayAnotherComes) {
   EXPECT_EQ(rowAt(outline, {0, 0}).number(), number);
 }
 
+// The row that moves has another item then, and its old one still has all children.
+TEST(OutlineIdentity, WhereARowMovedAwayFromTheItemBefore) {
+  const auto root = test::root(
+      {group("p", {group("m", {plainItem("x"), plainItem("y")})}), group("q"), group("r")});
+  Outline outline(root);
+  (void)outline.update();
+  const KRAVTWVItemArray before = *root->children();  // so that the old items live on
+  root->setChildren(items(
+      {group("p"), group("q", {plainItem("x")}), group("r", {group("m", {plainItem("z")})})}));
+  (void)outline.update();
+  EXPECT_EQ(textOf(outline), "p q[x] r[m[z]]");
+  EXPECT_EQ(outline.rowCount(), 6U);
+}
+
 TEST(OutlineIdentity, ARowThatReturnsGetsANewNumber) {
   const auto root = test::root({plainItem("a")});
   Outline outline(root);

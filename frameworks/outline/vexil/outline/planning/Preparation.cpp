@@ -31,7 +31,9 @@ Preparation::Preparation(const Input& input)
                                 compareBelow(row, item, true);
                               },
                               [this](OutlineRow& row) {
-                                if (const auto item = row.item()) {
+                                // Not if another item is known to stand for it now.
+                                const auto item = row.item();
+                                if (item && !_work.contains(&row)) {
                                   addWork(row, {item});
                                 }
                               },
