@@ -67,16 +67,22 @@ inline std::vector<vexil::OutlineRow*> rowsOf(const vexil::Outline& outline) {
   return all;
 }
 
+/// Whether a row without an identifier has outlived its item. Then no set can have the path.
+inline bool hasEnded(const Path& path) {
+  return std::ranges::any_of(
+      path, [](const PathPart& part) { return part.uniqueID.isAbsent() && part.item.expired(); });
+}
+
 /// A set of paths that follows moves as `RowSet` says, each path by itself.
 class NaiveSet {
  public:
   void insert(const Path& path) {
-    if (!contains(path)) {
+    if (!contains(path) && !hasEnded(path)) {
       _paths.push_back(path);
     }
   }
   [[nodiscard]] bool contains(const Path& path) const {
-    return std::ranges::find(_paths, path) != _paths.end();
+    return !hasEnded(path) && std::ranges::find(_paths, path) != _paths.end();
   }
   void follow(const vexil::OutlineUpdate& update) {
     for (const vexil::OutlineStep& step : update.steps()) {

@@ -91,17 +91,21 @@ class Outline {
   /// How many rows there are, without the top.
   [[nodiscard]] std::size_t rowCount() const noexcept;
 
-  /// Whether an update might have steps. True at first.
+  /// Whether an update might have steps: the tree may have changed, or prepared steps are left.
+  /// True at first.
   [[nodiscard]] bool isOutOfDate() const noexcept;
 
   /// Applies the steps that are left of a `prepare`, and then prepares and applies all that is out
   /// of date. Returns what was applied. Empty in the middle of an operation of the library.
   OutlineUpdate update();
 
-  /// Finds out what has to be done, and changes no row yet. The update stays the same until all its
-  /// steps are applied; then it is empty. Empty in the middle of an operation of the library.
+  /// Finds out what has to be done, and changes no row yet. While steps of it are left, it returns
+  /// the same update again. What it refers to stays as it is until the next `update`, or until the
+  /// next `prepare` after the last step. When the tree changes before that, `outOfDate` is called
+  /// again. Empty in the middle of an operation of the library.
   const OutlineUpdate& prepare();
-  /// The step that `applyNext` will apply; null when there is none.
+  /// The step that `applyNext` will apply; null when there is none. The pointer stays valid as long
+  /// as what `prepare` returned, also after the step is applied.
   [[nodiscard]] const OutlineStep* nextStep() const noexcept;
   /// The row that `parent` of the next step names, and the one that `newParent` names. Null when
   /// there is no next step. `newParent` is null when it does not move rows.

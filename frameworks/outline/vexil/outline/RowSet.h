@@ -66,7 +66,8 @@ class RowSet {
   [[nodiscard]] std::vector<OutlineRow*> rowsOf(const Outline& outline) const;
 
   /// Makes the set follow rows that an update has moved to another parent, with everything below
-  /// them. Call it once for every update, in their order. What the set already says of the new
+  /// them. Call it once for every update, in their order, before or after its steps are applied.
+  /// What the set already says of the new
   /// place stays true of it as well. A row is not followed when it has no identifier, or when a row
   /// above it has none before or afterwards. Takes time in proportion to the rows that moved and
   /// their depth, and where the set knows the new place already, to what it knows there.

@@ -10,8 +10,9 @@
 
 namespace vexil {
 
-/// Tells apart all rows that one outline has ever had. The top is 0; every other row gets the next
-/// number when it is made. A row that disappears and returns gets a new one.
+/// Tells apart all rows that one outline has ever had. The top is 0; every other row gets a greater
+/// number than all before it; some numbers are left out. A row that disappears and returns gets a
+/// new one.
 using RowNumber = std::uint64_t;
 
 namespace detail {

@@ -37,7 +37,7 @@ class OutlineState : public platform::detail::Watcher,
   /// Counted up by each step that is applied; 0 when the outline is closed.
   [[nodiscard]] const std::uint64_t& rowsVersion() const noexcept { return _rowsVersion; }
   [[nodiscard]] std::size_t rowCount() const noexcept { return _rowCount; }
-  [[nodiscard]] bool isOutOfDate() const noexcept { return _isOutOfDate; }
+  [[nodiscard]] bool isOutOfDate() const noexcept { return _isOutOfDate || hasStep(); }
   void refreshAll();
 
   const OutlineUpdate& prepare();
