@@ -9,8 +9,7 @@
 //     renamed   one in a hundred renamed
 //     moved     under fifty domains, one in a hundred gets another domain
 //     tree      W6: under fifty domains, one event has changed
-//     chain     the innermost of a chain of items has changed; the number is that of its levels,
-//     and
+//     chain     the innermost of a chain of items has changed; the number is that of its levels;
 //               the merge is also timed under a tree observer, as `keyed`
 //
 // WL_PROPERTIES=1 in the environment makes the outlines follow properties.
@@ -120,6 +119,45 @@ struct Times {
   }
 };
 
+template <class Collection>
+void measureBare(Times& times, Collection& collection, const Value& records) {
+  const double start = now();
+  collection.setEvents(records);
+  times.bare.push_back(now() - start);
+}
+
+template <class Collection>
+void measureKeyed(Times& times, KeyedRows& rows, const Collection& collection) {
+  const double start = now();
+  (void)rows.update(*collection.root());
+  times.keyed.push_back(now() - start);
+}
+
+template <class Collection>
+void measureFollowed(Times& times, Collection& collection, vexil::Outline& outline,
+                     const Value& records) {
+  const double start = now();
+  collection.setEvents(records);
+  const double middle = now();
+  const vexil::OutlineUpdate update = outline.update();
+  times.update.push_back(now() - middle);
+  times.followed.push_back(middle - start);
+  times.steps = update.steps().size();
+  times.rows = update.rowsTouched();
+}
+
+/// Which of the two comes first changes from run to run.
+template <class First, class Second>
+void inTurns(std::uint64_t run, const First& first, const Second& second) {
+  if (run % 2 == 0) {
+    first();
+    second();
+  } else {
+    second();
+    first();
+  }
+}
+
 /// Two collections get the same records, made anew for each. One of them has an outline.
 template <class Collection>
 void refreshWorkload(std::string_view workload, std::size_t size, bool followsProperties,
@@ -139,7 +177,7 @@ void refreshWorkload(std::string_view workload, std::size_t size, bool followsPr
   const auto records = [&](std::uint64_t seed) {
     return kept.emplace_back(recordsOf(model.shuffled(seed), spread));
   };
-  for (const std::uint64_t seed : {1, 2}) {
+  for (const std::uint64_t seed : {1U, 2U}) {
     bare->setEvents(records(seed));
     followed->setEvents(records(seed));
     (void)outline.update();
@@ -151,32 +189,13 @@ void refreshWorkload(std::string_view workload, std::size_t size, bool followsPr
     const Value first = records(1000 + run);
     const Value second = records(1000 + run);
     const auto doBare = [&] {
-      const double start = now();
-      bare->setEvents(first);
-      times.bare.push_back(now() - start);
+      measureBare(times, *bare, first);
       if constexpr (std::is_same_v<Collection, KRAVTWVEventsVexil>) {
-        const double middle = now();
-        (void)keyed.update(*bare->root());
-        times.keyed.push_back(now() - middle);
+        measureKeyed(times, keyed, *bare);
       }
     };
-    const auto doFollowed = [&] {
-      const double start = now();
-      followed->setEvents(second);
-      const double middle = now();
-      const vexil::OutlineUpdate update = outline.update();
-      times.update.push_back(now() - middle);
-      times.followed.push_back(middle - start);
-      times.steps = update.steps().size();
-      times.rows = update.rowsTouched();
-    };
-    if (run % 2 == 0) {
-      doBare();
-      doFollowed();
-    } else {
-      doFollowed();
-      doBare();
-    }
+    const auto doFollowed = [&] { measureFollowed(times, *followed, outline, second); };
+    inTurns(run, doBare, doFollowed);
     require(outline.rowCount() == model.size() ||
                 outline.rowCount() == model.size() + WorkloadModel::domains,
             workload, "rows are missing");
@@ -195,34 +214,17 @@ void loadWorkload(std::size_t size) {
     const Value second = recordsOf(model.shuffled(100 + run));
     const auto doBare = [&] {
       const auto bare = std::make_shared<KRAVTWVEventsVexil>();
-      const double start = now();
-      bare->setEvents(first);
-      times.bare.push_back(now() - start);
+      measureBare(times, *bare, first);
       KeyedRows keyed;
-      const double middle = now();
-      (void)keyed.update(*bare->root());
-      times.keyed.push_back(now() - middle);
+      measureKeyed(times, keyed, *bare);
     };
     const auto doFollowed = [&] {
       const auto followed = std::make_shared<KRAVTWVEventsVexil>();
       vexil::Outline outline(followed);
       (void)outline.update();
-      const double start = now();
-      followed->setEvents(second);
-      const double middle = now();
-      const vexil::OutlineUpdate update = outline.update();
-      times.update.push_back(now() - middle);
-      times.followed.push_back(middle - start);
-      times.steps = update.steps().size();
-      times.rows = update.rowsTouched();
+      measureFollowed(times, *followed, outline, second);
     };
-    if (run % 2 == 0) {
-      doBare();
-      doFollowed();
-    } else {
-      doFollowed();
-      doBare();
-    }
+    inTurns(run, doBare, doFollowed);
   }
   times.report("load", size);
 }
@@ -355,7 +357,7 @@ void runAll(std::size_t size) {
                                            events.setEvents(recordsOf(model.shuffled(seed)));
                                          });
   memoryWorkload<KRAVTWVEngineVexil>(
-      "triggers", size, [](auto& engine, const auto& model, std::uint64_t seed) {
+      "triggers", size, [](auto& engine, const auto& model, std::uint64_t /*seed*/) {
         engine.setPending(triggersOf(model.shuffled(1)));  // in one order
       });
 }

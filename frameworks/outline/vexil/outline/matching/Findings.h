@@ -57,6 +57,10 @@ struct Findings {
   /// Rows that were compared, of those that have or had children.
   std::unordered_set<const OutlineRow*> compared;
 
+  /// Notes what a row that stays shows from now on, and that it has changed if that differs. `now`
+  /// is the position afterwards, if it is known.
+  void noteState(OutlineRow& row, RowState after, std::size_t now = Changed::unknown);
+
   LevelChange& levelOf(OutlineRow& parent) {
     std::unique_ptr<LevelChange>& level = levels[&parent];
     if (!level) {

@@ -358,13 +358,12 @@ void LevelMatch::keep(OutlineRow& row, Child& child) {
       !ItemFields::isPlainEvent(*item)) {
     _context->compareBelow(row, item, isOther);
   }
-  if (isUntouched(row, *item)) {
-    // The record is the very same.
-  } else {
-    noteContent(row,
-                RowStateFields::withOccurrence(_context->tree.stateOf(*item, row.state()),
-                                               child.occurrence),
-                child.now);
+  if (!isUntouched(row, *item)) {
+    RowState after = RowStateFields::withOccurrence(_context->tree.stateOf(*item, row.state()),
+                                                    child.occurrence);
+    if (!RowStateFields::areTheSame(row.state(), after)) {
+      _context->findings.noteState(row, std::move(after), child.now);
+    }
   }
   if (_areAllCompared && (isOther || child.isWatched)) {
     _context->findings.left.push_back(RowFields::item(row));  // of that place
@@ -375,31 +374,12 @@ void LevelMatch::keep(OutlineRow& row, Child& child) {
   }
 }
 
-void LevelMatch::noteContent(OutlineRow& row, RowState after, std::size_t now) {
-  const RowState& before = row.state();
-  if (RowStateFields::areTheSame(before, after)) {
-    return;
-  }
-  RowStateFields::setNumber(after, row.number());
-  if (RowStateFields::showTheSame(before, after)) {
-    if (RowStateFields::haveLikeDetails(before, after)) {
-      // Shares them, so that the new ones need not stay.
-      after = RowStateFields::withObject(before, after.representedObject(),
-                                         RowStateFields::flags(after));
-    }
-    _context->findings.equalStates.emplace_back(&row, std::move(after));
-  } else {
-    _context->findings.changed.push_back({&row, std::move(after), now});
-  }
-}
-
 /// Looks for the rows of the other children among all rows that were not found.
 void LevelMatch::findOthers() {
   if (std::ranges::all_of(_notFound, &Child::isKnownNew)) {
     return;
   }
   std::vector<std::size_t> candidates;
-  std::vector<std::size_t> unidentified;
   PlaceTable places(_loose.size());
   std::map<std::weak_ptr<Item>, std::vector<std::size_t>, std::owner_less<>> byItem;
   for (const std::size_t old : _loose) {

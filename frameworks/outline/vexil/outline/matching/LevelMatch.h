@@ -74,7 +74,6 @@ class LevelMatch {
   [[nodiscard]] bool findNearby(Child& child);
   [[nodiscard]] bool keepIfSame(Child& child, std::size_t old);
   void keep(OutlineRow& row, Child& child);
-  void noteContent(OutlineRow& row, RowState after, std::size_t now);
   void makeAll();
   void findOthers();
   void finish();

@@ -159,13 +159,7 @@ void CrossMoves::move(OutlineRow& row, LevelChange& level, std::size_t entry, De
   leave(row);
   const auto item = newRow->item();
   _findings->itemsOfRows.emplace_back(&row, item);
-  RowState after = newRow->state();
-  RowStateFields::setNumber(after, row.number());
-  if (RowStateFields::showTheSame(row.state(), after)) {
-    _findings->equalStates.emplace_back(&row, std::move(after));
-  } else {
-    _findings->changed.push_back({&row, std::move(after), level.come[entry].now});
-  }
+  _findings->noteState(row, newRow->state(), level.come[entry].now);
   _actions.unwatch(*newRow);
   if (item) {
     _actions.compareBelow(row, item);

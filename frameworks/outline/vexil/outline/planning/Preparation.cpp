@@ -358,14 +358,8 @@ void Preparation::compareAlone(OutlineRow& row) {
   if (!Identity::isOf(row, item, after, row.occurrence())) {
     throw IdentityChanged();
   }
-  if (RowStateFields::areTheSame(row.state(), after)) {
-    return;
-  }
-  RowStateFields::setNumber(after, row.number());
-  if (RowStateFields::showTheSame(row.state(), after)) {
-    _findings.equalStates.emplace_back(&row, std::move(after));
-  } else {
-    _findings.changed.push_back({&row, std::move(after)});
+  if (!RowStateFields::areTheSame(row.state(), after)) {
+    _findings.noteState(row, std::move(after));
   }
 }
 
