@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <vexil/KRAVTWVItemsVexil.h>
 #include <vexil/outline/Outline.h>
+#include <vexil/outline/OutlineCopy.h>
 #include <vexil/platform/detail/Operation.h>
 
 #include <memory>
@@ -202,6 +203,35 @@ TEST(OutlineCallback, NotForAChangeThatCameAfterTheUpdateWasPrepared) {
   EXPECT_FALSE(outline.isOutOfDate());
   EXPECT_EQ(update.steps().size(), 2U);
   EXPECT_EQ(calls, 1);
+}
+
+// Or a view that takes over what updates return would get later steps first.
+TEST(OutlineCallback, AnUpdateInItReturnsTheStepsOfTheOneThatHasNotReturned) {
+  const auto asked = test::askedItem("a");
+  const auto root = test::root({asked});
+  const auto otherRoot = test::root();
+  vexil::OutlineCopy copy;
+  std::size_t calls = 0;
+  std::unique_ptr<Outline> outline;
+  outline = std::make_unique<Outline>(root, vexil::OutlineOptions{.outOfDate = [&] {
+                                        ++calls;
+                                        copy.apply(outline->update());
+                                      }});
+  Outline other(otherRoot, {.outOfDate = [&] {
+                  root->setChildren(items({asked, plainItem("b"), plainItem("c")}));
+                }});
+  (void)other.update();
+  asked->whenAsked = [&] {
+    asked->whenAsked = nullptr;
+    otherRoot->setChildren(items({plainItem("x")}));
+  };
+  const auto update = outline->update();
+  EXPECT_EQ(calls, 1U);
+  EXPECT_TRUE(update.isEmpty());
+  EXPECT_EQ(update.rowsAfterwards(), 3U);
+  copy.apply(update);
+  EXPECT_EQ(copy.rowCount(), 3U);
+  EXPECT_EQ(textOf(*outline), "a b c");
 }
 
 TEST(OutlineCallback, WhenTheItemThatItFollowsIsDestroyed) {

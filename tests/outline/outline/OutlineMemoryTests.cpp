@@ -5,6 +5,7 @@
 #include <ternwood/Ternwood.h>
 #include <vexil/KRAVTWVItemsVexil.h>
 #include <vexil/outline/Outline.h>
+#include <vexil/outline/OutlineCopy.h>
 
 #include <gtest/gtest.h>
 
@@ -73,6 +74,32 @@ TEST_P(OutlineMemory, TheNextUpdateShowsTheTreeAsItIs) {
         hasFailed = true;
       },
       [&] { (void)outline->update(); });
+  EXPECT_GT(places, 100U);
+}
+
+TEST_P(OutlineMemory, NoStepIsLostWhenAnUpdateThrows) {
+  std::shared_ptr<KRAVTWVEventStoreVexil> store;
+  std::unique_ptr<Outline> outline;
+  vexil::OutlineCopy copy;
+  vexil::OutlineUpdate last;
+  const std::size_t places = test::failEachAllocation(
+      [&] {
+        if (outline) {
+          copy.apply(last);
+          copy.apply(outline->update());
+          EXPECT_EQ(copy.rowCount(), outline->rowCount());
+          expectShows(outline->top(), *store->root());
+        }
+        store = std::make_shared<KRAVTWVEventStoreVexil>();
+        refresh(*store, 1);
+        outline = std::make_unique<Outline>(store,
+                                            vexil::OutlineOptions{.followsProperties = GetParam()});
+        copy = {};
+        copy.apply(outline->update());
+        refresh(*store, 2);
+        last = {};
+      },
+      [&] { last = outline->update(); });
   EXPECT_GT(places, 100U);
 }
 

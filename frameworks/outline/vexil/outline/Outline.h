@@ -97,6 +97,10 @@ class Outline {
 
   /// Applies the steps that are left of a `prepare`, and then prepares and applies all that is out
   /// of date. Returns what was applied. Empty in the middle of an operation of the library.
+  ///
+  /// Steps are returned once and in the order in which they were applied. A callback that is called
+  /// before this returns may update. Then that update brings these steps as well, and this one is
+  /// empty. Steps that were applied before this threw come with the next update.
   OutlineUpdate update();
 
   /// Finds out what has to be done, and changes no row yet. While steps of it are left, it returns

@@ -219,6 +219,7 @@ const OutlineUpdate& OutlineState::prepare() {
 
 /// Returns false when foreign code changes the tree whenever it is read. Then the update is empty.
 bool OutlineState::prepareNext() {
+  takeUpApplied();
   _update = OutlineUpdate({}, _rowCount);
   _stepRows.clear();
   _nextStep = 0;
@@ -506,29 +507,55 @@ OutlineUpdate OutlineState::update() {
     return {{}, _rowCount};
   }
   const auto self = shared_from_this();
-  const Operation operation;  // so that who waits is called when all is applied
-  OutlineUpdate all({}, _rowCount);
-  // Foreign code that runs when steps are applied may change the tree. So may have done others,
-  // after steps were prepared.
-  for (int attempt = 0; attempt < attempts; ++attempt) {
-    if (!hasStep() && !prepareNext()) {
-      break;
-    }
-    const auto first = static_cast<std::ptrdiff_t>(_nextStep);
-    applyRest();
-    OutlineUpdate applied = std::exchange(_update, {});
-    if (first == 0 && all.isEmpty()) {
-      all = std::move(applied);
-    } else {
-      std::vector<OutlineStep> steps = all.steps();
-      steps.insert(steps.end(), applied.steps().begin() + first, applied.steps().end());
-      all = OutlineUpdate(std::move(steps), applied.rowsAfterwards());
-    }
-    if (!_isOutOfDate) {
-      break;
+  {
+    const Operation operation;  // so that who waits is called when all is applied
+    takeUpApplied();
+    // Foreign code that runs when steps are applied may change the tree. So may have done others,
+    // after steps were prepared.
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+      if (!hasStep() && !prepareNext()) {
+        break;
+      }
+      applyAndNote();
+      takeUpApplied();
+      if (!_isOutOfDate) {
+        break;
+      }
     }
   }
-  return all;
+  // A callback that has run just now may have updated, and that has returned these steps then: they
+  // come before its own.
+  return _applied.isEmpty() ? OutlineUpdate({}, _rowCount) : std::exchange(_applied, {});
+}
+
+/// Applies the steps that are left, and notes which ones were applied, also when it throws.
+void OutlineState::applyAndNote() {
+  _firstToReturn = _nextStep;
+  try {
+    applyRest();
+  } catch (...) {
+    _endToReturn = _nextStep;
+    throw;
+  }
+  _endToReturn = _nextStep;
+}
+
+/// Adds the steps that were noted to those that the next `update` to end returns. Throws
+/// `std::bad_alloc` with nothing changed.
+void OutlineState::takeUpApplied() {
+  if (_firstToReturn == _endToReturn) {
+    return;
+  }
+  const std::vector<OutlineStep>& all = _update.steps();
+  if (_applied.isEmpty() && _firstToReturn == 0 && _endToReturn == all.size()) {
+    _applied = std::exchange(_update, {});
+  } else {
+    std::vector<OutlineStep> steps = _applied.steps();
+    steps.insert(steps.end(), all.begin() + static_cast<std::ptrdiff_t>(_firstToReturn),
+                 all.begin() + static_cast<std::ptrdiff_t>(_endToReturn));
+    _applied = OutlineUpdate(std::move(steps), _rowCount);
+  }
+  _firstToReturn = _endToReturn;
 }
 
 }  // namespace vexil::detail

@@ -72,6 +72,8 @@ class OutlineState : public platform::detail::Watcher,
   [[nodiscard]] std::shared_ptr<Item> root() const;
   [[nodiscard]] platform::detail::Watching watching() const noexcept;
 
+  void applyAndNote();
+  void takeUpApplied();
   [[nodiscard]] bool prepareNext();
   [[nodiscard]] bool prepareOnce();
   [[nodiscard]] std::vector<RowState> moveRows(const OutlineStep& step, const StepRows& rows);
@@ -108,6 +110,11 @@ class OutlineState : public platform::detail::Watcher,
   OutlineUpdate _refused;
   std::vector<StepRows> _stepRows;
   std::size_t _nextStep = 0;
+
+  // What `update` has applied and not returned yet: steps of updates before, and those of this one.
+  OutlineUpdate _applied;
+  std::size_t _firstToReturn = 0;
+  std::size_t _endToReturn = 0;
 };
 
 }  // namespace vexil::detail
