@@ -106,6 +106,39 @@ TEST(OutlineForeignCode, ACallbackThatUpdatesAtOnceDoesNotGoOnForEver) {
   EXPECT_EQ(outline->rowCount(), 1U);
 }
 
+TEST(OutlineForeignCode, CallbacksThatUpdateSeveralOutlinesDoNotGoOnForEver) {
+  const auto root = KRAVTWVGroupVexil::itemWithLabelUniqueID("root", "root");
+  root->setChildren(std::make_shared<KRAVTWVItemArray>(
+      KRAVTWVItemArray{Reader::itemWithRepresentedObject("thing")}));
+  int calls = 0;
+  std::unique_ptr<Outline> left;
+  std::unique_ptr<Outline> right;
+  const auto refresh = [&] {
+    if (++calls > 20) {
+      Reader::whenRead = nullptr;  // ends what would not end
+    }
+    (void)left->update();
+    (void)right->update();
+  };
+  left = std::make_unique<Outline>(root, OutlineOptions{.outOfDate = refresh});
+  right = std::make_unique<Outline>(root, OutlineOptions{.outOfDate = refresh});
+  (void)left->update();
+  (void)right->update();
+  const auto announce = [&] {
+    root->setChildren(std::make_shared<KRAVTWVItemArray>(*root->children()));
+  };
+  Reader::whenRead = announce;
+  announce();
+  EXPECT_LE(calls, 4);
+  EXPECT_TRUE(left->isOutOfDate());
+  EXPECT_TRUE(right->isOutOfDate());
+
+  Reader::whenRead = nullptr;
+  announce();
+  EXPECT_FALSE(left->isOutOfDate()) << "the next announcement calls again";
+  EXPECT_FALSE(right->isOutOfDate());
+}
+
 /// Does something when it goes.
 class Going : public vexil::platform::Object {
  public:

@@ -35,6 +35,19 @@ const Key& endKey() {
 /// How often an update begins anew when the tree changes meanwhile.
 constexpr int attempts = 5;
 
+/// Whether the callback of any outline is being called on this thread. Such calls are not nested.
+constinit thread_local bool isCalling = false;
+
+/// How many outlines of this thread are being prepared.
+constinit thread_local int preparations = 0;
+
+struct PreparationInProgress {
+  PreparationInProgress() noexcept { ++preparations; }
+  PreparationInProgress(const PreparationInProgress&) = delete;
+  PreparationInProgress& operator=(const PreparationInProgress&) = delete;
+  ~PreparationInProgress() { --preparations; }
+};
+
 }  // namespace
 
 // --- life
@@ -103,7 +116,10 @@ void OutlineState::becomeOutOfDate() noexcept {
     _isOutOfDate = true;
     _mustCall = true;
   }
-  if (_mustCall && Operation::isInProgress()) {
+  // Several outlines may have callbacks that update all of them. What foreign code announces in
+  // such an update calls no outline again that has given up, or they would be called for ever.
+  const bool isForNothing = _hasGivenUp && isCalling && preparations != 0;
+  if (_mustCall && !isForNothing && Operation::isInProgress()) {
     waitForEnd();
   }
 }
@@ -113,13 +129,13 @@ void OutlineState::operationIsOver() noexcept {
   if (!std::exchange(_mustCall, false) || _isClosed || !_options.outOfDate) {
     return;
   }
-  _isCalling = true;
+  isCalling = true;
   try {
     _options.outOfDate();  // held by this object, also when it destroys the outline
   } catch (...) {
     logCaughtException("the callback of an outline");
   }
-  _isCalling = false;
+  isCalling = false;
 }
 
 bool OutlineState::isCollection(const Observable& object) const noexcept {
@@ -224,15 +240,17 @@ bool OutlineState::prepareNext() {
   _stepRows.clear();
   _nextStep = 0;
   _mustCall = false;
+  _hasGivenUp = false;
   for (int attempt = 0; attempt < attempts; ++attempt) {
     if (prepareOnce()) {
       return true;
     }
   }
-  // A callback that updates at once is not called for ever:
+  // A callback that updates at once is not called for ever, also when it updates another outline:
   // then the next announcement calls it.
   _mustCall = true;
-  if (!_isCalling) {
+  _hasGivenUp = true;
+  if (!isCalling) {
     waitForEnd();
   }
   return false;
@@ -246,6 +264,7 @@ void OutlineState::refuse() noexcept {
 
 /// Returns false when foreign code has changed the tree meanwhile.
 bool OutlineState::prepareOnce() {
+  const PreparationInProgress inProgress;
   if (MergeAttempt::failures() != _failedMerges) {
     _journals.mustCompareAll = true;  // what was announced as identified may not be
   }

@@ -103,7 +103,7 @@ class OutlineState : public platform::detail::Watcher,
   std::uint64_t _failedMerges = 0;  // that were known at the last update
   bool _isOutOfDate = true;
   bool _mustCall = false;
-  bool _isCalling = false;
+  bool _hasGivenUp = false;  // the last update, because the tree changed each time
   bool _isClosed = false;
 
   OutlineUpdate _update;
