@@ -103,6 +103,28 @@ TEST_P(OutlineMemory, NoStepIsLostWhenAnUpdateThrows) {
   EXPECT_GT(places, 100U);
 }
 
+TEST_P(OutlineMemory, AnOutlineIsDestroyedWhenThereIsNone) {
+  const auto list = std::make_shared<KRAVTWVEventsVexil>();
+  const vexil::OutlineOptions options{.followsProperties = GetParam()};
+  std::unique_ptr<Outline> outline;
+  std::unique_ptr<Outline> later;
+  bool isOutOfDate = false;
+  for (std::size_t before = 0; before < 10; ++before) {
+    outline = std::make_unique<Outline>(list, options);
+    later = std::make_unique<Outline>(
+        list, vexil::OutlineOptions{.outOfDate = [&] { isOutOfDate = true; }});
+    (void)outline->update();
+    (void)later->update();
+    {
+      const test::FailingAllocation failing(before);
+      outline.reset();
+    }
+    isOutOfDate = false;
+    list->setRoot(list->root());
+    EXPECT_TRUE(isOutOfDate) << "the other outline is still told";
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(WithAndWithoutProperties, OutlineMemory, testing::Bool());
 
 }  // namespace

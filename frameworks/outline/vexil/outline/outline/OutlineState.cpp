@@ -81,11 +81,16 @@ std::shared_ptr<OutlineState> OutlineState::make(
 void OutlineState::close() noexcept {
   _isClosed = true;
   _rowsVersion = 0;
-  if (const auto collection = _collection.lock()) {
-    ManyUnwatches(shared_from_this(), rootKey()).removeFrom(*collection);
-    ManyUnwatches(shared_from_this(), endKey()).removeFrom(*collection);
+  // All registrations end with this object. The collection may live much longer, so those on it are
+  // taken out at once, if there is memory for that.
+  try {
+    if (const auto collection = _collection.lock()) {
+      ManyUnwatches(shared_from_this(), rootKey()).removeFrom(*collection);
+      ManyUnwatches(shared_from_this(), endKey()).removeFrom(*collection);
+    }
+  } catch (...) {
+    // The collection does not tell an object that is gone.
   }
-  // Registrations on items end with this object.
 }
 
 std::shared_ptr<KRAVTWVItemVexil> OutlineState::root() const {
