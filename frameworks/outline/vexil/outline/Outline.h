@@ -29,7 +29,8 @@ struct OutlineOptions {
   /// Called once each time the outline goes from up to date to out of date: when the library has
   /// ended what it does, never in the middle. The place to schedule a turn of the event loop, in
   /// which to update; `update` may also be called at once. Called again when an update was asked
-  /// for in the middle of an operation and could not be made. It may do anything, also destroy the
+  /// for in the middle of an operation and could not be made; but not when the code that asked ran
+  /// in an update of this outline that could be made. It may do anything, also destroy the
   /// outline. An exception out of it is logged.
   ///
   /// When foreign code that runs in an update changes the tree, the update takes that in. When it
@@ -100,7 +101,9 @@ class Outline {
   ///
   /// Steps are returned once and in the order in which they were applied. A callback that is called
   /// before this returns may update. Then that update brings these steps as well, and this one is
-  /// empty. Steps that were applied before this threw come with the next update.
+  /// empty. Steps that were applied before this threw come with the next update. So while an
+  /// `update` has not returned, and after it threw, do not apply single steps: whoever follows them
+  /// would hear of them before those.
   OutlineUpdate update();
 
   /// Finds out what has to be done, and changes no row yet. While steps of it are left, it returns

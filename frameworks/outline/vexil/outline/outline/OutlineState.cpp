@@ -572,7 +572,7 @@ void OutlineState::takeUpApplied() {
   }
   const std::vector<OutlineStep>& all = _update.steps();
   if (_applied.isEmpty() && _firstToReturn == 0 && _endToReturn == all.size()) {
-    _applied = std::exchange(_update, {});
+    _applied = std::exchange(_update, OutlineUpdate({}, _rowCount));
   } else {
     std::vector<OutlineStep> steps = _applied.steps();
     steps.insert(steps.end(), all.begin() + static_cast<std::ptrdiff_t>(_firstToReturn),
