@@ -353,4 +353,21 @@ TEST(OutlineSurvival, AGetterThatChangesAnItemThatIsNew) {
   EXPECT_TRUE(rowAt(outline, {0}).isGroup());
 }
 
+TEST(OutlineSurvival, AGetterThatChangesANewSiblingOfARowAboveIt) {
+  const auto asked = askedItem("a");
+  const auto b = test::eventItem("b", "B");
+  const auto root = test::root({plainItem("x")});
+  Outline outline(root, {.followsProperties = true});
+  (void)outline.update();
+  root->setChildren(items({group("g", {asked}), b, plainItem("x")}));
+  int times = 0;
+  asked->whenAsked = [&] {
+    if (++times == 1) {
+      b->setRepresentedObject(test::eventRecord("g", "B"));
+    }
+  };
+  (void)outline.update();
+  EXPECT_EQ(textOf(outline), "g[a] g#1 x");
+}
+
 }  // namespace

@@ -13,8 +13,7 @@ void Findings::noteState(OutlineRow& row, RowState after, std::size_t now) {
     changed.push_back({&row, std::move(after), now});
     return;
   }
-  if (before.occurrence() == after.occurrence() &&
-      RowStateFields::haveLikeDetails(before, after)) {
+  if (before.occurrence() == after.occurrence() && RowStateFields::haveLikeDetails(before, after)) {
     // Shares them, so that the new ones need not stay.
     after =
         RowStateFields::withObject(before, after.representedObject(), RowStateFields::flags(after));

@@ -501,10 +501,12 @@ void LevelMatch::addCome(LevelChange& level) {
   if (!_notFound.empty()) {
     _context->findings.levelsWithNewRows.push_back(&level);
   }
-  for (Child& child : _notFound) {
-    if (_areAllCompared) {
-      watch(child);  // others take a place, and are watched, or stand where they stood
-    }
+  if (_areAllCompared) {
+    // Others take a place, and are watched, or stand where they stood. All come first, because
+    // foreign code may run when rows are made.
+    std::ranges::for_each(_notFound, [&](Child& child) { watch(child); });
+  }
+  for (const Child& child : _notFound) {
     level.come.push_back({static_cast<std::uint32_t>(child.now), false, false, nullptr});
     level.come.back().row =
         _context->newRows
