@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -44,19 +45,33 @@ Shelves shelves(std::size_t count) {
   return made;
 }
 
-class ManyObjects : public testing::Test {
+/// One after the other, or all at once.
+class ManyObjects : public testing::TestWithParam<bool> {
  protected:
   void addToAll(const std::shared_ptr<Recorder>& observer, const ContextToken* token = &context) {
     ManyRegistrations registrations(observer, label, ObservingOptions::newValue, token);
-    for (const auto& object : objects) {
-      registrations.addTo(*object);
+    if (GetParam()) {
+      registrations.addToAll([&](const auto& add) { forEachObject(add); });
+    } else {
+      forEachObject([&](Shelf& object) { registrations.addTo(object); });
     }
   }
   void removeFromAll(const std::shared_ptr<Recorder>& observer,
                      const ContextToken* token = &context) {
     ManyWithdrawals withdrawals(observer, label, token);
+    if (GetParam()) {
+      withdrawals.removeFromAll([&](const auto& remove) { forEachObject(remove); });
+    } else {
+      forEachObject([&](Shelf& object) { withdrawals.removeFrom(object); });
+    }
+  }
+  template <class Visit>
+  void forEachObject(const Visit& visit) {
     for (const auto& object : objects) {
-      withdrawals.removeFrom(*object);
+      if (object == nullptr) {
+        throw std::runtime_error("no object");
+      }
+      visit(*object);
     }
   }
   /// What is heard when each object gets its number for a label.
@@ -79,7 +94,7 @@ class ManyObjects : public testing::Test {
   std::shared_ptr<Recorder> two = Recorder::make("two", notices);
 };
 
-TEST_F(ManyObjects, AreObservedEach) {
+TEST_P(ManyObjects, AreObservedEach) {
   addToAll(one);
   EXPECT_EQ(
       heard(),
@@ -90,7 +105,7 @@ TEST_F(ManyObjects, AreObservedEach) {
   EXPECT_EQ(observed(), 0U);
 }
 
-TEST_F(ManyObjects, MayHaveDifferentObserversAlready) {
+TEST_P(ManyObjects, MayHaveDifferentObserversAlready) {
   // Like neighbours, unlike ones, and the first kind again.
   objects[1]->addObserver(two, label, ObservingOptions::none, nullptr);
   objects[2]->addObserver(two, label, ObservingOptions::none, nullptr);
@@ -104,7 +119,7 @@ TEST_F(ManyObjects, MayHaveDifferentObserversAlready) {
   EXPECT_EQ(observed(), 2U);
 }
 
-TEST_F(ManyObjects, LoseARegistrationThatOthersCameAfter) {
+TEST_P(ManyObjects, LoseARegistrationThatOthersCameAfter) {
   addToAll(one);
   addToAll(two);
   addToAll(one, &other);
@@ -115,7 +130,7 @@ TEST_F(ManyObjects, LoseARegistrationThatOthersCameAfter) {
   EXPECT_EQ(observed(), 0U);
 }
 
-TEST_F(ManyObjects, AreObservedAsOftenAsTheyOccur) {
+TEST_P(ManyObjects, AreObservedAsOftenAsTheyOccur) {
   objects = {objects[0], objects[0], objects[1], objects[0], objects[1]};
   addToAll(one);
   objects.resize(3);
@@ -127,12 +142,22 @@ TEST_F(ManyObjects, AreObservedAsOftenAsTheyOccur) {
                    "one: label setting new=2 (a context)"}));
 }
 
-TEST_F(ManyObjects, TakeNoAbsentObserver) {
+TEST_P(ManyObjects, AreObservedUpToWhereTheWalkThrows) {
+  objects.insert(objects.begin() + 2, nullptr);
+  EXPECT_THROW(addToAll(one), std::runtime_error);
+  std::erase(objects, nullptr);
+  EXPECT_EQ(observed(), 2U);
+  EXPECT_EQ(heard().size(), 2U);
+  addToAll(one);
+  EXPECT_EQ(heard().size(), 6U);
+}
+
+TEST_P(ManyObjects, TakeNoAbsentObserver) {
   EXPECT_THROW(addToAll(nullptr), InvalidArgument);
   EXPECT_EQ(observed(), 0U);
 }
 
-TEST_F(ManyObjects, AreLeftFromTheFirstThatIsNotObservedOn) {
+TEST_P(ManyObjects, AreLeftFromTheFirstThatIsNotObservedOn) {
   addToAll(one);
   objects[2]->removeObserver(one, label, &context);
   EXPECT_THROW(removeFromAll(one), InvalidArgument);
@@ -141,7 +166,7 @@ TEST_F(ManyObjects, AreLeftFromTheFirstThatIsNotObservedOn) {
   EXPECT_EQ(observed(), 1U);
 }
 
-TEST_F(ManyObjects, CanBeTriedAgainAfterOneRaised) {
+TEST_P(ManyObjects, CanBeTriedAgainAfterOneRaised) {
   addToAll(one);
   const auto stranger = Shelf::make();
   {
@@ -156,7 +181,7 @@ TEST_F(ManyObjects, CanBeTriedAgainAfterOneRaised) {
   EXPECT_EQ(heard().size(), 2U);
 }
 
-TEST_F(ManyObjects, ForgetWhoIsGoneWhenTheNextOneComes) {
+TEST_P(ManyObjects, ForgetWhoIsGoneWhenTheNextOneComes) {
   addToAll(one);
   addToAll(two);
   two.reset();
@@ -169,7 +194,7 @@ TEST_F(ManyObjects, ForgetWhoIsGoneWhenTheNextOneComes) {
   EXPECT_EQ(observed(), 0U) << "of the one that is gone, nothing is left";
 }
 
-TEST_F(ManyObjects, KeepRegistrationsApartFromAChangeInProgress) {
+TEST_P(ManyObjects, KeepRegistrationsApartFromAChangeInProgress) {
   // An observer that registers during a change hears the next one. One that withdraws hears no
   // more.
   addToAll(one);
@@ -181,7 +206,7 @@ TEST_F(ManyObjects, KeepRegistrationsApartFromAChangeInProgress) {
   EXPECT_EQ(heard().size(), 4U);
 }
 
-TEST_F(ManyObjects, MayGoOneByOne) {
+TEST_P(ManyObjects, MayGoOneByOne) {
   addToAll(one);
   addToAll(two);
   while (!objects.empty()) {
@@ -192,7 +217,7 @@ TEST_F(ManyObjects, MayGoOneByOne) {
   }
 }
 
-TEST_F(ManyObjects, TakeMemoryOnceAndGiveItBack) {
+TEST_P(ManyObjects, TakeMemoryOnceAndGiveItBack) {
   objects = shelves(1000);
   addToAll(one);
   removeFromAll(one);
@@ -206,7 +231,7 @@ TEST_F(ManyObjects, TakeMemoryOnceAndGiveItBack) {
   EXPECT_EQ(test::liveAllocations(), before);
 }
 
-TEST_F(ManyObjects, GiveMemoryBackWhenTheyGoAndAfterARaise) {
+TEST_P(ManyObjects, GiveMemoryBackWhenTheyGoAndAfterARaise) {
   const auto comeAndGo = [this] {
     objects = shelves(10);
     addToAll(one);
@@ -299,5 +324,7 @@ PROPERTY(ManyObjectsProperty, AreObservedAsIfOneAfterTheOther, ()) {
     RC_ASSERT(atOnce.heard() == oneByOne.heard());
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(SinglyAndAtOnce, ManyObjects, testing::Bool());
 
 }  // namespace

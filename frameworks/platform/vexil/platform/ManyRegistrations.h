@@ -28,11 +28,21 @@ class ManyRegistrations : detail::ListChanges {
   /// Throws what `addObserver` throws.
   void addTo(Observable& object) {
     if (!repeat(object)) {
-      learn(object, [&] { object.addObserver(_observer, _key, _options, _context); });
+      addAndLearn(object);
     }
+  }
+  /// The same for each object with which `walk` calls its argument, in less time. If it throws, it
+  /// has changed the objects up to there.
+  template <class Walk>
+  void addToAll(const Walk& walk) {
+    repeatForAll(walk, [this](Observable& object) { addAndLearn(object); });
   }
 
  private:
+  void addAndLearn(Observable& object) {
+    learn(object, [&] { object.addObserver(_observer, _key, _options, _context); });
+  }
+
   std::shared_ptr<Observer> _observer;
   Key _key;
   ObservingOptions _options;
@@ -50,11 +60,21 @@ class ManyWithdrawals : detail::ListChanges {
   /// Throws what `removeObserver` throws.
   void removeFrom(Observable& object) {
     if (!repeat(object)) {
-      learn(object, [&] { object.removeObserver(_observer, _key, _context); });
+      removeAndLearn(object);
     }
+  }
+  /// The same for each object with which `walk` calls its argument, in less time. If it throws, it
+  /// has changed the objects up to there.
+  template <class Walk>
+  void removeFromAll(const Walk& walk) {
+    repeatForAll(walk, [this](Observable& object) { removeAndLearn(object); });
   }
 
  private:
+  void removeAndLearn(Observable& object) {
+    learn(object, [&] { object.removeObserver(_observer, _key, _context); });
+  }
+
   std::shared_ptr<Observer> _observer;
   Key _key;
   const ContextToken* _context;

@@ -243,11 +243,11 @@ void KRAVTWVItemVexil::addObserverForRecursiveChildrenWithOptionContext(
     const std::shared_ptr<platform::Observer>& observer, platform::ObservingOptions options,
     const platform::ContextToken* context) {
   platform::ManyRegistrations registrations(observer, ItemFields::childrenKey(), options, context);
-  ItemWalk::throughTree(*this, [&](KRAVTWVItemVexil& item) { registrations.addTo(item); });
+  registrations.addToAll([&](const auto& add) { ItemWalk::throughTree(*this, add); });
 }
 
 void KRAVTWVItemVexil::removeObserverForRecursiveChildrenWithContext(
     const std::shared_ptr<platform::Observer>& observer, const platform::ContextToken* context) {
   platform::ManyWithdrawals withdrawals(observer, ItemFields::childrenKey(), context);
-  ItemWalk::throughTree(*this, [&](KRAVTWVItemVexil& item) { withdrawals.removeFrom(item); });
+  withdrawals.removeFromAll([&](const auto& remove) { ItemWalk::throughTree(*this, remove); });
 }

@@ -29,15 +29,26 @@ class ListChanges {
 
   /// Returns false when the object has another list, or a change in progress, or when the
   /// references are used up. The caller then calls `learn`.
-  [[nodiscard]] bool repeat(Observable& object) noexcept {
-    if (object._observers.get() != _last.before || _last.left == 0 ||
-        object._changesInProgress.load(std::memory_order_relaxed) != 0) {
-      return false;
+  [[nodiscard]] bool repeat(Observable& object) noexcept { return repeat(object, _last); }
+
+  /// Changes all objects with which `walk` calls its argument. `addAndLearn` changes one of them by
+  /// way of `learn`. Takes less time for each than single calls.
+  template <class Walk, class AddAndLearn>
+  void repeatForAll(const Walk& walk, const AddAndLearn& addAndLearn) {
+    ListChange last = std::exchange(_last, {});  // nobody refers to it, so it stays in registers
+    try {
+      walk([&](Observable& object) {
+        if (!repeat(object, last)) {
+          _last = std::exchange(last, {});
+          addAndLearn(object);
+          last = std::exchange(_last, {});
+        }
+      });
+    } catch (...) {
+      settle(last);
+      throw;
     }
-    (void)object._observers.handOver();  // the reference to `before` is ours now
-    object._observers = ObserverListPointer(_last.after);
-    --_last.left;
-    return true;
+    _last = last;
   }
 
   /// Calls `change`, and notes what it makes of the object's list. `change` may throw.
@@ -71,7 +82,16 @@ class ListChanges {
     std::uint32_t inAdvance = 0;
     std::uint32_t left = 0;
   };
-  // By value, so that a loop over objects can have all of it in registers.
+  [[nodiscard]] static bool repeat(Observable& object, ListChange& change) noexcept {
+    if (object._observers.get() != change.before || change.left == 0 ||
+        object._changesInProgress.load(std::memory_order_relaxed) != 0) {
+      return false;
+    }
+    (void)object._observers.handOver();  // the reference to `before` is ours now
+    object._observers = ObserverListPointer(change.after);
+    --change.left;
+    return true;
+  }
   static void settle(ListChange change) noexcept {
     release(change.before, change.inAdvance - change.left + 1);
     release(change.after, change.left + 1);
