@@ -292,7 +292,7 @@ void LevelMatch::examineByLineage(std::size_t now, std::size_t old) {
   _survivors.add(now, place);
   const bool isPlain = ItemFields::isPlainEvent(*item) &&
                        RowStateFields::isPlainEvent(row.state()) &&
-                       RowFields::children(row) == nullptr && !_context->isCalledForEachRow;
+                       RowFields::children(row) == nullptr;
   if (isPlain && origin == place) {
     if (place != old || !isUntouched(row, *item)) {
       _context->findings.equalEvents.emplace_back(&row, item);

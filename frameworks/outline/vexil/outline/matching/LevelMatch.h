@@ -35,7 +35,7 @@ class LevelMatch {
     /// Called with each row that stays and may have other children, with its item now, and whether
     /// another item stood for it before.
     std::function<void(OutlineRow&, const std::shared_ptr<Item>&, bool)> compareBelow;
-    /// Whether it must be called with rows that cannot have children, too.
+    /// Whether it is called with rows that cannot have children, too.
     bool isCalledForEachRow;
   };
   LevelMatch(OutlineRow& parent, const std::shared_ptr<Item>& item, Context& context);

@@ -345,9 +345,7 @@ void OutlineState::commit(Findings& findings) {
   }
   removeFromTable(findings);
   for (const auto& [row, item] : findings.itemsOfRows) {
-    _rowsByItem.remove(*row);
-    RowFields::setItem(*row, item);
-    _rowsByItem.add(*row);
+    _rowsByItem.setItem(*row, item);
   }
   takeOverEqualEvents(findings);
   for (LevelChange* const level : findings.levelsInOrder) {
@@ -399,7 +397,7 @@ void OutlineState::takeOverEqualEvents(Findings& findings) {
     RowState state = reader.read(*item);
     RowStateFields::setNumber(state, row->number());
     std::swap(RowFields::state(*row), state);
-    RowFields::setItem(*row, item);
+    _rowsByItem.setItem(*row, item);
     findings.letGo.push_back(std::move(state));  // that may run foreign code
   }
 }

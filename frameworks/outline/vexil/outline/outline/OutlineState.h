@@ -80,7 +80,7 @@ class OutlineState : public platform::detail::Watcher,
   void giveUp(const Preparation& preparation);
   void commit(Findings& findings);
   void unwatch(const std::vector<std::weak_ptr<Item>>& items) noexcept;
-  static void takeOverEqualEvents(Findings& findings);
+  void takeOverEqualEvents(Findings& findings);
   void addToTable(OutlineRow& newRow);
   void removeFromTable(const Findings& findings);
 

@@ -336,9 +336,21 @@ void Preparation::compareOwners() {
 }
 
 void Preparation::compareWithProperties() {
+  if (_input.journals.withProperties.empty()) {
+    return;
+  }
+  // Another item may stand for these by now.
+  _findings.compared.reserve(_findings.compared.size() + _findings.equalEvents.size());
+  for (const auto& entry : _findings.equalEvents) {
+    _findings.compared.insert(entry.first);
+  }
   std::vector<OutlineRow*> rows;
   for (const Item* const address : _input.journals.withProperties) {
-    _input.rowsByItem.forEachRowOf(*address, [&](OutlineRow& row) { rows.push_back(&row); });
+    _input.rowsByItem.forEachRowOf(*address, [&](OutlineRow& row) {
+      if (!_findings.compared.contains(&row)) {
+        rows.push_back(&row);
+      }
+    });
   }
   std::ranges::sort(rows, {}, &OutlineRow::number);  // not in the order of addresses
   for (OutlineRow* const row : rows) {

@@ -4,8 +4,11 @@
 
 #include <vexil/outline/rows/RowFields.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <unordered_map>
+#include <utility>
 
 namespace vexil::detail {
 
@@ -37,6 +40,25 @@ class RowsByItem {
         return;
       }
     }
+  }
+
+  /// Another item stands for a row now.
+  void setItem(OutlineRow& row, const std::shared_ptr<KRAVTWVItemVexil>& item) {
+    if (!isFor(row) || RowFields::itemAddress(row) == item.get()) {
+      RowFields::setItem(row, item);
+      return;
+    }
+    const auto [begin, end] = _rows.equal_range(RowFields::itemAddress(row));
+    const auto entry =
+        std::find_if(begin, end, [&](const auto& one) { return one.second == &row; });
+    RowFields::setItem(row, item);
+    if (entry == end) {
+      _rows.emplace(item.get(), &row);
+      return;
+    }
+    auto node = _rows.extract(entry);
+    node.key() = item.get();
+    _rows.insert(std::move(node));
   }
 
   void clear() noexcept { _rows.clear(); }
