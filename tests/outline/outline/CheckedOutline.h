@@ -235,7 +235,14 @@ class CheckedOutline {
   void requireSet(const NaiveRefresh& refresh, const vexil::OutlineUpdate& update,
                   NaiveRow& after) {
     _set.follow(update);
-    _naiveSet.follow(update);
+    std::vector<PathsOfMove> moves;
+    after.forEachBelow([&](NaiveRow& row) {
+      const NaiveRow* const before = refresh.before(row);
+      if (before != nullptr && before->parent != refresh.before(*row.parent)) {
+        moves.push_back({pathOf(*before), pathOf(row)});
+      }
+    });
+    _naiveSet.follow(moves);
     std::vector<vexil::OutlineRow*> selected;
     for (vexil::OutlineRow* const row : rowsOf(*_outline)) {
       const Path path = pathOf(*row);

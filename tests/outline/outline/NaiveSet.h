@@ -2,16 +2,17 @@
 // A naive model of a set of rows: a list of paths.
 #pragma once
 
+#include "tests/outline/NaiveOutline.h"
+
 #include <vexil/outline/Outline.h>
 #include <vexil/outline/OutlineRow.h>
-#include <vexil/outline/OutlineUpdate.h>
-#include <vexil/outline/RowState.h>
 #include <vexil/platform/Value.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace test {
@@ -36,13 +37,14 @@ inline bool begins(const Path& path, const Path& beginning) {
 inline bool isIdentified(const Path& path) {
   return std::ranges::none_of(path, [](const PathPart& part) { return part.uniqueID.isAbsent(); });
 }
-inline Path pathOf(const std::vector<vexil::RowState>& above, const vexil::RowState& row,
-                   std::uint32_t occurrence) {
+inline Path pathOf(const NaiveRow& row) {
   Path path;
-  for (const vexil::RowState& state : above) {
-    path.push_back({state.uniqueID(), state.occurrence()});
+  for (const NaiveRow* next = &row; next->parent != nullptr; next = next->parent) {
+    const bool hasIdentifier = next->hasIdentifier();
+    path.push_back({next->shown.uniqueID, next->occurrence,
+                    hasIdentifier ? std::weak_ptr<KRAVTWVItemVexil>() : next->item});
   }
-  path.push_back({row.uniqueID(), occurrence});
+  std::ranges::reverse(path);
   return path;
 }
 inline Path pathOf(const vexil::OutlineRow& row) {
@@ -73,6 +75,12 @@ inline bool hasEnded(const Path& path) {
       path, [](const PathPart& part) { return part.uniqueID.isAbsent() && part.item.expired(); });
 }
 
+/// Where a row that moves to another parent stood before, and stands afterwards.
+struct PathsOfMove {
+  Path from;
+  Path to;
+};
+
 /// A set of paths that follows moves as `RowSet` says, each path by itself.
 class NaiveSet {
  public:
@@ -84,38 +92,27 @@ class NaiveSet {
   [[nodiscard]] bool contains(const Path& path) const {
     return !hasEnded(path) && std::ranges::find(_paths, path) != _paths.end();
   }
-  void follow(const vexil::OutlineUpdate& update) {
-    for (const vexil::OutlineStep& step : update.steps()) {
-      if (step.kind != vexil::OutlineStep::Kind::moved || step.parent == step.newParent) {
-        continue;
-      }
-      std::vector<Path> moved;
-      for (std::size_t i = 0; i < step.count; ++i) {
-        const Path from = pathOf(step.above, step.rows[i], step.rows[i].occurrence());
-        const Path to = pathOf(step.newAbove, step.rows[i], step.newOccurrences[i]);
-        if (isIdentified(from) && isIdentified(to)) {
-          take(from, to, moved);
+  /// Each path goes with the innermost of its rows that moves.
+  void follow(const std::vector<PathsOfMove>& moves) {
+    for (Path& path : std::exchange(_paths, {})) {
+      const PathsOfMove* innermost = nullptr;
+      for (const PathsOfMove& move : moves) {
+        if (isIdentified(move.from) && isIdentified(move.to) && begins(path, move.from) &&
+            (innermost == nullptr || innermost->from.size() < move.from.size())) {
+          innermost = &move;
         }
       }
-      std::ranges::for_each(moved, [&](const Path& path) { insert(path); });
+      if (innermost != nullptr) {
+        const auto rest = path.begin() + static_cast<std::ptrdiff_t>(innermost->from.size());
+        Path other = innermost->to;
+        other.insert(other.end(), rest, path.end());
+        path = std::move(other);
+      }
+      insert(path);
     }
   }
 
  private:
-  void take(const Path& from, const Path& to, std::vector<Path>& moved) {
-    std::vector<Path> left;
-    for (const Path& path : _paths) {
-      if (begins(path, from)) {
-        Path other = to;
-        other.insert(other.end(), path.begin() + static_cast<std::ptrdiff_t>(from.size()),
-                     path.end());
-        moved.push_back(other);
-      } else {
-        left.push_back(path);
-      }
-    }
-    _paths = left;
-  }
   std::vector<Path> _paths;
 };
 

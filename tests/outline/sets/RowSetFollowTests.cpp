@@ -68,6 +68,27 @@ TEST(RowSetFollow, RowsThatGetOtherOccurrences) {
                   entry("z", false, {entry("x", true), entry("x", true, {entry("c", true)}, 5)})}));
 }
 
+TEST(RowSetFollow, ARowToWhereAnotherOneHasNotLeftYet) {
+  EXPECT_EQ(followed({entry("p", false, {entry("x", true)})},
+                     {moveToOther({row(1, "p")}, 0, {row(2, "q")}, 0, {row(3, "x")}),
+                      moveToOther({row(2, "q")}, 0, {row(5, "r")}, 0, {row(4, "x")})}),
+            rows({entry("q", false, {entry("x", true)})}));
+}
+
+TEST(RowSetFollow, ARowBelowAnotherThatMovesBeforeOrAfterIt) {
+  const OutlineStep outer = moveToOther({row(1, "p")}, 0, {row(2, "q")}, 0, {row(3, "m")});
+  const auto inner = [](const char* parent, vexil::RowNumber number) {
+    return moveToOther({row(number, parent), row(3, "m")}, 0, {}, 0, {row(4, "x")});
+  };
+  const auto entries = [] {
+    return std::vector{entry("p", false, {entry("m", true, {entry("x", true), entry("y", true)})})};
+  };
+  const Value expected =
+      rows({entry("q", false, {entry("m", true, {entry("y", true)})}), entry("x", true)});
+  EXPECT_EQ(followed(entries(), {outer, inner("q", 2)}), expected);
+  EXPECT_EQ(followed(entries(), {inner("p", 1), outer}), expected);
+}
+
 TEST(RowSetFollow, StepsOneAfterTheOther) {
   EXPECT_EQ(followed({entry("a", false, {entry("b", true)})},
                      {moveToOther({row(1, "a")}, 0, {row(3, "c")}, 0, {row(2, "b")}),
