@@ -1,6 +1,7 @@
-# Runs PROGRAM and compares what it prints with EXPECTED. OUTPUT is where that goes.
+# Runs PROGRAM, with ARGUMENT if there is one, and compares what it prints with EXPECTED, byte for
+# byte. It must end well and print no errors. OUTPUT is where its output goes.
 execute_process(
-  COMMAND ${PROGRAM}
+  COMMAND ${PROGRAM} ${ARGUMENT}
   OUTPUT_FILE ${OUTPUT}
   ERROR_VARIABLE errors
   RESULT_VARIABLE status)
@@ -11,5 +12,5 @@ execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${OUTPUT} ${EXPECTED}
                 RESULT_VARIABLE differs)
 if(differs)
   execute_process(COMMAND diff -u ${EXPECTED} ${OUTPUT})
-  message(SEND_ERROR "the example does not print what is expected")
+  message(SEND_ERROR "the output is not the expected one")
 endif()
