@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "RowSetTesting.h"
 #include "tests/outline/UpdateTesting.h"
+#include "tests/support/AllocationCounter.h"
 #include "tests/support/Property.h"
 #include "tests/support/SmallStack.h"
 
@@ -87,6 +88,27 @@ TEST(RowSetFollow, ARowBelowAnotherThatMovesBeforeOrAfterIt) {
       rows({entry("q", false, {entry("m", true, {entry("y", true)})}), entry("x", true)});
   EXPECT_EQ(followed(entries(), {outer, inner("q", 2)}), expected);
   EXPECT_EQ(followed(entries(), {inner("p", 1), outer}), expected);
+}
+
+TEST(RowSetFollow, LosesNoRowWhenMemoryRunsOut) {
+  RowSet set;
+  const auto requireBoth = [&] { EXPECT_EQ(setOf(set.propertyList()).count(), 2U); };
+  bool isFilled = false;
+  const std::size_t places = test::failEachAllocation(
+      [&] {
+        if (isFilled) {
+          requireBoth();
+        }
+        set = setWith({entry("p", false, {entry("x", true), entry("y", true)})});
+        isFilled = true;
+      },
+      [&] {
+        set.follow(OutlineUpdate({moveToOther({row(1, "p")}, 0, {row(2, "q")}, 0, {row(3, "x")}),
+                                  moveToOther({row(1, "p")}, 0, {row(5, "r")}, 0, {row(4, "y")})},
+                                 0));
+      });
+  EXPECT_GT(places, 10U);
+  requireBoth();
 }
 
 TEST(RowSetFollow, StepsOneAfterTheOther) {

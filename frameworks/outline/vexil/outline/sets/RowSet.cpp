@@ -146,7 +146,11 @@ void moveAll(const RowNodePointer& top, std::vector<Moved>& moves) {
     }
   } catch (...) {
     for (std::size_t i = 0; i < moves.size(); ++i) {
-      detail::moveNode(top, aside(i), moves[i].from);
+      try {
+        detail::moveNode(top, aside(i), moves[i].from);
+      } catch (...) {
+        // The others go back all the same. This one counts as a row whose item is gone.
+      }
     }
     throw;
   }

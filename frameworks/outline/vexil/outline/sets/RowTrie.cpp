@@ -14,7 +14,8 @@ namespace {
 void makeRoom(RowNode& node) {
   auto& below = node.below;
   const std::size_t count = below.size() + 1;
-  if (static_cast<float>(count) >
+  // An empty table may say that it has a bucket, and still get its first ones when it is added to.
+  if (static_cast<float>(count) >=
       static_cast<float>(below.bucket_count()) * below.max_load_factor()) {
     below.reserve(2 * count);
   }
