@@ -150,8 +150,9 @@ void Watchers::didEnd(const Observable& object) noexcept {
   if (!object._observers || !object._observers->isEndWatched()) {
     return;
   }
+  const ObserverListPointer held = object._observers;  // as above
   const Operation operation;
-  const ObserverList* list = ObserverList::upToWatcher(object._observers.get());
+  const ObserverList* list = ObserverList::upToWatcher(held.get());
   for (; list != nullptr; list = list->upToWatcherBefore()) {
     if (list->last().role == Role::watcherOfEnd) {
       if (const std::shared_ptr<Observer> watcher = list->last().observer.lock()) {
